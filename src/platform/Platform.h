@@ -1,0 +1,50 @@
+// The console's only door to the host it runs on. Everything that differs
+// between a real hypervisor host and a simulated one (file locations,
+// starting programs, system(), syslog, name resolution, the host's state) is
+// reached through these calls, which forward to the one backend chosen at
+// start-up. Screens never build a host path or start a program any other way.
+#pragma once
+
+#include <sys/types.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Platform {
+
+class Backend;
+
+// Selects the backend once, in main, before anything else touches the host:
+// MEREL_SIM_ROOT set -> the simulated host at that directory; otherwise the
+// bundled demo host in the user's state directory. Returns false (with a one
+// line reason in `error`) when the host cannot be used; nothing is written then.
+bool Select(std::string& error);
+// For tests and tools: install a backend explicitly.
+void Install(std::unique_ptr<Backend> backend);
+// The selected backend; a backend that fails every host call when none is.
+Backend& Current();
+
+// Where an absolute host path ("/etc/hosts", "/bin/rovi-cmd") lives for the
+// selected backend. A bare program name ("ssh-keygen") is looked up among the
+// host's tool folders.
+std::string HostPath(const std::string& hostPath);
+
+// Starts `path` (a host path) with exactly `argv` and `envp`, with `in`, `out`
+// and `err` as its standard input, output and error. Returns the child's pid,
+// or -1 when it could not be started.
+pid_t Spawn(const char* path, char* const argv[], char* const envp[], int in, int out, int err);
+
+// system(3) on the host: in simulation the shell sees only the host's tools.
+int System(const char* command);
+
+// syslog(3): openlog/setlogmask/syslog. `priority` may carry a facility
+// (LOG_AUTH | LOG_ERR); without one the facility given to OpenLog applies.
+void OpenLog(const char* ident, int option, int facility);
+void SetLogMask(int mask);
+void Syslog(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Name resolution as the host does it (its own /etc/hosts first).
+bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses);
+
+}  // namespace Platform

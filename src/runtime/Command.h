@@ -1,0 +1,36 @@
+// Running host tools: one routine that starts a program with a clean
+// environment, feeds it input, collects its output after it ends and enforces
+// a time-out; and the wrappers for the management command tool.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Merel {
+
+extern const char* const MEREL_USER;  // "merel"
+
+// Returns the child's exit status (0..255), or -1 (not started, killed, or
+// ended by a signal). `*outSize`/`*errSize`: capacity in, bytes stored out.
+int RunCommand(const char* path, char* const argv[], char* out, size_t* outSize, char* err,
+               size_t* errSize, const char* input, size_t inputLength, int timeoutSeconds);
+
+// A management command: "/bin/rovi-cmd" "-U" user command [args...].
+struct RoviCommand {
+  std::string user;
+  std::string command;
+  std::vector<std::string> args;
+};
+// Runs without a time-out; on 255 logs and runs again as MEREL_USER.
+int RunRoviCommand(RoviCommand& record, char* out, size_t* outSize, char* err, size_t* errSize,
+                   const char* input, size_t inputLength);
+bool RoviQueryBool(const char* command);
+int RoviRefresh();
+void RoviAutoStop(const char* user);
+int InitObsvLibrary();
+
+// Logs "%s with errno(%d): %s" at error level with the current errno.
+void LogErrno(const char* text);
+
+}  // namespace Merel

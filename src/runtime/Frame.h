@@ -1,0 +1,71 @@
+// A window that is run modally above a parent frame, and the process-wide
+// machinery every frame shares: the signal thread and its pipe, the one key
+// wait (dimming, idle time-out, pseudo-keys) and the session flags.
+#pragma once
+
+#include <signal.h>
+#include <sys/time.h>
+
+#include <functional>
+#include <string>
+
+#include "Window.h"
+
+namespace Merel {
+
+class StringFactory;
+
+// Thrown by the key wait when a logged-in session has been idle too long; it
+// unwinds every open frame back to the screen that started the session.
+struct MerelTimeout {};
+
+extern const char* const MEREL_TIMEOUT_VAR;  // "/UserVars/MerelTimeOut"
+
+class Frame : public Window {
+ public:
+  Frame(Frame* parent, int x, int y, int width, int height, int background, int foreground);
+  ~Frame() override;
+
+  // The frame's own event loop; returns 0 for Escape/cancel, non-zero to confirm.
+  virtual int Loop() = 0;
+  // Smart-card notification while the frame is in front.
+  virtual void Update() {}
+
+  Frame* GetParentFrame() const { return _parentFrame; }
+  StringFactory* Strings() const { return _strings; }
+
+  // Shows `frame` above its parent, runs its loop and restores the parent.
+  static int Run(Frame* frame);
+  // The next real key (>= 0) for `frame`; handles pseudo-keys itself, may throw
+  // MerelTimeout (idle limit, when `useIdleLimit`) or end the process.
+  static int WaitForKey(Frame* frame, bool useIdleLimit);
+  // One poll of standard input and the signal pipe: a key, a pseudo-key,
+  // -2 on time-out, -1 on error. `interval` null = no time-out.
+  static int ReadKey(const struct timeval* interval);
+
+  static void InitSignals();
+  static void* SignalHandler(void*);
+  static void LoadIdleTimeout();
+  static void SetLoggedIn(bool loggedIn);
+  static void ResizeTerminal();
+
+  static Frame* fgFrame;
+  static int _signalPipe[2];
+  static sigset_t _signalSet;
+  static unsigned int _idleTimeout;
+  static bool _loggedIn;
+  static bool _markForRestart;
+  static std::string _loginName;
+  static bool _isLoggedWithSmartCard;
+  static std::string _smartCardLoginId;
+  static std::string _cardInfo;
+  // The smart-card check run by the key wait after a smart-card event; set by
+  // the login code (the runtime knows nothing of smart cards itself).
+  static std::function<void()> _smartCardCheck;
+
+ protected:
+  Frame* _parentFrame = nullptr;
+  StringFactory* _strings = nullptr;
+};
+
+}  // namespace Merel

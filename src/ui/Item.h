@@ -1,0 +1,92 @@
+// One-line items of dialogs: labels, check boxes, radio choices and input
+// fields. Each renders itself to a markup line in a text area.
+#pragma once
+
+#include <string>
+
+namespace Merel {
+
+class TextArea;
+
+class Item {
+ public:
+  // Called after the focused flag changed.
+  virtual void OnFocusChanged() {}
+  virtual ~Item() = default;
+  virtual void Draw(TextArea& area) = 0;
+  virtual void SetFocused(bool focused);
+
+  bool IsShown() const { return _shown; }
+  bool IsFocused() const { return _focused; }
+  bool IsSelectable() const { return _selectable; }
+  void SetShown(bool shown) { _shown = shown; }
+  void SetSelectable(bool selectable) { _selectable = selectable; }
+
+ protected:
+  bool _shown = true;
+  bool _focused = false;
+  bool _selectable = true;
+};
+
+class LabelItem : public Item {
+ public:
+  explicit LabelItem(std::string label, bool selectable = true);
+  void Draw(TextArea& area) override;
+  const std::string& GetLabel() const { return _label; }
+  void SetLabel(std::string label) { _label = std::move(label); }
+
+ private:
+  std::string _label;
+};
+
+class CheckItem : public Item {
+ public:
+  CheckItem(std::string label, bool checked, int indent = 0);
+  void Draw(TextArea& area) override;
+  bool IsChecked() const { return _checked; }
+  void SetChecked(bool checked) { _checked = checked; }
+  const std::string& GetLabel() const { return _label; }
+
+ protected:
+  virtual const char* Box() const { return _checked ? "[X] " : "[ ] "; }
+  bool _checked;
+  int _indent;
+  std::string _label;
+};
+
+class RadioItem : public CheckItem {
+ public:
+  using CheckItem::CheckItem;
+
+ protected:
+  const char* Box() const override { return _checked ? "(o) " : "( ) "; }
+};
+
+class InputItem : public Item {
+ public:
+  // fieldWidth -1: half the text area's width minus 1.
+  InputItem(std::string label, std::string value, int fieldWidth = -1);
+  void Draw(TextArea& area) override;
+  void HandleKey(int key);
+  const std::string& GetValue() const { return _value; }
+  void SetValue(const std::string& value);
+  void SetPassword(bool password) { _password = password; }
+  const std::string& GetLabel() const { return _label; }
+  void SetLabel(std::string label) { _label = std::move(label); }
+  int GetCursor() const { return _cursor; }
+  int GetScroll() const { return _scroll; }
+  bool IsPristine() const { return _pristine; }
+  // The markup line for a text area `width` wide (also updates the scroll).
+  std::string Render(int width);
+
+ private:
+  std::string _label;
+  std::string _value;
+  int _fieldWidth;
+  bool _password = false;
+  int _cursor = 0;
+  int _scroll = 0;
+  bool _pristine = true;
+};
+
+}  // namespace Merel
