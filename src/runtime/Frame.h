@@ -43,6 +43,15 @@ class Frame : public Window {
   // -2 on time-out, -1 on error. `interval` null = no time-out.
   static int ReadKey(const struct timeval* interval);
 
+  // The deadlines of one key wait started at `start`: the screen dims at
+  // `dim`; a logged-in session times out after `idle` when `idleActive`.
+  struct Deadlines {
+    struct timeval dim;
+    struct timeval idle;
+    bool idleActive;
+  };
+  static Deadlines ComputeDeadlines(const struct timeval& start, bool useIdleLimit);
+
   static void InitSignals();
   static void* SignalHandler(void*);
   static void LoadIdleTimeout();
@@ -62,6 +71,17 @@ class Frame : public Window {
   // The smart-card check run by the key wait after a smart-card event; set by
   // the login code (the runtime knows nothing of smart cards itself).
   static std::function<void()> _smartCardCheck;
+
+  // Milliseconds without a key before the screen dims (60 s); also the
+  // shortest idle time-out. Tests shorten it; nothing else changes it.
+  static long _dimAfterMs;
+
+  // Test aid for the terminal acceptance tests: when MEREL_KEY_TRACE names a
+  // file at start-up, every real key the key wait returns is appended to it
+  // as a decimal number and a line break, so a test can see exactly which key
+  // code a byte sequence became. -1 (the normal case) = no trace.
+  static void OpenKeyTrace();
+  static int _keyTraceFd;
 
  protected:
   Frame* _parentFrame = nullptr;

@@ -1,6 +1,7 @@
 // Colours and the escape-sequence key table, set up once after curses starts.
 #pragma once
 
+#include <curses.h>
 #include <termios.h>
 
 namespace Merel {
@@ -18,6 +19,18 @@ void InitColors();
 void InitKeys();
 // Attribute for text of `foreground` on `background` (background first).
 int ColorAttr(int background, int foreground);
+
+// A curses attribute has room for only 8 bits of colour pair, but pair numbers
+// go well past 255 on terminals with more than 16 colours (xterm-256color).
+// These apply a ColorAttr value through the extended-pair calls so the right
+// colours come out on every terminal. Pass the value exactly as ColorAttr
+// returned it (do not OR other attributes into it).
+void SplitColorAttr(int colorAttr, attr_t& attributes, int& pair);
+// wbkgd with a ColorAttr value: every cell of the window takes the new
+// colours (text and lines included; text areas redraw their own colours).
+void SetBackground(WINDOW* window, int colorAttr);
+// wattr_set with a ColorAttr value: what is written next uses these colours.
+void SetAttributes(WINDOW* window, int colorAttr);
 
 }  // namespace Merel
 

@@ -33,6 +33,9 @@ class ItemList : public Window {
   void DrawItems();
 
  private:
+  // Sets the focused flag on the current item and clears it on the others.
+  void UpdateFocus();
+
   std::vector<std::unique_ptr<Item>> _items;
   std::vector<TextArea*> _rows;
   int _top = 0;

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "Window.h"
 
@@ -25,6 +26,8 @@ class TextArea : public Window {
   void Draw(bool flag) override;
   void Scroll(int lines);
   const std::string& GetText() const { return _text; }
+  // Replaces the variable table (tests and fuzzing use fake getters).
+  void SetVariables(VariableTable variables) { _variables = std::move(variables); }
 
   // The layout pass: alignment, variables and wrapping; colour tags pass through.
   static std::string Layout(const std::string& text, int width, const VariableTable& variables);

@@ -1,0 +1,196 @@
+// Start-up and shutdown of the console. Everything after start-up happens in
+// the root frame's loop; the process normally ends by exit(0) from the key
+// wait (resize, termination, restart request) and is started again by the
+// system.
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include <curses.h>
+#include <fcntl.h>
+#include <linux/kd.h>
+#include <linux/vt.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <syslog.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "Command.h"
+#include "Frame.h"
+#include "HostCtl/HostCtlException.h"
+#include "HostLibraries.h"
+#include "Platform.h"
+#include "Terminal.h"
+#include "WelcomeWindow.h"
+
+namespace {
+
+const char* const kPidFile = "/var/run/merel.pid";
+
+// Step 2: a VT number in 1..63, or 0 for "no switch".
+int ParseVirtualTerminal(int argc, char** argv) {
+  if (argc < 2) {
+    return 0;
+  }
+  long vt = strtol(argv[1], nullptr, 10);
+  if (vt < 1 || vt > 63) {
+    Platform::Syslog(LOG_ERR, "Invalid VT specified for MEREL: %s", argv[1]);
+    return 0;
+  }
+  return static_cast<int>(vt);
+}
+
+// Step 5: nothing the program or its libraries print may reach the terminal.
+void SilenceStandardError() {
+  int fd = open("/dev/null", O_WRONLY);
+  if (fd >= 0) {
+    dup2(fd, STDERR_FILENO);
+    close(fd);
+  }
+}
+
+// Step 7. "linux" is kept only on the real console; a remote terminal that
+// calls itself "linux" is driven as a VT102.
+void ChooseTerminalType() {
+  const char* term = getenv("TERM");
+  char keyboardType = 0;
+  if (ioctl(STDOUT_FILENO, KDGKBTYPE, &keyboardType) == 0) {
+    usingKeyboard = true;
+    setenv("TERM", "linux", 1);
+  } else if (term != nullptr) {
+    if (strcmp(term, "linux") == 0) {
+      setenv("TERM", "vt102", 1);
+    } else if (strcmp(term, "xterm") == 0 && getenv("SSH_CLIENT") == nullptr) {
+      usingKeyboard = true;
+    }
+  }
+  setenv("TERMINFO", "/usr/share/terminfo", 0);
+  setenv("TERM", "vt102", 0);
+}
+
+// Step 8.
+void StartLogging() {
+  Log_SetProductInfo(ProductState_GetName(), ProductState_GetVersion(),
+                     ProductState_GetBuildNumberString(), ProductState_GetCompilationOption());
+  Log_InitWithSyslogSimpleInt("MEREL", Log_CfgInterface(), "MEREL");
+  Platform::OpenLog("MEREL", LOG_PID, LOG_USER);
+  Platform::SetLogMask(LOG_UPTO(LOG_INFO));  // 127: debug messages are dropped
+  Platform::Syslog(LOG_INFO, "Starting MEREL");
+}
+
+// Step 9. A second instance still runs; it only leaves the pid file to the
+// first, which is the one other tools signal.
+void ClaimPidFile() {
+  const std::string path = Platform::HostPath(kPidFile);
+  int pid = 0;
+  if (FILE* file = fopen(path.c_str(), "r")) {
+    if (fscanf(file, "%d", &pid) != 1) {
+      pid = 0;
+    }
+    fclose(file);
+  }
+  if (pid > 0 && kill(pid, 0) == 0) {
+    Platform::Syslog(LOG_ERR, "Attempt to run multiple MEREL instances, not updating %s",
+                     path.c_str());
+    return;
+  }
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd >= 0) {
+    dprintf(fd, "%d", static_cast<int>(getpid()));
+    close(fd);
+  }
+}
+
+// Step 10. This is the machine's real console, never a host path: off the
+// host (and in tests) opening it simply fails and nothing happens.
+void SwitchVirtualTerminal(int vt) {
+  int fd = open("/dev/console", O_RDWR | O_CLOEXEC);
+  if (fd < 0) {
+    return;
+  }
+  if (ioctl(fd, VT_ACTIVATE, vt) != 0) {
+    ioctl(fd, VT_WAITACTIVE, vt);
+  }
+  close(fd);
+  // On its own VT nobody should be able to suspend the console.
+  orig_termios.c_cc[VSUSP] = 0;
+  tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
+}
+
+// Step 11. The host has en_US.UTF-8; a machine without it still gets UTF-8.
+void SetLocale() {
+  if (setlocale(LC_ALL, "en_US.UTF-8") == nullptr) {
+    setlocale(LC_ALL, "C.UTF-8");
+  }
+}
+
+void EndCurses() {
+  endwin();
+}
+
+// Step 12.
+void StartCurses() {
+  initscr();
+  start_color();
+  // Every exit(0) of the key wait must leave the terminal usable.
+  atexit(EndCurses);
+  curs_set(0);
+  cbreak();
+  noecho();
+  keypad(stdscr, TRUE);
+  Merel::InitColors();
+  Merel::InitKeys();
+  refresh();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The host must exist before anything touches it (logging included). This
+  // is the only message ever printed: curses has not started and standard
+  // error is still the terminal.
+  std::string error;
+  if (!Platform::Select(error)) {
+    fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+  }
+  Merel::Frame::OpenKeyTrace();
+
+  // Step 1 (character-classification tables) needs nothing here.
+  const int vt = ParseVirtualTerminal(argc, argv);
+  Merel::Frame::InitSignals();
+  Merel::Frame::LoadIdleTimeout();
+  SilenceStandardError();
+  tcgetattr(STDOUT_FILENO, &orig_termios);
+  ChooseTerminalType();
+  StartLogging();
+  ClaimPidFile();
+  if (vt != 0) {
+    SwitchVirtualTerminal(vt);
+  }
+  SetLocale();
+  StartCurses();
+
+  // Step 13: the welcome screen covers the whole screen and has no parent;
+  // its loop is the program's main loop.
+  std::unique_ptr<Merel::Frame> root = std::make_unique<Merel::WelcomeWindow>(0, 0, COLS, LINES);
+  try {
+    Merel::Frame::Run(root.get());
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "MEREL aborted by exception: %s", e.what());
+  }
+  root.reset();
+  erase();
+  refresh();
+  endwin();
+  // The Linux console's palette reset, undoing InitColors' redefinitions.
+  if (write(STDOUT_FILENO, "\033]R", 3) < 0) {
+    // Nothing left to report it to.
+  }
+  return 0;
+}

@@ -1,0 +1,146 @@
+// The keyboard layout chooser: one radio line per layout the host offers.
+// Moving does not change the choice; Space does, and Enter sets the chosen
+// layout on the host.
+#include "KeyboardDialog.h"
+
+#include <syslog.h>
+
+#include <memory>
+
+#include "HostCtl/HostCtlException.h"
+#include "NexCtl/SystemInfoImpl.h"
+#include "Platform.h"
+#include "StringFactory.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 76;
+constexpr int kHeight = 18;
+// Title on row 1 and the two-line help text on rows 3 and 4; the body then
+// has eight rows of layouts above the footer.
+constexpr int kTitleHeight = 6;
+
+constexpr int kEnter = 10;
+constexpr int kEscape = 27;
+constexpr int kSpace = ' ';
+
+constexpr uint32_t kTitle = 16;  // "Configure Keyboard"
+constexpr uint32_t kText = 256;  // "If you are having difficulty using your keyboard, ..."
+
+const char* const kFooter =
+    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
+    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}"
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
+    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+
+// A radio line that shows where the selection is; the plain one draws the same
+// whether it has the focus or not.
+class LayoutItem : public RadioItem {
+ public:
+  using RadioItem::RadioItem;
+  void Draw(TextArea& area) override {
+    if (IsFocused()) {
+      area.SetText(std::string(Box()) + "{bgcolor:white}{color:black}" + _label +
+                   "{/color}{/bgcolor}");
+    } else {
+      RadioItem::Draw(area);
+    }
+  }
+};
+
+}  // namespace
+
+KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  std::string current;
+  try {
+    NexCtl::System::SystemInfoImpl system;
+    _layouts = system.GetKeyboardLayouts();
+    current = system.GetKeyboardLayout();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting keyboard layouts failed: %s", e.what());
+  }
+
+  for (size_t i = 0; i < _layouts.size() && _chosen == -1; ++i) {
+    if (_layouts[i] == current) {
+      _chosen = static_cast<int>(i);
+    }
+  }
+  std::vector<std::unique_ptr<Item>> items;
+  for (size_t i = 0; i < _layouts.size(); ++i) {
+    auto item = std::make_unique<LayoutItem>(_layouts[i], static_cast<int>(i) == _chosen);
+    _radios.push_back(item.get());
+    items.push_back(std::move(item));
+  }
+  if (_contentWindow != nullptr) {
+    _list = Window::Make<ItemList>(_contentWindow, 0, 0, _contentWindow->GetWidth(),
+                                   _contentWindow->GetHeight());
+    _list->SetItems(std::move(items));
+  }
+}
+
+void KeyboardDialog::Choose(int index) {
+  if (_chosen >= 0) {
+    _radios[static_cast<size_t>(_chosen)]->SetChecked(false);
+  }
+  _radios[static_cast<size_t>(index)]->SetChecked(true);
+  _chosen = index;
+  _list->DrawItems();
+}
+
+bool KeyboardDialog::Apply() {
+  if (_layouts.empty()) {
+    return false;
+  }
+  // A current layout the host does not list leaves nothing chosen; the first
+  // layout is then what Enter sets.
+  const std::string& name = _layouts[static_cast<size_t>(_chosen >= 0 ? _chosen : 0)];
+  try {
+    NexCtl::System::SystemInfoImpl().SetKeyboardLayout(name);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Setting keyboard layout failed: %s", e.what());
+    return false;
+  }
+  Platform::Syslog(LOG_INFO, "Keyboard Layout changed to %s", name.c_str());
+  return true;
+}
+
+int KeyboardDialog::Loop() {
+  SetTitle(_strings->GetString(kTitle));
+  SetText(_strings->GetString(kText));
+  SetFooter(kFooter);
+  Window::ShowCursor(false);
+  if (_list == nullptr) {
+    return 0;
+  }
+  // Start on the chosen layout, scrolled into view.
+  for (int i = 0; i < _chosen; ++i) {
+    _list->Next();
+  }
+  _list->DrawItems();
+  while (true) {
+    // From the login nobody is logged in yet, and no idle limit applies.
+    switch (Frame::WaitForKey(this, Frame::_loggedIn)) {
+      case KEY_UP:
+        _list->Prev();
+        break;
+      case KEY_DOWN:
+        _list->Next();
+        break;
+      case kSpace:
+        if (_list->Count() > 0) {
+          Choose(_list->CurrentIndex());
+        }
+        break;
+      case kEnter:
+        return Apply() ? 1 : 0;
+      case kEscape:
+        return 0;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

@@ -1,0 +1,352 @@
+// The login dialog. It is only 60 x 9, so it does not use the stock content
+// area (there is no room for one under a title and a two-line prompt): the
+// prompt and the three lines live in the dark-grey title area, and the yellow
+// body is just the footer strip.
+//
+//   row 0  border
+//   row 1  "Authentication Required"
+//   row 2  "Enter an authorized login name and password for <host>"
+//   row 3    (a long host name wraps here)
+//   row 4  Configured Keyboard (US Default)
+//   row 5  Login Name:            [ root                       ]
+//   row 6  Password:              [                            ]
+//   row 7  footer
+//   row 8  border
+#include "LoginDialog.h"
+
+#include <security/pam_appl.h>
+#include <syslog.h>
+
+#include <cctype>
+#include <memory>
+#include <vector>
+
+#include "Command.h"
+#include "HostCtl/HostCtlException.h"
+#include "HostLibraries.h"
+#include "KeyboardDialog.h"
+#include "MessageDialog.h"
+#include "NexCtl/SmartCardInfoImpl.h"
+#include "NexCtl/SystemInfoImpl.h"
+#include "PamAuth.h"
+#include "Platform.h"
+#include "StringFactory.h"
+#include "TextArea.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 60;
+constexpr int kHeight = 9;
+constexpr int kTitleHeight = 7;
+constexpr int kFieldsX = 3;
+constexpr int kPromptY = 2;
+constexpr int kPromptHeight = 2;
+constexpr int kListY = kPromptY + kPromptHeight;
+constexpr int kListRows = 3;
+
+constexpr int kTab = 9;
+constexpr int kEnter = 10;
+constexpr int kEscape = 27;
+constexpr int kCtrlH = 8;
+
+// String table keys.
+constexpr uint32_t kTitle = 144;            // "Authentication Required"
+constexpr uint32_t kPasswordPrompt = 145;   // "Enter an authorized login name and password for "
+constexpr uint32_t kPinPrompt = 146;        // "Enter the smart card login PIN for "
+constexpr uint32_t kDeniedTitle = 147;      // "Authentication Denied"
+constexpr uint32_t kLoginNameLabel = 149;   // "Login Name:"
+constexpr uint32_t kLoginIdLabel = 150;     // "Login Id:"
+constexpr uint32_t kPasswordLabel = 151;    // "Password:"
+constexpr uint32_t kPinLabel = 152;         // "PIN:"
+constexpr uint32_t kFailedTitle = 153;      // "Authentication failed"
+constexpr uint32_t kInvalidLogin = 154;     // "Invalid login or password."
+constexpr uint32_t kNoPermission = 155;     // "User does not have permission to login to MEREL."
+constexpr uint32_t kPasswordExpired = 156;  // "Password has expired.\nYou will be prompted..."
+
+const char* const kFooter =
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
+    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+// The stray ">" after "black" is how this footer has always been written; the
+// markup treats the unknown colour name as no colour change.
+const char* const kSmartCardFooter =
+    "{align:left}{color:black>}<F3>{/color} {color:dark-grey}Switch PIN/Password "
+    "Login{/color}{/align}{align:right}{color:black}<Enter>{/color} "
+    "{color:dark-grey}OK{/color}  {color:black}<Esc>{/color} "
+    "{color:dark-grey}Cancel{/color}{/align}";
+
+// The first line. A plain label would not show that it has the focus, and
+// with the text cursor hidden there the user could not tell where Enter goes.
+class KeyboardLineItem : public LabelItem {
+ public:
+  using LabelItem::LabelItem;
+  void Draw(TextArea& area) override {
+    if (IsFocused()) {
+      area.SetText("{bgcolor:white}{color:black}" + GetLabel() + "{/color}{/bgcolor}");
+    } else {
+      LabelItem::Draw(area);
+    }
+  }
+};
+
+std::string KeyboardLineText() {
+  std::string layout;
+  try {
+    layout = NexCtl::System::SystemInfoImpl().GetKeyboardLayout();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting keyboard layout failed: %s", e.what());
+    layout = "N/A";
+  }
+  return "Configured Keyboard (" + layout + ")";
+}
+
+// The login-failed event; `denied` picks the text for an account that may
+// not log in (expired or no permission) over the one for a failed password.
+void PostLoginFailedEvent(bool denied, const std::string& user) {
+  if (InitObsvLibrary() != 0) {
+    return;  // The event service is optional; the syslog line stands.
+  }
+  if (denied) {
+    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Access denied for user %s",
+                        user.c_str());
+  } else {
+    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Authentication of user %s failed",
+                        user.c_str());
+  }
+  ObsvUserLib_Close();
+}
+
+}  // namespace
+
+LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
+  const char* name = user.c_str();
+  LoginOutcome outcome;
+  switch (pamResult) {
+    case PAM_SUCCESS:
+      // Level 0 of the auth facility is deliberate: a console login is an
+      // event the host's log collectors must never filter out.
+      Platform::Syslog(LOG_AUTH | LOG_EMERG, "Authentication of user %s succeeded", name);
+      Platform::Syslog(LOG_INFO, "User %s logged in", name);
+      AuditLog_Session("login.connect", name, 1, nullptr, nullptr);
+      outcome.success = true;
+      return outcome;
+    case PAM_NEW_AUTHTOK_REQD:
+      Platform::Syslog(LOG_AUTH | LOG_ERR, "Password has expired for user %s", name);
+      AuditLog_Session("login.connect", name, 0, "reason", "Password expired");
+      PostLoginFailedEvent(true, user);
+      outcome.titleKey = kDeniedTitle;
+      outcome.messageKey = kPasswordExpired;
+      // The old password is of no use once the new one is set.
+      outcome.clearPassword = true;
+      return outcome;
+    case PAM_PERM_DENIED:
+      Platform::Syslog(LOG_AUTH | LOG_ERR, "Access denied for user %s", name);
+      AuditLog_Session("login.connect", name, 0, "reason", "No permission");
+      PostLoginFailedEvent(true, user);
+      outcome.titleKey = kDeniedTitle;
+      outcome.messageKey = kNoPermission;
+      return outcome;
+    default:
+      // Every other PAM answer (wrong password, unknown user, a module that
+      // cannot be loaded) is an invalid login as far as the user is told.
+      Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", name);
+      AuditLog_Session("login.connect", name, 0, "reason", "Invalid Login");
+      PostLoginFailedEvent(false, user);
+      outcome.titleKey = kFailedTitle;
+      outcome.messageKey = kInvalidLogin;
+      outcome.clearPassword = true;
+      return outcome;
+  }
+}
+
+LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  try {
+    _smartCardSupported = NexCtl::Hardware::SmartCardInfoImpl().IsSupported();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting smart card support failed: %s", e.what());
+  }
+  const int width = _titleWindow->GetWidth() - 2 * kFieldsX;
+  _prompt = Window::Make<TextArea>(_titleWindow, kFieldsX, kPromptY, width, kPromptHeight,
+                                   _titleWindow->GetForeground());
+  _list = Window::Make<ItemList>(_titleWindow, kFieldsX, kListY, width, kListRows);
+  BuildItems("root");
+}
+
+LoginDialog::~LoginDialog() = default;
+
+void LoginDialog::BuildItems(const std::string& name) {
+  StringFactory& strings = *_strings;
+  std::vector<std::unique_ptr<Item>> items;
+  auto keyboard = std::make_unique<KeyboardLineItem>(KeyboardLineText());
+  auto nameItem = std::make_unique<InputItem>(
+      strings.GetString(_pinMode ? kLoginIdLabel : kLoginNameLabel), name);
+  auto password =
+      std::make_unique<InputItem>(strings.GetString(_pinMode ? kPinLabel : kPasswordLabel), "");
+  password->SetPassword(true);
+  _keyboardLine = keyboard.get();
+  _nameItem = nameItem.get();
+  _passwordItem = password.get();
+  items.push_back(std::move(keyboard));
+  items.push_back(std::move(nameItem));
+  items.push_back(std::move(password));
+  _list->SetItems(std::move(items));
+  // With a name in place (normally "root") the password is all that is left
+  // to type; the other lines are one or two Up away.
+  _list->SelectShown(name.empty() ? 1 : 2);
+}
+
+void LoginDialog::ShowTexts() {
+  SetTitle(_strings->GetString(kTitle));
+  _prompt->SetText(std::string(_strings->GetString(_pinMode ? kPinPrompt : kPasswordPrompt)) +
+                   TextArea::GetHostnameValue());
+  SetFooter(_smartCardSupported && !_pinMode ? kSmartCardFooter : kFooter);
+}
+
+void LoginDialog::DrawFields() {
+  const bool onField = _list->Current() != _keyboardLine;
+  // Shown before the rows are drawn: the current field's row places the
+  // cursor last.
+  Window::ShowCursor(onField);
+  _list->DrawItems();
+}
+
+std::string LoginDialog::CardUserId() {
+  NexCtl::Hardware::SmartCardInfoImpl card;
+  try {
+    if (!card.IsCardPresent()) {
+      return "";
+    }
+    const std::vector<std::string> ids = card.LookupTokens();
+    return ids.empty() ? "" : ids.front();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Error trying to lookup smart card tokens: %s", e.what());
+    return "";
+  }
+}
+
+void LoginDialog::SwitchMode() {
+  _pinMode = !_pinMode;
+  // The secret never carries over between a password and a PIN. The login
+  // id starts as the card's user when a card is in the reader.
+  std::string name = _nameItem->GetValue();
+  if (_pinMode) {
+    const std::string id = CardUserId();
+    if (!id.empty()) {
+      name = id;
+    }
+  }
+  BuildItems(name);
+  ShowTexts();
+  DrawFields();
+}
+
+void LoginDialog::Update() {
+  // A card put in while the PIN form is open fills in its user, unless the
+  // user has already typed a login id of their own.
+  if (!_pinMode || !_nameItem->IsPristine()) {
+    return;
+  }
+  const std::string id = CardUserId();
+  if (!id.empty() && id != _nameItem->GetValue()) {
+    _nameItem->SetValue(id);
+    DrawFields();
+  }
+}
+
+void LoginDialog::ChooseKeyboard() {
+  {
+    KeyboardDialog dialog(this);
+    Frame::Run(&dialog);
+  }
+  // The chooser may have changed the layout; the typed values stay.
+  _keyboardLine->SetLabel(KeyboardLineText());
+  DrawFields();
+}
+
+bool LoginDialog::Submit() {
+  _user = _nameItem->GetValue();
+  const int result = Authenticate(_user, _passwordItem->GetValue());
+  const LoginOutcome outcome = RecordLoginResult(result, _user);
+  if (outcome.success) {
+    Frame::_loginName = _user;
+    Frame::_isLoggedWithSmartCard = _pinMode;
+    Frame::_smartCardLoginId = _pinMode ? _user : std::string();
+    Frame::_cardInfo.clear();
+    Frame::SetLoggedIn(true);
+    return true;
+  }
+  {
+    MessageDialog message(this, outcome.titleKey, outcome.messageKey);
+    Frame::Run(&message);
+  }
+  // An expired password is where the password change will take over
+  // (Frame::_loginName = _user, then the change dialog); until it exists the
+  // user is simply asked to log in again.
+  if (outcome.clearPassword) {
+    _passwordItem->SetValue("");
+  }
+  DrawFields();
+  return false;
+}
+
+int LoginDialog::Loop() {
+  ShowTexts();
+  DrawFields();
+  while (true) {
+    const int key = Frame::WaitForKey(this, false);
+    Item* current = _list->Current();
+    auto* field = current == _keyboardLine ? nullptr : static_cast<InputItem*>(current);
+    switch (key) {
+      case kEscape:
+        Window::ShowCursor(false);
+        return 0;
+      case KEY_UP:
+        _list->Prev();
+        DrawFields();
+        break;
+      case KEY_DOWN:
+        _list->Next();
+        DrawFields();
+        break;
+      case kTab:
+      case kEnter:
+        if (key == kEnter && current == _keyboardLine) {
+          ChooseKeyboard();
+        } else if (key == kEnter && current == _passwordItem) {
+          if (Submit()) {
+            Window::ShowCursor(false);
+            return 1;
+          }
+        } else {
+          _list->Next();
+          DrawFields();
+        }
+        break;
+      case KEY_F(3):
+        if (_smartCardSupported) {
+          SwitchMode();
+        }
+        break;
+      case KEY_DC:
+      case KEY_BACKSPACE:
+      case kCtrlH:
+      case KEY_LEFT:
+      case KEY_RIGHT:
+      case KEY_END:
+        if (field != nullptr) {
+          field->HandleKey(key);
+          DrawFields();
+        }
+        break;
+      default:
+        if (field != nullptr && key >= 0 && key <= 255 && isprint(key)) {
+          field->HandleKey(key);
+          DrawFields();
+        }
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

@@ -1,0 +1,68 @@
+// The console login: a login name (or smart-card login id) and a password (or
+// PIN) checked through PAM, with the outcome reported to syslog, the audit log
+// and the event service.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Dialog.h"
+#include "ItemList.h"
+
+namespace Merel {
+
+// What one authentication result means for the console. The reporting (syslog,
+// audit record, event) is done by RecordLoginResult; the dialog then shows
+// the message, if any, and stays open unless `success`.
+struct LoginOutcome {
+  bool success = false;
+  uint32_t titleKey = 0;    // message dialog title; 0 when nothing is shown
+  uint32_t messageKey = 0;  // message dialog text
+  bool clearPassword = false;
+};
+// Logs, audits and reports the PAM result of `user`'s login attempt.
+LoginOutcome RecordLoginResult(int pamResult, const std::string& user);
+
+// Run by the key wait after a smart-card event: ends the process when the
+// card of a smart-card session has gone, and notes a card that arrives while
+// nobody is logged in. Installed as Frame::_smartCardCheck by Login().
+void SmartCardCheck();
+
+class LoginDialog : public Dialog {
+ public:
+  explicit LoginDialog(Frame* parent);
+  ~LoginDialog() override;
+  // 1 when a user was authenticated (Frame::_loginName is set and the session
+  // flag raised), 0 when cancelled with Esc.
+  int Loop() override;
+  // A smart card came or went while the dialog is in front.
+  void Update() override;
+
+  bool IsPinMode() const { return _pinMode; }
+
+ private:
+  // (Re)creates the three lines for the current mode; `name` goes into the
+  // login name / login id field. The password / PIN field becomes current,
+  // or the name field when `name` is empty.
+  void BuildItems(const std::string& name);
+  void ShowTexts();
+  void SwitchMode();
+  // Redraws the lines and shows the text cursor only on an input field.
+  void DrawFields();
+  void ChooseKeyboard();
+  // One authentication attempt with the typed values; true on success.
+  bool Submit();
+  // The first user id on the smart card, empty when none (or unreadable).
+  std::string CardUserId();
+
+  TextArea* _prompt = nullptr;
+  ItemList* _list = nullptr;
+  LabelItem* _keyboardLine = nullptr;
+  InputItem* _nameItem = nullptr;
+  InputItem* _passwordItem = nullptr;
+  std::string _user;
+  bool _pinMode = false;
+  bool _smartCardSupported = false;
+};
+
+}  // namespace Merel

@@ -1,0 +1,41 @@
+// The answer to F2 on a host whose administrator has disabled direct console
+// access: there is nothing to type, only the reason and OK.
+#include "LoginDisabledDialog.h"
+
+#include "StringFactory.h"
+#include "TextArea.h"
+
+namespace Merel {
+
+namespace {
+
+// The same box as the login it stands in for; six title rows leave room for
+// the two lines the sentence and a host name take at this width.
+constexpr int kWidth = 60;
+constexpr int kHeight = 9;
+constexpr int kTitleHeight = 6;
+constexpr int kEnter = 10;
+
+constexpr uint32_t kTitle = 147;  // "Authentication Denied"
+constexpr uint32_t kMessage =
+    148;  // "Direct console access has been disabled by the administrator for "
+
+const char* const kFooter =
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
+
+}  // namespace
+
+LoginDisabledDialog::LoginDisabledDialog(Frame* parent)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
+
+int LoginDisabledDialog::Loop() {
+  SetTitle(_strings->GetString(kTitle));
+  SetText(std::string(_strings->GetString(kMessage)) + TextArea::GetHostnameValue());
+  SetFooter(kFooter);
+  // Nobody is logged in, so no idle limit applies.
+  while (Frame::WaitForKey(this, false) != kEnter) {
+  }
+  return 0;
+}
+
+}  // namespace Merel

@@ -1,0 +1,95 @@
+// PAM for the console login. The password is handed to the conversation as
+// application data rather than kept in a global, so two transactions can
+// never see each other's secret.
+#include "PamAuth.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace Merel {
+
+const char* const MEREL_APP = "merel";
+
+int LoginConversation(int numMsg,
+                      const struct pam_message** msg,
+                      struct pam_response** resp,
+                      void* appdata) {
+  if (numMsg <= 0 || numMsg > PAM_MAX_NUM_MSG || msg == nullptr) {
+    return PAM_CONV_ERR;
+  }
+  bool needsAnswer = false;
+  for (int i = 0; i < numMsg; ++i) {
+    if (msg[i] == nullptr) {
+      return PAM_CONV_ERR;
+    }
+    const int style = msg[i]->msg_style;
+    if (style == PAM_PROMPT_ECHO_OFF || style == PAM_PROMPT_ECHO_ON) {
+      needsAnswer = true;
+    }
+  }
+  if (resp == nullptr) {
+    // Modules that only report (an error or a notice) may pass no answer
+    // array at all; the console has nowhere to show such text at this point.
+    return needsAnswer ? PAM_CONV_ERR : PAM_SUCCESS;
+  }
+  *resp = nullptr;
+  if (needsAnswer && appdata == nullptr) {
+    return PAM_CONV_ERR;
+  }
+
+  auto* replies = static_cast<struct pam_response*>(calloc(numMsg, sizeof(struct pam_response)));
+  if (replies == nullptr) {
+    return PAM_BUF_ERR;
+  }
+  const char* secret = static_cast<const char*>(appdata);
+  for (int i = 0; i < numMsg; ++i) {
+    switch (msg[i]->msg_style) {
+      case PAM_PROMPT_ECHO_OFF:
+      case PAM_PROMPT_ECHO_ON:
+        replies[i].resp = strdup(secret);
+        if (replies[i].resp == nullptr) {
+          for (int j = 0; j < i; ++j) {
+            free(replies[j].resp);
+          }
+          free(replies);
+          return PAM_BUF_ERR;
+        }
+        break;
+      case PAM_ERROR_MSG:
+      case PAM_TEXT_INFO:
+        break;
+      default:
+        // A binary or unknown request cannot be answered by a password.
+        for (int j = 0; j < i; ++j) {
+          free(replies[j].resp);
+        }
+        free(replies);
+        return PAM_CONV_ERR;
+    }
+  }
+  *resp = replies;
+  return PAM_SUCCESS;
+}
+
+int Authenticate(const std::string& user, const std::string& password) {
+  char* secret = strdup(password.c_str());
+  if (secret == nullptr) {
+    return PAM_BUF_ERR;
+  }
+  const struct pam_conv conversation = {LoginConversation, secret};
+  pam_handle_t* handle = nullptr;
+  int result = pam_start(MEREL_APP, user.c_str(), &conversation, &handle);
+  if (result == PAM_SUCCESS) {
+    result = pam_authenticate(handle, PAM_SILENT);
+    if (result == PAM_SUCCESS) {
+      result = pam_acct_mgmt(handle, PAM_SILENT);
+    }
+    pam_end(handle, result);
+  }
+  // The copy is wiped before it goes back to the allocator.
+  explicit_bzero(secret, strlen(secret));
+  free(secret);
+  return result;
+}
+
+}  // namespace Merel

@@ -1,0 +1,30 @@
+// The console's PAM transactions for the login: one conversation of the
+// program's own and one authenticate + account check per attempt.
+#pragma once
+
+#include <security/pam_appl.h>
+
+#include <string>
+
+namespace Merel {
+
+// The PAM service of the console: the program's own name in lower case.
+extern const char* const MEREL_APP;  // "merel"
+
+// The login conversation. `appdata` is the NUL-terminated secret the user
+// typed; every prompt (echo on or off) is answered with a copy of it, error
+// and information messages get no answer. Modules may call this with a null
+// `resp` when they only report messages; that is fine as long as no message
+// asks for an answer. Returns PAM_CONV_ERR for malformed calls and PAM_BUF_ERR
+// when memory runs out; on failure nothing is left allocated.
+int LoginConversation(int numMsg,
+                      const struct pam_message** msg,
+                      struct pam_response** resp,
+                      void* appdata);
+
+// pam_start("merel", user) with LoginConversation answering `password`, then
+// pam_authenticate(PAM_SILENT) and, when that succeeded, pam_acct_mgmt
+// (PAM_SILENT); pam_end with the last result, which is returned.
+int Authenticate(const std::string& user, const std::string& password);
+
+}  // namespace Merel

@@ -1,0 +1,54 @@
+// The one interface behind every platform call. A backend is chosen once
+// (Platform::Select or Platform::Install); the facades of HostCtl/ and
+// NexCtl/ and the C-style libraries only ever talk to Platform::Current().
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "HostState.h"
+
+namespace Platform {
+
+class Backend {
+ public:
+  virtual ~Backend() = default;
+
+  // See Platform.h for the meaning of these.
+  virtual std::string HostPath(const std::string& hostPath) = 0;
+  virtual pid_t Spawn(const char* path,
+                      char* const argv[],
+                      char* const envp[],
+                      int in,
+                      int out,
+                      int err) = 0;
+  virtual int System(const char* command) = 0;
+  // One formatted syslog record; the mask has been applied already.
+  virtual void WriteSyslog(const std::string& ident,
+                           bool withPid,
+                           int facility,
+                           int level,
+                           const std::string& message) = 0;
+  virtual bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) = 0;
+
+  // The host's state. Load reads it afresh; Modify is an atomic
+  // read-modify-write (no update of another process is lost). Both throw
+  // HostCtl::Lib::HostCtlException when the state cannot be read or written;
+  // an exception thrown by `change` leaves the state untouched.
+  virtual HostState Load() = 0;
+  virtual void Modify(const std::function<void(HostState&)>& change) = 0;
+
+  // Event service and audit log.
+  virtual bool EventServiceAvailable() = 0;
+  virtual void PostEvent(const std::string& text) = 0;
+  virtual void WriteAudit(const std::string& record,
+                          const std::string& user,
+                          bool success,
+                          const std::string& name,
+                          const std::string& value) = 0;
+};
+
+}  // namespace Platform

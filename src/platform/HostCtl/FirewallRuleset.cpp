@@ -1,0 +1,32 @@
+#include "HostCtl/FirewallRuleset.h"
+
+#include "FacadeSupport.h"
+
+namespace HostCtl::System {
+
+namespace {
+
+Platform::FirewallRulesetState& Require(Platform::HostState& state, const std::string& id) {
+  for (auto& ruleset : state.firewall) {
+    if (ruleset.id == id)
+      return ruleset;
+  }
+  Platform::Fail("Firewall ruleset '" + id + "' not found");
+}
+
+}  // namespace
+
+bool FirewallRuleset::IsEnabled() const {
+  Platform::HostState state = Platform::LoadHost();
+  return Require(state, _id).enabled;
+}
+
+void FirewallRuleset::Enable() {
+  Platform::ModifyHost([&](Platform::HostState& state) { Require(state, _id).enabled = true; });
+}
+
+void FirewallRuleset::Disable() {
+  Platform::ModifyHost([&](Platform::HostState& state) { Require(state, _id).enabled = false; });
+}
+
+}  // namespace HostCtl::System

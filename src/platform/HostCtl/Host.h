@@ -1,0 +1,82 @@
+// The host as a whole: hardware, storage and system records.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace HostCtl {
+
+namespace Hardware {
+
+struct BiosData {
+  std::string vendor;
+  int major = 0;
+  int minor = 0;
+  std::string version;
+  std::string releaseDate;
+};
+
+struct HardwareInfo {
+  std::string vendor;
+  std::string model;
+  std::string uuid;
+  BiosData bios;
+  std::string bmcVersion;  // management controller firmware
+  std::string assetTag;
+  std::string serviceTag;  // empty when unknown
+};
+
+struct PciDevice {
+  std::string address;  // "0000:18:00.0"
+  std::string vendorName;
+  std::string deviceName;
+  bool passthrough = false;
+};
+
+}  // namespace Hardware
+
+namespace Storage {
+
+struct StorageAdapter {
+  std::string name;  // "hba0"
+  std::string model;
+  std::string driver;
+};
+
+struct StorageInfo {
+  std::vector<StorageAdapter> adapters;
+};
+
+}  // namespace Storage
+
+namespace System {
+
+struct AdapterFirmware {
+  std::string name;  // matches a StorageAdapter's name
+  std::string version;
+};
+
+struct SystemInfo {
+  std::string product;
+  std::string version;
+  std::string build;
+  std::vector<AdapterFirmware> adapters;
+};
+
+}  // namespace System
+
+class Host {
+ public:
+  // Each throws HostCtl::Lib::HostCtlException when the host cannot be read.
+  Hardware::HardwareInfo GetHardwareInfo() const;
+  Storage::StorageInfo GetStorageInfo() const;
+  System::SystemInfo GetSystemInfo() const;
+};
+
+class HostFactory {
+ public:
+  static std::unique_ptr<Host> GetHost();
+};
+
+}  // namespace HostCtl

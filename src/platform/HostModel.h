@@ -1,0 +1,53 @@
+// How the host behaves, on its state: which addresses an interface holds,
+// what DHCP hands out, what the gateways and name servers are in effect,
+// what answers a ping, and what power and factory operations do. Shared by
+// the NexCtl facades and the simulated host tools so that both see one host.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "HostCtl/Ipv6Network.h"
+#include "HostState.h"
+
+namespace Platform::Model {
+
+// fe80::/64 address derived from the MAC (modified EUI-64).
+std::string LinkLocalAddress(const std::string& mac);
+
+struct LiveIpv4 {
+  std::string address = "0.0.0.0";
+  std::string netmask = "0.0.0.0";
+};
+// What the interface holds now: nothing while disabled or with IPv4 "none";
+// the lease under DHCP; the static values otherwise.
+LiveIpv4 LiveIpv4Of(const HostState& state, const NexNicState& nic);
+// Link-local (scope link), router-advertised and DHCPv6 addresses and the
+// static ones; empty while disabled or with IPv6 off in the running kernel.
+std::vector<HostCtl::Network::Ipv6Network> LiveIpv6Of(const HostState& state,
+                                                      const NexNicState& nic);
+// The addresses of LiveIpv6Of that the interface obtained by itself.
+std::vector<HostCtl::Network::Ipv6Network> AutomaticIpv6Of(const HostState& state,
+                                                           const NexNicState& nic);
+
+// Under DHCP: take an address of the pool when the interface has none (and
+// the DHCP server is there).
+void EnsureLease(HostState& state, NexNicState& nic);
+
+std::string EffectiveIpv4Gateway(const HostState& state);
+std::string EffectiveIpv6Gateway(const HostState& state);
+std::vector<std::string> EffectiveIpv4NameServers(const HostState& state);
+std::vector<std::string> EffectiveIpv6NameServers(const HostState& state);
+// Whether a DNS lookup can leave the host (a server and a live address).
+bool CanUseDns(const HostState& state);
+// Whether `nexping address` gets an answer.
+bool IsReachable(const HostState& state, const std::string& address);
+
+void PowerOff(HostState& state);
+void Reboot(HostState& state);
+void ClearNetworkConfig(HostState& state);
+void AutoConfigNetwork(HostState& state);
+// What "configReset.sh --reset-only" resets.
+void ResetConfiguration(HostState& state);
+
+}  // namespace Platform::Model

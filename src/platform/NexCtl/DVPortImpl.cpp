@@ -1,0 +1,89 @@
+#include "NexCtl/DVPortImpl.h"
+
+#include <algorithm>
+
+#include "FacadeSupport.h"
+
+namespace NexCtl::Network {
+
+namespace {
+
+Platform::DVSwitchState& Require(Platform::HostState& state, const std::string& name) {
+  Platform::DVSwitchState* dvs = Platform::FindDVSwitch(state, name);
+  if (!dvs)
+    Platform::Fail("Distributed switch '" + name + "' not found");
+  return *dvs;
+}
+
+}  // namespace
+
+std::vector<HostCtl::Network::DVPort> DVPortImpl::GetPorts(const std::string& dvSwitch) {
+  Platform::HostState state = Platform::LoadHost();
+  const auto& dvs = Require(state, dvSwitch);
+  std::vector<HostCtl::Network::DVPort> ports;
+  for (const auto& port : dvs.ports) {
+    ports.emplace_back(
+        dvs.name, dvs.uuid, port.key, port.portgroupKey, port.vlanId,
+        HostCtl::Network::NicTeamingPolicy(port.activeUplinks, port.standbyUplinks,
+                                           static_cast<int>(port.activeUplinks.size())));
+  }
+  return ports;
+}
+
+std::string DVPortImpl::AddHostLocalPort(const std::string& dvSwitch,
+                                         const std::string& templatePortKey,
+                                         const std::vector<std::string>& uplinks) {
+  std::string key;
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    auto& dvs = Require(state, dvSwitch);
+    Platform::DVPortState port;
+    for (const auto& existing : dvs.ports) {
+      if (existing.key == templatePortKey)
+        port = existing;
+    }
+    int number = 0;
+    do {
+      key = "hlp-" + dvs.name + "#" + std::to_string(number++);
+    } while (std::any_of(dvs.ports.begin(), dvs.ports.end(),
+                         [&](const Platform::DVPortState& p) { return p.key == key; }));
+    port.key = key;
+    port.activeUplinks = uplinks;
+    port.standbyUplinks.clear();
+    for (const auto& uplink : uplinks) {
+      if (std::find(dvs.uplinks.begin(), dvs.uplinks.end(), uplink) == dvs.uplinks.end()) {
+        Platform::Fail("'" + uplink + "' is not an uplink of '" + dvSwitch + "'");
+      }
+    }
+    dvs.ports.push_back(port);
+  });
+  return key;
+}
+
+void DVPortImpl::AddUplink(const std::string& dvSwitch, const std::string& pnic) {
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    if (!Platform::FindPnic(state, pnic))
+      Platform::Fail("Physical NIC '" + pnic + "' not found");
+    auto& dvs = Require(state, dvSwitch);
+    for (auto& sw : state.network.vswitches) {
+      if (std::find(sw.uplinks.begin(), sw.uplinks.end(), pnic) != sw.uplinks.end()) {
+        Platform::Fail("'" + pnic + "' is in use by '" + sw.name + "'");
+      }
+    }
+    if (std::find(dvs.uplinks.begin(), dvs.uplinks.end(), pnic) == dvs.uplinks.end()) {
+      dvs.uplinks.push_back(pnic);
+    }
+  });
+}
+
+void DVPortImpl::RemoveUplink(const std::string& dvSwitch, const std::string& pnic) {
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    auto& dvs = Require(state, dvSwitch);
+    std::erase(dvs.uplinks, pnic);
+    for (auto& port : dvs.ports) {
+      std::erase(port.activeUplinks, pnic);
+      std::erase(port.standbyUplinks, pnic);
+    }
+  });
+}
+
+}  // namespace NexCtl::Network

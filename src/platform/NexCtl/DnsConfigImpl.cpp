@@ -1,0 +1,176 @@
+#include "NexCtl/DnsConfigImpl.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+
+#include "FacadeSupport.h"
+#include "HostModel.h"
+
+namespace NexCtl::Network {
+
+namespace {
+
+bool IsValidName(const std::string& name) {
+  if (name.empty() || name.size() > 253 || name.front() == '-' || name.front() == '.' ||
+      name.back() == '-' || name.back() == '.') {
+    return false;
+  }
+  return std::all_of(name.begin(), name.end(), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '.';
+  });
+}
+
+std::vector<std::string> SplitNames(const std::string& text) {
+  std::vector<std::string> names;
+  std::string current;
+  for (char c : text + " ") {
+    if (c == ' ' || c == ',' || c == '\t' || c == '\n') {
+      if (!current.empty())
+        names.push_back(current);
+      current.clear();
+    } else {
+      current += c;
+    }
+  }
+  return names;
+}
+
+}  // namespace
+
+std::string DnsConfigImpl::GetHostname() {
+  Platform::RequireNetStack(_netStack);
+  return Platform::LoadHost().network.dns.hostname;
+}
+
+std::string DnsConfigImpl::GetDomain() {
+  Platform::RequireNetStack(_netStack);
+  return Platform::LoadHost().network.dns.domain;
+}
+
+std::vector<std::string> DnsConfigImpl::GetSearchDomains() {
+  Platform::RequireNetStack(_netStack);
+  return Platform::LoadHost().network.dns.searchDomains;
+}
+
+std::vector<HostCtl::Network::Ipv4Address> DnsConfigImpl::GetNameServers() {
+  Platform::RequireNetStack(_netStack);
+  std::vector<HostCtl::Network::Ipv4Address> servers;
+  for (const auto& text : Platform::Model::EffectiveIpv4NameServers(Platform::LoadHost())) {
+    servers.emplace_back(text);
+  }
+  return servers;
+}
+
+std::vector<HostCtl::Network::Ipv6Address> DnsConfigImpl::GetIpv6NameServers() {
+  Platform::RequireNetStack(_netStack);
+  std::vector<HostCtl::Network::Ipv6Address> servers;
+  for (const auto& text : Platform::Model::EffectiveIpv6NameServers(Platform::LoadHost())) {
+    servers.emplace_back(text);
+  }
+  return servers;
+}
+
+void DnsConfigImpl::SetHostname(const std::string& hostname, bool /*fromDhcp*/) {
+  Platform::RequireNetStack(_netStack);
+  if (!IsValidName(hostname) || hostname.find('.') != std::string::npos) {
+    Platform::Fail("Invalid hostname '" + hostname + "'");
+  }
+  Platform::ModifyHost([&](Platform::HostState& state) { state.network.dns.hostname = hostname; });
+}
+
+void DnsConfigImpl::SetFqdn(const std::string& fqdn, bool /*fromDhcp*/, const std::string& domain) {
+  Platform::RequireNetStack(_netStack);
+  if (!IsValidName(fqdn)) {
+    Platform::Fail("Invalid fully qualified domain name '" + fqdn + "'");
+  }
+  auto dot = fqdn.find('.');
+  std::string host = fqdn.substr(0, dot);
+  std::string dom = !domain.empty() ? domain : dot == std::string::npos ? "" : fqdn.substr(dot + 1);
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    state.network.dns.hostname = host;
+    state.network.dns.domain = dom;
+  });
+}
+
+void DnsConfigImpl::SetDomain(const std::string& domain) {
+  Platform::RequireNetStack(_netStack);
+  if (!domain.empty() && !IsValidName(domain)) {
+    Platform::Fail("Invalid domain '" + domain + "'");
+  }
+  Platform::ModifyHost([&](Platform::HostState& state) { state.network.dns.domain = domain; });
+}
+
+void DnsConfigImpl::SetSearchDomainsString(const std::string& domains) {
+  Platform::RequireNetStack(_netStack);
+  auto names = SplitNames(domains);
+  for (const auto& name : names) {
+    if (!IsValidName(name))
+      Platform::Fail("Invalid search domain '" + name + "'");
+  }
+  Platform::ModifyHost(
+      [&](Platform::HostState& state) { state.network.dns.searchDomains = names; });
+}
+
+void DnsConfigImpl::AddSearchDomain(const std::string& domain) {
+  Platform::RequireNetStack(_netStack);
+  if (!IsValidName(domain)) {
+    Platform::Fail("Invalid search domain '" + domain + "'");
+  }
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    auto& list = state.network.dns.searchDomains;
+    if (std::find(list.begin(), list.end(), domain) == list.end())
+      list.push_back(domain);
+  });
+}
+
+void DnsConfigImpl::RemoveNameServers() {
+  Platform::RequireNetStack(_netStack);
+  Platform::ModifyHost([](Platform::HostState& state) {
+    state.network.dns.nameServers.clear();
+    state.network.dns.ipv6NameServers.clear();
+  });
+}
+
+void DnsConfigImpl::AddNameServer(const HostCtl::Network::IpAddress& server) {
+  Platform::RequireNetStack(_netStack);
+  if (server.IsUnspecified()) {
+    Platform::Fail("Invalid name server address " + server.GetStringAddress());
+  }
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    auto& list =
+        server.IsIpv4() ? state.network.dns.nameServers : state.network.dns.ipv6NameServers;
+    std::string text =
+        server.IsIpv4() ? server.GetStringAddress() : server.GetScopedStringAddress();
+    if (std::find(list.begin(), list.end(), text) == list.end())
+      list.push_back(text);
+  });
+}
+
+void DnsConfigImpl::SaveConfig() {
+  Platform::RequireNetStack(_netStack);
+  Platform::HostState saved;
+  Platform::ModifyHost([&](Platform::HostState& state) {
+    ++state.network.dns.saveCount;
+    saved = state;
+  });
+  std::ofstream out(Platform::HostPath("/etc/resolv.conf"), std::ios::trunc);
+  const auto& dns = saved.network.dns;
+  std::vector<std::string> search = dns.searchDomains;
+  if (search.empty() && !dns.domain.empty())
+    search.push_back(dns.domain);
+  if (!dns.domain.empty())
+    out << "domain " << dns.domain << "\n";
+  if (!search.empty()) {
+    out << "search";
+    for (const auto& name : search)
+      out << " " << name;
+    out << "\n";
+  }
+  for (const auto& server : Platform::Model::EffectiveIpv4NameServers(saved))
+    out << "nameserver " << server << "\n";
+  for (const auto& server : Platform::Model::EffectiveIpv6NameServers(saved))
+    out << "nameserver " << server << "\n";
+}
+
+}  // namespace NexCtl::Network

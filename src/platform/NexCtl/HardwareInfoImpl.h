@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "HostCtl/Host.h"
+
+namespace NexCtl::Hardware {
+
+class HardwareInfoImpl {
+ public:
+  HostCtl::Hardware::HardwareInfo GetHardwareInfo();
+  std::string GetVendor();
+  std::string GetModel();
+  std::string GetServiceTag();  // empty when unknown
+  std::string GetAssetTag();
+};
+
+}  // namespace NexCtl::Hardware

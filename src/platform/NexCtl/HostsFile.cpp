@@ -1,0 +1,102 @@
+#include "NexCtl/HostsFile.h"
+
+#include <unistd.h>
+
+#include <strings.h>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "FacadeSupport.h"
+
+namespace NexCtl::Network {
+
+namespace {
+
+std::vector<std::string> ReadLines(const std::string& path) {
+  std::ifstream in(path);
+  if (!in) {
+    Platform::Fail(path + ": cannot read: " + std::strerror(errno));
+  }
+  std::vector<std::string> lines;
+  std::string line;
+  while (std::getline(in, line))
+    lines.push_back(line);
+  return lines;
+}
+
+void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
+  std::string temporary = path + ".tmp";
+  {
+    std::ofstream out(temporary, std::ios::trunc);
+    for (const auto& line : lines)
+      out << line << "\n";
+    if (!out)
+      Platform::Fail(temporary + ": cannot write");
+  }
+  if (rename(temporary.c_str(), path.c_str()) != 0) {
+    Platform::Fail(path + ": cannot replace: " + std::strerror(errno));
+  }
+}
+
+bool ParseLine(const std::string& line, HostsFile::Entry& entry) {
+  std::istringstream fields(line.substr(0, line.find('#')));
+  entry = {};
+  if (!(fields >> entry.address))
+    return false;
+  std::string name;
+  while (fields >> name)
+    entry.names.push_back(name);
+  return !entry.names.empty();
+}
+
+}  // namespace
+
+HostsFile::HostsFile() : _path(Platform::HostPath("/etc/hosts")) {}
+
+std::vector<HostsFile::Entry> HostsFile::GetEntries() {
+  std::vector<Entry> entries;
+  for (const auto& line : ReadLines(_path)) {
+    Entry entry;
+    if (ParseLine(line, entry))
+      entries.push_back(entry);
+  }
+  return entries;
+}
+
+void HostsFile::AddEntry(const std::string& address, const std::vector<std::string>& names) {
+  auto lines = ReadLines(_path);
+  std::string line = address;
+  for (const auto& name : names)
+    line += "\t" + name;
+  lines.push_back(line);
+  WriteLines(_path, lines);
+}
+
+void HostsFile::RemoveEntryByHostName(const std::string& hostname) {
+  std::vector<std::string> kept;
+  for (const auto& line : ReadLines(_path)) {
+    Entry entry;
+    if (!ParseLine(line, entry)) {
+      kept.push_back(line);
+      continue;
+    }
+    std::vector<std::string> names;
+    for (const auto& name : entry.names) {
+      if (strcasecmp(name.c_str(), hostname.c_str()) != 0)
+        names.push_back(name);
+    }
+    if (names.size() == entry.names.size()) {
+      kept.push_back(line);
+    } else if (!names.empty()) {
+      std::string rebuilt = entry.address;
+      for (const auto& name : names)
+        rebuilt += "\t" + name;
+      kept.push_back(rebuilt);
+    }
+  }
+  WriteLines(_path, kept);
+}
+
+}  // namespace NexCtl::Network

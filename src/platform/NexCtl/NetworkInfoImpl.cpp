@@ -1,0 +1,72 @@
+#include "NexCtl/NetworkInfoImpl.h"
+
+#include "FacadeSupport.h"
+#include "HostModel.h"
+
+namespace NexCtl::Network {
+
+void NetworkInfoImpl::UpdateManagementInterface() {
+  // The host marks its management interface itself; re-reading the state is
+  // all a re-evaluation needs, and it fails when the host cannot be read.
+  Platform::LoadHost();
+}
+
+std::unique_ptr<HostCtl::Network::NexNic> NetworkInfoImpl::GetManagementInterface() {
+  Platform::HostState state = Platform::LoadHost();
+  const Platform::NexNicState* nic = Platform::ManagementNic(state);
+  if (!nic) {
+    return nullptr;
+  }
+  return std::make_unique<HostCtl::Network::NexNic>(nic->name);
+}
+
+bool NetworkInfoImpl::IsNexIpv6Enabled() {
+  return Platform::LoadHost().network.ipv6Enabled;
+}
+
+void NetworkInfoImpl::SetNexIpv6Enabled(bool enabled) {
+  Platform::ModifyHost(
+      [&](Platform::HostState& state) { state.network.ipv6EnabledAfterReboot = enabled; });
+}
+
+bool NetworkInfoImpl::IsNexIpv6EnabledAfterReboot() {
+  return Platform::LoadHost().network.ipv6EnabledAfterReboot;
+}
+
+std::vector<HostCtl::Network::PnicInfo> NetworkInfoImpl::GetPnics() {
+  std::vector<HostCtl::Network::PnicInfo> result;
+  for (const auto& pnic : Platform::LoadHost().network.pnics) {
+    HostCtl::Network::PnicInfo info;
+    info.name = pnic.name;
+    if (!pnic.mac.empty())
+      info.mac = HostCtl::Network::MacAddress(pnic.mac);
+    info.label = pnic.label;
+    info.pciAddress = pnic.pciAddress;
+    info.driver = pnic.driver;
+    info.linkUp = pnic.linkUp;
+    info.speedMbps = pnic.linkUp ? pnic.speedMbps : 0;
+    info.fullDuplex = pnic.fullDuplex;
+    result.push_back(info);
+  }
+  return result;
+}
+
+void NetworkInfoImpl::ClearNetworkConfig() {
+  Platform::ModifyHost(
+      [](Platform::HostState& state) { Platform::Model::ClearNetworkConfig(state); });
+}
+
+void NetworkInfoImpl::AutoConfigNetwork() {
+  Platform::ModifyHost(
+      [](Platform::HostState& state) { Platform::Model::AutoConfigNetwork(state); });
+}
+
+void NetworkInfoImpl::DisableNetDumper() {
+  Platform::ModifyHost([](Platform::HostState& state) { state.network.netDumperEnabled = false; });
+}
+
+bool NetworkInfoImpl::IsNetDumperEnabled() {
+  return Platform::LoadHost().network.netDumperEnabled;
+}
+
+}  // namespace NexCtl::Network

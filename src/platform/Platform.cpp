@@ -1,0 +1,174 @@
+#include "Platform.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "Backend.h"
+#include "HostCtl/HostCtlException.h"
+#include "backends/SimBackend.h"
+#include "backends/SimHostInit.h"
+
+namespace Platform {
+
+namespace {
+
+// Used until a backend is selected: every host call fails, and nothing can
+// reach the machine through it.
+class NoHostBackend : public Backend {
+ public:
+  std::string HostPath(const std::string& hostPath) override {
+    return "/nonexistent/merel-no-host" +
+           (hostPath.empty() || hostPath[0] != '/' ? "/" + hostPath : hostPath);
+  }
+  pid_t Spawn(const char*, char* const[], char* const[], int, int, int) override { return -1; }
+  int System(const char*) override { return -1; }
+  void WriteSyslog(const std::string&, bool, int, int, const std::string&) override {}
+  bool ResolveHostname(const std::string&, std::vector<std::string>&) override { return false; }
+  HostState Load() override { throw HostCtl::Lib::HostCtlException("No host selected"); }
+  void Modify(const std::function<void(HostState&)>&) override {
+    throw HostCtl::Lib::HostCtlException("No host selected");
+  }
+  bool EventServiceAvailable() override { return false; }
+  void PostEvent(const std::string&) override {}
+  void WriteAudit(const std::string&,
+                  const std::string&,
+                  bool,
+                  const std::string&,
+                  const std::string&) override {}
+};
+
+std::unique_ptr<Backend>& Slot() {
+  static std::unique_ptr<Backend> backend = std::make_unique<NoHostBackend>();
+  return backend;
+}
+
+struct LogSettings {
+  std::string ident = "MEREL";
+  bool withPid = true;
+  int facility = LOG_USER;
+  int mask = 0xff;
+};
+
+LogSettings& Log() {
+  static LogSettings settings;
+  return settings;
+}
+
+}  // namespace
+
+bool Select(std::string& error) {
+  const char* root = std::getenv("MEREL_SIM_ROOT");
+  std::unique_ptr<SimBackend> backend;
+  if (root && *root) {
+    backend = SimBackend::Open(root, error);
+    if (!backend) {
+      error = "MEREL_SIM_ROOT=" + std::string(root) + ": " + error;
+      return false;
+    }
+  } else {
+    std::string stateRoot = DefaultStateRoot();
+    if (stateRoot.empty()) {
+      error =
+          "cannot find a state directory for the demo host (neither XDG_STATE_HOME nor HOME is "
+          "set)";
+      return false;
+    }
+    if (access((stateRoot + "/host.json").c_str(), F_OK) != 0) {
+      std::string simBinary = SelfDirectory() + "/merel-sim";
+      if (!InitHostRoot(stateRoot, DemoHostDescription(), "built-in demo host", simBinary, error,
+                        nullptr)) {
+        return false;
+      }
+    }
+    backend = SimBackend::Open(stateRoot, error);
+    if (!backend) {
+      return false;
+    }
+  }
+  Install(std::move(backend));
+  return true;
+}
+
+void Install(std::unique_ptr<Backend> backend) {
+  Slot() = backend ? std::move(backend) : std::make_unique<NoHostBackend>();
+}
+
+Backend& Current() {
+  return *Slot();
+}
+
+std::string HostPath(const std::string& hostPath) {
+  return Current().HostPath(hostPath);
+}
+
+pid_t Spawn(const char* path, char* const argv[], char* const envp[], int in, int out, int err) {
+  return Current().Spawn(path, argv, envp, in, out, err);
+}
+
+int System(const char* command) {
+  return Current().System(command);
+}
+
+void OpenLog(const char* ident, int option, int facility) {
+  Log().ident = ident ? ident : "";
+  Log().withPid = (option & LOG_PID) != 0;
+  Log().facility = facility;
+}
+
+void SetLogMask(int mask) {
+  if (mask != 0) {
+    Log().mask = mask;
+  }
+}
+
+void Syslog(int priority, const char* format, ...) {
+  int level = LOG_PRI(priority);
+  if (!(Log().mask & LOG_MASK(level))) {
+    return;
+  }
+  int facility = priority & LOG_FACMASK;
+  if (facility == 0) {
+    facility = Log().facility;
+  }
+  // %m is syslog's own conversion; expand it before vsnprintf sees it.
+  int savedErrno = errno;
+  std::string fmt;
+  for (const char* p = format; *p; ++p) {
+    if (p[0] == '%' && p[1] == '%') {
+      fmt += "%%";
+      ++p;
+    } else if (p[0] == '%' && p[1] == 'm') {
+      for (char c : std::string(strerror(savedErrno))) {
+        fmt += c;
+        if (c == '%')
+          fmt += '%';
+      }
+      ++p;
+    } else {
+      fmt += *p;
+    }
+  }
+  va_list args;
+  va_start(args, format);
+  char buffer[2048];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  std::vsnprintf(buffer, sizeof(buffer), fmt.c_str(), args);
+#pragma GCC diagnostic pop
+  va_end(args);
+  Current().WriteSyslog(Log().ident, Log().withPid, facility, level, buffer);
+  errno = savedErrno;
+}
+
+bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
+  return Current().ResolveHostname(name, addresses);
+}
+
+}  // namespace Platform

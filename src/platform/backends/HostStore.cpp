@@ -1,0 +1,142 @@
+#include "backends/HostStore.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace Platform {
+
+namespace {
+
+class FileLock {
+ public:
+  explicit FileLock(const std::string& path) {
+    _fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (_fd < 0) {
+      _error = errno;
+      return;
+    }
+    while (flock(_fd, LOCK_EX) != 0) {
+      if (errno != EINTR) {
+        _error = errno;
+        close(_fd);
+        _fd = -1;
+        return;
+      }
+    }
+  }
+  ~FileLock() {
+    if (_fd >= 0)
+      close(_fd);  // releases the lock
+  }
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  bool Held() const { return _fd >= 0; }
+  int Error() const { return _error; }
+
+ private:
+  int _fd = -1;
+  int _error = 0;
+};
+
+bool WriteAll(int fd, const std::string& data) {
+  size_t done = 0;
+  while (done < data.size()) {
+    ssize_t n = write(fd, data.data() + done, data.size() - done);
+    if (n < 0) {
+      if (errno == EINTR)
+        continue;
+      return false;
+    }
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
+}  // namespace
+
+HostStore::HostStore(std::string root)
+    : _root(std::move(root)), _statePath(_root + "/host.json"), _lockPath(_root + "/host.lock") {}
+
+bool HostStore::Read(HostState& state, std::string& error) const {
+  std::ifstream in(_statePath, std::ios::binary);
+  if (!in) {
+    error = _statePath + ": cannot read: " + std::strerror(errno);
+    return false;
+  }
+  std::stringstream text;
+  text << in.rdbuf();
+  if (in.bad()) {
+    error = _statePath + ": cannot read: " + std::strerror(errno);
+    return false;
+  }
+  std::string problem;
+  if (!FromJson(text.str(), state, problem)) {
+    error = _statePath + ": invalid host state: " + problem;
+    return false;
+  }
+  return true;
+}
+
+bool HostStore::WriteLocked(const HostState& state, std::string& error) {
+  std::string problem;
+  if (!Validate(state, problem)) {
+    error = _statePath + ": refusing to write an invalid host state: " + problem;
+    return false;
+  }
+  std::string temporary = _statePath + ".tmp";
+  int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) {
+    error = temporary + ": cannot write: " + std::strerror(errno);
+    return false;
+  }
+  bool written = WriteAll(fd, ToJson(state));
+  int savedErrno = errno;
+  if (close(fd) != 0 && written) {
+    written = false;
+    savedErrno = errno;
+  }
+  if (!written) {
+    unlink(temporary.c_str());
+    error = temporary + ": cannot write: " + std::strerror(savedErrno);
+    return false;
+  }
+  BeforeRename(temporary);
+  if (rename(temporary.c_str(), _statePath.c_str()) != 0) {
+    error = _statePath + ": cannot replace: " + std::strerror(errno);
+    unlink(temporary.c_str());
+    return false;
+  }
+  return true;
+}
+
+bool HostStore::Write(const HostState& state, std::string& error) {
+  FileLock lock(_lockPath);
+  if (!lock.Held()) {
+    error = _lockPath + ": cannot lock: " + std::strerror(lock.Error());
+    return false;
+  }
+  return WriteLocked(state, error);
+}
+
+bool HostStore::Modify(const std::function<void(HostState&)>& change, std::string& error) {
+  FileLock lock(_lockPath);
+  if (!lock.Held()) {
+    error = _lockPath + ": cannot lock: " + std::strerror(lock.Error());
+    return false;
+  }
+  HostState state;
+  if (!Read(state, error)) {
+    return false;
+  }
+  change(state);
+  return WriteLocked(state, error);
+}
+
+}  // namespace Platform

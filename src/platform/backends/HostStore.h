@@ -1,0 +1,44 @@
+// ROOT/host.json on disk: whole-file reads, and changes that are atomic with
+// respect to crashes (temporary file + rename) and to other processes (an
+// exclusive flock on ROOT/host.lock around the read-modify-write).
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "HostState.h"
+
+namespace Platform {
+
+class HostStore {
+ public:
+  explicit HostStore(std::string root);
+  virtual ~HostStore() = default;
+
+  const std::string& StatePath() const { return _statePath; }
+
+  // One line naming the file and the problem on failure.
+  bool Read(HostState& state, std::string& error) const;
+  // Writes a state without reading the old one (used to create a host).
+  bool Write(const HostState& state, std::string& error);
+  // Locked read-modify-write. Returns false (with `error`) when the state
+  // cannot be read, the change leaves an invalid state, or the write fails;
+  // exceptions of `change` propagate, and in every failing case the file on
+  // disk is left as it was.
+  bool Modify(const std::function<void(HostState&)>& change, std::string& error);
+
+ protected:
+  // Called with the lock held, after the new state is complete in the
+  // temporary file and before it replaces the old one. Tests override it
+  // to die at the worst moment.
+  virtual void BeforeRename(const std::string& /*temporaryPath*/) {}
+
+ private:
+  bool WriteLocked(const HostState& state, std::string& error);
+
+  std::string _root;
+  std::string _statePath;
+  std::string _lockPath;
+};
+
+}  // namespace Platform

@@ -1,0 +1,414 @@
+#include "backends/SimBackend.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <sstream>
+
+#include "HostCtl/HostCtlException.h"
+#include "HostModel.h"
+
+namespace Platform {
+
+namespace {
+
+const char* FacilityName(int facility) {
+  switch (facility) {
+    case LOG_KERN:
+      return "kern";
+    case LOG_USER:
+      return "user";
+    case LOG_MAIL:
+      return "mail";
+    case LOG_DAEMON:
+      return "daemon";
+    case LOG_AUTH:
+      return "auth";
+    case LOG_SYSLOG:
+      return "syslog";
+    case LOG_LPR:
+      return "lpr";
+    case LOG_NEWS:
+      return "news";
+    case LOG_UUCP:
+      return "uucp";
+    case LOG_CRON:
+      return "cron";
+    case LOG_AUTHPRIV:
+      return "authpriv";
+    case LOG_FTP:
+      return "ftp";
+    case LOG_LOCAL0:
+      return "local0";
+    case LOG_LOCAL1:
+      return "local1";
+    case LOG_LOCAL2:
+      return "local2";
+    case LOG_LOCAL3:
+      return "local3";
+    case LOG_LOCAL4:
+      return "local4";
+    case LOG_LOCAL5:
+      return "local5";
+    case LOG_LOCAL6:
+      return "local6";
+    case LOG_LOCAL7:
+      return "local7";
+    default:
+      return "user";
+  }
+}
+
+const char* LevelName(int level) {
+  static const char* const names[] = {"emerg",   "alert",  "crit", "err",
+                                      "warning", "notice", "info", "debug"};
+  return names[level & 7];
+}
+
+bool IsFile(const std::string& path) {
+  struct stat st {};
+  return stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
+}
+
+std::string Lower(std::string text) {
+  for (char& c : text)
+    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+bool IsShellSafe(const std::string& text) {
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '/' || c == '.' || c == '_' ||
+           c == '-' || c == '+' || c == ',';
+  });
+}
+
+// Paths of the host's file system, as opposed to other words that start
+// with a slash (advanced option names such as /UserVars/MerelTimeOut) and
+// the machine's devices (/dev/null), which are left as they are.
+bool IsFileSystemPath(const std::string& word) {
+  static const char* const tops[] = {"bin", "sbin",  "usr",  "etc",  "var",     "tmp",  "opt",
+                                     "lib", "lib64", "home", "root", "scratch", "vmfs", "store",
+                                     "mnt", "srv",   "run",  "boot", "locker"};
+  std::string top = word.substr(
+      1, word.find('/', 1) == std::string::npos ? std::string::npos : word.find('/', 1) - 1);
+  for (const char* candidate : tops) {
+    if (top == candidate)
+      return true;
+  }
+  return false;
+}
+
+// Children start with no blocked signals and default dispositions: the
+// console blocks its termination signals in every thread (they are taken by
+// its signal thread), and a tool must not inherit that.
+class CleanSignals {
+ public:
+  CleanSignals() {
+    posix_spawnattr_init(&_attr);
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&_attr, &none);
+    posix_spawnattr_setsigdefault(&_attr, &all);
+    posix_spawnattr_setflags(&_attr, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~CleanSignals() { posix_spawnattr_destroy(&_attr); }
+  CleanSignals(const CleanSignals&) = delete;
+  CleanSignals& operator=(const CleanSignals&) = delete;
+  const posix_spawnattr_t* Get() const { return &_attr; }
+
+ private:
+  posix_spawnattr_t _attr;
+};
+
+}  // namespace
+
+std::string LogTimestamp() {
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  tm parts{};
+  gmtime_r(&now.tv_sec, &parts);
+  char buffer[40];
+  size_t n = strftime(buffer, sizeof(buffer), "%Y-%m-%dT%H:%M:%S", &parts);
+  snprintf(buffer + n, sizeof(buffer) - n, ".%03dZ", static_cast<int>(now.tv_usec / 1000));
+  return buffer;
+}
+
+SimBackend::SimBackend(std::string root, std::unique_ptr<HostStore> store)
+    : _root(std::move(root)), _store(std::move(store)) {
+  while (_root.size() > 1 && _root.back() == '/')
+    _root.pop_back();
+  if (!_store)
+    _store = std::make_unique<HostStore>(_root);
+}
+
+std::unique_ptr<SimBackend> SimBackend::Open(const std::string& root, std::string& error) {
+  char resolved[PATH_MAX];
+  if (!realpath(root.c_str(), resolved)) {
+    error = root + ": cannot open host root: " + std::strerror(errno);
+    return nullptr;
+  }
+  auto backend = std::make_unique<SimBackend>(resolved);
+  HostState state;
+  if (!backend->_store->Read(state, error)) {
+    return nullptr;
+  }
+  return backend;
+}
+
+std::string SimBackend::HostPath(const std::string& hostPath) {
+  if (hostPath.empty()) {
+    return _root;
+  }
+  if (hostPath[0] == '/') {
+    // Already inside the root (a path handed back to us): leave it.
+    if (hostPath.compare(0, _root.size() + 1, _root + "/") == 0) {
+      return hostPath;
+    }
+    return _root + hostPath;
+  }
+  for (const char* dir : {"/bin/", "/sbin/"}) {
+    std::string candidate = _root + dir + hostPath;
+    if (IsFile(candidate)) {
+      return candidate;
+    }
+  }
+  return _root + "/bin/" + hostPath;
+}
+
+pid_t SimBackend::Spawn(const char* path,
+                        char* const argv[],
+                        char* const envp[],
+                        int in,
+                        int out,
+                        int err) {
+  if (!path) {
+    return -1;
+  }
+  std::string program = HostPath(path);
+  posix_spawn_file_actions_t actions;
+  if (posix_spawn_file_actions_init(&actions) != 0) {
+    return -1;
+  }
+  // dup2 onto a higher scratch range first, so that a descriptor that is
+  // already 0, 1 or 2 cannot be overwritten before it has been copied.
+  int fds[3] = {in, out, err};
+  for (int i = 0; i < 3; ++i) {
+    posix_spawn_file_actions_adddup2(&actions, fds[i], 100 + i);
+  }
+  for (int i = 0; i < 3; ++i) {
+    posix_spawn_file_actions_adddup2(&actions, 100 + i, i);
+    posix_spawn_file_actions_addclose(&actions, 100 + i);
+  }
+  static char* const noEnv[] = {nullptr};
+  pid_t pid = -1;
+  CleanSignals signals;
+  int rc = posix_spawn(&pid, program.c_str(), &actions, signals.Get(), argv, envp ? envp : noEnv);
+  posix_spawn_file_actions_destroy(&actions);
+  return rc == 0 ? pid : -1;
+}
+
+std::string SimBackend::RewriteCommand(const std::string& command) const {
+  const std::string root = IsShellSafe(_root) ? _root : "'" + _root + "'";
+  const std::string wordStart = " \t\n;|&()<>`='\"";
+  const std::string wordEnd = " \t\n;|&()<>`'\"";
+  std::string result;
+  for (size_t i = 0; i < command.size();) {
+    bool atWordStart = i == 0 || wordStart.find(command[i - 1]) != std::string::npos;
+    if (command[i] == '/' && atWordStart) {
+      size_t end = command.find_first_of(wordEnd, i);
+      if (end == std::string::npos)
+        end = command.size();
+      std::string path = command.substr(i, end - i);
+      bool keep = !IsFileSystemPath(path) || path.rfind(_root + "/", 0) == 0;
+      result += keep ? path : root + path;
+      i = end;
+    } else {
+      result += command[i++];
+    }
+  }
+  return result;
+}
+
+int SimBackend::System(const char* command) {
+  if (!command) {
+    return 1;  // a shell is available
+  }
+  std::string shell = _root + "/bin/sh";
+  if (!IsFile(shell))
+    shell = "/bin/sh";
+  std::string rewritten = RewriteCommand(command);
+  std::string pathVar = "PATH=" + _root + "/bin:" + _root + "/sbin";
+  std::string rootVar = "MEREL_SIM_ROOT=" + _root;
+  char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
+                        const_cast<char*>(rewritten.c_str()), nullptr};
+  char* const envp[] = {const_cast<char*>(pathVar.c_str()), const_cast<char*>(rootVar.c_str()),
+                        nullptr};
+  pid_t pid;
+  CleanSignals signals;
+  if (posix_spawn(&pid, shell.c_str(), nullptr, signals.Get(), argv, envp) != 0) {
+    return -1;
+  }
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0) {
+    if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return status;
+}
+
+void SimBackend::AppendLine(const std::string& hostPath, const std::string& line) {
+  std::string path = HostPath(hostPath);
+  int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+  if (fd < 0) {
+    return;
+  }
+  std::string data = line;
+  if (data.empty() || data.back() != '\n')
+    data += '\n';
+  // One write per record: O_APPEND keeps records of concurrent writers whole.
+  ssize_t ignored = write(fd, data.data(), data.size());
+  (void)ignored;
+  close(fd);
+}
+
+void SimBackend::WriteSyslog(const std::string& ident,
+                             bool withPid,
+                             int facility,
+                             int level,
+                             const std::string& message) {
+  std::string line = LogTimestamp() + " " + ident;
+  if (withPid)
+    line += "[" + std::to_string(getpid()) + "]";
+  line += ": ";
+  line += FacilityName(facility);
+  line += ".";
+  line += LevelName(level);
+  line += " ";
+  // One record is one line, as syslogd would store it.
+  std::string text = message;
+  while (!text.empty() && text.back() == '\n')
+    text.pop_back();
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  AppendLine("/var/log/syslog.log", line + text);
+}
+
+bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
+  addresses.clear();
+  if (name.empty()) {
+    return false;
+  }
+  std::string wanted = Lower(name);
+  std::ifstream hosts(HostPath("/etc/hosts"));
+  std::string line;
+  while (std::getline(hosts, line)) {
+    line = line.substr(0, line.find('#'));
+    std::istringstream fields(line);
+    std::string address, alias;
+    if (!(fields >> address))
+      continue;
+    while (fields >> alias) {
+      if (Lower(alias) == wanted) {
+        addresses.push_back(address);
+        break;
+      }
+    }
+  }
+  if (!addresses.empty()) {
+    return true;
+  }
+  HostState state;
+  try {
+    state = Load();
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    return false;
+  }
+  if (!Model::CanUseDns(state)) {
+    return false;
+  }
+  std::vector<std::string> candidates = {wanted};
+  if (wanted.find('.') == std::string::npos) {
+    for (const auto& suffix : state.network.dns.searchDomains)
+      candidates.push_back(wanted + "." + Lower(suffix));
+    if (!state.network.dns.domain.empty())
+      candidates.push_back(wanted + "." + Lower(state.network.dns.domain));
+  }
+  for (const auto& candidate : candidates) {
+    for (const auto& [recordName, recordAddresses] : state.network.dns.records) {
+      if (Lower(recordName) == candidate) {
+        addresses = recordAddresses;
+        return !addresses.empty();
+      }
+    }
+  }
+  return false;
+}
+
+HostState SimBackend::Load() {
+  HostState state;
+  std::string error;
+  if (!_store->Read(state, error)) {
+    throw HostCtl::Lib::HostCtlException(error);
+  }
+  return state;
+}
+
+void SimBackend::Modify(const std::function<void(HostState&)>& change) {
+  std::string error;
+  if (!_store->Modify(change, error)) {
+    throw HostCtl::Lib::HostCtlException(error);
+  }
+}
+
+bool SimBackend::EventServiceAvailable() {
+  try {
+    return Load().eventServiceAvailable;
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    return false;
+  }
+}
+
+void SimBackend::PostEvent(const std::string& text) {
+  // "@&!*@*@(<event id>)<message>" is how the event library frames an event.
+  static const std::string prefix = "@&!*@*@(";
+  std::string line = LogTimestamp() + " ";
+  if (text.rfind(prefix, 0) == 0 && text.find(')') != std::string::npos) {
+    size_t close = text.find(')');
+    line += "[" + text.substr(prefix.size(), close - prefix.size()) + "] " + text.substr(close + 1);
+  } else {
+    line += text;
+  }
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  AppendLine("/var/log/obsvd.log", line);
+}
+
+void SimBackend::WriteAudit(const std::string& record,
+                            const std::string& user,
+                            bool success,
+                            const std::string& name,
+                            const std::string& value) {
+  std::string line =
+      LogTimestamp() + " " + record + " user=" + user + " success=" + (success ? "1" : "0");
+  if (!name.empty())
+    line += " " + name + "=" + value;
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  AppendLine("/var/log/audit.log", line);
+}
+
+}  // namespace Platform

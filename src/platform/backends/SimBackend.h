@@ -1,0 +1,65 @@
+// The simulated host: a directory (the host root) that looks like the host's
+// file system for everything the console touches, with the host's state in
+// ROOT/host.json. Nothing done through this backend reaches the machine the
+// console runs on: paths map into the root, and programs are the root's.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Backend.h"
+#include "backends/HostStore.h"
+
+namespace Platform {
+
+class SimBackend : public Backend {
+ public:
+  // `root` should be absolute; Open makes it so.
+  explicit SimBackend(std::string root, std::unique_ptr<HostStore> store = nullptr);
+
+  // Checks that ROOT/host.json is there and valid; null with a one-line
+  // reason otherwise.
+  static std::unique_ptr<SimBackend> Open(const std::string& root, std::string& error);
+
+  const std::string& Root() const { return _root; }
+
+  // "/x/y" -> ROOT/x/y; a bare name -> ROOT/bin/name or ROOT/sbin/name.
+  std::string HostPath(const std::string& hostPath) override;
+  pid_t Spawn(const char* path, char* const argv[], char* const envp[], int in, int out, int err)
+      override;
+  // /bin/sh -c with PATH=ROOT/bin:ROOT/sbin and every absolute path of the
+  // command into the host's file system (/bin, /sbin, /etc, /usr, /var, /tmp,
+  // ...) moved into the root; /dev and non-paths (/UserVars/...) stay.
+  int System(const char* command) override;
+  void WriteSyslog(const std::string& ident,
+                   bool withPid,
+                   int facility,
+                   int level,
+                   const std::string& message) override;
+  bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) override;
+
+  HostState Load() override;
+  void Modify(const std::function<void(HostState&)>& change) override;
+
+  bool EventServiceAvailable() override;
+  void PostEvent(const std::string& text) override;
+  void WriteAudit(const std::string& record,
+                  const std::string& user,
+                  bool success,
+                  const std::string& name,
+                  const std::string& value) override;
+
+  // The command System() hands to the shell.
+  std::string RewriteCommand(const std::string& command) const;
+
+ private:
+  void AppendLine(const std::string& hostPath, const std::string& line);
+
+  std::string _root;
+  std::unique_ptr<HostStore> _store;
+};
+
+// "2024-05-01T12:00:00.123Z"
+std::string LogTimestamp();
+
+}  // namespace Platform

@@ -1,0 +1,43 @@
+// Making a simulated host root from a host description (`merel-sim init`,
+// and the console's own first start on the bundled demo host).
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Platform {
+
+// The bundled demo host description (sim/demo-host.json, compiled in).
+const char* DemoHostDescription();
+
+// $XDG_STATE_HOME/merel/host, else ~/.local/state/merel/host; empty when
+// neither variable is set.
+std::string DefaultStateRoot();
+
+// The directory of the running executable (from /proc/self/exe).
+std::string SelfDirectory();
+
+// The tools of a host root, as "bin/rovi-cmd", "etc/init.d/SSH", ...
+const std::vector<std::string>& SimToolEntries();
+
+// Creates the host root `root` from `description` (JSON text; `name` says
+// where it came from, for messages). The tool entries run `simBinary`
+// (absolute). Refuses to touch a root that already holds a host.json.
+// On failure `error` is one line naming the file and the problem. `notes`
+// (optional) receives remarks such as a key type ssh-keygen refused.
+bool InitHostRoot(const std::string& root,
+                  const std::string& description,
+                  const std::string& name,
+                  const std::string& simBinary,
+                  std::string& error,
+                  std::vector<std::string>* notes);
+
+}  // namespace Platform
+
+namespace Platform {
+
+// The AddressSanitizer runtime that must be preloaded before pam_wrapper in
+// a sanitizer build; null otherwise.
+const char* AsanRuntime();
+
+}  // namespace Platform

@@ -1,0 +1,385 @@
+#include "Frame.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/ioctl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "Command.h"
+#include "HostCtl/AdvancedOption.h"
+#include "HostCtl/HostCtlException.h"
+#include "NexCtl/AdvancedOptionImpl.h"
+#include "Platform.h"
+#include "StringFactory.h"
+
+namespace Merel {
+
+const char* const MEREL_TIMEOUT_VAR = "/UserVars/MerelTimeOut";
+
+Frame* Frame::fgFrame = nullptr;
+int Frame::_signalPipe[2] = {-1, -1};
+sigset_t Frame::_signalSet;
+unsigned int Frame::_idleTimeout = 600;
+bool Frame::_loggedIn = false;
+bool Frame::_markForRestart = false;
+std::string Frame::_loginName;
+bool Frame::_isLoggedWithSmartCard = false;
+std::string Frame::_smartCardLoginId;
+std::string Frame::_cardInfo;
+std::function<void()> Frame::_smartCardCheck;
+long Frame::_dimAfterMs = 60 * 1000;
+int Frame::_keyTraceFd = -1;
+
+namespace {
+
+// What the signal thread writes for each signal, and what the key wait makes
+// of it. The values are shared with nothing outside this file but are fixed:
+// a byte is all the pipe carries.
+enum SignalByte : unsigned char {
+  kSmartCardByte = 1,
+  kRestartByte = 2,
+  kResizeByte = 3,
+  kTerminateByte = 4,
+};
+
+enum PseudoKey {
+  kIgnored = -1,
+  kTimedOut = -ENOENT,  // -2
+  kSmartCardEvent = -3,
+  kRestartRequest = -4,
+  kResized = -5,
+  kTerminate = -6,
+};
+
+constexpr unsigned int kDefaultIdleTimeout = 600;
+
+struct timeval AddMilliseconds(const struct timeval& start, long long ms) {
+  struct timeval delta;
+  delta.tv_sec = static_cast<time_t>(ms / 1000);
+  delta.tv_usec = static_cast<suseconds_t>((ms % 1000) * 1000);
+  struct timeval result;
+  timeradd(&start, &delta, &result);
+  return result;
+}
+
+// Time from now until `deadline`, never negative.
+struct timeval TimeLeft(const struct timeval& now, const struct timeval& deadline) {
+  struct timeval left = {0, 0};
+  if (timercmp(&deadline, &now, >)) {
+    timersub(&deadline, &now, &left);
+  }
+  return left;
+}
+
+void TraceKey(int key) {
+  if (Frame::_keyTraceFd < 0) {
+    return;
+  }
+  char line[16];
+  int length = snprintf(line, sizeof line, "%d\n", key);
+  if (write(Frame::_keyTraceFd, line, static_cast<size_t>(length)) < 0) {
+    // A test aid only; losing a line must not disturb the console.
+  }
+}
+
+}  // namespace
+
+Frame::Frame(Frame* parent, int x, int y, int width, int height, int background, int foreground)
+    // Frames overlap their parent rather than being part of it, so even a
+    // frame with a parent is a top-level curses window.
+    : Window(x, y, width, height, background, foreground),
+      _parentFrame(parent),
+      _strings(GetStringFactory("en_US")) {}
+
+Frame::~Frame() {
+  if (fgFrame == this) {
+    fgFrame = nullptr;
+  }
+}
+
+int Frame::Run(Frame* frame) {
+  fgFrame = nullptr;
+  Frame* parent = frame->_parentFrame;
+  if (parent != nullptr) {
+    parent->Draw(false);
+    parent->Refresh();
+  }
+  frame->Draw(true);
+  fgFrame = frame;
+  int result;
+  try {
+    result = frame->Loop();
+  } catch (const MerelTimeout&) {
+    // The whole stack of frames is being abandoned; redrawing the parent
+    // would only flash it on the way out.
+    fgFrame = nullptr;
+    throw;
+  }
+  if (parent != nullptr) {
+    parent->Draw(true);
+    parent->Refresh();
+    fgFrame = parent;
+  } else {
+    fgFrame = nullptr;
+  }
+  return result;
+}
+
+Frame::Deadlines Frame::ComputeDeadlines(const struct timeval& start, bool useIdleLimit) {
+  Deadlines deadlines;
+  deadlines.dim = AddMilliseconds(start, _dimAfterMs);
+  deadlines.idleActive = useIdleLimit && _idleTimeout != 0;
+  // A session never times out before the screen has dimmed: a configured
+  // value below a minute acts as a minute.
+  long long idleMs =
+      std::max(static_cast<long long>(_idleTimeout) * 1000, static_cast<long long>(_dimAfterMs));
+  deadlines.idle = AddMilliseconds(start, idleMs);
+  return deadlines;
+}
+
+int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
+  struct timeval start;
+  gettimeofday(&start, nullptr);
+  const Deadlines deadlines = ComputeDeadlines(start, useIdleLimit);
+  bool dimmed = false;
+  for (;;) {
+    struct timeval now;
+    gettimeofday(&now, nullptr);
+    if (deadlines.idleActive && timercmp(&now, &deadlines.idle, >)) {
+      fgFrame = nullptr;
+      throw MerelTimeout();
+    }
+    if (!dimmed && timercmp(&now, &deadlines.dim, >)) {
+      if (frame != nullptr) {
+        frame->Draw(false);
+        frame->Refresh();
+      }
+      dimmed = true;
+    }
+    int key;
+    if (!dimmed) {
+      struct timeval left = TimeLeft(now, deadlines.dim);
+      key = ReadKey(&left);
+    } else if (deadlines.idleActive) {
+      struct timeval left = TimeLeft(now, deadlines.idle);
+      key = ReadKey(&left);
+    } else {
+      key = ReadKey(nullptr);
+    }
+
+    switch (key) {
+      case kSmartCardEvent:
+        if (fgFrame != nullptr) {
+          fgFrame->Update();
+        }
+        if (_smartCardCheck) {
+          _smartCardCheck();
+        }
+        continue;
+      case kRestartRequest:
+        if (!_loggedIn) {
+          exit(0);
+        }
+        // The session's owner honours it when the user logs out.
+        _markForRestart = true;
+        continue;
+      case kResized:
+      case KEY_RESIZE:
+        // Deliberately not handled in place: the restarted console lays every
+        // screen out for the new size.
+        ResizeTerminal();
+        exit(0);
+      case kTerminate:
+        exit(0);
+      default:
+        break;
+    }
+    if (key < 0) {
+      continue;  // time-out, error, or a byte we do not know
+    }
+    if (dimmed && frame != nullptr) {
+      clearok(curscr, TRUE);
+      frame->Draw(true);
+      frame->Refresh();
+    }
+    // The key that ends the dim is delivered, not swallowed.
+    TraceKey(key);
+    return key;
+  }
+}
+
+int Frame::ReadKey(const struct timeval* interval) {
+  struct pollfd fds[2] = {
+      {STDIN_FILENO, POLLIN, 0},
+      {_signalPipe[0], POLLIN, 0},
+  };
+  int timeout = -1;
+  if (interval != nullptr) {
+    timeout = static_cast<int>(interval->tv_sec * 1000 + interval->tv_usec / 1000);
+  }
+  int ready = poll(fds, 2, timeout);
+  if (ready < 0) {
+    LogErrno("poll() failed");
+    return kIgnored;
+  }
+  if (ready == 0) {
+    return kTimedOut;
+  }
+  // Standard input first: a key wins over a signal that came at the same
+  // instant; the signal byte stays in the pipe for the next wait.
+  const short hangUp = POLLHUP | POLLERR | POLLNVAL;
+  if (fds[0].revents & POLLIN) {
+    wtimeout(stdscr, 0);
+    int key = wgetch(stdscr);
+    wtimeout(stdscr, -1);
+    if (key == ERR && (fds[0].revents & hangUp)) {
+      // The terminal is gone. Without this the wait would spin on a
+      // descriptor that is ready for ever; end like any termination request.
+      return kTerminate;
+    }
+    return key;
+  }
+  if (fds[0].revents & hangUp) {
+    return kTerminate;
+  }
+  if (fds[1].revents & POLLIN) {
+    unsigned char byte = 0;
+    ssize_t n;
+    do {
+      n = read(_signalPipe[0], &byte, 1);
+    } while (n < 1 && errno == EINTR);
+    if (n < 1) {
+      return kIgnored;
+    }
+    switch (byte) {
+      case kSmartCardByte:
+        return kSmartCardEvent;
+      case kRestartByte:
+        return kRestartRequest;
+      case kResizeByte:
+        return kResized;
+      case kTerminateByte:
+        return kTerminate;
+      default:
+        return kIgnored;
+    }
+  }
+  return kIgnored;
+}
+
+void Frame::InitSignals() {
+  if (pipe2(_signalPipe, O_CLOEXEC) != 0) {
+    LogErrno("pipe() failed");
+    exit(1);
+  }
+  sigemptyset(&_signalSet);
+  sigaddset(&_signalSet, SIGINT);
+  sigaddset(&_signalSet, SIGQUIT);
+  sigaddset(&_signalSet, SIGTERM);
+  sigaddset(&_signalSet, SIGUSR1);
+  sigaddset(&_signalSet, SIGUSR2);
+  sigaddset(&_signalSet, SIGWINCH);
+  // Blocked before any other thread exists, so every thread inherits the mask
+  // and the signals are only ever taken by sigwait below: no code runs in
+  // signal-handler context.
+  int rc = pthread_sigmask(SIG_BLOCK, &_signalSet, nullptr);
+  if (rc != 0) {
+    errno = rc;
+    LogErrno("pthread_sigmask() failed");
+  }
+  pthread_t thread;
+  rc = pthread_create(&thread, nullptr, SignalHandler, nullptr);
+  if (rc != 0) {
+    errno = rc;
+    LogErrno("pthread_create() failed");
+    exit(1);
+  }
+}
+
+void* Frame::SignalHandler(void*) {
+  for (;;) {
+    int signal = 0;
+    int rc = sigwait(&_signalSet, &signal);
+    if (rc != 0) {
+      errno = rc;
+      LogErrno("sigwait() failed");
+      continue;
+    }
+    unsigned char byte;
+    switch (signal) {
+      case SIGUSR1:
+        byte = kSmartCardByte;
+        break;
+      case SIGUSR2:
+        byte = kRestartByte;
+        break;
+      case SIGWINCH:
+        byte = kResizeByte;
+        break;
+      case SIGINT:
+      case SIGQUIT:
+      case SIGTERM:
+        byte = kTerminateByte;
+        break;
+      default:
+        continue;
+    }
+    ssize_t n;
+    do {
+      n = write(_signalPipe[1], &byte, 1);
+    } while (n <= 0 && errno == EINTR);
+  }
+  return nullptr;
+}
+
+void Frame::LoadIdleTimeout() {
+  unsigned int timeout = kDefaultIdleTimeout;
+  try {
+    NexCtl::Adv::AdvancedOptionImpl options;
+    std::unique_ptr<HostCtl::Adv::AdvancedOption> option = options.FindOption(MEREL_TIMEOUT_VAR);
+    auto* integer = dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get());
+    if (integer != nullptr) {
+      timeout = static_cast<unsigned int>(integer->GetValue());
+    }
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    timeout = kDefaultIdleTimeout;
+  }
+  _idleTimeout = timeout;
+}
+
+void Frame::SetLoggedIn(bool loggedIn) {
+  _loggedIn = loggedIn;
+  if (loggedIn) {
+    // A changed time-out takes effect at the next login.
+    LoadIdleTimeout();
+  }
+}
+
+void Frame::ResizeTerminal() {
+  struct winsize size;
+  if (ioctl(STDIN_FILENO, TIOCGWINSZ, &size) != 0) {
+    return;
+  }
+  if (size.ws_row != 0 && size.ws_col != 0) {
+    resizeterm(size.ws_row, size.ws_col);
+    Platform::Syslog(LOG_INFO, "Resized window to %dx%d", size.ws_col, size.ws_row);
+    refresh();
+  }
+}
+
+void Frame::OpenKeyTrace() {
+  const char* path = getenv("MEREL_KEY_TRACE");
+  if (path != nullptr && *path != '\0') {
+    _keyTraceFd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  }
+}
+
+}  // namespace Merel

@@ -1,0 +1,388 @@
+// The System Customization menu. What the host allows is asked once, when
+// the menu is built: entries the host cannot use now stay in their place but
+// are greyed out and cannot be chosen, so the menu keeps the same shape on
+// every host and the cursor never rests on something Enter cannot open.
+#include "GeneralWindow.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <string>
+
+#include "Command.h"
+#include "HostCtl/HostCtlException.h"
+#include "Item.h"
+#include "KeyboardDialog.h"
+#include "LogViewer.h"
+#include "MessageDialog.h"
+#include "NexCtl/AdvancedOptionImpl.h"
+#include "NexCtl/NetworkInfoImpl.h"
+#include "NexCtl/PciInfoImpl.h"
+#include "Platform.h"
+#include "StringFactory.h"
+#include "SupportInformationDialog.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+std::unique_ptr<HostCtl::Network::NexNic> GeneralWindow::_mgmtIntf;
+
+namespace {
+
+// String-table keys of the entries (also their identity in the key loop).
+enum : uint32_t {
+  kSeparator = 3,
+  kMenuTitle = 4,
+  kPassword = 5,
+  kLockdown = 6,
+  kDriverVM = 7,
+  kConfigureNetwork = 8,
+  kRestartNetwork = 9,
+  kTestNetwork = 10,
+  kNetworkRestore = 11,
+  kSupportInformation = 12,
+  kSystemLogs = 13,
+  kTroubleshooting = 14,
+  kResetConfiguration = 15,
+  kKeyboard = 16,
+  kRestartNetworkError = 17,
+  kInterfaceNotFound = 20,
+  kInterfaceOperationFailed = 21,
+  kLogsHelp = 29,
+  kKeyboardHelp = 34,
+};
+
+constexpr int kEnter = 10;
+constexpr int kEscape = 27;
+
+const char* const kLeftFooterStart =
+    "{color:black}<Up/Down>{/color}{color:dark-grey} Select{/color}";
+const char* const kRightFooter =
+    "{align:right}{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}{/align}";
+const char* const kSupportInformationHelp =
+    "To view the support information of this host, press <Enter>.";
+
+// The help text of the right pane for the entries whose help is a plain
+// string-table text; 0 for the rest.
+uint32_t HelpKey(uint32_t key) {
+  switch (key) {
+    case kPassword:
+      return 22;
+    case kLockdown:
+      return 23;
+    case kDriverVM:
+      return 24;
+    case kConfigureNetwork:
+      return 25;
+    case kRestartNetwork:
+      return 26;
+    case kTestNetwork:
+      return 27;
+    case kNetworkRestore:
+      return 28;
+    case kSystemLogs:
+      return kLogsHelp;
+    case kTroubleshooting:
+      return 30;
+    case kResetConfiguration:
+      return 31;
+    case kKeyboard:
+      return kKeyboardHelp;
+    default:
+      return 0;
+  }
+}
+
+// A menu entry: its text, greyed when it cannot be chosen; the current entry
+// is drawn as a bar across the list.
+class MenuItem : public Item {
+ public:
+  MenuItem(uint32_t key, std::string text, bool shown, bool enabled)
+      : _key(key), _text(std::move(text)) {
+    _shown = shown;
+    _selectable = enabled;
+    if (!enabled && !_text.empty()) {
+      _text = "{color:dark-grey}" + _text + "{/color}";
+    }
+  }
+
+  uint32_t Key() const { return _key; }
+
+  void Draw(TextArea& area) override {
+    if (!_focused) {
+      area.SetText(_text);
+      return;
+    }
+    const int bar = std::max(1, area.GetWidth() - 2);
+    area.SetText("{bgcolor:white}{color:black}{align:padding:" + std::to_string(bar) + "}" + _text +
+                 "{/align}{/color}{/bgcolor}");
+  }
+
+ private:
+  uint32_t _key;
+  std::string _text;
+};
+
+bool LockdownAvailable() {
+  return RoviQueryBool("rovisvc/auth/lockdown_is_enabled") ||
+         RoviQueryBool("rovisvc/auth/lockdown_is_possible");
+}
+
+// Locates the management interface the way the network screens do; the
+// previous one is released first.
+bool FindManagementInterface() {
+  GeneralWindow::_mgmtIntf.reset();
+  try {
+    NexCtl::Network::NetworkInfoImpl info;
+    info.UpdateManagementInterface();
+    GeneralWindow::_mgmtIntf = info.GetManagementInterface();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Locating the management interface failed: %s", e.what());
+    GeneralWindow::_mgmtIntf.reset();
+    return false;
+  }
+  return GeneralWindow::_mgmtIntf != nullptr;
+}
+
+bool NetworkBooted() {
+  try {
+    return NexCtl::Adv::AdvancedOptionImpl().FindOption("/UserVars/PXEBootEnabled") != nullptr;
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting PXEBootEnabled failed: %s", e.what());
+    return false;
+  }
+}
+
+int DeviceAssignmentState() {
+  try {
+    return NexCtl::Hardware::PciInfoImpl().GetDeviceAssignmentState();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting device assignment state failed: %s", e.what());
+    return 0;
+  }
+}
+
+}  // namespace
+
+struct GeneralWindow::Impl {
+  MenuFlags flags;
+  LogViewer logs;
+};
+
+std::vector<MenuRow> GeneralWindow::BuildRows(const MenuFlags& flags) {
+  const bool driverVMShown = flags.deviceAssignmentState == 1 || flags.deviceAssignmentState == 2;
+  const bool network = flags.managementInterfaceFound;
+  return {
+      {kPassword, true, true},
+      {kLockdown, true, flags.lockdownAvailable},
+      {kSeparator, true, false},
+      {kDriverVM, driverVMShown, flags.deviceAssignmentState == 2},
+      {kConfigureNetwork, true, network},
+      {kRestartNetwork, true, network},
+      {kTestNetwork, true, network},
+      {kNetworkRestore, true, true},
+      {kSeparator, true, false},
+      {kKeyboard, flags.usingKeyboard, true},
+      {kTroubleshooting, true, true},
+      {kSeparator, true, false},
+      {kSystemLogs, true, true},
+      {kSupportInformation, true, true},
+      {kResetConfiguration, true, !flags.networkBooted},
+  };
+}
+
+GeneralWindow::GeneralWindow(Frame* parent) : RootWindow(parent), _impl(std::make_unique<Impl>()) {
+  MenuFlags& flags = _impl->flags;
+  flags.lockdownAvailable = LockdownAvailable();
+  flags.managementInterfaceFound = FindManagementInterface();
+  flags.networkBooted = NetworkBooted();
+  flags.deviceAssignmentState = DeviceAssignmentState();
+  flags.usingKeyboard = usingKeyboard;
+  BuildMenu();
+}
+
+GeneralWindow::~GeneralWindow() = default;
+
+void GeneralWindow::BuildMenu() {
+  _impl->logs.CheckAvailability();
+  std::vector<std::unique_ptr<Item>> items;
+  for (const MenuRow& row : BuildRows(_impl->flags)) {
+    items.push_back(
+        std::make_unique<MenuItem>(row.key, _strings->GetString(row.key), row.shown, row.enabled));
+  }
+  _menu->SetItems(std::move(items));
+}
+
+uint32_t GeneralWindow::SelectedKey() const {
+  // The entry under the selection: the view's first index plus the row.
+  const int index = _menu->GetTop() + _menu->GetRow();
+  if (index < 0 || static_cast<size_t>(index) >= _menu->Count()) {
+    return kSeparator;
+  }
+  return static_cast<const MenuItem*>(_menu->At(static_cast<size_t>(index)))->Key();
+}
+
+void GeneralWindow::UpdateFooter() {
+  std::string footer = kLeftFooterStart;
+  if (SelectedKey() == kSystemLogs) {
+    const size_t count = _impl->logs.AvailableCount();
+    if (count > 0) {
+      const std::string range = count == 1 ? "<1>" : "<1-" + std::to_string(count) + ">";
+      footer += "  {color:black}" + range + "{/color}{color:dark-grey} View Log{/color}";
+    }
+  } else {
+    footer += "  {color:black}<Enter>{/color}{color:dark-grey} More{/color}";
+  }
+  _leftFooter->SetText(footer);
+}
+
+void GeneralWindow::ShowSelection() {
+  const uint32_t key = SelectedKey();
+  _rightTitle->SetText(_strings->GetString(key));
+  std::string help;
+  if (key == kSupportInformation) {
+    help = kSupportInformationHelp;
+  } else if (const uint32_t helpKey = HelpKey(key); helpKey != 0) {
+    help = _strings->GetString(helpKey);
+  }
+  if (key == kSystemLogs) {
+    help += "\n\n" + _impl->logs.ListText();
+  }
+  _rightText->SetText(help);
+  // The list and the right-pane text reach down to the footer line and
+  // blank it when they are drawn: the footers always go last.
+  _rightFooter->SetText(kRightFooter);
+  UpdateFooter();
+}
+
+void GeneralWindow::DrawContents() {
+  _leftTitle->SetText(_strings->GetString(kMenuTitle));
+  _menu->DrawItems();
+  ShowSelection();
+}
+
+void GeneralWindow::Update() {
+  // Rebuilding resets the selection; put it back on the same entry when it
+  // can still be chosen.
+  const uint32_t selected = SelectedKey();
+  BuildMenu();
+  for (size_t i = 0; i < _menu->Count(); ++i) {
+    const auto* item = static_cast<const MenuItem*>(_menu->At(i));
+    if (item->Key() == selected && item->IsShown() && item->IsSelectable()) {
+      while (_menu->CurrentIndex() < static_cast<int>(i)) {
+        const int before = _menu->CurrentIndex();
+        _menu->Next();
+        if (_menu->CurrentIndex() == before) {
+          break;
+        }
+      }
+      break;
+    }
+  }
+  DrawContents();
+}
+
+void GeneralWindow::SelectFirst() {
+  for (int before = -1; before != _menu->CurrentIndex();) {
+    before = _menu->CurrentIndex();
+    _menu->Prev();
+  }
+}
+
+void GeneralWindow::SelectLast() {
+  for (int before = -1; before != _menu->CurrentIndex();) {
+    before = _menu->CurrentIndex();
+    _menu->Next();
+  }
+}
+
+void GeneralWindow::RestartManagementNetwork() {
+  uint32_t message = 0;
+  try {
+    // Located afresh: the interface may have changed since the menu was built.
+    _mgmtIntf.reset();
+    NexCtl::Network::NetworkInfoImpl info;
+    info.UpdateManagementInterface();
+    _mgmtIntf = info.GetManagementInterface();
+    if (_mgmtIntf == nullptr) {
+      message = kInterfaceNotFound;
+    }
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Locating the management interface failed: %s", e.what());
+    _mgmtIntf.reset();
+    message = kInterfaceOperationFailed;
+  }
+  if (message != 0) {
+    MessageDialog dialog(this, kRestartNetworkError, message);
+    Frame::Run(&dialog);
+  }
+  // With the interface found, the restart dialog takes over (not built yet).
+}
+
+void GeneralWindow::Open(uint32_t key) {
+  switch (key) {
+    case kRestartNetwork:
+      RestartManagementNetwork();
+      break;
+    case kSupportInformation: {
+      SupportInformationDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
+    case kKeyboard: {
+      KeyboardDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
+    case kSystemLogs:
+      // The logs are opened by their number; the list is already on the right.
+      return;
+    default:
+      // Separators, and entries whose screens this build does not have yet
+      // (password, lockdown, DriverVM, network, test, restore,
+      // troubleshooting, reset): nothing opens.
+      return;
+  }
+  DrawContents();
+}
+
+int GeneralWindow::Loop() {
+  DrawContents();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    switch (key) {
+      case kEscape:
+        return 1;
+      case KEY_UP:
+        _menu->Prev();
+        ShowSelection();
+        break;
+      case KEY_DOWN:
+        _menu->Next();
+        ShowSelection();
+        break;
+      case KEY_PPAGE:
+        SelectFirst();
+        ShowSelection();
+        break;
+      case KEY_NPAGE:
+        SelectLast();
+        ShowSelection();
+        break;
+      case kEnter:
+        Open(SelectedKey());
+        break;
+      default:
+        if (key >= '0' && key <= '9' && SelectedKey() == kSystemLogs) {
+          const int index = _impl->logs.Choose(key - '0');
+          if (index >= 0) {
+            _impl->logs.Show(static_cast<size_t>(index), this);
+            DrawContents();
+          }
+        }
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

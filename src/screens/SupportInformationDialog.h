@@ -1,0 +1,31 @@
+// "View Support Information": the host's support information file shown as
+// plain text in a dialog that scrolls.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Dialog.h"
+
+namespace Merel {
+
+class PlainTextView;
+
+class SupportInformationDialog : public Dialog {
+ public:
+  explicit SupportInformationDialog(Frame* parent);
+  // Enter: 1; Escape: 0.
+  int Loop() override;
+
+  // Plain text cut into lines of at most `width` bytes: words move whole to
+  // the next line where they can, longer ones are cut; tabs become blanks and
+  // other control bytes are dropped.
+  static std::vector<std::string> WrapText(const std::string& text, int width);
+
+ private:
+  void ShowPosition();
+
+  PlainTextView* _view = nullptr;
+};
+
+}  // namespace Merel

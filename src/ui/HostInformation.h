@@ -1,0 +1,48 @@
+// The pieces of the host-information getters (TextArea::Get*Value) that are
+// worth checking on their own: memory units and formats, the parsing of the
+// tools' output, the firmware-version routine and the cache of the values
+// that cost a child process.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Merel::HostInformation {
+
+// The unit memory is shown in: MiB, raised by factors of 1024 while the next
+// unit still fits, up to PiB.
+struct MemoryUnit {
+  uint64_t size;  // bytes per unit
+  char letter;    // 'M', 'G', 'T' or 'P'
+};
+MemoryUnit ChooseMemoryUnit(uint64_t bytes);
+
+// The "memory" variable: whole units, then "." and the first decimal digit
+// (truncated) when there is a remainder, " ", the letter and "B": "31.9 GB".
+std::string FormatMemory(uint64_t bytes);
+
+// The fingerprint out of `openssl x509 -noout -fingerprint -sha1` output;
+// empty when the output is not such a line.
+std::string ParseSslFingerprint(const std::string& output);
+// The fingerprint field out of `ssh-keygen -l -f FILE` output
+// ("3072 SHA256:xxxx comment (RSA)" -> "SHA256:xxxx"); empty when missing.
+std::string ParseSshFingerprint(const std::string& output);
+
+// Firmware and tag fields by version id.
+enum VersionId : int {
+  kVersionPLSA = 1,      // storage adapter "hba0"
+  kVersionBMC = 2,       // management controller
+  kVersionBIOS = 3,      // "<vendor> (<major>.<minor>) <version>"
+  kVersionAssetTag = 4,  // asset tag
+};
+// The value for `id`, or "N/A" (unknown id, host-library failure, empty).
+std::string GetVersionString(int id);
+
+// The certificate thumbprint and the SSH key fingerprints start a program on
+// every draw of a text that names them, so a value once read successfully is
+// kept for the life of the process (the files only change with a reboot or a
+// configuration reset, and both restart the console). Failures are not kept:
+// a later draw tries again. Tests that switch hosts forget the kept values.
+void ForgetCachedValues();
+
+}  // namespace Merel::HostInformation

@@ -1,0 +1,42 @@
+// The simplest dialog: a title, a message and OK. Only Enter closes it, so a
+// message cannot be dismissed by a stray Escape meant for the screen below.
+#include "MessageDialog.h"
+
+#include "StringFactory.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 10;
+constexpr int kTitleHeight = 7;
+constexpr int kEnter = 10;
+
+const char* const kFooter =
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
+
+}  // namespace
+
+MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, uint32_t messageKey)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+      _titleKey(titleKey),
+      _messageKey(messageKey),
+      _message(_strings != nullptr ? _strings->GetString(messageKey) : "") {}
+
+MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string message)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+      _titleKey(titleKey),
+      _messageKey(0),
+      _message(std::move(message)) {}
+
+int MessageDialog::Loop() {
+  SetTitle(_strings != nullptr ? _strings->GetString(_titleKey) : "");
+  SetText(_message);
+  SetFooter(kFooter);
+  while (Frame::WaitForKey(this, true) != kEnter) {
+  }
+  return 1;
+}
+
+}  // namespace Merel

@@ -1,0 +1,17 @@
+// The host tools of a simulated host root, one function per tool name.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace MerelSim {
+
+// Runs host tool `name` on the host root `root` with `args` (without the
+// tool name); returns its exit status. Unknown tools exit 127.
+int RunTool(const std::string& root, const std::string& name, const std::vector<std::string>& args);
+
+// The tools.log line for one invocation: words separated by spaces, a word
+// with spaces (or an empty one) in double quotes.
+std::string FormatInvocation(const std::string& name, const std::vector<std::string>& args);
+
+}  // namespace MerelSim

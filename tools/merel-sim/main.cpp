@@ -1,0 +1,136 @@
+// merel-sim: makes and runs simulated host roots, and is every host tool of
+// such a root (the tool entries in ROOT/bin and ROOT/sbin call it back).
+#include <fcntl.h>
+#include <limits.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "HostState.h"
+#include "Tools.h"
+#include "backends/HostStore.h"
+#include "backends/SimHostInit.h"
+
+extern char** environ;
+
+namespace {
+
+int Usage() {
+  std::cerr << "usage: merel-sim init ROOT [DESCRIPTION.json]\n"
+               "       merel-sim run ROOT [ARGS...]\n"
+               "       merel-sim show ROOT\n"
+               "       merel-sim tool ROOT NAME [ARGS...]\n";
+  return 2;
+}
+
+std::string Absolute(const std::string& path) {
+  char resolved[PATH_MAX];
+  return realpath(path.c_str(), resolved) ? std::string(resolved) : path;
+}
+
+int Init(const std::vector<std::string>& args) {
+  if (args.empty() || args.size() > 2)
+    return Usage();
+  std::string description = Platform::DemoHostDescription();
+  std::string name = "built-in demo host";
+  if (args.size() == 2) {
+    name = args[1];
+    std::ifstream in(name, std::ios::binary);
+    if (!in) {
+      std::cerr << "merel-sim: " << name << ": cannot read: " << std::strerror(errno) << "\n";
+      return 1;
+    }
+    std::stringstream text;
+    text << in.rdbuf();
+    description = text.str();
+  }
+  std::string error;
+  std::vector<std::string> notes;
+  bool ok = Platform::InitHostRoot(args[0], description, name,
+                                   Platform::SelfDirectory() + "/merel-sim", error, &notes);
+  for (const auto& note : notes)
+    std::cerr << "merel-sim: note: " << note << "\n";
+  if (!ok) {
+    std::cerr << "merel-sim: " << error << "\n";
+    return 1;
+  }
+  return 0;
+}
+
+int Show(const std::vector<std::string>& args) {
+  if (args.size() != 1)
+    return Usage();
+  Platform::HostStore store(Absolute(args[0]));
+  Platform::HostState state;
+  std::string error;
+  if (!store.Read(state, error)) {
+    std::cerr << "merel-sim: " << error << "\n";
+    return 1;
+  }
+  std::cout << Platform::ToJson(state);
+  return 0;
+}
+
+int Run(const std::vector<std::string>& args) {
+  if (args.empty())
+    return Usage();
+  std::string root = Absolute(args[0]);
+  Platform::HostStore store(root);
+  Platform::HostState state;
+  std::string error;
+  if (!store.Read(state, error)) {
+    std::cerr << "merel-sim: " << error << "\n";
+    return 1;
+  }
+  const char* bin = std::getenv("MEREL_BIN");
+  std::string merel = bin && *bin ? bin : Platform::SelfDirectory() + "/merel";
+
+  std::string preload = "libpam_wrapper.so";
+  if (const char* asan = Platform::AsanRuntime())
+    preload = std::string(asan) + " " + preload;
+  setenv("MEREL_SIM_ROOT", root.c_str(), 1);
+  setenv("LD_PRELOAD", preload.c_str(), 1);
+  setenv("PAM_WRAPPER", "1", 1);
+  setenv("PAM_WRAPPER_SERVICE_DIR", (root + "/etc/pam.d").c_str(), 1);
+  setenv("PAM_MATRIX_PASSWD", (root + "/etc/pam_matrix.passwd").c_str(), 1);
+
+  std::vector<char*> argv = {const_cast<char*>("merel")};
+  for (size_t i = 1; i < args.size(); ++i)
+    argv.push_back(const_cast<char*>(args[i].c_str()));
+  argv.push_back(nullptr);
+  execve(merel.c_str(), argv.data(), environ);
+  std::cerr << "merel-sim: " << merel << ": cannot start: " << std::strerror(errno) << "\n";
+  return 127;
+}
+
+int Tool(const std::vector<std::string>& args) {
+  if (args.size() < 2)
+    return Usage();
+  std::vector<std::string> rest(args.begin() + 2, args.end());
+  return MerelSim::RunTool(Absolute(args[0]), args[1], rest);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2)
+    return Usage();
+  std::string command = argv[1];
+  std::vector<std::string> args(argv + 2, argv + argc);
+  if (command == "init")
+    return Init(args);
+  if (command == "run")
+    return Run(args);
+  if (command == "show")
+    return Show(args);
+  if (command == "tool")
+    return Tool(args);
+  return Usage();
+}
