@@ -112,21 +112,6 @@ TEST(KeyboardScreenTest, EnterWithoutSpaceSetsTheCurrentLayoutAgain) {
   EXPECT_EQ(Layout(host), "US Default");
 }
 
-TEST(KeyboardScreenTest, LaterLayoutsScrollIntoView) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  auto console = OpenChooser(host);
-  for (int i = 0; i < 40; ++i) {
-    console->SendKey(Key::kDown);
-  }
-  console->SendKey(Key::kSpace);
-  ASSERT_TRUE(WaitQuiet(*console, "(o) Canadian French")) << console->Text();
-  EXPECT_EQ(console->Text().find("US Default"), std::string::npos) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(Closed(*console));
-  EXPECT_EQ(Layout(host), "Canadian French");
-}
-
 TEST(KeyboardScreenTest, UnknownCurrentLayoutMarksNothingAndEnterTakesTheFirst) {
   SimHost host;
   ASSERT_TRUE(host.Ok());

@@ -331,17 +331,6 @@ TEST(LoginScreenTest, PinGoesThroughTheSameOutcomes) {
       << host.AuditLog();
 }
 
-TEST(LoginScreenTest, F3DoesNothingWithoutSmartCardSupport) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  auto console = OpenLogin(host);
-  console->SendKey(Key::kF3);
-  console->SendText("x");
-  ASSERT_TRUE(console->WaitFor([&] { return FieldValue(*console, kPasswordRow) == "*"; }))
-      << console->Text();
-  EXPECT_EQ(Label(*console, kPasswordRow), "Password:");
-}
-
 TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
   SimHost host;
   ASSERT_TRUE(host.Ok());

@@ -18,9 +18,9 @@ using MerelTest::CursesScreen;
 
 // One item per letter: upper case selectable, lower case not, '.' hidden
 // (selectable); the label is the letter.
-std::vector<std::unique_ptr<Item>> MakeItems(const std::string& spec) {
+std::vector<std::unique_ptr<Item>> MakeItems(const std::string& letters) {
   std::vector<std::unique_ptr<Item>> items;
-  for (char c : spec) {
+  for (char c : letters) {
     auto item = std::make_unique<LabelItem>(std::string(1, c), c == '.' || isupper(c));
     item->SetShown(c != '.');
     items.push_back(std::move(item));
@@ -33,9 +33,9 @@ using Position = std::array<int, 4>;
 
 class ItemListTest : public testing::Test {
  protected:
-  ItemList* MakeList(int rows, const std::string& spec) {
+  ItemList* MakeList(int rows, const std::string& letters) {
     ItemList* list = Window::Make<ItemList>(&_parent, 1, 1, 20, rows);
-    list->SetItems(MakeItems(spec));
+    list->SetItems(MakeItems(letters));
     return list;
   }
 

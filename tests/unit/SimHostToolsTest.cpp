@@ -87,7 +87,7 @@ const Platform::ServiceState& Service(const HostState& s, const char* name) {
 }
 
 TEST(SimHostToolsTest, ManagementCommands) {
-  RunCases("", {
+  RunCases("static-ipv4", {
                    {"/bin/rovi-cmd",
                     {"rovi-cmd", "-U", "root", "rovisvc/auth/lockdown_is_enabled"},
                     0,
