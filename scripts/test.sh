@@ -22,9 +22,12 @@ run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DMEREL_SANITIZE=ON
 
 echo "== fuzz targets (${FUZZ_SECONDS}s each)"
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMEREL_FUZZ=ON >/dev/null
-cmake --build build-fuzz -j"$JOBS"
-for f in build-fuzz/tests/fuzz/fuzz_*; do
-  [ -x "$f" ] || continue
+targets=$(cd tests/fuzz && ls fuzz_*.cpp | sed 's/\.cpp$//')
+# shellcheck disable=SC2086
+cmake --build build-fuzz -j"$JOBS" --target $targets
+for t in $targets; do
+  f=build-fuzz/tests/fuzz/$t
+  echo "-- $t"
   corpus=$(mktemp -d)
   "$f" -max_total_time="$FUZZ_SECONDS" -print_final_stats=0 "$corpus" 2>&1 | tail -n 2
   rm -rf "$corpus"

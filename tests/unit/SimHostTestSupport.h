@@ -1,14 +1,15 @@
 // A fresh simulated host root per test, made by the real `merel-sim init`.
 #pragma once
 
-#include <ftw.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include "Platform.h"
@@ -17,29 +18,9 @@
 namespace SimHostTest {
 
 inline std::string ReadFile(const std::string& path) {
-  std::ifstream in(path);
   std::stringstream text;
-  text << in.rdbuf();
+  text << std::ifstream(path).rdbuf();
   return text.str();
-}
-
-inline std::string Fixture(const std::string& name) {
-  return std::string(MEREL_SOURCE_DIR) + "/tests/fixtures/hosts/" + name + ".json";
-}
-
-// Runs merel-sim with `args`; returns its exit status and its standard
-// error in `errors`.
-inline int RunSim(const std::string& args, std::string* errors = nullptr) {
-  char errorFile[] = "/tmp/merel-sim-err-XXXXXX";
-  int fd = mkstemp(errorFile);
-  close(fd);
-  std::string command =
-      std::string("'") + MEREL_SIM_BIN + "' " + args + " >/dev/null 2>" + errorFile;
-  int status = std::system(command.c_str());
-  if (errors)
-    *errors = ReadFile(errorFile);
-  unlink(errorFile);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 class TempDir {
@@ -48,28 +29,38 @@ class TempDir {
     char pattern[] = "/tmp/merel-unit-XXXXXX";
     _path = mkdtemp(pattern);
   }
-  ~TempDir() {
-    nftw(
-        _path.c_str(),
-        [](const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }, 16,
-        FTW_DEPTH | FTW_PHYS);
-  }
+  ~TempDir() { std::filesystem::remove_all(_path); }
   const std::string& Path() const { return _path; }
 
  private:
   std::string _path;
 };
 
-// A host root made from a fixture (or the demo host), installed as the
-// platform's backend for the life of the object.
+// Runs merel-sim with `args`; returns its exit status and its standard
+// error in `errors`.
+inline int RunSim(const std::string& args, std::string* errors = nullptr) {
+  TempDir dir;
+  std::string command =
+      std::string("'") + MEREL_SIM_BIN + "' " + args + " >/dev/null 2>" + dir.Path() + "/errors";
+  int status = std::system(command.c_str());
+  if (errors)
+    *errors = ReadFile(dir.Path() + "/errors");
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A host root made from a fixture under tests/fixtures/hosts (or the demo
+// host), installed as the platform's backend for the life of the object.
+// A root that cannot be made throws.
 class SimRoot {
  public:
-  explicit SimRoot(const std::string& fixture = "") {
-    _root = _dir.Path() + "/root";
+  explicit SimRoot(const std::string& fixture = "") : _root(_dir.Path() + "/root") {
     std::string args = "init '" + _root + "'";
     if (!fixture.empty())
-      args += " '" + Fixture(fixture) + "'";
+      args += std::string(" '") + MEREL_SOURCE_DIR + "/tests/fixtures/hosts/" + fixture + ".json'";
     _initStatus = RunSim(args, &_initErrors);
+    // Thrown out of a test body, this fails just that test, with the reason.
+    if (_initStatus != 0)
+      throw std::runtime_error("merel-sim init " + fixture + ": " + _initErrors);
     Platform::Install(std::make_unique<Platform::SimBackend>(_root));
   }
   ~SimRoot() { Platform::Install(nullptr); }

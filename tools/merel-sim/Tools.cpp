@@ -137,7 +137,9 @@ int RoviCmd(Context& c) {
   };
   auto it = serviceCommands.find(command);
   if (it != serviceCommands.end()) {
-    const auto& [name, action] = it->second;
+    // Plain references, not a structured binding: clang 14 cannot capture those.
+    const std::string& name = it->second.first;
+    const std::string& action = it->second.second;
     c.host.Modify([&](HostState& s) {
       auto& service = Service(s, name);
       if (action == "start")

@@ -1,0 +1,481 @@
+// The simulated host: its state file (JSON form, one-line errors, locked and
+// crash-safe changes), the operating-system side (paths, programs, the shell,
+// logs, power) and the host tools the console starts. Roots are made by the
+// real `merel-sim init`.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <regex>
+
+#include "HostCtl/HostCtlException.h"
+#include "HostState.h"
+#include "SimHostTestSupport.h"
+#include "backends/HostStore.h"
+#include "backends/SimHostInit.h"
+
+namespace {
+
+using Platform::HostState;
+using Platform::HostStore;
+using SimHostTest::ReadFile;
+using SimHostTest::RunSim;
+using SimHostTest::SimRoot;
+using SimHostTest::TempDir;
+
+int Exit(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Runs `body` in a child process that then exits with 0.
+template <typename Body>
+pid_t Child(Body body) {
+  pid_t pid = fork();
+  if (pid == 0) {
+    body();
+    _exit(0);
+  }
+  return pid;
+}
+
+int Wait(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return status;
+}
+
+std::string LastLine(std::string text) {
+  while (!text.empty() && text.back() == '\n')
+    text.pop_back();
+  return text.substr(text.rfind('\n') + 1);  // npos + 1 == 0
+}
+
+// The host tools, run the way the console runs them: by their host path,
+// with argv[0] the bare name and an empty environment.
+struct Result {
+  int status;
+  std::string out;
+};
+
+Result RunTool(std::vector<std::string> words) {
+  std::string program = words[0];
+  words[0] = words[0].substr(words[0].rfind('/') + 1);
+  std::vector<char*> argv;
+  for (auto& word : words)
+    argv.push_back(word.data());
+  argv.push_back(nullptr);
+  char env0[] = "PYTHONHOME=/";
+  char* envp[] = {env0, nullptr};
+  int out[2];
+  EXPECT_EQ(pipe(out), 0);
+  int null = open("/dev/null", O_RDWR);
+  pid_t pid = Platform::Spawn(program.c_str(), argv.data(), envp, null, out[1], null);
+  close(out[1]);
+  close(null);
+  std::string text;
+  char buffer[256];
+  for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;)
+    text.append(buffer, n);
+  close(out[0]);
+  return {pid < 0 ? -1 : Exit(Wait(pid)), text};
+}
+
+const Platform::ServiceState& Service(const HostState& s, const char* name) {
+  return *Platform::FindService(const_cast<HostState&>(s), name);
+}
+bool On(const HostState& s, const char* service) {
+  return Service(s, service).running;
+}
+int Option(const HostState& s, const char* name) {
+  return Platform::FindOption(s, name)->value;
+}
+#define HOLDS(condition) [](const HostState& s) { return condition; }
+
+TEST(SimHostStateTest, JsonRoundTripKeepsEveryMember) {
+  HostState demo;
+  std::string error;
+  ASSERT_TRUE(Platform::FromJson(Platform::DemoHostDescription(), demo, error)) << error;
+  demo.counters["x"] = 7;
+  demo.network.dns.records["a.test"] = {"10.0.0.1", "10.0.0.2"};
+  std::string once = Platform::ToJson(demo);
+  HostState again;
+  ASSERT_TRUE(Platform::FromJson(once, again, error)) << error;
+  EXPECT_EQ(Platform::ToJson(again), once);
+  EXPECT_EQ(again.network.nics.at(0).ipv4Address, "192.168.10.20");
+  EXPECT_EQ(again.counters.at("x"), 7);
+}
+
+TEST(SimHostStateTest, DefaultsFillOnlyWhatADescriptionLeavesOut) {
+  HostState state;
+  std::string error;
+  ASSERT_TRUE(Platform::FromJson(R"({"welcomeMessage": "hi", "advancedOptions":
+      [{"name": "/UserVars/MerelTimeOut", "value": 90, "max": 100}]})",
+                                 state, error))
+      << error;
+  Platform::FillDefaults(state);
+  EXPECT_EQ(state.welcomeMessage, "hi");
+  EXPECT_EQ(Platform::FindOption(state, "/UserVars/MerelTimeOut")->value, 90);
+  EXPECT_EQ(Platform::FindOption(state, "/UserVars/TarvikShellTimeOut")->value, 0);
+  EXPECT_NE(Platform::FindService(state, "TarvikShell"), nullptr);
+}
+
+TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
+  const std::string nic = R"({"network": {"vswitches": [{"name": "vs", "portGroups":
+      [{"name": "pg"}]}], "nics": [{"name": "vmk0", "portGroup": "pg", )";
+  struct {
+    std::string json;  // empty: no file at all
+    const char* expected;
+  } cases[] = {
+      {"", "cannot read: No such file or directory"},
+      {"{", "invalid host state: not valid JSON"},
+      {R"({"welcomMessage": ""})", "invalid host state: welcomMessage: unknown member"},
+      {R"({"bootCount": "two"})", "invalid host state: bootCount: expected an integer"},
+      {R"({"network": {"nics": [{"name": "vmk0", "portGroup": "nope"}]}})",
+       "invalid host state: network.nics[0].portGroup: unknown port group \"nope\""},
+      {nic + R"("ipv4Address": "10.0.0.300"}]}})",
+       "invalid host state: network.nics[0].ipv4Address: not an IPv4 address: \"10.0.0.300\""},
+      {R"({"network": {"pnics": [{"name": "p"}, {"name": "p"}]}})",
+       "invalid host state: network.pnics[1]: duplicate name \"p\""},
+      {R"({"accounts": [{"user": "ro:ot", "password": "x"}]})", "invalid host state: accounts[0]"},
+      {R"({"powerState": "sleeping"})", "invalid host state: powerState"},
+      {R"({"logs": ["../x.log"]})", "invalid host state: logs: \"../x.log\" is not a file name"},
+  };
+  for (const auto& c : cases) {
+    TempDir dir;
+    if (!c.json.empty())
+      std::ofstream(dir.Path() + "/host.json") << c.json;
+    HostState state;
+    state.welcomeMessage = "untouched";
+    std::string error;
+    EXPECT_FALSE(HostStore(dir.Path()).Read(state, error)) << c.json;
+    EXPECT_EQ(error.rfind(dir.Path() + "/host.json: " + c.expected, 0), 0u) << "got: " << error;
+    EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+    EXPECT_EQ(state.welcomeMessage, "untouched");
+  }
+}
+
+TEST(SimHostStoreTest, ConcurrentWritersLoseNothing) {
+  TempDir dir;
+  HostStore store(dir.Path());
+  std::string error;
+  ASSERT_TRUE(store.Write(HostState(), error)) << error;
+  constexpr int kWriters = 6;
+  constexpr int kIncrements = 40;
+  std::vector<pid_t> children;
+  for (int w = 0; w < kWriters; ++w) {
+    children.push_back(Child([&] {
+      HostStore mine(dir.Path());
+      for (int i = 0; i < kIncrements; ++i) {
+        if (!mine.Modify([](HostState& s) { ++s.counters["n"]; }, error))
+          _exit(1);
+      }
+    }));
+  }
+  for (pid_t pid : children)
+    EXPECT_EQ(Exit(Wait(pid)), 0);
+  HostState state;
+  ASSERT_TRUE(store.Read(state, error)) << error;
+  EXPECT_EQ(state.counters["n"], kWriters * kIncrements);
+}
+
+// Dies between writing the new state and putting it in place: the worst
+// moment for a crash.
+class DyingStore : public HostStore {
+ public:
+  using HostStore::HostStore;
+
+ protected:
+  void BeforeRename(const std::string&) override { raise(SIGKILL); }
+};
+
+// A change that fails in any way leaves the old state whole and the lock
+// free: refused as invalid, thrown out of, or killed with the lock held.
+TEST(SimHostStoreTest, FailedChangesLeaveTheOldStateWhole) {
+  TempDir dir;
+  HostStore store(dir.Path());
+  std::string error;
+  ASSERT_TRUE(store.Write(HostState(), error)) << error;
+  std::string before = ReadFile(dir.Path() + "/host.json");
+  EXPECT_FALSE(store.Modify([](HostState& s) { s.powerState = "asleep"; }, error));
+  EXPECT_NE(error.find("refusing to write an invalid host state: powerState"), std::string::npos);
+  EXPECT_THROW(store.Modify([](HostState&) { throw std::runtime_error("no"); }, error),
+               std::runtime_error);
+  EXPECT_EQ(ReadFile(dir.Path() + "/host.json"), before);
+  for (bool killInsideChange : {false, true}) {
+    int status = Wait(Child([&] {
+      DyingStore(dir.Path())
+          .Modify(
+              [&](HostState& s) {
+                s.bootCount = 99;
+                if (killInsideChange)
+                  raise(SIGKILL);
+              },
+              error);
+    }));
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    EXPECT_EQ(ReadFile(dir.Path() + "/host.json"), before);
+  }
+  EXPECT_TRUE(store.Modify([](HostState& s) { s.bootCount = 3; }, error)) << error;
+  HostState state;
+  ASSERT_TRUE(store.Read(state, error));
+  EXPECT_EQ(state.bootCount, 3);
+}
+
+TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
+  TempDir dir;
+  std::string bad = dir.Path() + "/bad.json", root = dir.Path() + "/r";
+  std::ofstream(bad) << R"({"network": {"nics": [{"name": "vmk0"}]}})";
+  std::string errors;
+  EXPECT_EQ(RunSim("init '" + root + "' '" + bad + "'", &errors), 1);
+  EXPECT_EQ(errors, "merel-sim: " + bad +
+                        ": invalid host description: network.nics[0]: needs exactly one of "
+                        "portGroup, dvSwitch, opaqueNetwork\n");
+  EXPECT_NE(access(root.c_str(), F_OK), 0);
+  EXPECT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/none.json'", &errors), 1);
+  EXPECT_EQ(errors,
+            "merel-sim: " + dir.Path() + "/none.json: cannot read: No such file or directory\n");
+  ASSERT_EQ(RunSim("init '" + root + "'", &errors), 0) << errors;
+  std::string before = ReadFile(root + "/host.json");
+  EXPECT_EQ(RunSim("init '" + root + "'", &errors), 1);
+  EXPECT_NE(errors.find("/r/host.json: already exists"), std::string::npos) << errors;
+  EXPECT_EQ(ReadFile(root + "/host.json"), before);
+}
+
+TEST(PlatformSelectTest, BadRootGivesOneLineAndNoRootGivesThePersistentDemoHost) {
+  TempDir dir;
+  std::string missing = dir.Path() + "/absent", error;
+  setenv("MEREL_SIM_ROOT", missing.c_str(), 1);
+  EXPECT_FALSE(Platform::Select(error));
+  EXPECT_EQ(error, "MEREL_SIM_ROOT=" + missing + ": " + missing +
+                       ": cannot open host root: No such file or directory");
+  EXPECT_NE(access(missing.c_str(), F_OK), 0);
+  // Without a host every call fails cleanly and nothing runs.
+  EXPECT_THROW(Platform::Current().Load(), HostCtl::Lib::HostCtlException);
+  EXPECT_EQ(Platform::System("true"), -1);
+
+  unsetenv("MEREL_SIM_ROOT");
+  setenv("XDG_STATE_HOME", dir.Path().c_str(), 1);
+  ASSERT_TRUE(Platform::Select(error)) << error;
+  EXPECT_EQ(Platform::HostPath("/etc/hosts"), dir.Path() + "/merel/host/etc/hosts");
+  EXPECT_EQ(Platform::Current().Load().network.dns.hostname, "merel-demo");
+  Platform::Current().Modify([](HostState& s) { s.bootCount = 7; });
+  ASSERT_TRUE(Platform::Select(error)) << error;  // a second start keeps the state
+  EXPECT_EQ(Platform::Current().Load().bootCount, 7);
+  Platform::Install(nullptr);
+  unsetenv("XDG_STATE_HOME");
+}
+
+TEST(PlatformSimBackendTest, PathsAndCommandsMoveIntoTheRoot) {
+  Platform::SimBackend backend("/tmp/root");
+  EXPECT_EQ(backend.HostPath("/tmp/root/bin/x"), "/tmp/root/bin/x");  // already inside
+  const std::pair<const char*, const char*> commands[] = {
+      {"/sbin/configReset.sh --reset-only > /dev/null 2>&1",
+       "/tmp/root/sbin/configReset.sh --reset-only > /dev/null 2>&1"},
+      {"/sbin/nexbacktrace -w -n mgmtd -o mgmtd-restart% -d /var/log/",
+       "/tmp/root/sbin/nexbacktrace -w -n mgmtd -o mgmtd-restart% -d /tmp/root/var/log/"},
+      {"X=/etc/hosts;cat</etc/hosts|wc", "X=/tmp/root/etc/hosts;cat</tmp/root/etc/hosts|wc"},
+      {"echo '/etc/x' \"/usr/bin/y\" $(/bin/z)",
+       "echo '/tmp/root/etc/x' \"/tmp/root/usr/bin/y\" $(/tmp/root/bin/z)"},
+      {"tarvikcfg-advcfg -g /UserVars/MerelTimeOut", "tarvikcfg-advcfg -g /UserVars/MerelTimeOut"},
+      {"echo a/bin/b /", "echo a/bin/b /"},
+      {"/tmp/root/bin/x", "/tmp/root/bin/x"},
+  };
+  for (const auto& [in, out] : commands)
+    EXPECT_EQ(backend.RewriteCommand(in), out) << in;
+  EXPECT_EQ(Platform::SimBackend("/tmp/my root").RewriteCommand("/bin/x"), "'/tmp/my root'/bin/x");
+}
+
+// The console blocks its termination signals in every thread; a child that
+// inherited that could never be ended with SIGTERM.
+TEST(PlatformSimBackendTest, ChildrenGetOnlyTheRootAndNoBlockedSignals) {
+  SimRoot root;
+  const std::string blocked =
+      "while read k v; do [ \"$k\" = SigBlk: ] && echo $v; done </proc/self/status";
+  sigset_t block, old;
+  sigemptyset(&block);
+  sigaddset(&block, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &block, &old);
+  Result spawned = RunTool({"/bin/sh", "-c", "echo \"$0|$PYTHONHOME|$HOME\"; " + blocked});
+  // Absolute paths land in the root and PATH holds only the root's tools.
+  std::string marker = "/tmp/merel-unit-marker-" + std::to_string(getpid());
+  int status = Platform::System((blocked + " > " + marker + "; ls / 2>/dev/null").c_str());
+  pthread_sigmask(SIG_SETMASK, &old, nullptr);
+  EXPECT_EQ(spawned.out, "sh|/|\n0000000000000000\n");
+  EXPECT_EQ(ReadFile(root.Path() + marker), "0000000000000000\n");
+  EXPECT_NE(access(marker.c_str(), F_OK), 0);
+  EXPECT_EQ(Exit(status), 127);
+  EXPECT_EQ(RunTool({"/bin/not-a-tool"}).status, -1);
+}
+
+// The shut-down screen ends with system("poweroff") or system("reboot"):
+// those must be the simulated tools, record the power state, and end the
+// console (only the console) as a real shutdown would.
+TEST(PlatformSimBackendTest, PoweroffAndRebootRunTheSimulatedTools) {
+  struct {
+    const char* command;
+    bool console;  // false: the pid file names a process that reused the pid
+    const char* powerState;
+    int bootCount;
+  } cases[] = {
+      {"poweroff", true, "off", 1},
+      {"reboot -f", true, "rebooting", 2},
+      {"poweroff", false, "off", 1},
+  };
+  for (const auto& c : cases) {
+    SimRoot root;
+    // The process name comes from the program file: "merel" or "sleep".
+    std::string program = root.Path() + "/tmp/merel";
+    ASSERT_EQ(symlink("/bin/sleep", program.c_str()), 0);
+    if (!c.console)
+      program = "/bin/sleep";
+    pid_t pid = Child([&] { execl(program.c_str(), "merel", "30", nullptr); });
+    std::ofstream(root.Path() + "/var/run/merel.pid") << pid;
+    usleep(50000);  // let it exec, so its name is its program's
+
+    EXPECT_EQ(Exit(Platform::System(c.command)), 0) << c.command;
+    EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), c.command);
+    HostState state = Platform::Current().Load();
+    EXPECT_EQ(state.powerState, c.powerState);
+    EXPECT_EQ(state.bootCount, c.bootCount);
+    for (const auto& vm : state.vms)
+      EXPECT_FALSE(vm.poweredOn) << vm.name;
+    if (!c.console) {
+      EXPECT_EQ(waitpid(pid, nullptr, WNOHANG), 0);  // still running
+      kill(pid, SIGKILL);
+    }
+    int status = Wait(pid);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == (c.console ? SIGTERM : SIGKILL));
+  }
+}
+
+TEST(PlatformSimBackendTest, SyslogLinesCarryFacilityLevelAndHonourTheMask) {
+  SimRoot root;
+  Platform::OpenLog("MEREL", LOG_PID, LOG_USER);
+  Platform::SetLogMask(LOG_UPTO(LOG_INFO));
+  Platform::Syslog(LOG_INFO, "Starting %s", "MEREL");
+  Platform::Syslog(LOG_DEBUG, "never written");
+  Platform::Syslog(LOG_AUTH | LOG_ERR, "Login failed for %s\n", "root");
+  Platform::SetLogMask(0xff);
+  std::string log = root.File("/var/log/syslog.log");
+  std::string pid = std::to_string(getpid());
+  EXPECT_TRUE(std::regex_search(
+      log, std::regex("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z MEREL\\[" + pid +
+                      "\\]: user\\.info Starting MEREL\n")))
+      << log;
+  EXPECT_NE(log.find("MEREL[" + pid + "]: auth.err Login failed for root\n"), std::string::npos);
+  EXPECT_EQ(log.find("never written"), std::string::npos);
+}
+
+TEST(PlatformSimBackendTest, NamesResolveFromHostsFileThenDns) {
+  SimRoot root;
+  std::ofstream(root.Path() + "/etc/hosts", std::ios::app) << "10.9.9.9 www.example.test\n";
+  const std::pair<const char*, const char*> cases[] = {
+      {"merel-demo.example.test", "192.168.10.20"},
+      {"WWW.example.test", "10.9.9.9"},
+      {"fleetdesk", "192.168.10.5"},  // through the search domain
+      {"nowhere.example.test", nullptr},
+  };
+  for (const auto& [name, address] : cases) {
+    std::vector<std::string> addresses;
+    EXPECT_EQ(Platform::ResolveHostname(name, addresses), address != nullptr) << name;
+    EXPECT_EQ(addresses, address ? std::vector<std::string>{address} : std::vector<std::string>{});
+  }
+}
+
+// Each row runs one command line on the row's fixture (rows of one fixture
+// share a root, in order) and says what the tool must print and exit with
+// and what it must leave in the host state.
+TEST(SimHostToolsTest, ToolsAnswerAndChangeTheHost) {
+  const char *ip4 = "static-ipv4", *lock = "lockdown-possible", *demo = "",
+             *welcome = "welcome-message";
+  struct {
+    const char* fixture;
+    const char* command;
+    int status;
+    bool (*check)(const HostState&) = nullptr;  // what it leaves in the state
+    const char* out = nullptr;                  // what it prints
+  } cases[] = {
+      {ip4, "rovi-cmd -U root rovisvc/auth/lockdown_is_enabled", 0, nullptr, "false\n"},
+      {ip4, "rovi-cmd -U root rovisvc/auth/lockdown_is_possible", 0, nullptr, "false\n"},
+      {ip4, "rovi-cmd -U root rovisvc/auth/lockdown_mode_enter", 1, HOLDS(!s.lockdown.enabled)},
+      {ip4, "rovi-cmd -U nobody internalsvc/refresh", 255, HOLDS(!s.counters.count("refresh"))},
+      {ip4, "rovi-cmd -U merel internalsvc/refresh", 0, HOLDS(s.counters.at("refresh") == 1)},
+      {ip4, "rovi-cmd -U root hostsvc/enable_tarvik_shell", 0,
+       HOLDS(Service(s, "TarvikShell").enabled && !On(s, "TarvikShell"))},
+      {ip4, "rovi-cmd -U root hostsvc/start_ssh", 0,
+       HOLDS(On(s, "SSH") && s.firewall.at(0).enabled)},
+      {ip4, "rovi-cmd -U root hostsvc/stop_ssh", 0,
+       HOLDS(!On(s, "SSH") && !s.firewall.at(0).enabled)},
+      {ip4, "rovi-cmd -U root no/such/command", 1},
+      {ip4, "nexping 10.20.30.1 -I vmk0", 0},          // gateway
+      {ip4, "nexping 10.20.30.2", 0},                  // reachable DNS
+      {ip4, "nexping 10.20.30.99", 1},                 // nobody
+      {ip4, "nexping fe80::1%vmk0 -I vmk0", 1},        // no IPv6 peer
+      {ip4, "nexping fe80::21b:21ff:feaa:0%vmk0", 0},  // own
+      {ip4, "nexping not-an-address", 2},
+      {lock, "rovi-cmd -U root rovisvc/auth/lockdown_is_possible", 0, nullptr, "true\n"},
+      {lock, "rovi-cmd -U root rovisvc/auth/lockdown_mode_enter", 0, HOLDS(s.lockdown.enabled)},
+      {lock, "rovi-cmd -U root rovisvc/auth/lockdown_is_enabled", 0, nullptr, "true\n"},
+      {lock, "rovi-cmd -U mallory rovisvc/auth/lockdown_mode_exit", 255, HOLDS(s.lockdown.enabled)},
+      {lock, "rovi-cmd -U merel rovisvc/auth/lockdown_mode_exit", 0, HOLDS(!s.lockdown.enabled)},
+      {demo, "tarvikcfg-advcfg -q -g /UserVars/MerelTimeOut", 0, nullptr, "600\n"},
+      {demo, "tarvikcfg-advcfg -q -g /UserVars/Nope", 1},
+      {demo, "tarvikcfg-advcfg -q -s 300 /UserVars/MerelTimeOut", 0,
+       HOLDS(Option(s, "/UserVars/MerelTimeOut") == 300)},
+      {demo, "tarvikcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i 86401", 1,
+       HOLDS(Option(s, "/UserVars/TarvikShellTimeOut") == 0)},
+      {demo, "nexcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i 1800", 0,
+       HOLDS(Option(s, "/UserVars/TarvikShellTimeOut") == 1800)},
+      {demo, "/etc/init.d/TarvikShell status", 3},
+      {demo, "/etc/init.d/TarvikShell start", 0, HOLDS(On(s, "TarvikShell"))},
+      {demo, "/etc/init.d/TarvikShell status", 0},
+      {demo, "/etc/init.d/SSH restart", 0, HOLDS(On(s, "SSH") && Service(s, "SSH").restarts == 1)},
+      {demo, "services.sh stop", 0, HOLDS(!On(s, "mgmtd") && !On(s, "fdxa"))},
+      {demo, "nexbacktrace -w -n mgmtd -o mgmtd-restart% -d /var/log/", 1},
+      {demo, "services.sh start", 0, HOLDS(On(s, "mgmtd"))},
+      {demo, "nexbacktrace -w -n mgmtd -o mgmtd-restart% -d /var/log/", 0,
+       HOLDS(s.counters.at("livecores") == 1)},
+      {demo, "backup.sh 0", 0, HOLDS(s.counters.at("backups") == 1)},
+      {welcome, "tarvikcfg-advcfg -s 60 /UserVars/MerelTimeOut", 0},
+      {welcome, "configReset.sh --reset-only", 0,
+       HOLDS(s.configResets == 1 && s.welcomeMessage.empty() &&
+             Platform::ManagementNic(s)->ipv4Mode == "dhcp" &&
+             Option(s, "/UserVars/MerelTimeOut") == 600 && s.network.dns.hostname == "localhost")},
+  };
+  std::unique_ptr<SimRoot> root;
+  const char* fixture = nullptr;
+  for (const auto& c : cases) {
+    if (!fixture || std::string(fixture) != c.fixture) {
+      root.reset();  // one installed backend at a time
+      root = std::make_unique<SimRoot>(fixture = c.fixture);
+    }
+    std::vector<std::string> words;
+    std::istringstream line(c.command);
+    for (std::string word; line >> word;)
+      words.push_back(word);
+    Result result = RunTool(words);
+    EXPECT_EQ(result.status, c.status) << c.command;
+    EXPECT_TRUE(!c.out || result.out == c.out) << c.command << " printed " << result.out;
+    EXPECT_TRUE(!c.check || c.check(Platform::Current().Load())) << c.command;
+  }
+}
+
+TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
+  SimRoot root;
+  RunTool({"/bin/rovi-cmd", "-U", "a user", ""});
+  EXPECT_EQ(root.File("/var/log/tools.log"), "rovi-cmd -U \"a user\" \"\"\n");
+  // The network test starts nexping with its standard descriptors closed:
+  // a file the tool opens then must not be taken for its output.
+  std::string before = root.File("/host.json");
+  for (auto [target, status] : {std::pair{"192.168.10.1", 0}, std::pair{"10.99.99.99", 1}}) {
+    std::string command = std::string("nexping ") + target + " -I vmk0";
+    EXPECT_EQ(Exit(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
+    EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
+  }
+  EXPECT_EQ(root.File("/host.json"), before);
+}
+
+}  // namespace
