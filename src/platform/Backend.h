@@ -33,6 +33,9 @@ class Backend {
                            int level,
                            const std::string& message) = 0;
   virtual bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) = 0;
+  // Brings virtual terminal `vt` to the front; false when it cannot (a
+  // backend without a console of its own never can).
+  virtual bool SwitchVirtualTerminal(int /*vt*/) { return false; }
 
   // The host's state. Load reads it afresh; Modify is an atomic
   // read-modify-write (no update of another process is lost). Both throw

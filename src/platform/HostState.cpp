@@ -246,6 +246,7 @@ void Fields(HostState& s, V& v) {
   v("lockdown", s.lockdown);
   v("vms", s.vms);
   v("powerState", s.powerState);
+  v("activeVirtualTerminal", s.activeVirtualTerminal);
   v("bootCount", s.bootCount);
   v("firewall", s.firewall);
   v("alerts", s.alerts);

@@ -249,6 +249,7 @@ struct HostState {
   LockdownState lockdown;
   std::vector<VmState> vms;
   std::string powerState = "on";  // "on", "off", "rebooting"
+  int activeVirtualTerminal = 0;   // 0: never switched
   int bootCount = 1;
   std::vector<FirewallRulesetState> firewall;
   std::vector<std::string> alerts;

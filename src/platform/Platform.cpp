@@ -171,4 +171,8 @@ bool ResolveHostname(const std::string& name, std::vector<std::string>& addresse
   return Current().ResolveHostname(name, addresses);
 }
 
+bool SwitchVirtualTerminal(int vt) {
+  return Current().SwitchVirtualTerminal(vt);
+}
+
 }  // namespace Platform

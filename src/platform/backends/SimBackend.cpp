@@ -309,6 +309,15 @@ void SimBackend::WriteSyslog(const std::string& ident,
   AppendLine("/var/log/syslog.log", line + text);
 }
 
+bool SimBackend::SwitchVirtualTerminal(int vt) {
+  try {
+    Modify([vt](HostState& s) { s.activeVirtualTerminal = vt; });
+    return true;
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    return false;
+  }
+}
+
 bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
   addresses.clear();
   if (name.empty()) {

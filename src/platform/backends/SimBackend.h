@@ -37,6 +37,7 @@ class SimBackend : public Backend {
                    int level,
                    const std::string& message) override;
   bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) override;
+  bool SwitchVirtualTerminal(int vt) override;
 
   HostState Load() override;
   void Modify(const std::function<void(HostState&)>& change) override;
