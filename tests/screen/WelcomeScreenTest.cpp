@@ -3,9 +3,10 @@
 // how sessions started from it end (logs, audit, pending restart).
 #include <signal.h>
 
-#include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -15,10 +16,8 @@
 namespace {
 
 using namespace MerelTest;
-using MerelMenuTest::CellText;
 using MerelMenuTest::FastClock;
 using MerelMenuTest::ModifyHost;
-using MerelMenuTest::RemoveManagementInterface;
 using MerelMenuTest::SetIdleTimeout;
 using MerelMenuTest::WaitForMenu;
 
@@ -42,31 +41,34 @@ int RowOf(const Terminal& console, const std::string& text) {
 
 // The column at which `text` is centred on a line of the full width (the
 // upper text sits 2 columns in and is COLS - 4 wide).
-int CentredColumn(const std::string& text, int cols = kCols) {
-  const int width = cols - 4;
-  return 2 + (width - static_cast<int>(text.size())) / 2;
+int CentredColumn(const std::string& text) {
+  return 2 + (kCols - 4 - static_cast<int>(text.size())) / 2;
+}
+
+// The welcome screen is in front and settled.
+bool WaitForWelcome(Terminal& console) {
+  return console.WaitFor([&] {
+    return console.Text().find("<F2> Customize System/View Logs") != std::string::npos &&
+           console.Text().find("Authentication Required") == std::string::npos;
+  }) && console.WaitUntilQuiet();
+}
+
+std::unique_ptr<Terminal> StartOn(SimHost& host,
+                                  const std::string& term = "xterm",
+                                  int rows = kRows,
+                                  TerminalOptions options = {}) {
+  options.term = term;
+  options.cols = kCols;
+  options.rows = rows;
+  auto console = host.StartConsole(options);
+  EXPECT_TRUE(WaitForWelcome(*console)) << console->Text();
+  return console;
 }
 
 class WelcomeScreenTest : public ::testing::Test {
  protected:
-  std::unique_ptr<Terminal> Start(const std::string& term = "xterm",
-                                  int cols = kCols,
-                                  int rows = kRows,
-                                  TerminalOptions options = {}) {
-    options.term = term;
-    options.cols = cols;
-    options.rows = rows;
-    auto console = host.StartConsole(options);
-    EXPECT_TRUE(WaitForWelcome(*console)) << console->Text();
-    return console;
-  }
-
-  // The welcome screen is in front and settled.
-  static bool WaitForWelcome(Terminal& console) {
-    return console.WaitFor([&] {
-      return console.Text().find("<F2> Customize System/View Logs") != std::string::npos &&
-             console.Text().find("Authentication Required") == std::string::npos;
-    }) && console.WaitUntilQuiet();
+  std::unique_ptr<Terminal> Start(const std::string& term = "xterm", TerminalOptions options = {}) {
+    return StartOn(host, term, kRows, options);
   }
 
   // F2 or F12, the demo password, and (for F2) the menu.
@@ -89,122 +91,144 @@ TEST_F(WelcomeScreenTest, DemoHostGolden) {
   ExpectGoldenScreen(*console, "welcome");
 }
 
-TEST_F(WelcomeScreenTest, UpperHalfShowsProductAndHardwareCentred) {
-  ASSERT_TRUE(host.Ok());
-  auto console = Start();
-  const int product = RowOf(*console, kDemoProduct);
-  ASSERT_GE(product, 0) << console->Text();
-  EXPECT_LT(product, kRows / 2);
-  EXPECT_EQ(console->Find(product, kDemoProduct), CentredColumn(kDemoProduct));
-  EXPECT_EQ(console->Find(product + 2, kDemoCpu), CentredColumn(kDemoCpu)) << console->Text();
-  EXPECT_EQ(console->Find(product + 3, kDemoMemory), CentredColumn(kDemoMemory)) << console->Text();
+// One host description and what its welcome screen must say.
+struct HostCase {
+  const char* name = "";
+  const char* fixture = "";                   // "": the demo host
+  void (*change)(nlohmann::json&) = nullptr;  // applied to the fixture first
+  // 24 or 25: with an odd count the lower half takes the extra line.
+  int rows = kRows;
+  // Consecutive rows ("" for any row), centred in the upper half and at
+  // column 16 of the lower half.
+  std::vector<std::string> upper = {};
+  std::vector<std::string> lower = {};
+  std::vector<std::string> absent = {};  // nowhere on the screen
+};
+
+void PrintTo(const HostCase& c, std::ostream* os) {
+  *os << c.name;
 }
 
-TEST_F(WelcomeScreenTest, HardwareLineFollowsTheHost) {
+class WelcomeHostTest : public ::testing::TestWithParam<HostCase> {
+ protected:
+  SimHost host{GetParam().fixture};
+};
+
+TEST_P(WelcomeHostTest, ShowsTheHost) {
+  const HostCase& c = GetParam();
   ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["hardware"]["cpu"]["packages"] = 1;
-    state["hardware"]["cpu"]["description"] = "AMD EPYC 7302P 16-Core Processor";
-    state["hardware"]["memory"]["totalPages"] = 2097152;  // 8 GiB
-  });
-  auto console = Start();
-  EXPECT_GE(RowOf(*console, "1 x AMD EPYC 7302P 16-Core Processor"), 0) << console->Text();
-  EXPECT_GE(RowOf(*console, "8 GiB Memory"), 0) << console->Text();
+  if (c.change != nullptr) {
+    ModifyHost(host, c.change);
+  }
+  auto console = StartOn(host, "xterm-256color", c.rows);
+
+  // The upper half is rows / 2 lines either way; the lower takes the rest.
+  EXPECT_EQ(console->CellAt(0, c.rows / 2 - 1).bg.Console(), ConsoleColor::kDarkGrey);
+  EXPECT_EQ(console->CellAt(0, c.rows / 2).bg.Console(), ConsoleColor::kYellow);
+  EXPECT_EQ(console->CellAt(0, c.rows - 1).bg.Console(), ConsoleColor::kYellow);
+  EXPECT_EQ(console->Find(c.rows - 2, "<F2>"), 2) << console->Text();
+
+  auto expectRows = [&](const std::vector<std::string>& lines, bool upper) {
+    if (lines.empty()) {
+      return;
+    }
+    const int first = RowOf(*console, lines.front());
+    ASSERT_TRUE(first >= 0 && (first < c.rows / 2) == upper) << lines.front() << "\n"
+                                                             << console->Text();
+    for (size_t i = 0; i < lines.size(); ++i) {
+      if (!lines[i].empty()) {
+        EXPECT_EQ(console->Find(first + static_cast<int>(i), lines[i]),
+                  upper ? CentredColumn(lines[i]) : 16)
+            << lines[i] << "\n"
+            << console->Text();
+      }
+    }
+  };
+  expectRows(c.upper, true);
+  expectRows(c.lower, false);
+  for (const std::string& text : c.absent) {
+    EXPECT_LT(RowOf(*console, text), 0) << text << "\n" << console->Text();
+  }
 }
 
-TEST_F(WelcomeScreenTest, LowerHalfListsHostNameAndAddresses) {
-  ASSERT_TRUE(host.Ok());
-  auto console = Start();
-  const int heading = RowOf(*console, kHeading);
-  ASSERT_GT(heading, kRows / 2) << console->Text();
-  EXPECT_EQ(console->Find(heading, kHeading), 16);
-  EXPECT_EQ(console->Find(heading + 1, "http://merel-demo.example.test/"), 16);
-  EXPECT_EQ(console->Find(heading + 2, "http://192.168.10.20/ http://[2001:db8:10::20]/"), 16)
-      << console->Text();
-}
+INSTANTIATE_TEST_SUITE_P(
+    Fixtures,
+    WelcomeHostTest,
+    ::testing::Values(
+        HostCase{.name = "Demo",
+                 .upper = {kDemoProduct, "", kDemoCpu, kDemoMemory},
+                 .lower = {kHeading, "http://merel-demo.example.test/",
+                           "http://192.168.10.20/ http://[2001:db8:10::20]/"}},
+        HostCase{.name = "StaticIpv4",
+                 .fixture = "static-ipv4",
+                 .upper = {"Tarvik 8.0.1 (Nexel 8.0.1 Build 21495797)", "",
+                           "1 x AMD EPYC 7313P 16-Core Processor", "8 GiB Memory"},
+                 .lower = {kHeading, "http://static-host.lab.test/", "http://10.20.30.40/"},
+                 .absent = {"http://[", "Warning: DHCP lookup failed."}},
+        HostCase{.name = "DhcpLease",
+                 .fixture = "dhcp",
+                 .rows = 24,
+                 .lower = {kHeading, "http://dhcp-host.dhcp.test/", "http://172.16.5.50/"},
+                 .absent = {"Warning: DHCP lookup failed."}},
+        // The lease the host got at set-up is lost and the server is gone.
+        HostCase{
+            .name = "DhcpFailed",
+            .fixture = "dhcp",
+            .change =
+                [](nlohmann::json& state) {
+                  state["network"]["dhcp"]["available"] = false;
+                  state["network"]["nics"][0]["leaseAddress"] = "";
+                },
+            .lower = {kHeading, "http://dhcp-host.dhcp.test/", "", "Warning: DHCP lookup failed."},
+            .absent = {"http://1", "http://["}},
+        // Too long for one line, the IPv6 URLs wrap one a line; the first is
+        // the address the router advertised (made from the MAC).
+        HostCase{.name = "Ipv6",
+                 .fixture = "ipv6",
+                 .rows = 24,
+                 .lower = {kHeading, "http://v6-host.v6.test/", "http://192.0.2.10/",
+                           "http://[2001:db8:1:0:21b:21ff:feaa:0]/", "http://[2001:db8:1::10]/",
+                           "http://[2001:db8:1::11]/"}},
+        // Neither an IPv4 address nor a name: the IPv6 URLs alone, on their
+        // own line below the heading.
+        HostCase{.name = "Ipv6Only",
+                 .fixture = "ipv6",
+                 .change =
+                     [](nlohmann::json& state) {
+                       state["network"]["nics"][0]["ipv4Mode"] = "none";
+                       state["network"]["dns"]["hostname"] = "localhost";
+                       state["network"]["dns"]["domain"] = "";
+                     },
+                 .lower = {kHeading, "http://[2001:db8:1:0:21b:21ff:feaa:0]/",
+                           "http://[2001:db8:1::10]/", "http://[2001:db8:1::11]/"},
+                 .absent = {"localhost", "http://0.0.0.0/", "http://192.0.2.10/"}},
+        HostCase{.name = "NoManagementInterface",
+                 .fixture = "no-mgmt",
+                 .rows = 24,
+                 .lower = {"No compatible network adapter found. Please",
+                           "consult the product's Hardware Compatibility",
+                           "Guide (HCG) for a list of supported adapters."},
+                 .absent = {kHeading, "http://"}}),
+    [](const ::testing::TestParamInfo<HostCase>& info) { return std::string(info.param.name); });
 
-TEST_F(WelcomeScreenTest, DhcpAddressIsShown) {
+TEST(WelcomeMessageTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
+  SimHost host("welcome-message");
   ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    auto& nic = state["network"]["nics"][0];
-    nic["ipv4Mode"] = "dhcp";
-    nic["ipv4Address"] = "0.0.0.0";
-    nic["ipv4Netmask"] = "0.0.0.0";
-    nic["leaseAddress"] = "192.168.10.123";
-    nic["ipv6Addresses"] = nlohmann::json::array();
-  });
-  auto console = Start();
-  EXPECT_GE(RowOf(*console, "http://192.168.10.123/"), 0) << console->Text();
-  EXPECT_LT(RowOf(*console, "Warning: DHCP lookup failed."), 0);
-}
-
-TEST_F(WelcomeScreenTest, FailedDhcpWarns) {
-  ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["network"]["dhcp"]["available"] = false;
-    auto& nic = state["network"]["nics"][0];
-    nic["ipv4Mode"] = "dhcp";
-    nic["ipv4Address"] = "0.0.0.0";
-    nic["ipv4Netmask"] = "0.0.0.0";
-    nic["leaseAddress"] = "";
-    nic["ipv6Addresses"] = nlohmann::json::array();
-    nic["ipv6RouterAdvertised"] = false;
-    nic["ipv6Dhcp"] = false;
-  });
-  auto console = Start();
-  EXPECT_GE(RowOf(*console, "Warning: DHCP lookup failed."), 0) << console->Text();
-  EXPECT_LT(RowOf(*console, "http://1"), 0) << console->Text();
-}
-
-TEST_F(WelcomeScreenTest, Ipv6OnlyHost) {
-  ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    auto& nic = state["network"]["nics"][0];
-    nic["ipv4Mode"] = "none";
-    nic["ipv4Address"] = "0.0.0.0";
-    nic["ipv4Netmask"] = "0.0.0.0";
-    state["network"]["dns"]["hostname"] = "localhost";
-    state["network"]["dns"]["domain"] = "";
-  });
-  auto console = Start();
-  const int heading = RowOf(*console, kHeading);
-  ASSERT_GE(heading, 0) << console->Text();
-  EXPECT_EQ(console->Find(heading + 1, "http://[2001:db8:10::20]/"), 16) << console->Text();
-  EXPECT_LT(RowOf(*console, "http://0.0.0.0/"), 0);
-  EXPECT_LT(RowOf(*console, "localhost"), 0);
-}
-
-TEST_F(WelcomeScreenTest, NoManagementInterface) {
-  ASSERT_TRUE(host.Ok());
-  RemoveManagementInterface(host);
-  auto console = Start();
-  const int first = RowOf(*console, "No compatible network adapter found.");
-  ASSERT_GE(first, 0) << console->Text();
-  EXPECT_EQ(console->Find(first, "No compatible network adapter found."), 16);
-  EXPECT_GE(RowOf(*console, "Guide (HCG) for a list of supported adapters."), first)
-      << console->Text();
-  EXPECT_LT(RowOf(*console, kHeading), 0);
-  EXPECT_LT(RowOf(*console, "http://"), 0);
-}
-
-TEST_F(WelcomeScreenTest, CustomMessageReplacesTheScreenAndNamesVariables) {
-  ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["welcomeMessage"] = "Lab host {hostname}\nReach it at {ip}";
-  });
   TerminalOptions options;
   options.term = "xterm-256color";
-  options.cols = kCols;
-  options.rows = kRows;
   auto console = host.StartConsole(options);
-  ASSERT_TRUE(console->WaitForText("Reach it at 192.168.10.20")) << console->Text();
+  ASSERT_TRUE(console->WaitForText("Manage this host at https://10.1.1.10/")) << console->Text();
   ASSERT_TRUE(console->WaitUntilQuiet());
-  EXPECT_EQ(console->Find(2, "Lab host merel-demo.example.test"), 2) << console->Text();
-  EXPECT_EQ(console->Find(3, "Reach it at 192.168.10.20"), 2);
+  const std::string welcome = "Welcome to greeter.example.test";
+  EXPECT_EQ(console->Find(2, welcome), CentredColumn(welcome)) << console->Text();
+  EXPECT_EQ(console->CellAt(CentredColumn(welcome), 2).fg.Console(), ConsoleColor::kYellow);
+  EXPECT_EQ(console->Find(4, "Manage this host at https://10.1.1.10/"), 2);
+  EXPECT_EQ(console->CellAt(2, 4).fg.Console(), ConsoleColor::kWhite);
+  EXPECT_EQ(console->Find(6, "Tarvik 8.0.2"), 2);
+  EXPECT_EQ(console->CellAt(2, 6).fg.Console(), ConsoleColor::kLightGrey);
   // Only the message: no halves, no footer, no product line.
   EXPECT_EQ(console->Text().find("<F2>"), std::string::npos);
-  EXPECT_EQ(console->Text().find(kDemoProduct), std::string::npos);
-  EXPECT_EQ(console->CellAt(2, 2).fg.Console(), ConsoleColor::kWhite);
+  EXPECT_EQ(console->Text().find("(Nexel"), std::string::npos);
   EXPECT_NE(console->CellAt(40, 20).bg.Console(), ConsoleColor::kYellow);
 
   // The keys still work.
@@ -240,25 +264,6 @@ TEST_F(WelcomeScreenTest, FooterKeysLeftAndRight) {
   // Keys in the footer's black, captions in dark grey.
   EXPECT_EQ(console->CellAt(2, footer).fg.Console(), ConsoleColor::kBlack);
   EXPECT_EQ(console->CellAt(7, footer).fg.Console(), ConsoleColor::kDarkGrey);
-}
-
-TEST_F(WelcomeScreenTest, OddLineCountGivesTheLowerHalfTheExtraLine) {
-  ASSERT_TRUE(host.Ok());
-  for (int rows : {24, 25}) {
-    SCOPED_TRACE(rows);
-    SimHost fresh;
-    ASSERT_TRUE(fresh.Ok());
-    TerminalOptions options;
-    options.term = "xterm-256color";
-    options.rows = rows;
-    auto console = fresh.StartConsole(options);
-    ASSERT_TRUE(WaitForWelcome(*console));
-    // The upper half is rows / 2 lines either way; the lower takes the rest.
-    EXPECT_EQ(console->CellAt(0, rows / 2 - 1).bg.Console(), ConsoleColor::kDarkGrey);
-    EXPECT_EQ(console->CellAt(0, rows / 2).bg.Console(), ConsoleColor::kYellow);
-    EXPECT_EQ(console->CellAt(0, rows - 1).bg.Console(), ConsoleColor::kYellow);
-    EXPECT_EQ(console->Find(rows - 2, "<F2>"), 2) << console->Text();
-  }
 }
 
 TEST_F(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
@@ -389,7 +394,7 @@ TEST_F(WelcomeScreenTest, IdleSessionTimesOutBackToTheWelcomeScreen) {
   ASSERT_TRUE(host.Ok());
   SetIdleTimeout(host, 60);
   TerminalOptions options = FastClock(host);
-  auto console = Start("xterm", kCols, kRows, options);
+  auto console = Start("xterm", options);
   ASSERT_TRUE(LogIn(*console, Key::kF2)) << console->Text();
   ASSERT_TRUE(host.WaitForSyslog("user.info User root logged out due to time out"))
       << host.Syslog();
