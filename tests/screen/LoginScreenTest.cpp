@@ -1,100 +1,40 @@
-// The console login from the welcome screen, through the real PAM stack
+// The console login from the welcome screen through the real PAM stack
 // (pam_wrapper + pam_matrix on the simulated host's password file, plus the
-// tests' own account module for expired and refused accounts).
-#include <chrono>
+// tests' own account module for expired and refused accounts), and the
+// keyboard layout dialog reached from the login's first line.
+#include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "Harness.h"
+#include "MenuScreenUtil.h"
 
 namespace {
 
-using namespace MerelTest;
-using std::chrono::milliseconds;
+using namespace MerelMenuTest;
 
-// The 60 x 9 login dialog centred on 80 x 25: box at (10, 8).
-constexpr int kLeft = 10;
-constexpr int kPromptRow = 10;
-constexpr int kKeyboardRow = 12;
-constexpr int kNameRow = 13;
-constexpr int kPasswordRow = 14;
-constexpr int kFooterRow = 15;
-// The fields: 54 columns of lines from x = 13; a field is 26 wide and starts
-// 28 columns from the right edge of its line.
-constexpr int kFieldX = 13 + 54 - 26 - 2;
-constexpr int kFieldWidth = 26;
-
-std::string Trimmed(std::string text) {
-  while (!text.empty() && text.back() == ' ') {
-    text.pop_back();
-  }
-  return text;
-}
-
-std::string CellText(const Terminal& console, int y, int x0, int width) {
-  std::string text;
-  for (int x = x0; x < x0 + width; ++x) {
-    text += console.CellAt(x, y).text;
-  }
-  return Trimmed(text);
-}
+// The 60 x 9 login dialog centred on 80 x 25: the keyboard line, the name and
+// the password (their fields are 26 wide from x = 39), and the footer.
+constexpr int kKeyboardRow = 12, kNameRow = 13, kPasswordRow = 14, kFooterRow = 15;
 
 std::string FieldValue(const Terminal& console, int row) {
-  return CellText(console, row, kFieldX, kFieldWidth);
+  return CellText(console, row, 39, 26);
 }
 std::string Label(const Terminal& console, int row) {
-  return CellText(console, row, kLeft + 3, 23);
+  return CellText(console, row, 13, 23);
 }
 
-bool WaitQuiet(Terminal& console, const std::string& text) {
-  return console.WaitForText(text) && console.WaitUntilQuiet();
-}
-
-// F2 on the welcome screen, up to the login dialog.
-std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions options = {}) {
-  auto console = host.StartConsole(options);
-  console->SendKey(Key::kF2);
-  if (!WaitQuiet(*console, "Authentication Required")) {
-    ADD_FAILURE() << "no login dialog:\n" << console->Text();
-  }
-  return console;
-}
-
-void ModifyHost(const SimHost& host, const std::function<void(nlohmann::json&)>& change) {
-  nlohmann::json state = host.HostJson();
-  ASSERT_TRUE(state.is_object()) << "host.json unreadable";
-  change(state);
-  host.WriteFile("/host.json", state.dump(2) + "\n");
-}
-
-// Adds the tests' account module to the host's PAM service; the state of a
-// user is the word in /etc/merel-test-accounts/<user>.
-void UseAccountStates(const SimHost& host) {
-  const std::string service = host.ReadFile("/etc/pam.d/merel");
-  ASSERT_FALSE(service.empty()) << "the simulated host has no PAM service";
-  host.WriteFile("/etc/pam.d/merel", service + "account required " MEREL_PAM_TEST_MODULE " state=" +
-                                         host.Path("/etc/merel-test-accounts") + "\n");
-}
-
-void SetAccountState(const SimHost& host, const std::string& user, const std::string& state) {
-  host.WriteFile("/etc/merel-test-accounts/" + user, state + "\n");
+bool Gone(Terminal& console, const std::string& text) {
+  return console.WaitFor([&] { return console.Text().find(text) == std::string::npos; }) &&
+         console.WaitUntilQuiet();
 }
 
 TEST(LoginScreenTest, DialogLayoutAndDefaults) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
-  EXPECT_NE(console->Find(kPromptRow, "Enter an authorized login name and password for"), -1)
-      << console->Text();
-  EXPECT_EQ(CellText(*console, kKeyboardRow, kLeft + 3, 54), "Configured Keyboard (US Default)");
-  EXPECT_EQ(Label(*console, kNameRow), "Login Name:");
-  EXPECT_EQ(FieldValue(*console, kNameRow), "root");
-  EXPECT_EQ(Label(*console, kPasswordRow), "Password:");
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), "");
-  // The demo host has no smart-card support: no F3 in the footer.
-  EXPECT_NE(console->Find(kFooterRow, "<Enter> OK  <Esc> Cancel"), -1) << console->Text();
-  EXPECT_EQ(console->Find(kFooterRow, "<F3>"), -1) << console->Text();
+  // The name preset to root, the demo host without smart cards: no F3.
   ExpectGoldenScreen(*console, "login");
 }
 
@@ -111,51 +51,23 @@ TEST(LoginScreenTest, SuccessLogsAuditsAndOpensTheMenu) {
   EXPECT_TRUE(host.WaitForSyslog("user.info User root logged in")) << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", "login.connect user=root success=1"))
       << host.AuditLog();
-  EXPECT_TRUE(WaitQuiet(*console, "System Customization")) << console->Text();
-  EXPECT_EQ(host.ObsvLog().find("login.failed"), std::string::npos) << host.ObsvLog();
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }
 
-TEST(LoginScreenTest, WrongPasswordClearsThePasswordAndStays) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  auto console = OpenLogin(host);
-  console->SendText("nope");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid login or password.")) << console->Text();
-  EXPECT_TRUE(console->WaitForText("Authentication failed"));
-  // Only Enter closes the message.
-  console->SendKey(Key::kEscape);
-  console->WaitUntilQuiet(milliseconds(200));
-  EXPECT_TRUE(console->WaitForText("Invalid login or password.", milliseconds(100)));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(console->WaitFor([&] {
-    return console->Text().find("Invalid login") == std::string::npos;
-  })) << console->Text();
-  console->WaitUntilQuiet();
-  EXPECT_NE(console->Text().find("Authentication Required"), std::string::npos) << console->Text();
-  EXPECT_EQ(FieldValue(*console, kNameRow), "root");
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), "");
-
-  EXPECT_TRUE(host.WaitForSyslog("auth.err Authentication of user root failed")) << host.Syslog();
-  EXPECT_TRUE(host.WaitForFileText(
-      "/var/log/obsvd.log", "[obsv.user.merel.login.failed] Authentication of user root failed"))
-      << host.ObsvLog();
-  EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log",
-                                   "login.connect user=root success=0 reason=Invalid Login"))
-      << host.AuditLog();
-  EXPECT_EQ(host.Syslog().find("logged in"), std::string::npos);
-
-  // The dialog is still live: the right password now gets in.
-  console->SendText("merel");
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(host.WaitForSyslog("User root logged in")) << host.Syslog();
-}
-
+// Every refused login through the real stack: what PAM answers for it and
+// what the console makes of that answer.
 struct RefusedCase {
-  const char* state;
+  const char* name;
+  const char* user;  // typed over the preset "root" unless it is root
+  const char* password;
+  const char* passwd;  // a line added to pam_matrix's password file
+  const char* state;   // the account module's word for the user
+  const char* title;
   const char* message;
   const char* syslog;
+  const char* event;
   const char* audit;
+  const char* passwordAfter;  // what the password field shows once the message is gone
 };
 
 class LoginRefusedTest : public ::testing::TestWithParam<RefusedCase> {};
@@ -164,39 +76,70 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   const RefusedCase& c = GetParam();
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  UseAccountStates(host);
-  SetAccountState(host, "root", c.state);
+  host.WriteFile("/etc/pam_matrix.passwd", host.ReadFile("/etc/pam_matrix.passwd") + c.passwd);
+  host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") +
+                                         "account required " MEREL_PAM_TEST_MODULE " state=" +
+                                         host.Path("/etc/merel-test-accounts") + "\n");
+  host.WriteFile(std::string("/etc/merel-test-accounts/") + c.user, std::string(c.state) + "\n");
   auto console = OpenLogin(host);
-  console->SendText("merel");
+  if (std::string(c.user) != "root") {
+    console->SendKey(Key::kUp);
+    console->SendText(c.user);
+    ASSERT_TRUE(console->WaitFor([&] { return FieldValue(*console, kNameRow) == c.user; }));
+    console->SendKey(Key::kDown);
+  }
+  console->SendText(c.password);
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
-  EXPECT_NE(console->Text().find("Authentication Denied"), std::string::npos) << console->Text();
+  EXPECT_NE(console->Text().find(c.title), std::string::npos) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(
-      console->WaitFor([&] { return console->Text().find(c.message) == std::string::npos; }));
-  console->WaitUntilQuiet();
+  ASSERT_TRUE(Gone(*console, c.message)) << console->Text();
+  // The dialog stays, the name as typed.
   EXPECT_NE(console->Text().find("Authentication Required"), std::string::npos) << console->Text();
+  EXPECT_EQ(FieldValue(*console, kNameRow), c.user);
+  EXPECT_EQ(FieldValue(*console, kPasswordRow), c.passwordAfter);
 
   EXPECT_TRUE(host.WaitForSyslog(std::string("auth.err ") + c.syslog)) << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/obsvd.log",
-                                   "[obsv.user.merel.login.failed] Access denied for user root"))
+                                   std::string("[obsv.user.merel.login.failed] ") + c.event))
       << host.ObsvLog();
-  EXPECT_TRUE(host.WaitForFileText(
-      "/var/log/audit.log", std::string("login.connect user=root success=0 reason=") + c.audit))
-      << host.AuditLog();
+  EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", c.audit)) << host.AuditLog();
   EXPECT_EQ(host.Syslog().find("logged in"), std::string::npos) << host.Syslog();
 }
+
+const char kInvalid[] = "Invalid login or password.";
+const char kExpired[] = "Password has expired.";
+const char kNoPermission[] = "User does not have permission to login to MEREL.";
 
 INSTANTIATE_TEST_SUITE_P(
     Accounts,
     LoginRefusedTest,
-    ::testing::Values(RefusedCase{"expired", "Password has expired.",
-                                  "Password has expired for user root", "Password expired"},
-                      RefusedCase{"denied", "User does not have permission to login to MEREL.",
-                                  "Access denied for user root", "No permission"}),
-    [](const ::testing::TestParamInfo<RefusedCase>& info) {
-      return std::string(info.param.state);
-    });
+    ::testing::Values(
+        RefusedCase{"WrongPassword", "root", "nope", "", "", "Authentication failed", kInvalid,
+                    "Authentication of user root failed", "Authentication of user root failed",
+                    "login.connect user=root success=0 reason=Invalid Login", ""},
+        RefusedCase{"UnknownUser", "nobody", "merel", "", "", "Authentication failed", kInvalid,
+                    "Authentication of user nobody failed", "Authentication of user nobody failed",
+                    "login.connect user=nobody success=0 reason=Invalid Login", ""},
+        // PAM_NEW_AUTHTOK_REQD (12).
+        RefusedCase{"Expired", "root", "merel", "", "expired", "Authentication Denied", kExpired,
+                    "Password has expired for user root", "Access denied for user root",
+                    "login.connect user=root success=0 reason=Password expired", ""},
+        // The account stack runs only after a good password.
+        RefusedCase{"ExpiredWrongPassword", "root", "nope", "", "expired", "Authentication failed",
+                    kInvalid, "Authentication of user root failed",
+                    "Authentication of user root failed",
+                    "login.connect user=root success=0 reason=Invalid Login", ""},
+        // PAM_PERM_DENIED (6), from the account module or from pam_matrix
+        // for an account of another service. The password is kept.
+        RefusedCase{"Denied", "root", "merel", "", "denied", "Authentication Denied", kNoPermission,
+                    "Access denied for user root", "Access denied for user root",
+                    "login.connect user=root success=0 reason=No permission", "*****"},
+        RefusedCase{"OtherService", "sshonly", "pw", "sshonly:pw:sshd\n", "",
+                    "Authentication Denied", kNoPermission, "Access denied for user sshonly",
+                    "Access denied for user sshonly",
+                    "login.connect user=sshonly success=0 reason=No permission", "**"}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   SimHost host;
@@ -204,101 +147,45 @@ TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   auto console = OpenLogin(host);
   console->SendText("mer");
   console->SendKey(Key::kEscape);
-  ASSERT_TRUE(console->WaitFor([&] {
-    return console->Text().find("Authentication Required") == std::string::npos;
-  })) << console->Text();
-  console->WaitUntilQuiet();
+  ASSERT_TRUE(Gone(*console, "Authentication Required")) << console->Text();
   EXPECT_NE(console->Text().find("<F2>"), std::string::npos) << console->Text();
   EXPECT_EQ(host.AuditLog().find("login."), std::string::npos) << host.AuditLog();
-  const std::string syslog = host.Syslog();
-  EXPECT_EQ(syslog.find("logged in"), std::string::npos) << syslog;
-  EXPECT_EQ(syslog.find("logged out"), std::string::npos) << syslog;
-  EXPECT_EQ(syslog.find("Authentication of user"), std::string::npos) << syslog;
+  EXPECT_EQ(host.Syslog().find("logged out"), std::string::npos) << host.Syslog();
+  EXPECT_EQ(host.Syslog().find("Authentication of user"), std::string::npos) << host.Syslog();
 }
 
-TEST(LoginScreenTest, EditingKeysAndFieldMovement) {
+// Without the host's permission for console logins F2 only informs; Enter,
+// not Esc, closes that.
+TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = OpenLogin(host);
-  // Up to the name: "root" is preset, so the first key replaces it.
-  console->SendKey(Key::kUp);
-  console->SendText("admin");
-  ASSERT_TRUE(console->WaitFor([&] { return FieldValue(*console, kNameRow) == "admin"; }))
+  ASSERT_EQ(0, std::remove(host.Path("/var/run/ostrel/show-merel-login").c_str()));
+  auto console = host.StartConsole();
+  console->SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(*console, "Direct console access has been disabled by the"))
       << console->Text();
-  // Left and Backspace edit in place; Home is not one of the login's keys.
-  console->SendKeys({Key::kLeft, Key::kBackspace});
-  console->SendText("X");
-  EXPECT_TRUE(console->WaitFor([&] { return FieldValue(*console, kNameRow) == "admXn"; }))
-      << console->Text();
-  // Tab and Enter move on to the password without logging in.
-  console->SendKey(Key::kTab);
-  console->SendText("abc");
-  EXPECT_TRUE(console->WaitFor([&] { return FieldValue(*console, kPasswordRow) == "***"; }))
-      << console->Text();
-  EXPECT_EQ(FieldValue(*console, kNameRow), "admXn");
-  // Down past the last field and Tab on it change nothing.
-  console->SendKeys({Key::kDown, Key::kTab});
-  console->SendText("d");
-  EXPECT_TRUE(console->WaitFor([&] { return FieldValue(*console, kPasswordRow) == "****"; }))
-      << console->Text();
-  EXPECT_EQ(host.AuditLog().find("login."), std::string::npos);
-}
-
-TEST(LoginScreenTest, EnterOnTheKeyboardLineKeepsTheTypedName) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  TerminalOptions options;
-  options.term = "xterm-256color";  // for the colours
-  auto console = OpenLogin(host, options);
-  console->SendKey(Key::kUp);
-  console->SendText("operator");
-  console->SendKey(Key::kDown);
-  console->SendText("pw");
-  console->SendKeys({Key::kUp, Key::kUp});
-  // The keyboard line shows that it has the focus.
-  EXPECT_TRUE(console->WaitFor([&] {
-    return console->CellAt(kLeft + 3, kKeyboardRow).bg.Console() == ConsoleColor::kWhite;
-  })) << console->Text();
-  EXPECT_EQ(console->CellAt(kLeft + 3, kNameRow).bg.Console(), ConsoleColor::kDarkGrey);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Configure Keyboard")) << console->Text();
   console->SendKey(Key::kEscape);
-  ASSERT_TRUE(console->WaitFor([&] {
-    return console->Text().find("Configure Keyboard") == std::string::npos &&
-           console->Text().find("Authentication Required") != std::string::npos;
-  })) << console->Text();
-  console->WaitUntilQuiet();
-  EXPECT_EQ(FieldValue(*console, kNameRow), "operator");
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), "**");
-  EXPECT_EQ(host.AuditLog().find("login."), std::string::npos);
+  console->WaitUntilQuiet(milliseconds(200));
+  EXPECT_NE(console->Text().find("Authentication Denied"), std::string::npos);
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(Gone(*console, "Authentication Denied")) << console->Text();
+  EXPECT_EQ(console->Text().find("Login Name:"), std::string::npos);
 }
 
-// A host with smart-card support and a card for "alice" in the reader.
-void UseSmartCard(SimHost& host) {
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["hardware"]["smartCard"]["supported"] = true;
-    state["hardware"]["smartCard"]["present"] = true;
-    state["hardware"]["smartCard"]["users"] = {"alice"};
-  });
-  const std::string passdb = host.ReadFile("/etc/pam_matrix.passwd");
-  host.WriteFile("/etc/pam_matrix.passwd", passdb + "alice:2468:merel\n");
-}
-
+// With smart-card support F3 switches between the password and the PIN
+// form; the card's user is filled in as the login id.
 TEST(LoginScreenTest, F3SwitchesToThePinAndBack) {
-  SimHost host;
+  SimHost host("smart-card");
   ASSERT_TRUE(host.Ok());
-  UseSmartCard(host);
+  ModifyHost(host,
+             [](nlohmann::json& state) { state["hardware"]["smartCard"]["users"] = {"alice"}; });
   auto console = OpenLogin(host);
   EXPECT_NE(console->Find(kFooterRow, "<F3> Switch PIN/Password Login"), -1) << console->Text();
-
   console->SendKey(Key::kF3);
   ASSERT_TRUE(WaitQuiet(*console, "Enter the smart card login PIN for")) << console->Text();
   EXPECT_EQ(Label(*console, kNameRow), "Login Id:");
   EXPECT_EQ(Label(*console, kPasswordRow), "PIN:");
-  // The card's user is filled in as the login id.
   EXPECT_EQ(FieldValue(*console, kNameRow), "alice");
-  EXPECT_EQ(console->Find(kFooterRow, "<F3>"), -1) << console->Text();
-
   console->SendKey(Key::kF3);
   ASSERT_TRUE(WaitQuiet(*console, "Enter an authorized login name and password for"))
       << console->Text();
@@ -306,51 +193,54 @@ TEST(LoginScreenTest, F3SwitchesToThePinAndBack) {
   EXPECT_EQ(Label(*console, kPasswordRow), "Password:");
 }
 
-TEST(LoginScreenTest, PinGoesThroughTheSameOutcomes) {
+TEST(KeyboardScreenTest, SpaceThenEnterSetsTheLayout) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  UseSmartCard(host);
   auto console = OpenLogin(host);
-  console->SendKey(Key::kF3);
-  ASSERT_TRUE(WaitQuiet(*console, "PIN:")) << console->Text();
-  console->SendText("1111");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid login or password.")) << console->Text();
-  EXPECT_TRUE(host.WaitForSyslog("auth.err Authentication of user alice failed")) << host.Syslog();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(
-      console->WaitFor([&] { return console->Text().find("Invalid login") == std::string::npos; }));
+  // Up twice from the password reaches the keyboard line.
+  console->SendKeys({Key::kUp, Key::kUp, Key::kEnter});
+  ASSERT_TRUE(WaitQuiet(*console, "<Space> Toggle Selected")) << console->Text();
+  // From "US Default" one down is "United Kingdom"; moving alone chooses nothing.
+  console->SendKey(Key::kDown);
   console->WaitUntilQuiet();
-  EXPECT_EQ(Label(*console, kPasswordRow), "PIN:");
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), "");
-  console->SendText("2468");
+  EXPECT_NE(console->Text().find("(o) US Default"), std::string::npos) << console->Text();
+  console->SendKey(Key::kSpace);
+  ASSERT_TRUE(WaitQuiet(*console, "(o) United Kingdom")) << console->Text();
+  EXPECT_NE(console->Text().find("( ) US Default"), std::string::npos) << console->Text();
   console->SendKey(Key::kEnter);
-  EXPECT_TRUE(host.WaitForSyslog("auth.emerg Authentication of user alice succeeded"))
+  ASSERT_TRUE(Gone(*console, "Toggle Selected")) << console->Text();
+  EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "United Kingdom");
+  EXPECT_TRUE(host.WaitForSyslog("user.info Keyboard Layout changed to United Kingdom"))
       << host.Syslog();
-  EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", "login.connect user=alice success=1"))
-      << host.AuditLog();
+  // Back in the login, whose first line follows the change.
+  EXPECT_TRUE(WaitQuiet(*console, "Configured Keyboard (United Kingdom)")) << console->Text();
 }
 
-TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
+TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  ASSERT_TRUE(host.Exists("/var/run/ostrel/show-merel-login"));
-  ASSERT_EQ(0, remove(host.Path("/var/run/ostrel/show-merel-login").c_str()));
-  auto console = host.StartConsole();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Denied")) << console->Text();
-  EXPECT_NE(console->Text().find("Direct console access has been disabled by the"),
-            std::string::npos)
-      << console->Text();
-  EXPECT_EQ(console->Text().find("Login Name:"), std::string::npos);
-  // Esc is not a way out; Enter is.
-  console->SendKey(Key::kEscape);
-  console->WaitUntilQuiet(milliseconds(200));
-  EXPECT_NE(console->Text().find("Authentication Denied"), std::string::npos);
-  console->SendKey(Key::kEnter);
+  TerminalOptions options;
+  options.term = "xterm-256color";  // the focus shows in the colours
+  auto console = OpenLogin(host, options);
+  console->SendKey(Key::kUp);
+  console->SendText("operator");
+  console->SendKey(Key::kDown);
+  console->SendText("pw");
+  console->SendKeys({Key::kUp, Key::kUp});
   EXPECT_TRUE(console->WaitFor([&] {
-    return console->Text().find("Authentication Denied") == std::string::npos;
+    return console->CellAt(13, kKeyboardRow).bg.Console() == ConsoleColor::kWhite;
   })) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Toggle Selected")) << console->Text();
+  console->SendKeys({Key::kDown, Key::kDown, Key::kSpace});
+  ASSERT_TRUE(WaitQuiet(*console, "(o) German")) << console->Text();
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(Gone(*console, "Toggle Selected")) << console->Text();
+  EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "US Default");
+  EXPECT_EQ(host.Syslog().find("Keyboard Layout changed"), std::string::npos) << host.Syslog();
+  EXPECT_NE(console->Text().find("Configured Keyboard (US Default)"), std::string::npos);
+  EXPECT_EQ(FieldValue(*console, kNameRow), "operator");
+  EXPECT_EQ(FieldValue(*console, kPasswordRow), "**");
   EXPECT_EQ(host.AuditLog().find("login."), std::string::npos);
 }
 

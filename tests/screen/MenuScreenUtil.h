@@ -1,5 +1,5 @@
-// Shared steps of the menu, log viewer and support information tests: log in,
-// read the two panes, move the selection, and adjust the host beforehand.
+// Shared steps of the screen tests: read cells and the menu's panes, log in,
+// move the selection, and adjust the host beforehand.
 #pragma once
 
 #include <sys/stat.h>
@@ -19,27 +19,17 @@ using namespace MerelTest;
 
 // The two-pane layout on an 80 x 25 terminal.
 constexpr int kStatusRow = 24;
-constexpr int kMenuColumn = 2;  // the list's first column
-constexpr int kMenuTop = 4;     // its first row
+constexpr int kMenuColumn = 2;
+constexpr int kMenuTop = 4;
 constexpr int kMenuWidth = 38;
-constexpr int kRightColumn = 42;  // right title and text
-constexpr int kRightWidth = 36;
 
-inline std::string Trimmed(std::string text) {
-  while (!text.empty() && text.back() == ' ') {
-    text.pop_back();
-  }
-  return text;
-}
-
-// The text of cells x0..x0+width-1 of row y (cells, not bytes: the frame's
-// line characters are several bytes each).
+// The text of cells x0..x0+width-1 of row y, trailing blanks dropped.
 inline std::string CellText(const Terminal& console, int y, int x0, int width) {
   std::string text;
   for (int x = x0; x < x0 + width; ++x) {
     text += console.CellAt(x, y).text;
   }
-  return Trimmed(text);
+  return text.erase(text.find_last_not_of(' ') + 1);
 }
 
 // The rows of the list, separators as "", up to the last entry.
@@ -54,40 +44,20 @@ inline std::vector<std::string> MenuRows(const Terminal& console) {
   return rows;
 }
 
-// The screen row of a menu entry, or -1.
-inline int RowOf(const Terminal& console, const std::string& entry) {
-  for (int y = kMenuTop; y < kStatusRow - 3; ++y) {
-    if (CellText(console, y, kMenuColumn, kMenuWidth) == entry) {
-      return y;
-    }
-  }
-  return -1;
-}
-
 inline std::string RightTitle(const Terminal& console) {
-  return CellText(console, 1, kRightColumn, kRightWidth);
+  return CellText(console, 1, 42, 36);
 }
 
-// The right pane's text rows joined with "\n" (trailing blank rows dropped).
+// The right pane's rows joined with "\n".
 inline std::string RightText(const Terminal& console) {
   std::string text;
-  std::string pending;
   for (int y = 4; y < kStatusRow - 3; ++y) {
-    const std::string row = CellText(console, y, kRightColumn, kRightWidth);
-    pending += (y == 4 ? "" : "\n") + row;
-    if (!row.empty()) {
-      text += pending;
-      pending.clear();
-    }
+    text += CellText(console, y, 42, 36) + "\n";
   }
   return text;
 }
 
-inline bool WaitForRightTitle(Terminal& console, const std::string& title) {
-  return console.WaitFor([&] { return RightTitle(console) == title; }) && console.WaitUntilQuiet();
-}
-
-// The menu is in front (its title is shown and drawn in its active colours).
+// The menu is in front (its title is shown and it has the keyboard).
 inline bool WaitForMenu(Terminal& console) {
   return console.WaitFor([&] {
     return CellText(console, 1, 3, 20) == "System Customization" &&
@@ -95,14 +65,21 @@ inline bool WaitForMenu(Terminal& console) {
   }) && console.WaitUntilQuiet();
 }
 
+inline bool WaitQuiet(Terminal& console, const std::string& text) {
+  return console.WaitForText(text) && console.WaitUntilQuiet();
+}
+
+// F2 on the welcome screen, up to the login dialog.
+inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions options = {}) {
+  auto console = host.StartConsole(options);
+  console->SendKey(Key::kF2);
+  EXPECT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  return console;
+}
+
 // Logs in as root from the welcome screen and waits for the menu.
 inline std::unique_ptr<Terminal> LogIn(SimHost& host, TerminalOptions options = {}) {
-  std::unique_ptr<Terminal> console = host.StartConsole(options);
-  console->SendKey(Key::kF2);
-  if (!console->WaitForText("Authentication Required") || !console->WaitUntilQuiet()) {
-    ADD_FAILURE() << "no login dialog:\n" << console->Text();
-    return nullptr;
-  }
+  std::unique_ptr<Terminal> console = OpenLogin(host, options);
   console->SendText("merel");
   console->SendKey(Key::kEnter);
   if (!WaitForMenu(*console)) {
@@ -115,14 +92,10 @@ inline std::unique_ptr<Terminal> LogIn(SimHost& host, TerminalOptions options = 
 // Moves the selection down, then up, until `entry` is selected.
 inline bool SelectEntry(Terminal& console, const std::string& entry) {
   for (Key key : {Key::kDown, Key::kUp}) {
-    for (int i = 0; i < 16; ++i) {
-      if (RightTitle(console) == entry) {
-        return true;
-      }
+    for (int i = 0; i < 16 && RightTitle(console) != entry; ++i) {
       const std::string before = RightTitle(console);
       console.SendKey(key);
-      console.WaitFor([&] { return RightTitle(console) != before; },
-                      std::chrono::milliseconds(300));
+      console.WaitFor([&] { return RightTitle(console) != before; }, milliseconds(300));
       console.WaitUntilQuiet();
       if (RightTitle(console) == before) {
         break;  // the end of the list in this direction
@@ -130,26 +103,6 @@ inline bool SelectEntry(Terminal& console, const std::string& entry) {
     }
   }
   return RightTitle(console) == entry;
-}
-
-// The demo host's menu (separators as "").
-inline std::vector<std::string> DemoRows(bool keyboard) {
-  std::vector<std::string> rows = {"Configure Password",
-                                   "Configure Lockdown Mode",
-                                   "",
-                                   "Configure Management Network",
-                                   "Restart Management Network",
-                                   "Test Management Network",
-                                   "Network Restore Options",
-                                   ""};
-  if (keyboard) {
-    rows.push_back("Configure Keyboard");
-  }
-  for (const char* row : {"Troubleshooting Options", "", "View System Logs",
-                          "View Support Information", "Reset System Configuration"}) {
-    rows.push_back(row);
-  }
-  return rows;
 }
 
 // Rewrites the host's state before (or while) the console runs.
@@ -160,14 +113,6 @@ inline void ModifyHost(const SimHost& host, const std::function<void(nlohmann::j
   host.WriteFile("/host.json", state.dump(2) + "\n");
 }
 
-inline void RemoveManagementInterface(const SimHost& host) {
-  ModifyHost(host, [](nlohmann::json& state) {
-    for (auto& nic : state["network"]["nics"]) {
-      nic["management"] = false;
-    }
-  });
-}
-
 inline void SetIdleTimeout(const SimHost& host, int seconds) {
   ModifyHost(host, [&](nlohmann::json& state) {
     for (auto& option : state["advancedOptions"]) {
@@ -176,20 +121,6 @@ inline void SetIdleTimeout(const SimHost& host, int seconds) {
       }
     }
   });
-}
-
-// Every entry usable: lockdown possible, not booted from the network (the
-// option's mere presence marks a network boot). The management interface
-// and the logs of the demo host are left as they are.
-inline void EnableEverything(nlohmann::json& state) {
-  state["lockdown"]["possible"] = true;
-  nlohmann::json& options = state["advancedOptions"];
-  for (size_t i = 0; i < options.size(); ++i) {
-    if (options[i]["name"] == "/UserVars/PXEBootEnabled") {
-      options.erase(i);
-      break;
-    }
-  }
 }
 
 // A clock twenty times as fast for the console: the minute of idling before

@@ -1,142 +1,168 @@
-// Items: the markup line each kind renders, and the input field's editing
-// keys as a table of key sequences.
+// Items: the markup line an input field renders, its editing keys, and the
+// movement of an item list over shown, selectable items.
 #include <curses.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "Item.h"
+#include "CursesFixture.h"
+#include "ItemList.h"
 
 namespace Merel {
 namespace {
 
-std::string Blanks(int n) {
+std::string B(int n) {  // blanks
   return std::string(static_cast<size_t>(n), ' ');
 }
 
-TEST(InputItemRender, LabelPaddedFieldBracketedFlushRight) {
-  // W - 5 - fw columns of label, then " [ ", the field, " ]".
-  EXPECT_EQ(InputItem("IP Address", "10.0.0.1", 15).Render(40),
-            "IP Address" + Blanks(10) + " [ 10.0.0.1" + Blanks(7) + " ]");
-  // Field width -1: half the width minus one.
-  EXPECT_EQ(InputItem("Name", "ab").Render(40), "Name" + Blanks(12) + " [ ab" + Blanks(17) + " ]");
+TEST(InputItemTest, RenderLabelPaddedFieldBracketedFlushRight) {
+  const char* selected = "{bgcolor:white}{color:black}root{/color}{/bgcolor}";
+  const char* reversed = "{bgcolor:black}{color:white}root{/color}{/bgcolor}";
+  const std::string longLabel = "A label that is far too long for it";
+  const struct {
+    std::string label, value;
+    int fieldWidth, width;
+    bool focused, edited, password;
+    std::string expected;
+  } cases[] = {
+      // W - 5 - fw columns of label, then " [ ", the field, " ]".
+      {"IP Address", "10.0.0.1", 15, 40, false, false, false,
+       "IP Address" + B(10) + " [ 10.0.0.1" + B(7) + " ]"},
+      {"Name", "ab", -1, 40, false, false, false, "Name" + B(12) + " [ ab" + B(17) + " ]"},
+      {longLabel, "x", 10, 40, false, false, false, longLabel + " [ x" + B(9) + " ]"},
+      // A program value shows selected while focused, edited text reversed.
+      {"User", "root", 8, 30, true, false, false, "User" + B(13) + " [ " + selected + B(4) + " ]"},
+      {"User", "root", 8, 30, true, true, false, "User" + B(13) + " [ " + reversed + B(4) + " ]"},
+      // Fourteen characters in ten: the last ten, as stars.
+      {"Password:", "abcdefghijklmn", 10, 40, false, true, true,
+       "Password:" + B(16) + " [ " + std::string(10, '*') + " ]"},
+  };
+  for (const auto& c : cases) {
+    InputItem item(c.label, c.value, c.fieldWidth);
+    item.SetPassword(c.password);
+    item.SetFocused(c.focused);
+    if (c.edited) {
+      item.HandleKey(KEY_END);
+    }
+    EXPECT_EQ(item.Render(c.width), c.expected);
+  }
 }
 
-TEST(InputItemRender, PasswordOfFourteenInTenShowsTenStarsFromTheFifth) {
-  InputItem item("Password:", "", 10);
-  item.SetPassword(true);
-  item.SetValue("abcdefghijklmn");
-  EXPECT_EQ(item.GetCursor(), 14);
-  const std::string line = item.Render(40);
-  EXPECT_EQ(item.GetScroll(), 4);
-  EXPECT_EQ(line, "Password:" + Blanks(16) + " [ " + std::string(10, '*') + " ]");
-}
-
-TEST(InputItemRender, LongLabelPushesTheBracketsRight) {
-  const std::string label = "A label that is far too long for it";
-  InputItem item(label, "x", 10);
-  EXPECT_EQ(item.Render(40), label + " [ x" + Blanks(9) + " ]");
-}
-
-TEST(InputItemRender, FocusedPristineShowsSelectedEditedShowsReversed) {
-  InputItem item("User", "root", 8);
-  item.SetFocused(true);
-  EXPECT_EQ(item.Render(30), "User" + Blanks(13) +
-                                 " [ {bgcolor:white}{color:black}root{/color}{/bgcolor}" +
-                                 Blanks(4) + " ]");
-  item.HandleKey(KEY_END);
-  EXPECT_EQ(item.Render(30), "User" + Blanks(13) +
-                                 " [ {bgcolor:black}{color:white}root{/color}{/bgcolor}" +
-                                 Blanks(4) + " ]");
-  item.SetFocused(false);
-  EXPECT_EQ(item.Render(30), "User" + Blanks(13) + " [ root" + Blanks(4) + " ]");
-}
-
-// A step of an editing sequence: a key, or a render at a width (which may
-// move the view).
-constexpr int kRender40 = -40;
-constexpr int kRender20 = -20;
-
-struct EditCase {
-  const char* name;
-  const char* initial;
-  int fieldWidth;
-  std::vector<int> keys;
-  const char* value;
-  int cursor;
-  int scroll;
-  bool pristine;
-};
-
-const EditCase kEditCases[] = {
-    {"TypingReplacesAProgramValue", "root", 10, {'a'}, "a", 1, 0, false},
-    {"EndThenTypeAppends", "root", 10, {KEY_END, 'a'}, "roota", 5, 0, false},
-    {"LeftThenTypeInserts", "root", 10, {KEY_LEFT, 'x'}, "rooxt", 4, 0, false},
-    {"HomeThenDeleteErasesFirst", "root", 10, {KEY_HOME, KEY_DC}, "oot", 0, 0, false},
-    {"RightAtEndKeepsValue", "root", 10, {KEY_RIGHT, KEY_BACKSPACE}, "roo", 3, 0, false},
-    {"DeleteOnProgramValueClears", "root", 10, {KEY_DC}, "", 0, 0, false},
-    {"BackspaceOnProgramValueClears", "root", 10, {KEY_BACKSPACE}, "", 0, 0, false},
-    {"CtrlHIsBackspace", "root", 10, {KEY_END, 8, 8}, "ro", 2, 0, false},
-    {"BackspaceAtStartDoesNothing", "root", 10, {KEY_HOME, KEY_BACKSPACE}, "root", 0, 0, false},
-    {"OtherKeyClearsProgramValueWithoutInserting", "root", 10, {KEY_F(1)}, "", 0, 0, false},
-    {"NonPrintableInsertsNothing", "", 10, {'a', 1, 27, 300, 'b'}, "ab", 2, 0, false},
-    {"LeftAtStartStays", "ab", 10, {KEY_HOME, KEY_LEFT}, "ab", 0, 0, false},
-    {"LeftAtViewEdgeScrollsBack",
-     "",
-     5,
-     {'a', 'b', 'c', 'd', 'e', 'f', 'g', kRender20, KEY_LEFT, KEY_LEFT, KEY_LEFT, KEY_LEFT,
-      KEY_LEFT, KEY_LEFT},
-     "abcdefg",
-     1,
-     1,
-     false},
-    // Backspace past the left edge of the view jumps to the end of the value.
-    {"BackspacePastViewEdgeJumpsToEnd",
-     "",
-     10,
-     {'a',      'b',      'c',      'd',      'e',      'f',       'g',      'h',          'i',
-      'j',      'k',      'l',      'm',      'n',      kRender40, KEY_LEFT, KEY_LEFT,     KEY_LEFT,
-      KEY_LEFT, KEY_LEFT, KEY_LEFT, KEY_LEFT, KEY_LEFT, KEY_LEFT,  KEY_LEFT, KEY_BACKSPACE},
-     "abcefghijklmn",
-     13,
-     0,
-     false},
-    {"BackspaceInsideViewStays",
-     "",
-     10,
-     {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l', 'm', 'n', kRender40, KEY_LEFT,
-      KEY_BACKSPACE},
-     "abcdefghijkln",
-     12,
-     4,
-     false},
-};
-
-class InputItemEditing : public testing::TestWithParam<EditCase> {};
-
-TEST_P(InputItemEditing, Keys) {
-  const EditCase& c = GetParam();
-  InputItem item("Label", c.initial, c.fieldWidth);
-  for (int key : c.keys) {
-    if (key == kRender40 || key == kRender20) {
-      item.Render(-key);
-    } else {
+TEST(InputItemTest, EditingKeys) {
+  const struct {
+    const char* initial;
+    int fieldWidth;
+    std::string typed;  // typed first,
+    int renderWidth;    // then a render at this width (it may move the view; 0: none),
+    int lefts;          // then this many Left keys, then the keys
+    std::vector<int> keys;
+    const char* value;
+    int cursor, scroll;
+  } cases[] = {
+      {"root", 10, "a", 0, 0, {}, "a", 1, 0},  // typing replaces a program value
+      {"root", 10, "", 0, 0, {KEY_END, 'a'}, "roota", 5, 0},
+      {"root", 10, "", 0, 1, {'x'}, "rooxt", 4, 0},
+      {"root", 10, "", 0, 0, {KEY_HOME, KEY_DC}, "oot", 0, 0},
+      {"root", 10, "", 0, 0, {KEY_RIGHT, KEY_BACKSPACE}, "roo", 3, 0},  // right at the end stays
+      // Delete, backspace or any other key on a program value clears it.
+      {"root", 10, "", 0, 0, {KEY_DC}, "", 0, 0},
+      {"root", 10, "", 0, 0, {KEY_BACKSPACE}, "", 0, 0},
+      {"root", 10, "", 0, 0, {KEY_F(1)}, "", 0, 0},
+      {"root", 10, "", 0, 0, {KEY_END, 8, 8}, "ro", 2, 0},  // Ctrl-H is backspace
+      {"root", 10, "", 0, 0, {KEY_HOME, KEY_BACKSPACE}, "root", 0, 0},
+      {"", 10, "a", 0, 0, {1, 27, 300, 'b'}, "ab", 2, 0},  // non-printable inserts nothing
+      {"ab", 10, "", 0, 0, {KEY_HOME, KEY_LEFT}, "ab", 0, 0},
+      {"", 5, "abcdefg", 20, 6, {}, "abcdefg", 1, 1},  // left at the view's edge scrolls back
+      // Backspace past the left edge of the view jumps to the end of the value.
+      {"", 10, "abcdefghijklmn", 40, 10, {KEY_BACKSPACE}, "abcefghijklmn", 13, 0},
+      {"", 10, "abcdefghijklmn", 40, 1, {KEY_BACKSPACE}, "abcdefghijkln", 12, 4},
+  };
+  for (const auto& c : cases) {
+    InputItem item("Label", c.initial, c.fieldWidth);
+    for (char ch : c.typed) {
+      item.HandleKey(ch);
+    }
+    if (c.renderWidth > 0) {
+      item.Render(c.renderWidth);
+    }
+    std::vector<int> keys(static_cast<size_t>(c.lefts), KEY_LEFT);
+    keys.insert(keys.end(), c.keys.begin(), c.keys.end());
+    for (int key : keys) {
       item.HandleKey(key);
     }
+    const std::string name = c.initial + ("|" + c.typed) + "|" + std::to_string(c.lefts);
+    EXPECT_EQ(item.GetValue(), c.value) << name;
+    EXPECT_EQ(std::pair(item.GetCursor(), item.GetScroll()), std::pair(c.cursor, c.scroll)) << name;
+    EXPECT_FALSE(item.IsPristine()) << name;
   }
-  EXPECT_EQ(item.GetValue(), c.value);
-  EXPECT_EQ(item.GetCursor(), c.cursor);
-  EXPECT_EQ(item.GetScroll(), c.scroll);
-  EXPECT_EQ(item.IsPristine(), c.pristine);
 }
 
-INSTANTIATE_TEST_SUITE_P(Items,
-                         InputItemEditing,
-                         testing::ValuesIn(kEditCases),
-                         [](const testing::TestParamInfo<EditCase>& info) {
-                           return std::string(info.param.name);
-                         });
+// One item per letter: upper case selectable, lower case not, '.' hidden
+// (though selectable); the label is the letter.
+class ItemListTest : public testing::Test {
+ protected:
+  ItemList* MakeList(const std::string& letters) {
+    ItemList* list = Window::Make<ItemList>(&_parent, 1, 1, 20, 3);
+    std::vector<std::unique_ptr<Item>> items;
+    for (char c : letters) {
+      items.push_back(std::make_unique<LabelItem>(std::string(1, c), c == '.' || isupper(c)));
+      items.back()->SetShown(c != '.');
+    }
+    list->SetItems(std::move(items));
+    return list;
+  }
+  // current index, top, row, shown index; the first letter of each row.
+  static std::pair<std::array<int, 4>, std::string> At(ItemList* list) {
+    list->Draw(true);
+    std::string rows;
+    for (int y = 0; y < 3; ++y) {
+      rows += MerelTest::CursesScreen::RowText(list->GetWindow(), y)[0];
+    }
+    return {{list->CurrentIndex(), list->GetTop(), list->GetRow(), list->GetShownIndex()}, rows};
+  }
+
+  MerelTest::CursesScreen _screen;
+  Window _parent{0, 0, 30, 10, kYellow, kWhite};
+};
+
+TEST_F(ItemListTest, MovementSkipsUnselectableAndHiddenItemsAndScrollsTheView) {
+  ItemList* list = MakeList("Ab.CDeF");  // 0 A, 1 b, 2 hidden, 3 C, 4 D, 5 e, 6 F
+  EXPECT_EQ(At(list), std::pair(std::array{0, 0, 0, 0}, std::string("AbC")));
+  const struct {
+    bool down;
+    std::array<int, 4> position;
+    const char* rows;
+  } steps[] = {
+      {true, {3, 1, 2, 2}, "bCD"},  // past b and the hidden item (no row); the view scrolls
+      {true, {4, 2, 2, 3}, "CDe"},  {true, {6, 4, 2, 5}, "DeF"},
+      {true, {6, 4, 2, 5}, "DeF"},   // end of the list: nothing changes
+      {false, {4, 4, 0, 3}, "DeF"},  // e is passed, D is in view
+      {false, {3, 3, 0, 2}, "CDe"},  // above the view: it scrolls up to C
+      {false, {0, 0, 0, 0}, "AbC"}, {false, {0, 0, 0, 0}, "AbC"},
+  };
+  for (const auto& step : steps) {
+    step.down ? list->Next() : list->Prev();
+    EXPECT_EQ(At(list), std::pair(step.position, std::string(step.rows)));
+    for (size_t i = 0; i < list->Count(); ++i) {
+      EXPECT_EQ(list->At(i)->IsFocused(), static_cast<int>(i) == step.position[0]) << i;
+    }
+  }
+}
+
+TEST_F(ItemListTest, StartsOnTheFirstShownSelectableItemAndWithoutOneNothingMoves) {
+  EXPECT_EQ(At(MakeList("a.bC")).first, (std::array{3, 0, 3, 2}));
+  ItemList* list = MakeList("abc");
+  list->Next();
+  list->Prev();
+  EXPECT_EQ(At(list).first, (std::array{0, 0, 0, 0}));
+  ItemList* empty = MakeList("");
+  empty->Next();
+  empty->Prev();
+  EXPECT_EQ(empty->Current(), nullptr);
+}
 
 }  // namespace
 }  // namespace Merel

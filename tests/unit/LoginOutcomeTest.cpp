@@ -1,6 +1,7 @@
-// What the console reports for each PAM answer of a login, and the smart-card
-// check of the key wait, against a backend that records every syslog line,
-// event and audit record in memory.
+// What the login reports without an event service, and the smart-card check
+// of the key wait, against a backend that records every syslog line, event
+// and audit record in memory. The outcome of each PAM answer is checked end
+// to end by the login screen tests.
 #include <security/pam_appl.h>
 #include <syslog.h>
 
@@ -28,36 +29,28 @@ class RecordingBackend : public Platform::Backend {
                    int facility,
                    int level,
                    const std::string& message) override {
-    const std::string line = Facility(facility) + "." + std::to_string(level) + " " + message;
-    syslog.push_back(line);
+    syslog.push_back((facility == LOG_AUTH ? "auth." : "user.") + std::to_string(level) + " " +
+                     message);
     if (echo) {
-      fprintf(stderr, "%s\n", line.c_str());
+      fprintf(stderr, "%s\n", syslog.back().c_str());
     }
   }
   bool ResolveHostname(const std::string&, std::vector<std::string>&) override { return false; }
   Platform::HostState Load() override { return state; }
   void Modify(const std::function<void(Platform::HostState&)>& change) override { change(state); }
-  bool EventServiceAvailable() override { return eventService; }
+  bool EventServiceAvailable() override { return false; }
   void PostEvent(const std::string& text) override { events.push_back(text); }
   void WriteAudit(const std::string& record,
                   const std::string& user,
                   bool success,
                   const std::string& name,
                   const std::string& value) override {
-    audits.push_back(record + " " + user + " " + (success ? "1" : "0") +
-                     (name.empty() ? "" : " " + name + "=" + value));
-  }
-
-  static std::string Facility(int facility) {
-    return facility == LOG_AUTH ? "auth" : facility == LOG_USER ? "user" : std::to_string(facility);
+    audits.push_back(record + " " + user + " " + (success ? "1" : "0") + " " + name + "=" + value);
   }
 
   Platform::HostState state;
-  bool eventService = true;
   bool echo = false;
-  std::vector<std::string> syslog;
-  std::vector<std::string> events;
-  std::vector<std::string> audits;
+  std::vector<std::string> syslog, events, audits;
 };
 
 class LoginOutcomeTest : public ::testing::Test {
@@ -66,161 +59,84 @@ class LoginOutcomeTest : public ::testing::Test {
     auto owned = std::make_unique<RecordingBackend>();
     backend = owned.get();
     Platform::Install(std::move(owned));
-    Merel::Frame::_loggedIn = false;
-    Merel::Frame::_isLoggedWithSmartCard = false;
-    Merel::Frame::_smartCardLoginId.clear();
+    backend->state.hardware.smartCard.supported = true;
+    SetSession(false, false, "");
   }
   void TearDown() override {
-    Merel::Frame::_loggedIn = false;
-    Merel::Frame::_isLoggedWithSmartCard = false;
-    Merel::Frame::_smartCardLoginId.clear();
+    SetSession(false, false, "");
     Platform::Install(nullptr);
+  }
+  static void SetSession(bool loggedIn, bool withCard, const std::string& id) {
+    Merel::Frame::_loggedIn = loggedIn;
+    Merel::Frame::_isLoggedWithSmartCard = withCard;
+    Merel::Frame::_smartCardLoginId = id;
   }
   RecordingBackend* backend = nullptr;
 };
 
-struct OutcomeCase {
-  int pamResult;
-  std::vector<std::string> syslog;  // event-library lines aside
-  std::string audit;
-  std::string event;  // "" = none
-  uint32_t titleKey;
-  uint32_t messageKey;
-  bool clearPassword;
-};
+// The event service is optional: without it the failure is still logged and
+// audited, and its absence is reported. Any PAM answer other than success,
+// expiry or no permission is an invalid login.
+TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
+  const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, "ann");
+  EXPECT_FALSE(outcome.success);
+  EXPECT_TRUE(outcome.clearPassword);
+  EXPECT_TRUE(backend->events.empty());
+  EXPECT_EQ(backend->audits, std::vector<std::string>{"login.connect ann 0 reason=Invalid Login"});
+  ASSERT_FALSE(backend->syslog.empty());
+  EXPECT_EQ(backend->syslog.front(), "auth.3 Authentication of user ann failed");
+  EXPECT_EQ(
+      backend->syslog.back().rfind("user.3 Unable to initialize obsvuser library from MEREL.", 0),
+      0u);
+}
 
-TEST_F(LoginOutcomeTest, EachPamResultIsReportedAsTheTableSays) {
-  const std::string failed = "@&!*@*@(obsv.user.merel.login.failed)";
-  const std::vector<OutcomeCase> cases = {
-      {PAM_SUCCESS,
-       {"auth.0 Authentication of user ann succeeded", "user.6 User ann logged in"},
-       "login.connect ann 1",
-       "",
-       0,
-       0,
-       false},
-      {PAM_NEW_AUTHTOK_REQD,
-       {"auth.3 Password has expired for user ann"},
-       "login.connect ann 0 reason=Password expired",
-       failed + "Access denied for user ann",
-       147,
-       156,
-       true},
-      {PAM_PERM_DENIED,
-       {"auth.3 Access denied for user ann"},
-       "login.connect ann 0 reason=No permission",
-       failed + "Access denied for user ann",
-       147,
-       155,
-       false},
-      // Every other answer (wrong password, unknown user, ...) alike.
-      {PAM_USER_UNKNOWN,
-       {"auth.3 Authentication of user ann failed"},
-       "login.connect ann 0 reason=Invalid Login",
-       failed + "Authentication of user ann failed",
-       153,
-       154,
-       true},
+// The sessions the check keeps, and what it says about them.
+TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsThatStillHaveTheirCard) {
+  const std::string lookupError = "user.3 Error trying to lookup smart card tokens";
+  const struct {
+    const char* name;
+    bool loggedIn, withCard, present, lookupFails;
+    std::vector<std::string> users;
+    std::string said;  // the start of the one line logged, or "" for none
+  } cases[] = {
+      {"nobody logged in, no card", false, false, false, false, {}, ""},
+      {"nobody logged in, card",
+       false,
+       false,
+       true,
+       false,
+       {"alice", "bob"},
+       "user.6 Found smart card with user id 'alice'"},
+      {"nobody logged in, lookup fails", false, false, true, true, {"alice"}, lookupError},
+      {"card session, card there", true, true, true, false, {"bob", "alice"}, ""},
+      {"password session, no card", true, false, false, false, {}, ""},
+      // Without the tokens nothing can be decided: the session stays.
+      {"card session, lookup fails", true, true, true, true, {"alice"}, lookupError},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE("PAM result " + std::to_string(c.pamResult));
+    SCOPED_TRACE(c.name);
     backend->syslog.clear();
-    backend->events.clear();
-    backend->audits.clear();
-    const Merel::LoginOutcome outcome = Merel::RecordLoginResult(c.pamResult, "ann");
-    EXPECT_EQ(c.pamResult == PAM_SUCCESS, outcome.success);
-    EXPECT_EQ(c.titleKey, outcome.titleKey);
-    EXPECT_EQ(c.messageKey, outcome.messageKey);
-    EXPECT_EQ(c.clearPassword, outcome.clearPassword);
-    std::vector<std::string> syslog;
-    for (const auto& line : backend->syslog) {
-      if (line.find("obsvuser") == std::string::npos) {
-        syslog.push_back(line);
-      }
+    backend->state.hardware.smartCard = {true, c.present, c.users, c.lookupFails};
+    SetSession(c.loggedIn, c.withCard, c.loggedIn ? "alice" : "");
+    Merel::SmartCardCheck();
+    ASSERT_EQ(backend->syslog.size(), c.said.empty() ? 0u : 1u);
+    if (!c.said.empty()) {
+      EXPECT_EQ(backend->syslog[0].rfind(c.said, 0), 0u) << backend->syslog[0];
     }
-    EXPECT_EQ(c.syslog, syslog);
-    EXPECT_EQ(std::vector<std::string>{c.audit}, backend->audits);
-    EXPECT_EQ(c.event.empty() ? std::vector<std::string>{} : std::vector<std::string>{c.event},
-              backend->events);
   }
-}
-
-TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
-  backend->eventService = false;
-  Merel::RecordLoginResult(PAM_AUTH_ERR, "ann");
-  EXPECT_TRUE(backend->events.empty());
-  EXPECT_EQ(1u, backend->audits.size());
-  ASSERT_FALSE(backend->syslog.empty());
-  EXPECT_EQ("auth.3 Authentication of user ann failed", backend->syslog.front());
-  bool reported = false;
-  for (const auto& line : backend->syslog) {
-    reported |= line.rfind("user.3 Unable to initialize obsvuser library from MEREL.", 0) == 0;
-  }
-  EXPECT_TRUE(reported);
-}
-
-TEST_F(LoginOutcomeTest, SmartCardCheckWhileNobodyIsLoggedIn) {
-  auto& card = backend->state.hardware.smartCard;
-  card.supported = true;
-
-  Merel::SmartCardCheck();  // no card: nothing to say
-  EXPECT_TRUE(backend->syslog.empty());
-
-  card.present = true;
-  card.users = {"alice", "bob"};
-  Merel::SmartCardCheck();
-  EXPECT_EQ(std::vector<std::string>{"user.6 Found smart card with user id 'alice'"},
-            backend->syslog);
-
-  backend->syslog.clear();
-  card.lookupFails = true;
-  Merel::SmartCardCheck();
-  ASSERT_EQ(1u, backend->syslog.size());
-  EXPECT_EQ(0u, backend->syslog[0].find("user.3 Error trying to lookup smart card tokens"));
-}
-
-TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsWhoseCardIsThere) {
-  auto& card = backend->state.hardware.smartCard;
-  card.supported = true;
-  card.present = true;
-  card.users = {"bob", "alice"};
-  Merel::Frame::_loggedIn = true;
-  Merel::Frame::_isLoggedWithSmartCard = true;
-  Merel::Frame::_smartCardLoginId = "alice";
-  Merel::SmartCardCheck();
-  EXPECT_TRUE(backend->syslog.empty());
-
-  // A password session does not depend on any card.
-  Merel::Frame::_isLoggedWithSmartCard = false;
-  card.present = false;
-  Merel::SmartCardCheck();
-  EXPECT_TRUE(backend->syslog.empty());
-
-  // Without the tokens nothing can be decided: the session stays.
-  Merel::Frame::_isLoggedWithSmartCard = true;
-  card.present = true;
-  card.lookupFails = true;
-  Merel::SmartCardCheck();
-  ASSERT_EQ(1u, backend->syslog.size());
-  EXPECT_EQ(0u, backend->syslog[0].find("user.3 Error trying to lookup smart card tokens"));
 }
 
 using LoginOutcomeDeathTest = LoginOutcomeTest;
 
 TEST_F(LoginOutcomeDeathTest, SmartCardSessionEndsWhenItsCardGoes) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  auto& card = backend->state.hardware.smartCard;
-  card.supported = true;
   backend->echo = true;
-  Merel::Frame::_loggedIn = true;
-  Merel::Frame::_isLoggedWithSmartCard = true;
-  Merel::Frame::_smartCardLoginId = "alice";
+  SetSession(true, true, "alice");
   // Card pulled out.
   EXPECT_EXIT(Merel::SmartCardCheck(), ::testing::ExitedWithCode(0),
               "user.6 Logging out user id 'alice'");
   // Another user's card put in.
-  card.present = true;
-  card.users = {"bob"};
+  backend->state.hardware.smartCard = {true, true, {"bob"}, false};
   EXPECT_EXIT(Merel::SmartCardCheck(), ::testing::ExitedWithCode(0), "Logging out user id 'alice'");
 }
 

@@ -1,6 +1,6 @@
 // The end-to-end harness: the real console in a pseudo-terminal, its output
-// interpreted by libvterm so a test can read the screen (text, colours,
-// attributes) the way a user would see it, on a fresh simulated host.
+// interpreted by libvterm so a test can read the screen (text, colours) the
+// way a user would see it, on a fresh simulated host.
 #pragma once
 
 #include <sys/types.h>
@@ -24,44 +24,31 @@ namespace MerelTest {
 
 using std::chrono::milliseconds;
 
-// Waits in tests are generous: the suite runs on small shared machines and
-// under the sanitizers. MEREL_TEST_TIMEOUT_SCALE multiplies every default.
+// Waits are generous: the suite runs on small shared machines and under the
+// sanitizers. MEREL_TEST_TIMEOUT_SCALE multiplies every default.
 milliseconds Scaled(milliseconds base);
 inline milliseconds DefaultTimeout() {
   return Scaled(milliseconds(15000));
 }
 
 struct Rgb {
-  uint8_t r = 0;
-  uint8_t g = 0;
-  uint8_t b = 0;
+  uint8_t r = 0, g = 0, b = 0;
   bool operator==(const Rgb&) const = default;
 };
-std::string ToString(const Rgb& rgb);
 
-// The console's six colours as it defines them (curses 0..1000 scale turned
-// into 8-bit components the way the terminal description does it).
+// The console's colours by the palette slots it uses; kDefault is the
+// terminal's own default colour (what a black-and-white console draws in).
 enum class ConsoleColor { kBlack, kRed, kLightGrey, kYellow, kDarkGrey, kWhite, kDefault, kOther };
-const char* ToString(ConsoleColor color);
 
 struct CellColor {
-  bool isDefault = false;  // the terminal's default foreground/background
-  int index = -1;          // palette slot, or -1 for a direct RGB colour
-  Rgb rgb;                 // effective colour (palette redefinitions applied)
-  // What the console meant: by palette slot (the console uses slots 0, 1, 2,
-  // 3, 6, 7) or, for a direct colour, by its RGB value.
-  ConsoleColor Console() const;
+  ConsoleColor color = ConsoleColor::kOther;
+  ConsoleColor Console() const { return color; }
 };
 
 struct Cell {
   std::string text;  // UTF-8; " " for an empty cell
-  CellColor fg;
-  CellColor bg;
-  bool bold = false;
-  bool underline = false;
+  CellColor fg, bg;
   bool reverse = false;
-  bool blink = false;
-  bool italic = false;
 };
 
 struct ExitStatus {
@@ -73,52 +60,35 @@ struct ExitStatus {
 };
 
 enum class Key {
-  kF1,
   kF2,
   kF3,
   kF4,
-  kF5,
-  kF6,
-  kF7,
-  kF8,
-  kF9,
-  kF10,
-  kF11,
   kF12,
   kUp,
   kDown,
-  kLeft,
-  kRight,
   kHome,
   kEnd,
-  kInsert,
-  kDelete,
   kPageUp,
   kPageDown,
   kEnter,
   kEscape,
-  kTab,
-  kBackspace,
-  kSpace,
+  kSpace
 };
-// The curses key code the console should see for `key`.
-int CursesCode(Key key);
 
 struct TerminalOptions {
   std::string term = "xterm";
   int cols = 80;
   int rows = 25;
-  int escDelayMs = 25;
-  // Added to (or replacing) the base environment: TERM, LANG=C.UTF-8,
-  // ESCDELAY, PATH, HOME and the sanitizer options. Nothing else of the test
-  // runner's environment reaches the program (an SSH_CLIENT of the runner
-  // would change how the console treats the terminal).
-  std::map<std::string, std::string> env;
-  std::vector<std::string> unset;  // base variables to leave out
+  // Added to the base environment (TERM, LANG, ESCDELAY, PATH, HOME, the
+  // sanitizer options). Nothing else of the runner's environment reaches the
+  // program: an SSH_CLIENT there would change how the console treats the terminal.
+  std::map<std::string, std::string> env = {};
 };
 
 // One program in a pseudo-terminal. Output is read only while the test waits
 // (every Wait* call and Send pump it), which keeps runs deterministic.
+// The console throws away keys typed while it draws: after a key that changes
+// the screen, wait for its result before typing the next one.
 class Terminal {
  public:
   explicit Terminal(TerminalOptions options = {});
@@ -126,64 +96,43 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  // forkpty + execve of `program` with `args` (argv[0] included). False when
-  // the pseudo-terminal could not be made; an exec failure shows as exit 127.
-  bool Start(const std::string& program, const std::vector<std::string>& args);
+  // forkpty + execve; an exec failure shows as exit 127.
+  bool Start(const std::vector<std::string>& argv);
   pid_t Pid() const { return _pid; }
   const TerminalOptions& Options() const { return _options; }
 
-  // Input. Send writes the bytes in one go (a multi-byte sequence must reach
-  // the program in one read). A lone Esc is followed by a pause longer than
-  // ESCDELAY, or it and the next key would read as one sequence.
-  // The console throws away keys typed while a screen is being drawn: after
-  // a key that changes the screen, wait for its result (WaitForText) or at
-  // least WaitUntilQuiet before typing the next one. SendKeys does not wait.
+  // Bytes go out in one write (a sequence must reach the program in one
+  // read). A lone Esc is followed by a pause longer than ESCDELAY.
   void Send(std::string_view bytes);
+  void SendText(std::string_view text) { Send(text); }
   void SendKey(Key key);
   void SendKeys(std::initializer_list<Key> keys);
-  void SendText(std::string_view text) { Send(text); }
-  // The bytes this terminal type sends for `key`.
-  std::string KeyBytes(Key key) const;
 
-  // Waiting. Each returns false on time-out.
+  // Each returns false on time-out.
   bool WaitFor(const std::function<bool()>& done, milliseconds timeout = DefaultTimeout());
   bool WaitForText(std::string_view text, milliseconds timeout = DefaultTimeout());
-  bool WaitForRaw(std::string_view bytes, milliseconds timeout = DefaultTimeout());
   // Returns once nothing arrived for `quiet`.
   bool WaitUntilQuiet(milliseconds quiet = milliseconds(40),
                       milliseconds timeout = DefaultTimeout());
-  // The program has drawn something and then gone quiet: safe to type.
-  bool WaitForFirstDraw(milliseconds timeout = DefaultTimeout());
-  // Reaps the program; drains what it wrote before ending.
+  // Reaps the program and drains what it wrote before ending.
   std::optional<ExitStatus> WaitForExit(milliseconds timeout = DefaultTimeout());
   bool Running();
-
   void Signal(int signal);
-  // Changes the pseudo-terminal's size; the kernel sends SIGWINCH.
-  void Resize(int cols, int rows);
+  void Resize(int cols, int rows);  // the kernel sends SIGWINCH
 
-  // The screen. Row is the full width; Text trims each row's trailing blanks
-  // and joins the rows with "\n" (the form golden screens are kept in).
-  std::string Row(int y) const;
+  // Text trims each row's trailing blanks and joins rows with "\n" (the form
+  // golden screens are kept in). Find gives the column of `text` in row y, or -1.
   std::string Text() const;
   Cell CellAt(int x, int y) const;
-  // Column of `text` in row `y`, or -1.
   int Find(int y, std::string_view text) const;
-
-  // Everything the program wrote, byte for byte.
-  const std::string& Raw() const { return _raw; }
-  bool RawContains(std::string_view bytes) const { return _raw.find(bytes) != std::string::npos; }
-  // Palette slots redefined through the output (OSC 4 on xterm types, OSC P
-  // on the Linux console); cleared by a palette reset (OSC 104 / OSC R).
-  const std::map<int, Rgb>& Palette() const { return _palette; }
+  const std::string& Raw() const { return _raw; }  // everything the program wrote
+  // Palette slots redefined through the output (OSC 4).
+  std::map<int, Rgb> Palette() const;
 
  private:
-  // Reads what is available within `wait`; returns the number of bytes.
-  size_t Pump(milliseconds wait);
-  void Feed(const char* data, size_t length);
-  void ScanPalette();
+  size_t Pump(milliseconds wait);  // reads what comes within `wait`
   void Reap(bool block);
-  static void OnOutput(const char* bytes, size_t length, void* user);
+  std::string CellText(int x, int y) const;  // "" for the right half of a wide character
 
   TerminalOptions _options;
   pid_t _pid = -1;
@@ -193,17 +142,13 @@ class Terminal {
   VTerm* _vt = nullptr;
   VTermScreen* _screen = nullptr;
   std::string _raw;
-  size_t _paletteScan = 0;
-  std::map<int, Rgb> _palette;
-  std::chrono::steady_clock::time_point _lastOutput;
 };
 
-// A fresh simulated host root for one test, removed at the end (kept when
-// MEREL_KEEP_ROOT=1, for looking at it after a failure).
+// A fresh simulated host root for one test, removed at the end.
 class SimHost {
  public:
   // `fixture`: a host description in the fixtures folder (".json" may be
-  // left out) or an absolute path; empty for the bundled demo host.
+  // left out); empty for the bundled demo host.
   explicit SimHost(const std::string& fixture = "");
   ~SimHost();
   SimHost(const SimHost&) = delete;
@@ -211,21 +156,16 @@ class SimHost {
 
   bool Ok() const { return _ok; }
   const std::string& Root() const { return _root; }
-  // A host path ("/var/run/merel.pid") inside the root.
-  std::string Path(const std::string& hostPath) const;
+  std::string Path(const std::string& hostPath) const { return _root + hostPath; }
   std::string ReadFile(const std::string& hostPath) const;  // "" when missing
   void WriteFile(const std::string& hostPath, const std::string& content) const;
-  bool Exists(const std::string& hostPath) const;
 
   std::string Syslog() const { return ReadFile("/var/log/syslog.log"); }
-  std::string ToolsLog() const { return ReadFile("/var/log/tools.log"); }
   std::string ObsvLog() const { return ReadFile("/var/log/obsvd.log"); }
   std::string AuditLog() const { return ReadFile("/var/log/audit.log"); }
   nlohmann::json HostJson() const;  // ROOT/host.json as stored
-  nlohmann::json Show() const;      // `merel-sim show ROOT`
 
-  // Waits until the host file contains `text` (logs are written by another
-  // process, possibly a moment after the screen changed).
+  // Logs are written by another process, possibly a moment after the screen changed.
   bool WaitForFileText(const std::string& hostPath,
                        std::string_view text,
                        milliseconds timeout = DefaultTimeout()) const;
@@ -233,8 +173,7 @@ class SimHost {
     return WaitForFileText("/var/log/syslog.log", text, timeout);
   }
 
-  // The console on this host (`merel-sim run ROOT args...`), started and
-  // waited for until its first draw.
+  // `merel-sim run ROOT args...`, waited for until its first draw has settled.
   std::unique_ptr<Terminal> StartConsole(TerminalOptions options = {},
                                          const std::vector<std::string>& args = {});
 
@@ -243,18 +182,11 @@ class SimHost {
   bool _ok = false;
 };
 
-// Runs a program to completion, collecting standard output and error.
-struct ProcessResult {
-  int status = -1;  // exit code, or -1 when it did not exit normally
-  std::string output;
-};
-ProcessResult RunProcess(const std::vector<std::string>& args);
-
-// Compares the screen text with tests/golden/NAME.txt exactly; with
+// Compares the screen text with tests/golden/NAME.txt; with
 // MEREL_UPDATE_GOLDEN=1 rewrites the file instead.
 void ExpectGoldenScreen(const Terminal& terminal, const std::string& name);
 
-// Lines of a key trace file (MEREL_KEY_TRACE) as key codes.
+// The key codes of a key trace file (MEREL_KEY_TRACE), one a line.
 std::vector<int> ReadKeyTrace(const std::string& path);
 
 }  // namespace MerelTest

@@ -1,0 +1,463 @@
+// The harness: the program under test in a pseudo-terminal (forkpty, its
+// output fed to libvterm) and a throw-away simulated host root per test.
+#include "Harness.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vterm.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace MerelTest {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kEscDelayMs = 25;
+
+// One sequence per key. The console defines every one of these on each
+// terminal type it supports (the key table test checks that), so one set
+// serves all.
+const char* const kKeyBytes[] = {"\x1bOQ", "\x1bOR",  "\x1bOS",  "\x1b[24~", "\x1b[A",
+                                 "\x1b[B", "\x1b[1~", "\x1b[4~", "\x1b[5~",  "\x1b[6~",
+                                 "\r",     "\x1b",    " "};
+
+void AppendUtf8(std::string& out, uint32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xE0 | (c >> 12));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+ConsoleColor ToConsoleColor(const VTermColor& color, bool foreground) {
+  if (foreground ? VTERM_COLOR_IS_DEFAULT_FG(&color) : VTERM_COLOR_IS_DEFAULT_BG(&color)) {
+    return ConsoleColor::kDefault;
+  }
+  if (!VTERM_COLOR_IS_INDEXED(&color)) {
+    return ConsoleColor::kOther;
+  }
+  // By the slots the console redefines (2 and 6 stand for the greys).
+  using enum ConsoleColor;
+  static const ConsoleColor kBySlot[] = {kBlack, kRed,   kLightGrey, kYellow,
+                                         kOther, kOther, kDarkGrey,  kWhite};
+  return color.indexed.idx < 8 ? kBySlot[color.indexed.idx] : kOther;
+}
+
+std::string Run(const std::string& command) {
+  std::string output;
+  if (FILE* pipe = popen((command + " 2>&1").c_str(), "r")) {
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+      output.append(buffer, n);
+    }
+    if (pclose(pipe) != 0) {
+      output = "FAILED: " + output;
+    }
+  }
+  return output;
+}
+
+}  // namespace
+
+milliseconds Scaled(milliseconds base) {
+  const char* scale = getenv("MEREL_TEST_TIMEOUT_SCALE");
+  const double factor = std::max(scale != nullptr ? atof(scale) : 1.0, 1.0);
+  return milliseconds(static_cast<long long>(static_cast<double>(base.count()) * factor));
+}
+
+std::string ExitStatus::Describe() const {
+  return exited ? "exited with status " + std::to_string(code)
+                : "killed by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
+}
+
+Terminal::Terminal(TerminalOptions options) : _options(std::move(options)) {
+  _vt = vterm_new(_options.rows, _options.cols);
+  vterm_set_utf8(_vt, 1);
+  _screen = vterm_obtain_screen(_vt);
+  vterm_screen_enable_altscreen(_screen, 1);
+  vterm_screen_reset(_screen, 1);
+}
+
+Terminal::~Terminal() {
+  if (_pid > 0 && !_status) {
+    kill(-_pid, SIGKILL);  // a session leader: take its helpers too
+    kill(_pid, SIGKILL);
+    Reap(true);
+  }
+  if (_master >= 0) {
+    close(_master);
+  }
+  vterm_free(_vt);
+}
+
+bool Terminal::Start(const std::vector<std::string>& args) {
+  std::map<std::string, std::string> env = {
+      {"TERM", _options.term},
+      {"LANG", "C.UTF-8"},  // libvterm mis-shifts repeated characters otherwise
+      {"ESCDELAY", std::to_string(kEscDelayMs)},
+      {"PATH", "/usr/local/bin:/usr/bin:/bin"},
+      {"HOME", getenv("HOME") != nullptr ? getenv("HOME") : "/tmp"},
+      // Exits from the key wait leave screens allocated, on purpose.
+      {"ASAN_OPTIONS", "detect_leaks=0"}};
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "TMPDIR"}) {
+    if (const char* value = getenv(name)) {
+      env[name] = value;
+    }
+  }
+  for (const auto& [name, value] : _options.env) {
+    env[name] = value;
+  }
+  // Built before fork: only async-signal-safe calls between fork and exec.
+  std::vector<std::string> strings(args);
+  for (const auto& [name, value] : env) {
+    strings.push_back(name + "=" + value);
+  }
+  std::vector<char*> argv, envp;
+  for (size_t i = 0; i < strings.size(); ++i) {
+    (i < args.size() ? argv : envp).push_back(strings[i].data());
+  }
+  argv.push_back(nullptr);
+  envp.push_back(nullptr);
+
+  struct winsize size = {};
+  size.ws_row = static_cast<unsigned short>(_options.rows);
+  size.ws_col = static_cast<unsigned short>(_options.cols);
+  _pid = forkpty(&_master, nullptr, nullptr, &size);
+  if (_pid < 0) {
+    return false;
+  }
+  if (_pid == 0) {
+    // A runner started in the background may ignore SIGINT/SIGQUIT, and
+    // ignored dispositions survive exec: the console would never see them.
+    for (int sig = 1; sig < NSIG; ++sig) {
+      signal(sig, SIG_DFL);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    close_range(3, ~0u, 0);
+    execve(argv[0], argv.data(), envp.data());
+    _exit(127);
+  }
+  fcntl(_master, F_SETFL, fcntl(_master, F_GETFL) | O_NONBLOCK);
+  fcntl(_master, F_SETFD, FD_CLOEXEC);
+  return true;
+}
+
+size_t Terminal::Pump(milliseconds wait) {
+  if (_master < 0 || _eof) {
+    std::this_thread::sleep_for(std::min(wait, milliseconds(10)));
+    return 0;
+  }
+  struct pollfd p = {_master, POLLIN, 0};
+  if (poll(&p, 1, static_cast<int>(wait.count())) <= 0) {
+    return 0;
+  }
+  size_t total = 0;
+  char buffer[8192];
+  for (;;) {
+    ssize_t n = read(_master, buffer, sizeof(buffer));
+    if (n > 0) {
+      _raw.append(buffer, static_cast<size_t>(n));
+      vterm_input_write(_vt, buffer, static_cast<size_t>(n));
+      total += static_cast<size_t>(n);
+    } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
+      _eof = true;  // EIO: every holder of the slave side has gone
+      break;
+    } else if (errno == EAGAIN) {
+      break;
+    }
+  }
+  return total;
+}
+
+void Terminal::Reap(bool block) {
+  int status = 0;
+  if (_pid <= 0 || _status || waitpid(_pid, &status, block ? 0 : WNOHANG) != _pid) {
+    return;
+  }
+  _status = ExitStatus{WIFEXITED(status), WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+                       WIFSIGNALED(status) ? WTERMSIG(status) : 0};
+}
+
+void Terminal::Send(std::string_view bytes) {
+  while (!bytes.empty() && _master >= 0 && !_eof) {
+    ssize_t n = write(_master, bytes.data(), bytes.size());
+    if (n > 0) {
+      bytes.remove_prefix(static_cast<size_t>(n));
+    } else if (errno == EAGAIN) {
+      Pump(milliseconds(10));  // the program may be blocked writing to us
+    } else if (errno != EINTR) {
+      break;
+    }
+  }
+}
+
+void Terminal::SendKey(Key key) {
+  Send(kKeyBytes[static_cast<int>(key)]);
+  if (key == Key::kEscape) {
+    // Curses must have given up waiting for the rest of a sequence before
+    // the next key comes.
+    auto until = Clock::now() + milliseconds(std::max(4 * kEscDelayMs, 100));
+    while (Clock::now() < until) {
+      Pump(std::chrono::duration_cast<milliseconds>(until - Clock::now()));
+    }
+  }
+}
+
+void Terminal::SendKeys(std::initializer_list<Key> keys) {
+  for (Key key : keys) {
+    SendKey(key);
+  }
+}
+
+bool Terminal::WaitFor(const std::function<bool()>& done, milliseconds timeout) {
+  for (auto deadline = Clock::now() + timeout; !done();) {
+    auto now = Clock::now();
+    if (now >= deadline) {
+      return false;
+    }
+    Pump(std::min(milliseconds(20), std::chrono::duration_cast<milliseconds>(deadline - now)));
+  }
+  return true;
+}
+
+bool Terminal::WaitForText(std::string_view text, milliseconds timeout) {
+  return WaitFor([&] { return Text().find(text) != std::string::npos; }, timeout);
+}
+
+bool Terminal::WaitUntilQuiet(milliseconds quiet, milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
+  for (auto quietSince = Clock::now();;) {
+    auto silent = std::chrono::duration_cast<milliseconds>(Clock::now() - quietSince);
+    if (silent >= quiet) {
+      return true;
+    }
+    if (Clock::now() >= deadline) {
+      return false;
+    }
+    if (Pump(quiet - silent) > 0) {
+      quietSince = Clock::now();
+    }
+  }
+}
+
+std::optional<ExitStatus> Terminal::WaitForExit(milliseconds timeout) {
+  if (!WaitFor([&] { return !Running(); }, timeout)) {
+    return std::nullopt;
+  }
+  // The last output may still be in the line discipline: read until the
+  // slave side is gone (or a helper that inherited it keeps quiet).
+  const auto deadline = Clock::now() + Scaled(milliseconds(2000));
+  for (auto quietSince = Clock::now();
+       !_eof && Clock::now() < deadline && Clock::now() - quietSince < Scaled(milliseconds(200));) {
+    if (Pump(milliseconds(20)) > 0) {
+      quietSince = Clock::now();
+    }
+  }
+  return _status;
+}
+
+bool Terminal::Running() {
+  Reap(false);
+  return _pid > 0 && !_status;
+}
+
+void Terminal::Signal(int signal) {
+  if (Running()) {
+    kill(_pid, signal);
+  }
+}
+
+void Terminal::Resize(int cols, int rows) {
+  _options.cols = cols;
+  _options.rows = rows;
+  vterm_set_size(_vt, rows, cols);
+  struct winsize size = {};
+  size.ws_row = static_cast<unsigned short>(rows);
+  size.ws_col = static_cast<unsigned short>(cols);
+  ioctl(_master, TIOCSWINSZ, &size);
+}
+
+std::string Terminal::CellText(int x, int y) const {
+  VTermScreenCell cell;
+  std::string text;
+  if (vterm_screen_get_cell(_screen, VTermPos{y, x}, &cell) == 0 ||
+      cell.chars[0] == static_cast<uint32_t>(-1)) {
+    return text;
+  }
+  for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i] != 0; ++i) {
+    AppendUtf8(text, cell.chars[i]);
+  }
+  return text.empty() ? " " : text;
+}
+
+std::string Terminal::Text() const {
+  std::string text;
+  for (int y = 0; y < _options.rows; ++y) {
+    std::string row;
+    for (int x = 0; x < _options.cols; ++x) {
+      row += CellText(x, y);
+    }
+    row.erase(row.find_last_not_of(' ') + 1);
+    text += (y > 0 ? "\n" : "") + row;
+  }
+  return text;
+}
+
+int Terminal::Find(int y, std::string_view text) const {
+  std::string row;
+  std::vector<int> columnAt;  // the column of each byte of `row`
+  for (int x = 0; x < _options.cols; ++x) {
+    const std::string cell = CellText(x, y);
+    row += cell;
+    columnAt.insert(columnAt.end(), cell.size(), x);
+  }
+  const size_t at = row.find(text);
+  return at == std::string::npos ? -1 : columnAt[at];
+}
+
+Cell Terminal::CellAt(int x, int y) const {
+  Cell result;
+  result.text = CellText(x, y);
+  VTermScreenCell cell;
+  if (vterm_screen_get_cell(_screen, VTermPos{y, x}, &cell) != 0) {
+    result.reverse = cell.attrs.reverse;
+    result.fg.color = ToConsoleColor(cell.fg, true);
+    result.bg.color = ToConsoleColor(cell.bg, false);
+  }
+  return result;
+}
+
+std::map<int, Rgb> Terminal::Palette() const {
+  // libvterm ignores palette changes; they are read from the output instead.
+  static const std::regex kInitColor(
+      "\x1b\\]4;([0-9]+);rgb:([0-9a-fA-F]{2})/([0-9a-fA-F]{2})/([0-9a-fA-F]{2})");
+  std::map<int, Rgb> palette;
+  for (std::sregex_iterator it(_raw.begin(), _raw.end(), kInitColor), end; it != end; ++it) {
+    auto hex = [&](int i) { return static_cast<uint8_t>(std::stoi((*it)[i].str(), nullptr, 16)); };
+    palette[std::stoi((*it)[1].str())] = {hex(2), hex(3), hex(4)};
+  }
+  return palette;
+}
+
+SimHost::SimHost(const std::string& fixture) {
+  const char* tmp = getenv("TMPDIR");
+  std::string pattern = std::string(tmp != nullptr && *tmp ? tmp : "/tmp") + "/merel-host-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) {
+    ADD_FAILURE() << "cannot make a temporary folder: " << strerror(errno);
+    return;
+  }
+  _root = pattern;
+  std::string command = std::string(MEREL_SIM_BIN) + " init '" + _root + "'";
+  if (!fixture.empty()) {
+    command += std::string(" '") + MEREL_FIXTURES_DIR + "/" + fixture +
+               (fixture.ends_with(".json") ? "'" : ".json'");
+  }
+  const std::string output = Run(command);
+  _ok = !output.starts_with("FAILED");
+  EXPECT_TRUE(_ok) << command << ": " << output;
+}
+
+SimHost::~SimHost() {
+  std::error_code ignored;
+  if (!_root.empty()) {
+    fs::remove_all(_root, ignored);
+  }
+}
+
+std::string SimHost::ReadFile(const std::string& hostPath) const {
+  std::ifstream in(Path(hostPath), std::ios::binary);
+  std::ostringstream content;
+  content << in.rdbuf();
+  return content.str();
+}
+
+void SimHost::WriteFile(const std::string& hostPath, const std::string& content) const {
+  std::error_code ignored;
+  fs::create_directories(fs::path(Path(hostPath)).parent_path(), ignored);
+  std::ofstream out(Path(hostPath), std::ios::binary | std::ios::trunc);
+  out << content;
+  EXPECT_TRUE(out.good()) << "cannot write " << Path(hostPath);
+}
+
+nlohmann::json SimHost::HostJson() const {
+  return nlohmann::json::parse(ReadFile("/host.json"), nullptr, false);
+}
+
+bool SimHost::WaitForFileText(const std::string& hostPath,
+                              std::string_view text,
+                              milliseconds timeout) const {
+  for (auto deadline = Clock::now() + timeout;
+       ReadFile(hostPath).find(text) == std::string::npos;) {
+    if (Clock::now() >= deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  return true;
+}
+
+std::unique_ptr<Terminal> SimHost::StartConsole(TerminalOptions options,
+                                                const std::vector<std::string>& args) {
+  auto terminal = std::make_unique<Terminal>(std::move(options));
+  std::vector<std::string> argv = {MEREL_SIM_BIN, "run", _root};
+  argv.insert(argv.end(), args.begin(), args.end());
+  if (!terminal->Start(argv)) {
+    ADD_FAILURE() << "forkpty failed: " << strerror(errno);
+    return terminal;
+  }
+  // Something drawn, then quiet: safe to type.
+  EXPECT_TRUE(terminal->WaitFor([&] { return !terminal->Raw().empty(); }) &&
+              terminal->WaitUntilQuiet(Scaled(milliseconds(150))))
+      << "the console drew nothing";
+  return terminal;
+}
+
+void ExpectGoldenScreen(const Terminal& terminal, const std::string& name) {
+  const std::string path = std::string(MEREL_GOLDEN_DIR) + "/" + name + ".txt";
+  const std::string actual = terminal.Text() + "\n";
+  const char* update = getenv("MEREL_UPDATE_GOLDEN");
+  if (update != nullptr && std::string(update) == "1") {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << actual;
+    return;
+  }
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream expected;
+  expected << in.rdbuf();
+  // gtest shows a line diff of the two.
+  EXPECT_EQ(expected.str(), actual) << path << " (MEREL_UPDATE_GOLDEN=1 records it anew)";
+}
+
+std::vector<int> ReadKeyTrace(const std::string& path) {
+  std::vector<int> keys;
+  std::ifstream in(path);
+  for (int key; in >> key;) {
+    keys.push_back(key);
+  }
+  return keys;
+}
+
+}  // namespace MerelTest

@@ -1,0 +1,182 @@
+// The screens' own rules: which menu entries a host gets, the log numbers,
+// the pager's environment, the welcome screen's formats and the support
+// information's wrapping.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CursesFixture.h"
+#include "Frame.h"
+#include "GeneralWindow.h"
+#include "LogViewer.h"
+#include "SimHostTestSupport.h"
+#include "StringFactory.h"
+#include "SupportInformationDialog.h"
+#include "WelcomeWindow.h"
+
+namespace Merel {
+namespace {
+
+// Each shown row as its key, followed by "-" when it is disabled.
+TEST(MenuRowsTest, ShownAndEnabledRows) {
+  const struct {
+    MenuFlags flags;  // lockdown, management interface, network-booted, device assignment, keyboard
+    const char* picture;
+  } cases[] = {
+      {{true, true, false, 2, true}, "5 6 3- 7 8 9 10 11 3- 16 14 3- 13 12 15"},
+      {{true, true, false, 0, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15"},
+      {{true, false, false, 0, false}, "5 6 3- 8- 9- 10- 11 3- 14 3- 13 12 15"},
+      {{true, true, true, 0, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15-"},
+      {{false, true, false, 0, false}, "5 6- 3- 8 9 10 11 3- 14 3- 13 12 15"},
+      {{true, true, false, 1, false}, "5 6 3- 7- 8 9 10 11 3- 14 3- 13 12 15"},
+      {{true, true, false, 3, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15"},  // unknown state
+  };
+  for (const auto& c : cases) {
+    const std::vector<MenuRow> rows = GeneralWindow::BuildRows(c.flags);
+    // The key loop finds an entry by its index, hidden rows included.
+    EXPECT_EQ(rows.size(), 15u);
+    std::string picture;
+    for (const MenuRow& row : rows) {
+      if (row.shown) {
+        picture +=
+            (picture.empty() ? "" : " ") + std::to_string(row.key) + (row.enabled ? "" : "-");
+      }
+    }
+    EXPECT_EQ(picture, c.picture);
+  }
+}
+
+// A digit opens the log its number is shown against: numbers count only the
+// logs present on the host.
+TEST(LogViewerTest, DigitNamesTheNthAvailableLog) {
+  auto viewer = [](const char* available) {  // one character per log: '1' present
+    LogViewer viewer;
+    for (size_t i = 0; i < LogViewer::kLogCount; ++i) {
+      viewer.SetAvailable(i, available[i] == '1');
+    }
+    return viewer;
+  };
+  const struct {
+    const char* available;
+    const char* byDigit;  // the log chosen by digits 0..9, '-' for none
+  } cases[] = {{"1111111", "-0123456--"}, {"1011111", "-023456---"}, {"0111111", "-123456---"},
+               {"0000001", "-6--------"}, {"1010101", "-0246-----"}, {"0000000", "----------"}};
+  for (const auto& c : cases) {
+    std::string byDigit;
+    for (int digit = 0; digit <= 9; ++digit) {
+      const int log = viewer(c.available).Choose(digit);
+      byDigit += log < 0 ? '-' : static_cast<char>('0' + log);
+    }
+    EXPECT_EQ(byDigit, c.byDigit) << c.available;
+  }
+  EXPECT_EQ(
+      viewer("1010101").ListText(),
+      "1 Syslog\n2 Config\n3 Fleetdesk Agent (fdxa)\n4 Ostrel Tarvik Observation log (obsvd)");
+  EXPECT_EQ(viewer("0000000").ListText(), "");
+}
+
+// The pager runs in its secure mode and leaves LESSSECURE as it found it; an
+// unset variable deliberately comes back set and empty.
+TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
+  const char* runner = getenv("LESSSECURE");
+  const std::optional<std::string> saved =
+      runner ? std::optional<std::string>(runner) : std::nullopt;
+  SimHostTest::SimRoot root;
+  // The root's pager is a link to the real one: remove the link (never write
+  // through it) and put a recorder in its place.
+  const std::string pager = root.Path() + "/bin/less", record = root.Path() + "/tmp/pager";
+  unlink(pager.c_str());
+  std::ofstream(pager) << "#!/bin/sh\n{ printf 'LESSSECURE=%s\\n' \"${LESSSECURE-unset}\"\n"
+                          "  for arg in \"$@\"; do printf 'arg=%s\\n' \"$arg\"; done; } > '"
+                       << record << "'\n";
+  ASSERT_EQ(chmod(pager.c_str(), 0755), 0);
+  MerelTest::CursesScreen screen;
+  ASSERT_TRUE(screen.Ok());
+  const std::pair<std::optional<std::string>, std::string> cases[] = {
+      {"7", "7"}, {"", ""}, {std::nullopt, ""}};
+  for (const auto& [former, after] : cases) {
+    former ? setenv("LESSSECURE", former->c_str(), 1) : unsetenv("LESSSECURE");
+    unlink(record.c_str());
+    Frame* const front = Frame::fgFrame;
+    fflush(stdout);
+    const int stdoutCopy = dup(STDOUT_FILENO);  // the pager hand-over works on descriptor 1
+    dup2(screen.Slave(), STDOUT_FILENO);
+    LogViewer().Show(2, nullptr);  // Config: /var/log/hostboot.log
+    dup2(stdoutCopy, STDOUT_FILENO);
+    close(stdoutCopy);
+    Frame::fgFrame = front;
+    EXPECT_EQ(root.File("/tmp/pager"),
+              "LESSSECURE=1\narg=-cfP\narg=<Q> Quit </> RegExp Search "
+              "<H> Help\narg=" +
+                  root.Path() + "/var/log/hostboot.log\n");
+    EXPECT_STREQ(getenv("LESSSECURE"), after.c_str()) << former.value_or("unset");
+  }
+  saved ? setenv("LESSSECURE", saved->c_str(), 1) : unsetenv("LESSSECURE");
+}
+
+TEST(WelcomeTest, MemoryRoundedToOneDecimalInTheStreamsDefaultForm) {
+  constexpr uint64_t kMiB = uint64_t{1} << 20, kGiB = uint64_t{1} << 30;
+  const std::pair<uint64_t, const char*> cases[] = {
+      {8 * kGiB, "8 GiB Memory"},
+      {kGiB - 1, "1024 MiB Memory"},  // just below 1 GiB: rounds up, the unit stays
+      {kGiB, "1 GiB Memory"},
+      {1536 * kMiB, "1.5 GiB Memory"},
+      {8368128ull * 4096, "31.9 GiB Memory"},
+      {kGiB + 100 * kMiB, "1.1 GiB Memory"},  // 1.098 rounds up, unlike the getter
+      {512 * kMiB, "512 MiB Memory"},
+      {uint64_t{3} << 40, "3 TiB Memory"},
+      {uint64_t{1} << 60, "1024 PiB Memory"},
+  };
+  for (const auto& [bytes, text] : cases) {
+    EXPECT_EQ(WelcomeWindow::FormatMemory(bytes), text) << bytes;
+  }
+}
+
+// What the fixture hosts of the screen tests do not show.
+TEST(WelcomeTest, AddressTextCutsLongNamesAndShortensTheNoAdapterTextWhenTight) {
+  WelcomeWindow::ManagementAccess access;  // no management interface
+  access.ipv4 = {"10.0.0.5"};              // never shown without one
+  auto compose = [&](int width, int height) {
+    return WelcomeWindow::ComposeAddressText(access, width, height, GetStringFactory("en_US"));
+  };
+  EXPECT_EQ(compose(48, 6),
+            "No compatible network adapter found. Please consult the product's Hardware "
+            "Compatibility Guide (HCG) for a list of supported adapters.");
+  EXPECT_EQ(compose(48, 2), "No compatible network adapter found.");
+  access.hasInterface = true;
+  access.hostname = std::string(60, 'h') + ".example.com";
+  EXPECT_NE(compose(30, 6).find("\nhttp://" + std::string(20, 'h') + "... "), std::string::npos);
+}
+
+TEST(SupportInformationTest, PlainTextCutToTheWidth) {
+  using Lines = std::vector<std::string>;
+  const struct {
+    std::string text;
+    int width;
+    Lines lines;
+  } cases[] = {
+      {"Serial: 42\n\nVendor: X\n", 20, {"Serial: 42", "", "Vendor: X"}},
+      {"alpha beta gamma", 10, {"alpha beta", "gamma"}},
+      {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}},
+      {"a\tb", 20, {"a       b"}},
+      {"a\r\nb\x01"
+       "c\r\n",
+       20,
+       {"a", "bc"}},  // carriage returns and controls dropped
+      {"{color:red}x{/color}", 40, {"{color:red}x{/color}"}},
+      {"ab\xc3\xa9", 3, {"ab", "\xc3\xa9"}},  // a character is not split
+      {"", 10, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(SupportInformationDialog::WrapText(c.text, c.width), c.lines) << c.text;
+  }
+}
+
+}  // namespace
+}  // namespace Merel
