@@ -130,6 +130,16 @@ TEST(RuntimeScreenTest, InvalidVtIsLoggedAndTheConsoleStartsAnyway) {
         << host.Syslog();
     EXPECT_TRUE(console->Running()) << vt;
   }
+  EXPECT_EQ(host.HostJson()["activeVirtualTerminal"], 0) << "an invalid VT switched the console";
+}
+
+TEST(RuntimeScreenTest, ValidVtSwitchesTheHostConsole) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = Start(host, "xterm", {"63"});
+  EXPECT_TRUE(console->Running());
+  EXPECT_EQ(host.HostJson()["activeVirtualTerminal"], 63);
+  EXPECT_EQ(host.Syslog().find("Invalid VT"), std::string::npos);
 }
 
 // A sample of the console's key table, from each of its families (CSI, SS3,
