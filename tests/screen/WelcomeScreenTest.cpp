@@ -218,14 +218,22 @@ TEST(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
   }
 }
 
-TEST(WelcomeScreenTest, RestartRequestWithNobodyLoggedInExits) {
+// A restart requested while somebody is logged in must not cut the session
+// short: the console goes on, and exits when the session ends.
+TEST(WelcomeScreenTest, RestartRequestDuringASessionWaitsForTheLogout) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = Start(host);
+  auto console = LogIn(host);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   console->Signal(SIGUSR2);
+  console->SendKey(Key::kDown);  // the menu still answers after the request
+  ASSERT_TRUE(console->WaitUntilQuiet());
+  EXPECT_TRUE(console->Running());
+  console->SendKey(Key::kEscape);
   std::optional<ExitStatus> status = console->WaitForExit();
   ASSERT_TRUE(status.has_value());
   EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  EXPECT_NE(host.Syslog().find("User root logged out"), std::string::npos) << host.Syslog();
 }
 
 TEST(WelcomeScreenTest, CancelledLoginLogsNoLogout) {
