@@ -11,6 +11,7 @@
 #include "NexCtl/SystemInfoImpl.h"
 #include "Platform.h"
 #include "StringFactory.h"
+#include "Terminal.h"
 
 namespace Merel {
 
@@ -22,18 +23,14 @@ constexpr int kHeight = 18;
 // has eight rows of layouts above the footer.
 constexpr int kTitleHeight = 6;
 
-constexpr int kEnter = 10;
-constexpr int kEscape = 27;
 constexpr int kSpace = ' ';
 
 constexpr uint32_t kTitle = 16;  // "Configure Keyboard"
 constexpr uint32_t kText = 256;  // "If you are having difficulty using your keyboard, ..."
 
-const char* const kFooter =
+const char* const kKeys =
     "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}"
-    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
-    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 
 // A radio line that shows where the selection is; the plain one draws the same
 // whether it has the focus or not.
@@ -109,7 +106,7 @@ bool KeyboardDialog::Apply() {
 int KeyboardDialog::Loop() {
   SetTitle(_strings->GetString(kTitle));
   SetText(_strings->GetString(kText));
-  SetFooter(kFooter);
+  SetFooter(std::string(kKeys) + kOkCancelFooter);
   Window::ShowCursor(false);
   if (_list == nullptr) {
     return 0;
@@ -133,9 +130,9 @@ int KeyboardDialog::Loop() {
           Choose(_list->CurrentIndex());
         }
         break;
-      case kEnter:
+      case kKeyEnter:
         return Apply() ? 1 : 0;
-      case kEscape:
+      case kKeyEscape:
         return 0;
       default:
         break;

@@ -31,6 +31,7 @@
 #include "PamAuth.h"
 #include "Platform.h"
 #include "StringFactory.h"
+#include "Terminal.h"
 #include "TextArea.h"
 
 namespace Merel {
@@ -46,9 +47,6 @@ constexpr int kPromptHeight = 2;
 constexpr int kListY = kPromptY + kPromptHeight;
 constexpr int kListRows = 3;
 
-constexpr int kTab = 9;
-constexpr int kEnter = 10;
-constexpr int kEscape = 27;
 constexpr int kCtrlH = 8;
 
 // String table keys.
@@ -65,16 +63,11 @@ constexpr uint32_t kInvalidLogin = 154;     // "Invalid login or password."
 constexpr uint32_t kNoPermission = 155;     // "User does not have permission to login to MEREL."
 constexpr uint32_t kPasswordExpired = 156;  // "Password has expired.\nYou will be prompted..."
 
-const char* const kFooter =
-    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
-    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 // The stray ">" after "black" is how this footer has always been written; the
 // markup treats the unknown colour name as no colour change.
-const char* const kSmartCardFooter =
+const char* const kSmartCardSwitch =
     "{align:left}{color:black>}<F3>{/color} {color:dark-grey}Switch PIN/Password "
-    "Login{/color}{/align}{align:right}{color:black}<Enter>{/color} "
-    "{color:dark-grey}OK{/color}  {color:black}<Esc>{/color} "
-    "{color:dark-grey}Cancel{/color}{/align}";
+    "Login{/color}{/align}";
 
 // The first line. A plain label would not show that it has the focus, and
 // with the text cursor hidden there the user could not tell where Enter goes.
@@ -200,7 +193,8 @@ void LoginDialog::ShowTexts() {
   SetTitle(_strings->GetString(kTitle));
   _prompt->SetText(std::string(_strings->GetString(_pinMode ? kPinPrompt : kPasswordPrompt)) +
                    TextArea::GetHostnameValue());
-  SetFooter(_smartCardSupported && !_pinMode ? kSmartCardFooter : kFooter);
+  SetFooter(_smartCardSupported && !_pinMode ? std::string(kSmartCardSwitch) + kOkCancelFooter
+                                             : std::string(kOkCancelFooter));
 }
 
 void LoginDialog::DrawFields() {
@@ -298,7 +292,7 @@ int LoginDialog::Loop() {
     Item* current = _list->Current();
     auto* field = current == _keyboardLine ? nullptr : static_cast<InputItem*>(current);
     switch (key) {
-      case kEscape:
+      case kKeyEscape:
         Window::ShowCursor(false);
         return 0;
       case KEY_UP:
@@ -309,11 +303,11 @@ int LoginDialog::Loop() {
         _list->Next();
         DrawFields();
         break;
-      case kTab:
-      case kEnter:
-        if (key == kEnter && current == _keyboardLine) {
+      case kKeyTab:
+      case kKeyEnter:
+        if (key == kKeyEnter && current == _keyboardLine) {
           ChooseKeyboard();
-        } else if (key == kEnter && current == _passwordItem) {
+        } else if (key == kKeyEnter && current == _passwordItem) {
           if (Submit()) {
             Window::ShowCursor(false);
             return 1;

@@ -3,6 +3,7 @@
 #include "LoginDisabledDialog.h"
 
 #include "StringFactory.h"
+#include "Terminal.h"
 #include "TextArea.h"
 
 namespace Merel {
@@ -14,14 +15,10 @@ namespace {
 constexpr int kWidth = 60;
 constexpr int kHeight = 9;
 constexpr int kTitleHeight = 6;
-constexpr int kEnter = 10;
 
 constexpr uint32_t kTitle = 147;  // "Authentication Denied"
 constexpr uint32_t kMessage =
     148;  // "Direct console access has been disabled by the administrator for "
-
-const char* const kFooter =
-    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
 
 }  // namespace
 
@@ -31,9 +28,9 @@ LoginDisabledDialog::LoginDisabledDialog(Frame* parent)
 int LoginDisabledDialog::Loop() {
   SetTitle(_strings->GetString(kTitle));
   SetText(std::string(_strings->GetString(kMessage)) + TextArea::GetHostnameValue());
-  SetFooter(kFooter);
+  SetFooter(kOkFooter);
   // Nobody is logged in, so no idle limit applies.
-  while (Frame::WaitForKey(this, false) != kEnter) {
+  while (Frame::WaitForKey(this, false) != kKeyEnter) {
   }
   return 0;
 }

@@ -6,6 +6,11 @@
 
 namespace Merel {
 
+// Plain key codes the screens act on (curses passes them through as bytes).
+constexpr int kKeyTab = 9;
+constexpr int kKeyEnter = 10;
+constexpr int kKeyEscape = 27;
+
 // Palette numbers used everywhere (slots 2 and 6 are redefined).
 enum Color { kBlack = 0, kRed = 1, kLightGrey = 2, kYellow = 3, kDarkGrey = 6, kWhite = 7 };
 

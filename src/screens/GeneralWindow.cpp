@@ -52,9 +52,6 @@ enum : uint32_t {
   kKeyboardHelp = 34,
 };
 
-constexpr int kEnter = 10;
-constexpr int kEscape = 27;
-
 const char* const kLeftFooterStart =
     "{color:black}<Up/Down>{/color}{color:dark-grey} Select{/color}";
 const char* const kRightFooter =
@@ -351,7 +348,7 @@ int GeneralWindow::Loop() {
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     switch (key) {
-      case kEscape:
+      case kKeyEscape:
         return 1;
       case KEY_UP:
         _menu->Prev();
@@ -369,7 +366,7 @@ int GeneralWindow::Loop() {
         SelectLast();
         ShowSelection();
         break;
-      case kEnter:
+      case kKeyEnter:
         Open(SelectedKey());
         break;
       default:

@@ -21,12 +21,8 @@ constexpr const char* kSupportFile = "/etc/ostrel/support";
 constexpr int kTitleKey = 12;  // "View Support Information"
 constexpr int kTitleHeight = 5;
 constexpr int kTabWidth = 8;
-constexpr int kEnter = 10;
-constexpr int kEscape = 27;
 
-const char* const kFooter =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Scroll{/color}"
-    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
+const char* const kKeys = "{color:black}<Up/Down>{/color} {color:dark-grey}Scroll{/color}";
 
 // Reads the host's support information; false when the file cannot be read.
 bool ReadSupportFile(std::string& text) {
@@ -173,16 +169,16 @@ void SupportInformationDialog::ShowPosition() {
 
 int SupportInformationDialog::Loop() {
   SetTitle(_strings != nullptr ? _strings->GetString(kTitleKey) : "");
-  SetFooter(kFooter);
+  SetFooter(std::string(kKeys) + kOkFooter);
   ShowPosition();
   const int page = _view != nullptr ? std::max(1, _view->GetHeight() - 1) : 1;
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     int delta = 0;
     switch (key) {
-      case kEnter:
+      case kKeyEnter:
         return 1;
-      case kEscape:
+      case kKeyEscape:
         return 0;
       case KEY_UP:
         delta = -1;

@@ -9,6 +9,13 @@ namespace Merel {
 
 class Dialog : public Frame {
  public:
+  // The right-hand footer groups every dialog ends its footer with.
+  static constexpr const char* kOkFooter =
+      "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
+  static constexpr const char* kOkCancelFooter =
+      "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
+      "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+
   Dialog(Frame* parent, int width, int height, int titleHeight);
   void Draw(bool active) override;
   void SetTitle(const std::string& text);

@@ -3,6 +3,7 @@
 #include "MessageDialog.h"
 
 #include "StringFactory.h"
+#include "Terminal.h"
 
 namespace Merel {
 
@@ -11,10 +12,6 @@ namespace {
 constexpr int kWidth = 70;
 constexpr int kHeight = 10;
 constexpr int kTitleHeight = 7;
-constexpr int kEnter = 10;
-
-const char* const kFooter =
-    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}";
 
 }  // namespace
 
@@ -33,8 +30,8 @@ MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string messa
 int MessageDialog::Loop() {
   SetTitle(_strings != nullptr ? _strings->GetString(_titleKey) : "");
   SetText(_message);
-  SetFooter(kFooter);
-  while (Frame::WaitForKey(this, true) != kEnter) {
+  SetFooter(kOkFooter);
+  while (Frame::WaitForKey(this, true) != kKeyEnter) {
   }
   return 1;
 }
