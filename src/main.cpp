@@ -19,7 +19,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "Command.h"
 #include "Frame.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"

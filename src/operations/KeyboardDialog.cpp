@@ -32,21 +32,6 @@ const char* const kKeys =
     "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
     "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 
-// A radio line that shows where the selection is; the plain one draws the same
-// whether it has the focus or not.
-class LayoutItem : public RadioItem {
- public:
-  using RadioItem::RadioItem;
-  void Draw(TextArea& area) override {
-    if (IsFocused()) {
-      area.SetText(std::string(Box()) + "{bgcolor:white}{color:black}" + _label +
-                   "{/color}{/bgcolor}");
-    } else {
-      RadioItem::Draw(area);
-    }
-  }
-};
-
 }  // namespace
 
 KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
@@ -66,7 +51,9 @@ KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
   }
   std::vector<std::unique_ptr<Item>> items;
   for (size_t i = 0; i < _layouts.size(); ++i) {
-    auto item = std::make_unique<LayoutItem>(_layouts[i], static_cast<int>(i) == _chosen);
+    // Moving does not change the choice, so the cursor line must show itself.
+    auto item = std::make_unique<RadioItem>(_layouts[i], static_cast<int>(i) == _chosen);
+    item->SetHighlightFocus(true);
     _radios.push_back(item.get());
     items.push_back(std::move(item));
   }

@@ -19,10 +19,6 @@ class KeyboardDialog : public Dialog {
   // 1 when a layout was set on the host, 0 on Esc (nothing changed).
   int Loop() override;
 
-  // Index of the chosen layout, -1 when the host's current layout is not in
-  // its own list (then Enter sets the first one).
-  int GetChosen() const { return _chosen; }
-
  private:
   void Choose(int index);
   bool Apply();
@@ -30,6 +26,8 @@ class KeyboardDialog : public Dialog {
   ItemList* _list = nullptr;
   std::vector<std::string> _layouts;
   std::vector<RadioItem*> _radios;  // owned by _list
+  // Index of the chosen layout, -1 when the host's current layout is not in
+  // its own list (then Enter sets the first one).
   int _chosen = -1;
 };
 

@@ -37,35 +37,33 @@ bool ConsoleLoginAllowed() {
 }  // namespace
 
 void SmartCardCheck() {
+  if (!Frame::_loggedIn) {
+    const std::string id = CardUserId();
+    if (!id.empty()) {
+      Platform::Syslog(LOG_INFO, "Found smart card with user id '%s'", id.c_str());
+    }
+    return;
+  }
+  if (!Frame::_isLoggedWithSmartCard) {
+    return;
+  }
+  // A smart-card session lasts as long as its card: once the card (or the
+  // token of the logged-in user on it) is gone, the console restarts, which
+  // ends the session.
   NexCtl::Hardware::SmartCardInfoImpl card;
+  std::vector<std::string> ids;
   try {
-    if (Frame::_loggedIn) {
-      if (!Frame::_isLoggedWithSmartCard) {
-        return;
-      }
-      // A smart-card session lasts as long as its card: once the card (or
-      // the token of the logged-in user on it) is gone, the console restarts,
-      // which ends the session.
-      std::vector<std::string> ids;
-      if (card.IsCardPresent()) {
-        ids = card.LookupTokens();
-      }
-      if (std::find(ids.begin(), ids.end(), Frame::_smartCardLoginId) == ids.end()) {
-        Platform::Syslog(LOG_INFO, "Logging out user id '%s'", Frame::_smartCardLoginId.c_str());
-        exit(0);
-      }
-      return;
-    }
-    if (!card.IsCardPresent()) {
-      return;
-    }
-    const std::vector<std::string> ids = card.LookupTokens();
-    if (!ids.empty()) {
-      Platform::Syslog(LOG_INFO, "Found smart card with user id '%s'", ids.front().c_str());
+    if (card.IsCardPresent()) {
+      ids = card.LookupTokens();
     }
   } catch (const HostCtl::Lib::HostCtlException& e) {
-    // Without the tokens nothing can be decided; a session is kept.
+    // Without the tokens nothing can be decided; the session is kept.
     Platform::Syslog(LOG_ERR, "Error trying to lookup smart card tokens: %s", e.what());
+    return;
+  }
+  if (std::find(ids.begin(), ids.end(), Frame::_smartCardLoginId) == ids.end()) {
+    Platform::Syslog(LOG_INFO, "Logging out user id '%s'", Frame::_smartCardLoginId.c_str());
+    exit(0);
   }
 }
 

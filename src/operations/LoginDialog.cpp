@@ -69,20 +69,6 @@ const char* const kSmartCardSwitch =
     "{align:left}{color:black>}<F3>{/color} {color:dark-grey}Switch PIN/Password "
     "Login{/color}{/align}";
 
-// The first line. A plain label would not show that it has the focus, and
-// with the text cursor hidden there the user could not tell where Enter goes.
-class KeyboardLineItem : public LabelItem {
- public:
-  using LabelItem::LabelItem;
-  void Draw(TextArea& area) override {
-    if (IsFocused()) {
-      area.SetText("{bgcolor:white}{color:black}" + GetLabel() + "{/color}{/bgcolor}");
-    } else {
-      LabelItem::Draw(area);
-    }
-  }
-};
-
 std::string KeyboardLineText() {
   std::string layout;
   try {
@@ -114,42 +100,52 @@ void PostLoginFailedEvent(bool denied, const std::string& user) {
 
 LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
   const char* name = user.c_str();
+  if (pamResult == PAM_SUCCESS) {
+    // Level 0 of the auth facility is deliberate: a console login is an
+    // event the host's log collectors must never filter out.
+    Platform::Syslog(LOG_AUTH | LOG_EMERG, "Authentication of user %s succeeded", name);
+    Platform::Syslog(LOG_INFO, "User %s logged in", name);
+    AuditLog_Session("login.connect", name, 1, nullptr, nullptr);
+    return {.success = true};
+  }
   LoginOutcome outcome;
+  const char* reason = nullptr;
   switch (pamResult) {
-    case PAM_SUCCESS:
-      // Level 0 of the auth facility is deliberate: a console login is an
-      // event the host's log collectors must never filter out.
-      Platform::Syslog(LOG_AUTH | LOG_EMERG, "Authentication of user %s succeeded", name);
-      Platform::Syslog(LOG_INFO, "User %s logged in", name);
-      AuditLog_Session("login.connect", name, 1, nullptr, nullptr);
-      outcome.success = true;
-      return outcome;
     case PAM_NEW_AUTHTOK_REQD:
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Password has expired for user %s", name);
-      AuditLog_Session("login.connect", name, 0, "reason", "Password expired");
-      PostLoginFailedEvent(true, user);
-      outcome.titleKey = kDeniedTitle;
-      outcome.messageKey = kPasswordExpired;
+      reason = "Password expired";
       // The old password is of no use once the new one is set.
-      outcome.clearPassword = true;
-      return outcome;
+      outcome = {.titleKey = kDeniedTitle, .messageKey = kPasswordExpired, .clearPassword = true};
+      break;
     case PAM_PERM_DENIED:
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Access denied for user %s", name);
-      AuditLog_Session("login.connect", name, 0, "reason", "No permission");
-      PostLoginFailedEvent(true, user);
-      outcome.titleKey = kDeniedTitle;
-      outcome.messageKey = kNoPermission;
-      return outcome;
+      reason = "No permission";
+      outcome = {.titleKey = kDeniedTitle, .messageKey = kNoPermission};
+      break;
     default:
       // Every other PAM answer (wrong password, unknown user, a module that
       // cannot be loaded) is an invalid login as far as the user is told.
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", name);
-      AuditLog_Session("login.connect", name, 0, "reason", "Invalid Login");
-      PostLoginFailedEvent(false, user);
-      outcome.titleKey = kFailedTitle;
-      outcome.messageKey = kInvalidLogin;
-      outcome.clearPassword = true;
-      return outcome;
+      reason = "Invalid Login";
+      outcome = {.titleKey = kFailedTitle, .messageKey = kInvalidLogin, .clearPassword = true};
+      break;
+  }
+  AuditLog_Session("login.connect", name, 0, "reason", reason);
+  PostLoginFailedEvent(outcome.titleKey == kDeniedTitle, user);
+  return outcome;
+}
+
+std::string CardUserId() {
+  NexCtl::Hardware::SmartCardInfoImpl card;
+  try {
+    if (!card.IsCardPresent()) {
+      return "";
+    }
+    const std::vector<std::string> ids = card.LookupTokens();
+    return ids.empty() ? "" : ids.front();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Error trying to lookup smart card tokens: %s", e.what());
+    return "";
   }
 }
 
@@ -171,7 +167,10 @@ LoginDialog::~LoginDialog() = default;
 void LoginDialog::BuildItems(const std::string& name) {
   StringFactory& strings = *_strings;
   std::vector<std::unique_ptr<Item>> items;
-  auto keyboard = std::make_unique<KeyboardLineItem>(KeyboardLineText());
+  // With the text cursor hidden on this line, only the highlight shows the
+  // user where Enter goes.
+  auto keyboard = std::make_unique<LabelItem>(KeyboardLineText());
+  keyboard->SetHighlightFocus(true);
   auto nameItem = std::make_unique<InputItem>(
       strings.GetString(_pinMode ? kLoginIdLabel : kLoginNameLabel), name);
   auto password =
@@ -203,20 +202,6 @@ void LoginDialog::DrawFields() {
   // cursor last.
   Window::ShowCursor(onField);
   _list->DrawItems();
-}
-
-std::string LoginDialog::CardUserId() {
-  NexCtl::Hardware::SmartCardInfoImpl card;
-  try {
-    if (!card.IsCardPresent()) {
-      return "";
-    }
-    const std::vector<std::string> ids = card.LookupTokens();
-    return ids.empty() ? "" : ids.front();
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "Error trying to lookup smart card tokens: %s", e.what());
-    return "";
-  }
 }
 
 void LoginDialog::SwitchMode() {
@@ -259,13 +244,13 @@ void LoginDialog::ChooseKeyboard() {
 }
 
 bool LoginDialog::Submit() {
-  _user = _nameItem->GetValue();
-  const int result = Authenticate(_user, _passwordItem->GetValue());
-  const LoginOutcome outcome = RecordLoginResult(result, _user);
+  const std::string user = _nameItem->GetValue();
+  const int result = Authenticate(user, _passwordItem->GetValue());
+  const LoginOutcome outcome = RecordLoginResult(result, user);
   if (outcome.success) {
-    Frame::_loginName = _user;
+    Frame::_loginName = user;
     Frame::_isLoggedWithSmartCard = _pinMode;
-    Frame::_smartCardLoginId = _pinMode ? _user : std::string();
+    Frame::_smartCardLoginId = _pinMode ? user : std::string();
     Frame::_cardInfo.clear();
     Frame::SetLoggedIn(true);
     return true;
@@ -275,7 +260,7 @@ bool LoginDialog::Submit() {
     Frame::Run(&message);
   }
   // An expired password is where the password change will take over
-  // (Frame::_loginName = _user, then the change dialog); until it exists the
+  // (Frame::_loginName = user, then the change dialog); until it exists the
   // user is simply asked to log in again.
   if (outcome.clearPassword) {
     _passwordItem->SetValue("");

@@ -23,6 +23,10 @@ struct LoginOutcome {
 // Logs, audits and reports the PAM result of `user`'s login attempt.
 LoginOutcome RecordLoginResult(int pamResult, const std::string& user);
 
+// The first user id on the smart card in the reader; empty when there is no
+// card, no user on it, or the lookup failed (which is logged).
+std::string CardUserId();
+
 // Run by the key wait after a smart-card event: ends the process when the
 // card of a smart-card session has gone, and notes a card that arrives while
 // nobody is logged in. Installed as Frame::_smartCardCheck by Login().
@@ -38,8 +42,6 @@ class LoginDialog : public Dialog {
   // A smart card came or went while the dialog is in front.
   void Update() override;
 
-  bool IsPinMode() const { return _pinMode; }
-
  private:
   // (Re)creates the three lines for the current mode; `name` goes into the
   // login name / login id field. The password / PIN field becomes current,
@@ -52,15 +54,12 @@ class LoginDialog : public Dialog {
   void ChooseKeyboard();
   // One authentication attempt with the typed values; true on success.
   bool Submit();
-  // The first user id on the smart card, empty when none (or unreadable).
-  std::string CardUserId();
 
   TextArea* _prompt = nullptr;
   ItemList* _list = nullptr;
   LabelItem* _keyboardLine = nullptr;
   InputItem* _nameItem = nullptr;
   InputItem* _passwordItem = nullptr;
-  std::string _user;
   bool _pinMode = false;
   bool _smartCardSupported = false;
 };

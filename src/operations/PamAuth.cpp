@@ -18,13 +18,23 @@ int LoginConversation(int numMsg,
     return PAM_CONV_ERR;
   }
   bool needsAnswer = false;
+  bool answerable = true;
   for (int i = 0; i < numMsg; ++i) {
     if (msg[i] == nullptr) {
       return PAM_CONV_ERR;
     }
-    const int style = msg[i]->msg_style;
-    if (style == PAM_PROMPT_ECHO_OFF || style == PAM_PROMPT_ECHO_ON) {
-      needsAnswer = true;
+    switch (msg[i]->msg_style) {
+      case PAM_PROMPT_ECHO_OFF:
+      case PAM_PROMPT_ECHO_ON:
+        needsAnswer = true;
+        break;
+      case PAM_ERROR_MSG:
+      case PAM_TEXT_INFO:
+        break;
+      default:
+        // A binary or unknown request cannot be answered by a password.
+        answerable = false;
+        break;
     }
   }
   if (resp == nullptr) {
@@ -33,7 +43,7 @@ int LoginConversation(int numMsg,
     return needsAnswer ? PAM_CONV_ERR : PAM_SUCCESS;
   }
   *resp = nullptr;
-  if (needsAnswer && appdata == nullptr) {
+  if (!answerable || (needsAnswer && appdata == nullptr)) {
     return PAM_CONV_ERR;
   }
 
@@ -43,28 +53,17 @@ int LoginConversation(int numMsg,
   }
   const char* secret = static_cast<const char*>(appdata);
   for (int i = 0; i < numMsg; ++i) {
-    switch (msg[i]->msg_style) {
-      case PAM_PROMPT_ECHO_OFF:
-      case PAM_PROMPT_ECHO_ON:
-        replies[i].resp = strdup(secret);
-        if (replies[i].resp == nullptr) {
-          for (int j = 0; j < i; ++j) {
-            free(replies[j].resp);
-          }
-          free(replies);
-          return PAM_BUF_ERR;
-        }
-        break;
-      case PAM_ERROR_MSG:
-      case PAM_TEXT_INFO:
-        break;
-      default:
-        // A binary or unknown request cannot be answered by a password.
-        for (int j = 0; j < i; ++j) {
-          free(replies[j].resp);
-        }
-        free(replies);
-        return PAM_CONV_ERR;
+    const int style = msg[i]->msg_style;
+    if (style != PAM_PROMPT_ECHO_OFF && style != PAM_PROMPT_ECHO_ON) {
+      continue;  // error and information messages get no answer
+    }
+    replies[i].resp = strdup(secret);
+    if (replies[i].resp == nullptr) {
+      for (int j = 0; j < i; ++j) {
+        free(replies[j].resp);
+      }
+      free(replies);
+      return PAM_BUF_ERR;
     }
   }
   *resp = replies;

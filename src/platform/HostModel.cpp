@@ -1,7 +1,6 @@
 #include "HostModel.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "HostCtl/IpAddress.h"
 #include "HostCtl/MacAddress.h"
@@ -36,10 +35,6 @@ Ipv6Network WithInterfaceId(const std::string& prefixText,
   auto bytes = prefix.GetAddress().GetBytes();
   std::copy(id.begin(), id.end(), bytes.begin() + 8);
   return Ipv6Network(Ipv6Address(bytes), prefixLength);
-}
-
-const NexNicState* Management(const HostState& state) {
-  return ManagementNic(state);
 }
 
 bool UsesDhcp(const NexNicState& nic) {
@@ -143,7 +138,7 @@ void EnsureLease(HostState& state, NexNicState& nic) {
 }
 
 std::string EffectiveIpv4Gateway(const HostState& state) {
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (nic && UsesDhcp(*nic)) {
     return nic->enabled && !nic->leaseAddress.empty() ? state.network.dhcp.gateway : "0.0.0.0";
   }
@@ -157,7 +152,7 @@ std::string EffectiveIpv6Gateway(const HostState& state) {
   if (!Ipv6Address(state.network.routing.ipv6Gateway).IsUnspecified()) {
     return state.network.routing.ipv6Gateway;
   }
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (nic && nic->enabled && nic->ipv6RouterAdvertised && !state.network.dhcp.ipv6Gateway.empty()) {
     return state.network.dhcp.ipv6Gateway;
   }
@@ -165,7 +160,7 @@ std::string EffectiveIpv6Gateway(const HostState& state) {
 }
 
 std::vector<std::string> EffectiveIpv4NameServers(const HostState& state) {
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (nic && nic->dhcpDns && UsesDhcp(*nic)) {
     return nic->leaseAddress.empty() ? std::vector<std::string>{} : state.network.dhcp.dns;
   }
@@ -173,7 +168,7 @@ std::vector<std::string> EffectiveIpv4NameServers(const HostState& state) {
 }
 
 std::vector<std::string> EffectiveIpv6NameServers(const HostState& state) {
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (nic && nic->dhcpDns && nic->ipv6Dhcp && state.network.ipv6Enabled) {
     return state.network.dhcp.ipv6DhcpAvailable ? state.network.dhcp.ipv6Dns
                                                 : std::vector<std::string>{};
@@ -182,7 +177,7 @@ std::vector<std::string> EffectiveIpv6NameServers(const HostState& state) {
 }
 
 bool CanUseDns(const HostState& state) {
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (!nic || !nic->enabled) {
     return false;
   }
@@ -196,7 +191,7 @@ bool IsReachable(const HostState& state, const std::string& address) {
   if (address == "127.0.0.1" || address == "::1") {
     return true;
   }
-  const NexNicState* nic = Management(state);
+  const NexNicState* nic = ManagementNic(state);
   if (!nic || !nic->enabled) {
     return false;
   }

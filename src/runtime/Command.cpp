@@ -5,7 +5,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
 #include <string.h>
@@ -15,8 +14,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -131,21 +128,10 @@ size_t ReadUpTo(int fd, char* buffer, size_t capacity, bool drainOnly) {
       stored += static_cast<size_t>(n);
       continue;
     }
-    if (n == 0) {
-      break;
-    }
-    if (errno == EINTR) {
+    if (n < 0 && errno == EINTR) {
       continue;
     }
-    if (errno == EAGAIN || errno == EWOULDBLOCK) {
-      if (drainOnly) {
-        break;
-      }
-      // Not expected on a blocking pipe; wait for data rather than spin.
-      struct pollfd p = {fd, POLLIN, 0};
-      poll(&p, 1, -1);
-      continue;
-    }
+    // End of file, an error, or (drainOnly) nothing more buffered.
     break;
   }
   return stored;
@@ -275,7 +261,8 @@ int RunRoviOnce(const RoviCommand& record,
                 char* err,
                 size_t* errSize,
                 const char* input,
-                size_t inputLength) {
+                size_t inputLength,
+                int timeoutSeconds = 0) {
   std::vector<std::string> words = {"rovi-cmd", "-U", record.user, record.command};
   words.insert(words.end(), record.args.begin(), record.args.end());
   std::vector<char*> argv;
@@ -284,7 +271,8 @@ int RunRoviOnce(const RoviCommand& record,
     argv.push_back(word.data());
   }
   argv.push_back(nullptr);
-  return RunCommand(kRoviCmdPath, argv.data(), out, outSize, err, errSize, input, inputLength, 0);
+  return RunCommand(kRoviCmdPath, argv.data(), out, outSize, err, errSize, input, inputLength,
+                    timeoutSeconds);
 }
 
 }  // namespace
@@ -319,21 +307,12 @@ int RunRoviCommand(RoviCommand& record,
 }
 
 bool RoviQueryBool(const char* command) {
-  std::unique_ptr<char, decltype(&free)> copy(strdup(command), &free);
-  if (!copy) {
-    Platform::Syslog(LOG_ERR, "rovi-cmd invocation failure: %s", strerror(ENOMEM));
-    return false;
-  }
-  Platform::Syslog(LOG_INFO, "rovi-cmd invocation: get %s", copy.get());
-
-  char rovi[] = "rovi-cmd";
-  char user[] = "-U";
-  std::string merelUser = MEREL_USER;
-  char* const argv[] = {rovi, user, merelUser.data(), copy.get(), nullptr};
+  Platform::Syslog(LOG_INFO, "rovi-cmd invocation: get %s", command);
+  const RoviCommand record{MEREL_USER, command, {}};
   char output[kRoviBufferSize] = {};
   size_t outputSize = kRoviBufferSize - 1;
-  int result = RunCommand(kRoviCmdPath, argv, output, &outputSize, nullptr, nullptr, nullptr, 0,
-                          kRoviQueryTimeout);
+  int result =
+      RunRoviOnce(record, output, &outputSize, nullptr, nullptr, nullptr, 0, kRoviQueryTimeout);
   output[outputSize] = '\0';
   if (result != 0) {
     // Platform::Syslog is a plain printf: the errno text is spelled out here.

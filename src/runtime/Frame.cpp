@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -35,8 +36,6 @@ bool Frame::_isLoggedWithSmartCard = false;
 std::string Frame::_smartCardLoginId;
 std::string Frame::_cardInfo;
 std::function<void()> Frame::_smartCardCheck;
-long Frame::_dimAfterMs = 60 * 1000;
-int Frame::_keyTraceFd = -1;
 
 namespace {
 
@@ -60,6 +59,13 @@ enum PseudoKey {
 };
 
 constexpr unsigned int kDefaultIdleTimeout = 600;
+// Milliseconds without a key before the screen dims; also the shortest idle
+// time-out.
+constexpr long long kDimAfterMs = 60 * 1000;
+
+// The signals the signal thread takes; blocked in every thread.
+// MEREL_KEY_TRACE's file (see Frame::OpenKeyTrace); -1 = no trace.
+int keyTraceFd = -1;
 
 struct timeval AddMilliseconds(const struct timeval& start, long long ms) {
   struct timeval delta;
@@ -80,12 +86,12 @@ struct timeval TimeLeft(const struct timeval& now, const struct timeval& deadlin
 }
 
 void TraceKey(int key) {
-  if (Frame::_keyTraceFd < 0) {
+  if (keyTraceFd < 0) {
     return;
   }
   char line[16];
   int length = snprintf(line, sizeof line, "%d\n", key);
-  if (write(Frame::_keyTraceFd, line, static_cast<size_t>(length)) < 0) {
+  if (write(keyTraceFd, line, static_cast<size_t>(length)) < 0) {
     // A test aid only; losing a line must not disturb the console.
   }
 }
@@ -135,12 +141,11 @@ int Frame::Run(Frame* frame) {
 
 Frame::Deadlines Frame::ComputeDeadlines(const struct timeval& start, bool useIdleLimit) {
   Deadlines deadlines;
-  deadlines.dim = AddMilliseconds(start, _dimAfterMs);
+  deadlines.dim = AddMilliseconds(start, kDimAfterMs);
   deadlines.idleActive = useIdleLimit && _idleTimeout != 0;
   // A session never times out before the screen has dimmed: a configured
   // value below a minute acts as a minute.
-  long long idleMs =
-      std::max(static_cast<long long>(_idleTimeout) * 1000, static_cast<long long>(_dimAfterMs));
+  long long idleMs = std::max(static_cast<long long>(_idleTimeout) * 1000, kDimAfterMs);
   deadlines.idle = AddMilliseconds(start, idleMs);
   return deadlines;
 }
@@ -275,32 +280,15 @@ int Frame::ReadKey(const struct timeval* interval) {
   return kIgnored;
 }
 
-void Frame::InitSignals() {
-  if (pipe2(_signalPipe, O_CLOEXEC) != 0) {
-    LogErrno("pipe() failed");
-    exit(1);
+void Frame::ResizeTerminal() {
+  struct winsize size;
+  if (ioctl(STDIN_FILENO, TIOCGWINSZ, &size) != 0) {
+    return;
   }
-  sigemptyset(&_signalSet);
-  sigaddset(&_signalSet, SIGINT);
-  sigaddset(&_signalSet, SIGQUIT);
-  sigaddset(&_signalSet, SIGTERM);
-  sigaddset(&_signalSet, SIGUSR1);
-  sigaddset(&_signalSet, SIGUSR2);
-  sigaddset(&_signalSet, SIGWINCH);
-  // Blocked before any other thread exists, so every thread inherits the mask
-  // and the signals are only ever taken by sigwait below: no code runs in
-  // signal-handler context.
-  int rc = pthread_sigmask(SIG_BLOCK, &_signalSet, nullptr);
-  if (rc != 0) {
-    errno = rc;
-    LogErrno("pthread_sigmask() failed");
-  }
-  pthread_t thread;
-  rc = pthread_create(&thread, nullptr, SignalHandler, nullptr);
-  if (rc != 0) {
-    errno = rc;
-    LogErrno("pthread_create() failed");
-    exit(1);
+  if (size.ws_row != 0 && size.ws_col != 0) {
+    resizeterm(size.ws_row, size.ws_col);
+    Platform::Syslog(LOG_INFO, "Resized window to %dx%d", size.ws_col, size.ws_row);
+    refresh();
   }
 }
 
@@ -334,10 +322,39 @@ void* Frame::SignalHandler(void*) {
     }
     ssize_t n;
     do {
-      n = write(_signalPipe[1], &byte, 1);
+      n = write(Frame::_signalPipe[1], &byte, 1);
     } while (n <= 0 && errno == EINTR);
   }
   return nullptr;
+}
+
+void Frame::InitSignals() {
+  if (pipe2(_signalPipe, O_CLOEXEC) != 0) {
+    LogErrno("pipe() failed");
+    exit(1);
+  }
+  sigemptyset(&_signalSet);
+  sigaddset(&_signalSet, SIGINT);
+  sigaddset(&_signalSet, SIGQUIT);
+  sigaddset(&_signalSet, SIGTERM);
+  sigaddset(&_signalSet, SIGUSR1);
+  sigaddset(&_signalSet, SIGUSR2);
+  sigaddset(&_signalSet, SIGWINCH);
+  // Blocked before any other thread exists, so every thread inherits the mask
+  // and the signals are only ever taken by sigwait below: no code runs in
+  // signal-handler context.
+  int rc = pthread_sigmask(SIG_BLOCK, &_signalSet, nullptr);
+  if (rc != 0) {
+    errno = rc;
+    LogErrno("pthread_sigmask() failed");
+  }
+  pthread_t thread;
+  rc = pthread_create(&thread, nullptr, SignalHandler, nullptr);
+  if (rc != 0) {
+    errno = rc;
+    LogErrno("pthread_create() failed");
+    exit(1);
+  }
 }
 
 void Frame::LoadIdleTimeout() {
@@ -363,22 +380,10 @@ void Frame::SetLoggedIn(bool loggedIn) {
   }
 }
 
-void Frame::ResizeTerminal() {
-  struct winsize size;
-  if (ioctl(STDIN_FILENO, TIOCGWINSZ, &size) != 0) {
-    return;
-  }
-  if (size.ws_row != 0 && size.ws_col != 0) {
-    resizeterm(size.ws_row, size.ws_col);
-    Platform::Syslog(LOG_INFO, "Resized window to %dx%d", size.ws_col, size.ws_row);
-    refresh();
-  }
-}
-
 void Frame::OpenKeyTrace() {
   const char* path = getenv("MEREL_KEY_TRACE");
   if (path != nullptr && *path != '\0') {
-    _keyTraceFd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    keyTraceFd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
   }
 }
 

@@ -31,9 +31,6 @@ class Frame : public Window {
   // Smart-card notification while the frame is in front.
   virtual void Update() {}
 
-  Frame* GetParentFrame() const { return _parentFrame; }
-  StringFactory* Strings() const { return _strings; }
-
   // Shows `frame` above its parent, runs its loop and restores the parent.
   static int Run(Frame* frame);
   // The next real key (>= 0) for `frame`; handles pseudo-keys itself, may throw
@@ -53,6 +50,7 @@ class Frame : public Window {
   static Deadlines ComputeDeadlines(const struct timeval& start, bool useIdleLimit);
 
   static void InitSignals();
+  // The signal thread: turns each caught signal into one byte on the pipe.
   static void* SignalHandler(void*);
   static void LoadIdleTimeout();
   static void SetLoggedIn(bool loggedIn);
@@ -72,16 +70,11 @@ class Frame : public Window {
   // the login code (the runtime knows nothing of smart cards itself).
   static std::function<void()> _smartCardCheck;
 
-  // Milliseconds without a key before the screen dims (60 s); also the
-  // shortest idle time-out. Tests shorten it; nothing else changes it.
-  static long _dimAfterMs;
-
   // Test aid for the terminal acceptance tests: when MEREL_KEY_TRACE names a
   // file at start-up, every real key the key wait returns is appended to it
   // as a decimal number and a line break, so a test can see exactly which key
-  // code a byte sequence became. -1 (the normal case) = no trace.
+  // code a byte sequence became.
   static void OpenKeyTrace();
-  static int _keyTraceFd;
 
  protected:
   Frame* _parentFrame = nullptr;

@@ -62,13 +62,6 @@ void Window::Refresh() {
   wrefresh(_window);
 }
 
-void Window::RedrawLines() {
-  wredrawln(_window, 0, _height);
-  for (Window* child : _children) {
-    child->RedrawLines();
-  }
-}
-
 void Window::PrintAt(int x, int y, const std::string& text) {
   if (wmove(_window, y, x) != ERR) {
     waddnstr(_window, text.c_str(), -1);

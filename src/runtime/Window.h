@@ -33,14 +33,12 @@ class Window {
   virtual void Draw(bool active);
 
   void Refresh();
-  void RedrawLines();
   void PrintAt(int x, int y, const std::string& text);
   void SetColors(int background, int foreground);
   void SetCursor(int x, int y);
   static void ShowCursor(bool visible);
 
   WINDOW* GetWindow() const { return _window; }
-  Window* GetParent() const { return _parent; }
   const std::list<Window*>& GetChildren() const { return _children; }
   int GetX() const { return _x; }
   int GetY() const { return _y; }

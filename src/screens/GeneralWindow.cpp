@@ -111,8 +111,7 @@ class MenuItem : public Item {
       return;
     }
     const int bar = std::max(1, area.GetWidth() - 2);
-    area.SetText("{bgcolor:white}{color:black}{align:padding:" + std::to_string(bar) + "}" + _text +
-                 "{/align}{/color}{/bgcolor}");
+    area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + _text + "{/align}"));
   }
 
  private:
@@ -125,20 +124,21 @@ bool LockdownAvailable() {
          RoviQueryBool("rovisvc/auth/lockdown_is_possible");
 }
 
-// Locates the management interface the way the network screens do; the
-// previous one is released first.
-bool FindManagementInterface() {
+// Locates the management interface afresh into GeneralWindow::_mgmtIntf the
+// way the network screens do; the previous one is released first. False when
+// the host failed to answer (then there is none), so that a failure can be
+// told from a host without a management interface.
+bool LocateManagementInterface() {
   GeneralWindow::_mgmtIntf.reset();
   try {
     NexCtl::Network::NetworkInfoImpl info;
     info.UpdateManagementInterface();
     GeneralWindow::_mgmtIntf = info.GetManagementInterface();
+    return true;
   } catch (const HostCtl::Lib::HostCtlException& e) {
     Platform::Syslog(LOG_ERR, "Locating the management interface failed: %s", e.what());
-    GeneralWindow::_mgmtIntf.reset();
     return false;
   }
-  return GeneralWindow::_mgmtIntf != nullptr;
 }
 
 bool NetworkBooted() {
@@ -191,7 +191,8 @@ std::vector<MenuRow> GeneralWindow::BuildRows(const MenuFlags& flags) {
 GeneralWindow::GeneralWindow(Frame* parent) : RootWindow(parent), _impl(std::make_unique<Impl>()) {
   MenuFlags& flags = _impl->flags;
   flags.lockdownAvailable = LockdownAvailable();
-  flags.managementInterfaceFound = FindManagementInterface();
+  LocateManagementInterface();
+  flags.managementInterfaceFound = _mgmtIntf != nullptr;
   flags.networkBooted = NetworkBooted();
   flags.deviceAssignmentState = DeviceAssignmentState();
   flags.usingKeyboard = usingKeyboard;
@@ -294,20 +295,12 @@ void GeneralWindow::SelectLast() {
 }
 
 void GeneralWindow::RestartManagementNetwork() {
+  // Located afresh: the interface may have changed since the menu was built.
   uint32_t message = 0;
-  try {
-    // Located afresh: the interface may have changed since the menu was built.
-    _mgmtIntf.reset();
-    NexCtl::Network::NetworkInfoImpl info;
-    info.UpdateManagementInterface();
-    _mgmtIntf = info.GetManagementInterface();
-    if (_mgmtIntf == nullptr) {
-      message = kInterfaceNotFound;
-    }
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "Locating the management interface failed: %s", e.what());
-    _mgmtIntf.reset();
+  if (!LocateManagementInterface()) {
     message = kInterfaceOperationFailed;
+  } else if (_mgmtIntf == nullptr) {
+    message = kInterfaceNotFound;
   }
   if (message != 0) {
     MessageDialog dialog(this, kRestartNetworkError, message);

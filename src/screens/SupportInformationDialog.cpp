@@ -168,7 +168,7 @@ void SupportInformationDialog::ShowPosition() {
 }
 
 int SupportInformationDialog::Loop() {
-  SetTitle(_strings != nullptr ? _strings->GetString(kTitleKey) : "");
+  SetTitle(_strings->GetString(kTitleKey));
   SetFooter(std::string(kKeys) + kOkFooter);
   ShowPosition();
   const int page = _view != nullptr ? std::max(1, _view->GetHeight() - 1) : 1;

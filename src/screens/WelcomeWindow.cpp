@@ -60,6 +60,15 @@ int LaidOutLines(const std::string& text, int width) {
   return static_cast<int>(std::count(laidOut.begin(), laidOut.end(), '\n')) + 1;
 }
 
+// Sets `text` only when it differs: drawing the frame has just laid out and
+// drawn what the area holds, and the same text set again would be laid out
+// (and its host variables read) a second time.
+void ShowText(TextArea* area, const std::string& text) {
+  if (area->GetText() != text) {
+    area->SetText(text);
+  }
+}
+
 // A URL line that does not fit the area is cut and marked with "...", rather
 // than broken over two lines where it would read as two addresses.
 std::string UrlLine(const std::string& url, int width) {
@@ -206,11 +215,8 @@ void WelcomeWindow::LayOutMessage(const std::string& message) {
                                           std::max(1, _height - 4), kWhite);
   }
   Draw(true);
-  // The message is markup and may name host variables; drawing lays it out
-  // (and asks the host) again, so set it only when it changed.
-  if (_messageArea->GetText() != message) {
-    _messageArea->SetText(message);
-  }
+  // The message is markup and may name host variables.
+  ShowText(_messageArea, message);
 }
 
 void WelcomeWindow::LayOutStandard() {
@@ -242,19 +248,13 @@ void WelcomeWindow::LayOutStandard() {
   }
   Draw(true);
 
-  const std::string footer = std::string("<F2> {color:dark-grey}") +
-                             _strings->GetString(kCustomizeCaption) +
-                             "{/color}{align:right}<F12> {color:dark-grey}" +
-                             _strings->GetString(kShutdownCaption) + "{/color}{/align}";
-  const std::string upper = ComposeUpperText();
-  const std::string address = ComposeAddressText(ReadManagementAccess(), _addressText->GetWidth(),
-                                                 _addressText->GetHeight(), _strings);
-  for (auto [area, text] : {std::pair{_footerText, &footer}, std::pair{_upperText, &upper},
-                            std::pair{_addressText, &address}}) {
-    if (area->GetText() != *text) {
-      area->SetText(*text);
-    }
-  }
+  ShowText(_footerText, std::string("<F2> {color:dark-grey}") +
+                            _strings->GetString(kCustomizeCaption) +
+                            "{/color}{align:right}<F12> {color:dark-grey}" +
+                            _strings->GetString(kShutdownCaption) + "{/color}{/align}");
+  ShowText(_upperText, ComposeUpperText());
+  ShowText(_addressText, ComposeAddressText(ReadManagementAccess(), _addressText->GetWidth(),
+                                            _addressText->GetHeight(), _strings));
 }
 
 void WelcomeWindow::Layout() {

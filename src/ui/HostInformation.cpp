@@ -94,6 +94,18 @@ std::string SshKeyFingerprint(const char* keyFile, std::optional<std::string>& c
   return fingerprint;
 }
 
+// The kernel's system-version record; false when it cannot be read.
+bool ReadVersionRecord(NexCtl::Util::SysinfoSystemVersion& record) {
+  memset(&record, 0, sizeof(record));
+  return NexCtl::Util::SysinfoUtil::SysinfoGet(record) == 0;
+}
+
+// A text field of that record, bounded in case it comes unterminated.
+template <size_t N>
+std::string RecordText(const char (&field)[N]) {
+  return std::string(field, strnlen(field, N));
+}
+
 const char* VersionName(int id) {
   switch (id) {
     case kVersionPLSA:
@@ -280,24 +292,18 @@ std::string TextArea::GetSystemMemory() {
 
 std::string TextArea::GetTarvikProduct() {
   NexCtl::Util::SysinfoSystemVersion record;
-  memset(&record, 0, sizeof(record));
-  if (NexCtl::Util::SysinfoUtil::SysinfoGet(record) != 0) {
+  if (!ReadVersionRecord(record)) {
     return "";
   }
-  return std::string(record.productName, strnlen(record.productName, sizeof(record.productName)));
+  return RecordText(record.productName);
 }
 
 std::string TextArea::GetTarvikVersion() {
   NexCtl::Util::SysinfoSystemVersion record;
-  memset(&record, 0, sizeof(record));
-  if (NexCtl::Util::SysinfoUtil::SysinfoGet(record) != 0) {
+  if (!ReadVersionRecord(record)) {
     return "";
   }
-  const std::string version(record.productVersion,
-                            strnlen(record.productVersion, sizeof(record.productVersion)));
-  const std::string build(record.buildNumber,
-                          strnlen(record.buildNumber, sizeof(record.buildNumber)));
-  return version + " build-" + build;
+  return RecordText(record.productVersion) + " build-" + RecordText(record.buildNumber);
 }
 
 std::string TextArea::GetServiceTag() {

@@ -4,26 +4,19 @@
 
 #include <curses.h>
 
+#include <algorithm>
 #include <cctype>
 
 #include "TextArea.h"
 
 namespace Merel {
 
-void Item::SetFocused(bool focused) {
-  if (_focused == focused) {
-    return;
-  }
-  _focused = focused;
-  OnFocusChanged();
-}
-
 LabelItem::LabelItem(std::string label, bool selectable) : _label(std::move(label)) {
   _selectable = selectable;
 }
 
 void LabelItem::Draw(TextArea& area) {
-  area.SetText(_label);
+  area.SetText(Focusable(_label));
 }
 
 CheckItem::CheckItem(std::string label, bool checked, int indent)
@@ -32,7 +25,7 @@ CheckItem::CheckItem(std::string label, bool checked, int indent)
 void CheckItem::Draw(TextArea& area) {
   std::string line(_indent > 0 ? static_cast<size_t>(_indent) : 0, ' ');
   line += Box();
-  line += _label;
+  line += Focusable(_label);
   area.SetText(line);
 }
 
@@ -49,12 +42,13 @@ void InputItem::SetValue(const std::string& value) {
   _pristine = true;
 }
 
-std::string InputItem::Render(int width) {
+int InputItem::FieldWidth(int width) const {
   // A field can be no narrower than nothing; only a degenerate area gets here.
-  int fw = _fieldWidth == -1 ? width / 2 - 1 : _fieldWidth;
-  if (fw < 0) {
-    fw = 0;
-  }
+  return std::max(0, _fieldWidth == -1 ? width / 2 - 1 : _fieldWidth);
+}
+
+std::string InputItem::Render(int width) {
+  const int fw = FieldWidth(width);
   const int length = static_cast<int>(_value.size());
   if (fw > length) {
     _scroll = 0;
@@ -79,7 +73,7 @@ std::string InputItem::Render(int width) {
     line += visible + blanks;
   } else if (_pristine) {
     // A value set by the program shows as selected: the next key replaces it.
-    line += "{bgcolor:white}{color:black}" + visible + "{/color}{/bgcolor}" + blanks;
+    line += Selected(visible) + blanks;
   } else {
     line += "{bgcolor:black}{color:white}" + visible + "{/color}{/bgcolor}" + blanks;
   }
@@ -91,11 +85,7 @@ void InputItem::Draw(TextArea& area) {
   const int width = area.GetWidth();
   area.SetText(Render(width));
   if (_focused) {
-    int fw = _fieldWidth == -1 ? width / 2 - 1 : _fieldWidth;
-    if (fw < 0) {
-      fw = 0;
-    }
-    area.SetCursor(_cursor - _scroll + width - fw - 2, 0);
+    area.SetCursor(_cursor - _scroll + width - FieldWidth(width) - 2, 0);
   }
 }
 

@@ -10,22 +10,34 @@ class TextArea;
 
 class Item {
  public:
-  // Called after the focused flag changed.
-  virtual void OnFocusChanged() {}
   virtual ~Item() = default;
   virtual void Draw(TextArea& area) = 0;
-  virtual void SetFocused(bool focused);
+  void SetFocused(bool focused) { _focused = focused; }
 
   bool IsShown() const { return _shown; }
   bool IsFocused() const { return _focused; }
   bool IsSelectable() const { return _selectable; }
   void SetShown(bool shown) { _shown = shown; }
   void SetSelectable(bool selectable) { _selectable = selectable; }
+  // Labels and choices draw the same focused or not; a dialog whose cursor is
+  // hidden asks for the focused one to be shown selected instead.
+  void SetHighlightFocus(bool highlight) { _highlightFocus = highlight; }
+
+  // `text` shown selected: black on white, the look of a focused choice.
+  static std::string Selected(const std::string& text) {
+    return "{bgcolor:white}{color:black}" + text + "{/color}{/bgcolor}";
+  }
 
  protected:
+  // The text to draw for `text`: selected when focused and asked for.
+  std::string Focusable(const std::string& text) const {
+    return _focused && _highlightFocus ? Selected(text) : text;
+  }
+
   bool _shown = true;
   bool _focused = false;
   bool _selectable = true;
+  bool _highlightFocus = false;
 };
 
 class LabelItem : public Item {
@@ -80,6 +92,9 @@ class InputItem : public Item {
   std::string Render(int width);
 
  private:
+  // The field's width inside a text area `width` wide.
+  int FieldWidth(int width) const;
+
   std::string _label;
   std::string _value;
   int _fieldWidth;

@@ -18,17 +18,15 @@ constexpr int kTitleHeight = 7;
 MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, uint32_t messageKey)
     : Dialog(parent, kWidth, kHeight, kTitleHeight),
       _titleKey(titleKey),
-      _messageKey(messageKey),
-      _message(_strings != nullptr ? _strings->GetString(messageKey) : "") {}
+      _message(_strings->GetString(messageKey)) {}
 
 MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string message)
     : Dialog(parent, kWidth, kHeight, kTitleHeight),
       _titleKey(titleKey),
-      _messageKey(0),
       _message(std::move(message)) {}
 
 int MessageDialog::Loop() {
-  SetTitle(_strings != nullptr ? _strings->GetString(_titleKey) : "");
+  SetTitle(_strings->GetString(_titleKey));
   SetText(_message);
   SetFooter(kOkFooter);
   while (Frame::WaitForKey(this, true) != kKeyEnter) {

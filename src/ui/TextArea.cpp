@@ -211,9 +211,7 @@ void SwapAttributes(WINDOW* window, int off, int on) {
 }  // namespace
 
 TextArea::TextArea(Window* parent, int x, int y, int width, int height, int foreground)
-    : Window(parent, x, y, width, height, -1, -1),
-      _colors(ColorTable()),
-      _variables(DefaultVariables()) {
+    : Window(parent, x, y, width, height, -1, -1), _variables(DefaultVariables()) {
   // A text area always sits on the background of the window that holds it.
   SetColors(parent->GetBackground(), foreground);
 }
@@ -289,30 +287,18 @@ void TextArea::AppendText(const std::string& text) {
   Render();
 }
 
-void TextArea::Draw(bool flag) {
-  _flag = flag;
-  Window::Draw(flag);
-  werase(_window);
-  DrawLaidOut(Layout(_text, _width, _variables));
-}
-
-void TextArea::Scroll(int lines) {
-  // Scrolling is enabled only for the call: with it left on, writing the
-  // bottom-right cell would scroll the area by itself.
-  scrollok(_window, TRUE);
-  wscrl(_window, lines);
-  scrollok(_window, FALSE);
-  Refresh();
+void TextArea::Draw(bool active) {
+  Window::Draw(active);
+  Render();
 }
 
 void TextArea::Render() {
   werase(_window);
-  _scrollX = 0;
-  _scrollY = 0;
   DrawLaidOut(Layout(_text, _width, _variables));
 }
 
 void TextArea::DrawLaidOut(const std::string& laidOut) {
+  const std::map<std::string, int>& colors = ColorTable();
   const int background = _background;
   const int foreground = _foreground;
   int row = 0;
@@ -351,15 +337,15 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
       if (name == "/color" && fgOn) {
         flush();
         fgOn = false;
-        if (_flag) {
+        if (_active) {
           SwapAttributes(_window, ColorAttr(background, curFg), ColorAttr(background, foreground));
         }
       } else if (name == "color") {
         flush();
-        const auto color = _colors.find(value);
-        if (color != _colors.end()) {
+        const auto color = colors.find(value);
+        if (color != colors.end()) {
           curFg = color->second;
-          if (_flag) {
+          if (_active) {
             SwapAttributes(_window, ColorAttr(curBg, foreground), ColorAttr(curBg, curFg));
           }
         }
@@ -369,15 +355,15 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
       } else if (name == "/bgcolor" && bgOn) {
         flush();
         bgOn = false;
-        if (_flag) {
+        if (_active) {
           SwapAttributes(_window, ColorAttr(curBg, foreground), ColorAttr(background, foreground));
         }
       } else if (name == "bgcolor") {
         flush();
-        const auto color = _colors.find(value);
-        if (color != _colors.end()) {
+        const auto color = colors.find(value);
+        if (color != colors.end()) {
           curBg = color->second;
-          if (_flag) {
+          if (_active) {
             SwapAttributes(_window, ColorAttr(background, curFg), ColorAttr(curBg, curFg));
           }
         }

@@ -23,8 +23,7 @@ class TextArea : public Window {
   void SetText(const std::string& text);
   void AppendText(const char* text);
   void AppendText(const std::string& text);
-  void Draw(bool flag) override;
-  void Scroll(int lines);
+  void Draw(bool active) override;
   const std::string& GetText() const { return _text; }
   // Replaces the variable table (tests and fuzzing use fake getters).
   void SetVariables(VariableTable variables) { _variables = std::move(variables); }
@@ -56,11 +55,7 @@ class TextArea : public Window {
   void DrawLaidOut(const std::string& laidOut);
 
   std::string _text;
-  int _scrollX = 0;
-  int _scrollY = 0;
-  std::map<std::string, int> _colors;
   VariableTable _variables;
-  bool _flag = true;
 };
 
 }  // namespace Merel

@@ -19,16 +19,6 @@ using namespace MerelTest;
 
 const char kPidFile[] = "/var/run/merel.pid";
 
-std::unique_ptr<Terminal> Start(SimHost& host,
-                                const std::string& term = "xterm",
-                                const std::vector<std::string>& args = {},
-                                const std::map<std::string, std::string>& env = {}) {
-  TerminalOptions options;
-  options.term = term;
-  options.env = env;
-  return host.StartConsole(options, args);
-}
-
 // The process ended by itself with status 0 and left the terminal usable:
 // out of the alternate screen, cursor visible (the ncurses xterm sequences).
 void ExpectBareExit(Terminal& console) {
@@ -55,7 +45,7 @@ class EndingTest : public ::testing::TestWithParam<EndingCase> {};
 TEST_P(EndingTest, ExitsWithStatusZeroAndRestoresTheTerminal) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = Start(host);
+  auto console = host.StartConsole();
   ASSERT_TRUE(console->Running());
   GetParam().act(*console);
   ExpectBareExit(*console);
@@ -109,7 +99,7 @@ TEST(RuntimeScreenTest, PidFileRules) {
     if (c.content) {
       host.WriteFile(kPidFile, *c.content);
     }
-    auto console = Start(host);
+    auto console = host.StartConsole();
     EXPECT_EQ(host.ReadFile(kPidFile), c.kept ? live : std::to_string(console->Pid()));
     EXPECT_TRUE(console->Running());
     console->Signal(SIGTERM);
@@ -125,7 +115,7 @@ TEST(RuntimeScreenTest, InvalidVtIsLoggedAndTheConsoleStartsAnyway) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
   for (const std::string vt : {"0", "64", "abc"}) {
-    auto console = Start(host, "xterm", {vt});
+    auto console = host.StartConsole({}, {vt});
     EXPECT_TRUE(host.WaitForSyslog("user.err Invalid VT specified for MEREL: " + vt + "\n"))
         << host.Syslog();
     EXPECT_TRUE(console->Running()) << vt;
@@ -136,7 +126,7 @@ TEST(RuntimeScreenTest, InvalidVtIsLoggedAndTheConsoleStartsAnyway) {
 TEST(RuntimeScreenTest, ValidVtSwitchesTheHostConsole) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = Start(host, "xterm", {"63"});
+  auto console = host.StartConsole({}, {"63"});
   EXPECT_TRUE(console->Running());
   EXPECT_EQ(host.HostJson()["activeVirtualTerminal"], 63);
   EXPECT_EQ(host.Syslog().find("Invalid VT"), std::string::npos);
@@ -152,8 +142,8 @@ class KeyTableTest : public ::testing::TestWithParam<const char*> {};
 TEST_P(KeyTableTest, SequencesArriveAsTheSameKeys) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  const std::string trace = host.Root() + "/key-trace.log";
-  auto console = Start(host, GetParam(), {}, {{"MEREL_KEY_TRACE", trace}});
+  const std::string trace = host.Path("/key-trace.log");
+  auto console = host.StartConsole({.term = GetParam(), .env = {{"MEREL_KEY_TRACE", trace}}});
   const int F1 = 265, kUp = 259, kHome = 262, kEnd = 360, kInsert = 331, kPageUp = 339;
   const std::pair<std::string, int> cases[] = {
       {"\033[11~", F1},     {"\033OP", F1},      {"\033[M", F1},     {"\0331", F1},
@@ -193,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(Terminals,
 TEST(RuntimeScreenTest, PaletteIsRedefinedWhereTheTerminalCan) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = Start(host, "xterm-256color");
+  auto console = host.StartConsole({.term = "xterm-256color"});
   // Black is left as the terminal has it.
   const std::map<int, Rgb> expected = {{1, {255, 0, 0}},
                                        {2, {170, 170, 170}},
@@ -210,7 +200,7 @@ TEST(RuntimeScreenTest, PaletteIsRedefinedWhereTheTerminalCan) {
 TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  auto console = Start(host, "xterm");
+  auto console = host.StartConsole();
   console->SendKey(Key::kF4);
   console->WaitUntilQuiet(milliseconds(200));
   EXPECT_TRUE(console->Palette().empty());

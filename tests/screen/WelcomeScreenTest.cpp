@@ -14,7 +14,6 @@
 
 namespace {
 
-using namespace MerelTest;
 using namespace MerelMenuTest;
 
 const char kHeading[] = "To manage this host go to:";

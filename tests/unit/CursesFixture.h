@@ -24,6 +24,11 @@
 
 namespace MerelTest {
 
+// `n` blanks, the filler of rendered lines and rows.
+inline std::string Blanks(int n) {
+  return std::string(static_cast<size_t>(n), ' ');
+}
+
 struct Cell {
   wchar_t ch = 0;
   attr_t attributes = 0;  // without the colour bits

@@ -2,24 +2,21 @@
 // merel-sim init, with a real certificate and real SSH keys): what they read
 // and what they fall back to.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <sstream>
 #include <string>
 
 #include "HostInformation.h"
 #include "HostState.h"
 #include "Platform.h"
+#include "SimHostTestSupport.h"
 #include "TextArea.h"
-#include "backends/SimBackend.h"
 
 namespace {
 
@@ -45,28 +42,15 @@ TEST(HostInformationMemory, TruncatesToOneDecimal) {
 class HostInformationOnSimHost : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/merel-hostinfo-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    _root = pattern;
-    ASSERT_EQ(system((std::string(MEREL_SIM_BIN) + " init " + _root + " >/dev/null 2>&1").c_str()),
-              0);
-    std::string error;
-    std::unique_ptr<Platform::SimBackend> backend = Platform::SimBackend::Open(_root, error);
-    ASSERT_NE(backend, nullptr) << error;
-    Platform::Install(std::move(backend));
     Platform::OpenLog("MEREL", LOG_PID, LOG_USER);
     Info::ForgetCachedValues();
   }
-  void TearDown() override {
-    Platform::Install(nullptr);
-    Info::ForgetCachedValues();
-    std::filesystem::remove_all(_root);
-  }
+  void TearDown() override { Info::ForgetCachedValues(); }
 
   void Change(const std::function<void(Platform::HostState&)>& change) {
     Platform::Current().Modify(change);
   }
-  std::string Path(const std::string& hostPath) const { return _root + hostPath; }
+  std::string Path(const std::string& hostPath) const { return _root.Path() + hostPath; }
   // What a shell command prints, the tools' output the getters parse.
   static std::string Capture(const std::string& command) {
     std::string output;
@@ -79,9 +63,9 @@ class HostInformationOnSimHost : public ::testing::Test {
     }
     return output;
   }
-  std::string Syslog() const { return Capture("cat " + Path("/var/log/syslog.log")); }
+  std::string Syslog() const { return _root.File("/var/log/syslog.log"); }
 
-  std::string _root;
+  SimHostTest::SimRoot _root;
 };
 
 TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {

@@ -14,9 +14,7 @@
 namespace Merel {
 namespace {
 
-std::string B(int n) {  // blanks
-  return std::string(static_cast<size_t>(n), ' ');
-}
+using MerelTest::Blanks;
 
 TEST(InputItemTest, RenderLabelPaddedFieldBracketedFlushRight) {
   const char* selected = "{bgcolor:white}{color:black}root{/color}{/bgcolor}";
@@ -30,15 +28,18 @@ TEST(InputItemTest, RenderLabelPaddedFieldBracketedFlushRight) {
   } cases[] = {
       // W - 5 - fw columns of label, then " [ ", the field, " ]".
       {"IP Address", "10.0.0.1", 15, 40, false, false, false,
-       "IP Address" + B(10) + " [ 10.0.0.1" + B(7) + " ]"},
-      {"Name", "ab", -1, 40, false, false, false, "Name" + B(12) + " [ ab" + B(17) + " ]"},
-      {longLabel, "x", 10, 40, false, false, false, longLabel + " [ x" + B(9) + " ]"},
+       "IP Address" + Blanks(10) + " [ 10.0.0.1" + Blanks(7) + " ]"},
+      {"Name", "ab", -1, 40, false, false, false,
+       "Name" + Blanks(12) + " [ ab" + Blanks(17) + " ]"},
+      {longLabel, "x", 10, 40, false, false, false, longLabel + " [ x" + Blanks(9) + " ]"},
       // A program value shows selected while focused, edited text reversed.
-      {"User", "root", 8, 30, true, false, false, "User" + B(13) + " [ " + selected + B(4) + " ]"},
-      {"User", "root", 8, 30, true, true, false, "User" + B(13) + " [ " + reversed + B(4) + " ]"},
+      {"User", "root", 8, 30, true, false, false,
+       "User" + Blanks(13) + " [ " + selected + Blanks(4) + " ]"},
+      {"User", "root", 8, 30, true, true, false,
+       "User" + Blanks(13) + " [ " + reversed + Blanks(4) + " ]"},
       // Fourteen characters in ten: the last ten, as stars.
       {"Password:", "abcdefghijklmn", 10, 40, false, true, true,
-       "Password:" + B(16) + " [ " + std::string(10, '*') + " ]"},
+       "Password:" + Blanks(16) + " [ " + std::string(10, '*') + " ]"},
   };
   for (const auto& c : cases) {
     InputItem item(c.label, c.value, c.fieldWidth);

@@ -31,7 +31,7 @@ TEST(LoginConversation, AnswersPromptsWithOwnCopiesAndRefusesWhatItCannotAnswer)
       {{PAM_PROMPT_ECHO_OFF}, false, "x", PAM_CONV_ERR, {}},
       {{}, true, "x", PAM_CONV_ERR, {}},
       {{PAM_PROMPT_ECHO_OFF}, true, nullptr, PAM_CONV_ERR, {}},
-      // Answers made for earlier messages are released (LeakSanitizer checks it).
+      // A prompt it cannot answer leaves no answer allocated (LeakSanitizer checks it).
       {{PAM_PROMPT_ECHO_OFF, kBinaryPrompt}, true, "x", PAM_CONV_ERR, {}},
   };
   for (const auto& c : cases) {

@@ -21,14 +21,11 @@ namespace {
 
 using Platform::HostState;
 using Platform::HostStore;
+using SimHostTest::ExitCode;
 using SimHostTest::ReadFile;
 using SimHostTest::RunSim;
 using SimHostTest::SimRoot;
 using SimHostTest::TempDir;
-
-int Exit(int status) {
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 // Runs `body` in a child process that then exits with 0.
 template <typename Body>
@@ -80,7 +77,7 @@ Result RunTool(std::vector<std::string> words) {
   for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;)
     text.append(buffer, n);
   close(out[0]);
-  return {pid < 0 ? -1 : Exit(Wait(pid)), text};
+  return {pid < 0 ? -1 : ExitCode(Wait(pid)), text};
 }
 
 const Platform::ServiceState& Service(const HostState& s, const char* name) {
@@ -175,7 +172,7 @@ TEST(SimHostStoreTest, ConcurrentWritersLoseNothing) {
     }));
   }
   for (pid_t pid : children)
-    EXPECT_EQ(Exit(Wait(pid)), 0);
+    EXPECT_EQ(ExitCode(Wait(pid)), 0);
   HostState state;
   ASSERT_TRUE(store.Read(state, error)) << error;
   EXPECT_EQ(state.counters["n"], kWriters * kIncrements);
@@ -304,9 +301,9 @@ TEST(PlatformSimBackendTest, ChildrenGetOnlyTheRootAndNoBlockedSignals) {
   int status = Platform::System((blocked + " > " + marker + "; ls / 2>/dev/null").c_str());
   pthread_sigmask(SIG_SETMASK, &old, nullptr);
   EXPECT_EQ(spawned.out, "sh|/|\n0000000000000000\n");
-  EXPECT_EQ(ReadFile(root.Path() + marker), "0000000000000000\n");
+  EXPECT_EQ(root.File(marker), "0000000000000000\n");
   EXPECT_NE(access(marker.c_str(), F_OK), 0);
-  EXPECT_EQ(Exit(status), 127);
+  EXPECT_EQ(ExitCode(status), 127);
   EXPECT_EQ(RunTool({"/bin/not-a-tool"}).status, -1);
 }
 
@@ -335,7 +332,7 @@ TEST(PlatformSimBackendTest, PoweroffAndRebootRunTheSimulatedTools) {
     std::ofstream(root.Path() + "/var/run/merel.pid") << pid;
     usleep(50000);  // let it exec, so its name is its program's
 
-    EXPECT_EQ(Exit(Platform::System(c.command)), 0) << c.command;
+    EXPECT_EQ(ExitCode(Platform::System(c.command)), 0) << c.command;
     EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), c.command);
     HostState state = Platform::Current().Load();
     EXPECT_EQ(state.powerState, c.powerState);
@@ -472,7 +469,7 @@ TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
   std::string before = root.File("/host.json");
   for (auto [target, status] : {std::pair{"192.168.10.1", 0}, std::pair{"10.99.99.99", 1}}) {
     std::string command = std::string("nexping ") + target + " -I vmk0";
-    EXPECT_EQ(Exit(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
+    EXPECT_EQ(ExitCode(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
     EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
   }
   EXPECT_EQ(root.File("/host.json"), before);

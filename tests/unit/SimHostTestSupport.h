@@ -36,6 +36,11 @@ class TempDir {
   std::string _path;
 };
 
+// The exit code in a wait status; -1 when the process was killed.
+inline int ExitCode(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 // Runs merel-sim with `args`; returns its exit status and its standard
 // error in `errors`.
 inline int RunSim(const std::string& args, std::string* errors = nullptr) {
@@ -45,7 +50,7 @@ inline int RunSim(const std::string& args, std::string* errors = nullptr) {
   int status = std::system(command.c_str());
   if (errors)
     *errors = ReadFile(dir.Path() + "/errors");
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return ExitCode(status);
 }
 
 // A host root made from a fixture under tests/fixtures/hosts (or the demo
@@ -57,23 +62,19 @@ class SimRoot {
     std::string args = "init '" + _root + "'";
     if (!fixture.empty())
       args += std::string(" '") + MEREL_SOURCE_DIR + "/tests/fixtures/hosts/" + fixture + ".json'";
-    _initStatus = RunSim(args, &_initErrors);
+    std::string errors;
     // Thrown out of a test body, this fails just that test, with the reason.
-    if (_initStatus != 0)
-      throw std::runtime_error("merel-sim init " + fixture + ": " + _initErrors);
+    if (RunSim(args, &errors) != 0)
+      throw std::runtime_error("merel-sim init " + fixture + ": " + errors);
     Platform::Install(std::make_unique<Platform::SimBackend>(_root));
   }
   ~SimRoot() { Platform::Install(nullptr); }
   const std::string& Path() const { return _root; }
-  int InitStatus() const { return _initStatus; }
-  const std::string& InitErrors() const { return _initErrors; }
   std::string File(const std::string& hostPath) const { return ReadFile(_root + hostPath); }
 
  private:
   TempDir _dir;
   std::string _root;
-  int _initStatus = -1;
-  std::string _initErrors;
 };
 
 }  // namespace SimHostTest

@@ -13,6 +13,7 @@
 namespace Merel {
 namespace {
 
+using MerelTest::Blanks;
 using MerelTest::CursesScreen;
 
 std::string FakeHostname() {
@@ -85,10 +86,6 @@ TEST(TextAreaLayoutTest, Table) {
   EXPECT_NO_THROW(TextArea::Layout(
       "{align:center}a b c d e f g h{/align}{align:right}x y z{/align}", 3, kVariables));
   EXPECT_NO_THROW(TextArea::Layout("{align:padding:99999999999}ab{/align} cd ef", 4, kVariables));
-}
-
-std::string Blanks(int n) {
-  return std::string(static_cast<size_t>(n), ' ');
 }
 
 // The rows an area shows, and which colours cells of its first row carry

@@ -24,7 +24,6 @@ namespace {
 using Platform::HostState;
 
 struct Context {
-  std::string root;
   std::string name;
   std::vector<std::string> args;
   Platform::SimBackend host;
@@ -342,13 +341,13 @@ int Nexbacktrace(Context& c) {
 
 int PowerOff(Context& c) {
   c.host.Modify([](HostState& s) { Platform::Model::PowerOff(s); });
-  EndConsole(c.root);
+  EndConsole(c.host.Root());
   return 0;
 }
 
 int Reboot(Context& c) {
   c.host.Modify([](HostState& s) { Platform::Model::Reboot(s); });
-  EndConsole(c.root);
+  EndConsole(c.host.Root());
   return 0;
 }
 
@@ -406,7 +405,7 @@ int RunTool(const std::string& root,
     std::cerr << name << ": not a tool of this host\n";
     return 127;
   }
-  Context context{root, name, args, Platform::SimBackend(root)};
+  Context context{name, args, Platform::SimBackend(root)};
   try {
     return it->second(context);
   } catch (const HostCtl::Lib::HostCtlException& e) {

@@ -13,7 +13,6 @@ class IpConfig {
  public:
   // IPv4 mode: DHCP (useDhcp), none (!useDhcp && useNone) or static.
   bool GetUseDhcp() const { return _useDhcp; }
-  bool IsUsingDhcp() const { return _useDhcp; }
   void SetUseDhcp(bool useDhcp, bool useNone = false) {
     _useDhcp = useDhcp;
     _ipv4UseNone = !useDhcp && useNone;

@@ -65,7 +65,7 @@ void NexNic::SetIpConfig(const IpConfig& config) {
   Platform::ModifyHost([&](HostState& state) {
     NexNicState& nic = Platform::RequireNic(state, _name);
     auto automaticBefore = Platform::Model::AutomaticIpv6Of(state, nic);
-    std::string mode = config.GetUseDhcp() ? "dhcp" : config.GetIpv4UseNone() ? "none" : "static";
+    std::string mode = Platform::Ipv4ModeOf(config);
     if (mode != "dhcp") {
       nic.leaseAddress.clear();
     }
@@ -108,21 +108,15 @@ std::unique_ptr<ConnectionPoint> NexNic::GetConnectionPoint() const {
     Platform::PortGroupState* pg = Platform::FindPortGroup(state, nic.portGroup, &owner);
     if (!pg)
       Platform::Fail("Port group '" + nic.portGroup + "' not found");
-    return std::make_unique<PortGroup>(
-        pg->name, owner->name, pg->vlanId,
-        NicTeamingPolicy(pg->activeUplinks, pg->standbyUplinks, pg->maxActiveUplinks));
+    return std::make_unique<PortGroup>(Platform::PortGroupOf(*pg, *owner));
   }
   if (!nic.dvSwitch.empty()) {
     Platform::DVSwitchState* dvs = Platform::FindDVSwitch(state, nic.dvSwitch);
     if (!dvs)
       Platform::Fail("Distributed switch '" + nic.dvSwitch + "' not found");
     for (const auto& port : dvs->ports) {
-      if (port.key == nic.dvPort) {
-        return std::make_unique<DVPort>(
-            dvs->name, dvs->uuid, port.key, port.portgroupKey, port.vlanId,
-            NicTeamingPolicy(port.activeUplinks, port.standbyUplinks,
-                             static_cast<int>(port.activeUplinks.size())));
-      }
+      if (port.key == nic.dvPort)
+        return std::make_unique<DVPort>(Platform::DVPortOf(*dvs, port));
     }
     return std::make_unique<DVPort>(dvs->name, dvs->uuid, nic.dvPort, "", 0,
                                     NicTeamingPolicy(dvs->uplinks, {}, 32));

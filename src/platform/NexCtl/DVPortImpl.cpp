@@ -21,12 +21,8 @@ std::vector<HostCtl::Network::DVPort> DVPortImpl::GetPorts(const std::string& dv
   Platform::HostState state = Platform::LoadHost();
   const auto& dvs = Require(state, dvSwitch);
   std::vector<HostCtl::Network::DVPort> ports;
-  for (const auto& port : dvs.ports) {
-    ports.emplace_back(
-        dvs.name, dvs.uuid, port.key, port.portgroupKey, port.vlanId,
-        HostCtl::Network::NicTeamingPolicy(port.activeUplinks, port.standbyUplinks,
-                                           static_cast<int>(port.activeUplinks.size())));
-  }
+  for (const auto& port : dvs.ports)
+    ports.push_back(Platform::DVPortOf(dvs, port));
   return ports;
 }
 

@@ -72,7 +72,8 @@ std::string SmartCardInfoImpl::GetUserId() {
 }
 
 HostCtl::Hardware::HardwareInfo HardwareInfoImpl::GetHardwareInfo() {
-  return HostCtl::HostFactory::GetHost()->GetHardwareInfo();
+  // Host holds nothing: going through HostFactory would only read the host twice.
+  return HostCtl::Host().GetHardwareInfo();
 }
 
 std::string HardwareInfoImpl::GetVendor() {

@@ -40,6 +40,13 @@ void WriteLines(const std::string& path, const std::vector<std::string>& lines) 
   }
 }
 
+std::string FormatLine(const std::string& address, const std::vector<std::string>& names) {
+  std::string line = address;
+  for (const auto& name : names)
+    line += "\t" + name;
+  return line;
+}
+
 bool ParseLine(const std::string& line, HostsFile::Entry& entry) {
   std::istringstream fields(line.substr(0, line.find('#')));
   entry = {};
@@ -67,10 +74,7 @@ std::vector<HostsFile::Entry> HostsFile::GetEntries() {
 
 void HostsFile::AddEntry(const std::string& address, const std::vector<std::string>& names) {
   auto lines = ReadLines(_path);
-  std::string line = address;
-  for (const auto& name : names)
-    line += "\t" + name;
-  lines.push_back(line);
+  lines.push_back(FormatLine(address, names));
   WriteLines(_path, lines);
 }
 
@@ -90,10 +94,7 @@ void HostsFile::RemoveEntryByHostName(const std::string& hostname) {
     if (names.size() == entry.names.size()) {
       kept.push_back(line);
     } else if (!names.empty()) {
-      std::string rebuilt = entry.address;
-      for (const auto& name : names)
-        rebuilt += "\t" + name;
-      kept.push_back(rebuilt);
+      kept.push_back(FormatLine(entry.address, names));
     }
   }
   WriteLines(_path, kept);

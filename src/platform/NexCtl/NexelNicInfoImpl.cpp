@@ -44,7 +44,7 @@ void NexelNicInfoImpl::AddNexelNic(const std::string& name,
     nic.mac = mac;
     nic.management = management;
     nic.portGroup = portGroup;
-    nic.ipv4Mode = config.GetUseDhcp() ? "dhcp" : config.GetIpv4UseNone() ? "none" : "static";
+    nic.ipv4Mode = Platform::Ipv4ModeOf(config);
     nic.ipv4Address = config.GetIpv4Address().GetStringAddress();
     nic.ipv4Netmask = config.GetIpv4Netmask().GetStringAddress();
     nic.dhcpDns = config.GetDhcpDns();

@@ -18,10 +18,7 @@ std::unique_ptr<HostCtl::Network::PortGroup> PortGroupImpl::GetPortGroup(const s
   if (!pg) {
     return nullptr;
   }
-  return std::make_unique<HostCtl::Network::PortGroup>(
-      pg->name, owner->name, pg->vlanId,
-      HostCtl::Network::NicTeamingPolicy(pg->activeUplinks, pg->standbyUplinks,
-                                         pg->maxActiveUplinks));
+  return std::make_unique<HostCtl::Network::PortGroup>(Platform::PortGroupOf(*pg, *owner));
 }
 
 void PortGroupImpl::AddPortGroup(const std::string& switchName,
@@ -95,13 +92,8 @@ void PortGroupImpl::SetTeamingPolicy(const std::string& name,
       // An adapter named in the policy becomes an uplink of the switch,
       // leaving any other standard switch.
       for (auto& sw : state.network.vswitches) {
-        if (&sw == owner)
-          continue;
-        std::erase(sw.uplinks, uplink);
-        for (auto& other : sw.portGroups) {
-          std::erase(other.activeUplinks, uplink);
-          std::erase(other.standbyUplinks, uplink);
-        }
+        if (&sw != owner)
+          Platform::DetachUplink(sw, uplink);
       }
       if (std::find(owner->uplinks.begin(), owner->uplinks.end(), uplink) == owner->uplinks.end()) {
         owner->uplinks.push_back(uplink);

@@ -6,18 +6,6 @@
 
 namespace NexCtl::Network {
 
-namespace {
-
-void DetachUplink(Platform::VSwitchState& sw, const std::string& pnic) {
-  std::erase(sw.uplinks, pnic);
-  for (auto& pg : sw.portGroups) {
-    std::erase(pg.activeUplinks, pnic);
-    std::erase(pg.standbyUplinks, pnic);
-  }
-}
-
-}  // namespace
-
 std::vector<HostCtl::Network::VirtualSwitch> VirtualSwitchInfoImpl::GetVirtualSwitches() {
   std::vector<HostCtl::Network::VirtualSwitch> result;
   for (const auto& sw : Platform::LoadHost().network.vswitches) {
@@ -82,7 +70,7 @@ void VirtualSwitchInfoImpl::AddUplink(const std::string& switchName, const std::
       Platform::Fail("Virtual switch '" + switchName + "' not found");
     for (auto& sw : state.network.vswitches) {
       if (sw.name != switchName)
-        DetachUplink(sw, pnic);
+        Platform::DetachUplink(sw, pnic);
     }
     for (auto& dvs : state.network.dvswitches)
       std::erase(dvs.uplinks, pnic);
@@ -100,7 +88,7 @@ void VirtualSwitchInfoImpl::RemoveUplink(const std::string& switchName, const st
     if (std::find(sw->uplinks.begin(), sw->uplinks.end(), pnic) == sw->uplinks.end()) {
       Platform::Fail("'" + pnic + "' is not an uplink of '" + switchName + "'");
     }
-    DetachUplink(*sw, pnic);
+    Platform::DetachUplink(*sw, pnic);
   });
 }
 

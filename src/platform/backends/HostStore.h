@@ -15,8 +15,6 @@ class HostStore {
   explicit HostStore(std::string root);
   virtual ~HostStore() = default;
 
-  const std::string& StatePath() const { return _statePath; }
-
   // One line naming the file and the problem on failure.
   bool Read(HostState& state, std::string& error) const;
   // Writes a state without reading the old one (used to create a host).

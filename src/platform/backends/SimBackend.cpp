@@ -73,6 +73,18 @@ const char* FacilityName(int facility) {
   }
 }
 
+// "2024-05-01T12:00:00.123Z"
+std::string LogTimestamp() {
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  tm parts{};
+  gmtime_r(&now.tv_sec, &parts);
+  char buffer[40];
+  size_t n = strftime(buffer, sizeof(buffer), "%Y-%m-%dT%H:%M:%S", &parts);
+  snprintf(buffer + n, sizeof(buffer) - n, ".%03dZ", static_cast<int>(now.tv_usec / 1000));
+  return buffer;
+}
+
 const char* LevelName(int level) {
   static const char* const names[] = {"emerg",   "alert",  "crit", "err",
                                       "warning", "notice", "info", "debug"};
@@ -137,17 +149,6 @@ class CleanSignals {
 };
 
 }  // namespace
-
-std::string LogTimestamp() {
-  timeval now{};
-  gettimeofday(&now, nullptr);
-  tm parts{};
-  gmtime_r(&now.tv_sec, &parts);
-  char buffer[40];
-  size_t n = strftime(buffer, sizeof(buffer), "%Y-%m-%dT%H:%M:%S", &parts);
-  snprintf(buffer + n, sizeof(buffer) - n, ".%03dZ", static_cast<int>(now.tv_usec / 1000));
-  return buffer;
-}
 
 SimBackend::SimBackend(std::string root, std::unique_ptr<HostStore> store)
     : _root(std::move(root)), _store(std::move(store)) {

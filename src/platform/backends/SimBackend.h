@@ -60,7 +60,4 @@ class SimBackend : public Backend {
   std::unique_ptr<HostStore> _store;
 };
 
-// "2024-05-01T12:00:00.123Z"
-std::string LogTimestamp();
-
 }  // namespace Platform

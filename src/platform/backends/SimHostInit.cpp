@@ -413,10 +413,6 @@ bool InitHostRoot(const std::string& rootIn,
   return store.Write(state, error);
 }
 
-}  // namespace Platform
-
-namespace Platform {
-
 const char* AsanRuntime() {
 #ifdef MEREL_ASAN_RUNTIME
   return MEREL_ASAN_RUNTIME;

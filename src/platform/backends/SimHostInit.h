@@ -32,10 +32,6 @@ bool InitHostRoot(const std::string& root,
                   std::string& error,
                   std::vector<std::string>* notes);
 
-}  // namespace Platform
-
-namespace Platform {
-
 // The AddressSanitizer runtime that must be preloaded before pam_wrapper in
 // a sanitizer build; null otherwise.
 const char* AsanRuntime();

@@ -34,9 +34,8 @@ constexpr int kEscDelayMs = 25;
 // One sequence per key. The console defines every one of these on each
 // terminal type it supports (the key table test checks that), so one set
 // serves all.
-const char* const kKeyBytes[] = {"\x1bOQ", "\x1bOR",  "\x1bOS",  "\x1b[24~", "\x1b[A",
-                                 "\x1b[B", "\x1b[1~", "\x1b[4~", "\x1b[5~",  "\x1b[6~",
-                                 "\r",     "\x1b",    " "};
+const char* const kKeyBytes[] = {"\x1bOQ",  "\x1bOR",  "\x1bOS",  "\x1b[A", "\x1b[B", "\x1b[1~",
+                                 "\x1b[4~", "\x1b[5~", "\x1b[6~", "\r",     "\x1b",   " "};
 
 void AppendUtf8(std::string& out, uint32_t c) {
   if (c < 0x80) {
@@ -63,6 +62,13 @@ ConsoleColor ToConsoleColor(const VTermColor& color, bool foreground) {
   static const ConsoleColor kBySlot[] = {kBlack, kRed,   kLightGrey, kYellow,
                                          kOther, kOther, kDarkGrey,  kWhite};
   return color.indexed.idx < 8 ? kBySlot[color.indexed.idx] : kOther;
+}
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream content;
+  content << in.rdbuf();
+  return content.str();
 }
 
 std::string Run(const std::string& command) {
@@ -389,10 +395,7 @@ SimHost::~SimHost() {
 }
 
 std::string SimHost::ReadFile(const std::string& hostPath) const {
-  std::ifstream in(Path(hostPath), std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
+  return ReadAll(Path(hostPath));
 }
 
 void SimHost::WriteFile(const std::string& hostPath, const std::string& content) const {
@@ -444,11 +447,8 @@ void ExpectGoldenScreen(const Terminal& terminal, const std::string& name) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << actual;
     return;
   }
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream expected;
-  expected << in.rdbuf();
   // gtest shows a line diff of the two.
-  EXPECT_EQ(expected.str(), actual) << path << " (MEREL_UPDATE_GOLDEN=1 records it anew)";
+  EXPECT_EQ(ReadAll(path), actual) << path << " (MEREL_UPDATE_GOLDEN=1 records it anew)";
 }
 
 std::vector<int> ReadKeyTrace(const std::string& path) {

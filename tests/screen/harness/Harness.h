@@ -63,7 +63,6 @@ enum class Key {
   kF2,
   kF3,
   kF4,
-  kF12,
   kUp,
   kDown,
   kHome,
@@ -155,7 +154,6 @@ class SimHost {
   SimHost& operator=(const SimHost&) = delete;
 
   bool Ok() const { return _ok; }
-  const std::string& Root() const { return _root; }
   std::string Path(const std::string& hostPath) const { return _root + hostPath; }
   std::string ReadFile(const std::string& hostPath) const;  // "" when missing
   void WriteFile(const std::string& hostPath, const std::string& content) const;
