@@ -40,645 +40,646 @@ const char* ProductLine() {
 }  // namespace
 
 const char* en_US_Factory::GetString(uint32_t key) {
+  using namespace Strings;
   switch (key) {
-    case 0:
+    case kWelcomeCustomizeCaption:
       return "Customize System/View Logs";
-    case 1:
+    case kWelcomeShutdownCaption:
       return "Shut Down/Restart";
-    case 4:
+    case kMenuTitle:
       return "System Customization";
-    case 5:
+    case kMenuConfigurePassword:
       return "Configure Password";
-    case 6:
+    case kMenuConfigureLockdown:
       return "Configure Lockdown Mode";
-    case 7:
+    case kMenuConfigureDriverVm:
       return "Configure DriverVM Devices";
-    case 8:
+    case kMenuConfigureNetwork:
       return "Configure Management Network";
-    case 9:
+    case kMenuRestartNetwork:
       return "Restart Management Network";
-    case 10:
+    case kMenuTestNetwork:
       return "Test Management Network";
-    case 11:
+    case kMenuNetworkRestore:
       return "Network Restore Options";
-    case 12:
+    case kMenuSupportInformation:
       return "View Support Information";
-    case 13:
+    case kMenuSystemLogs:
       return "View System Logs";
-    case 14:
+    case kMenuTroubleshooting:
       return "Troubleshooting Options";
-    case 15:
+    case kMenuResetConfiguration:
       return "Reset System Configuration";
-    case 16:
+    case kMenuConfigureKeyboard:
       return "Configure Keyboard";
-    case 17:
+    case kRestartNetworkErrorTitle:
       return "Restart Management Network: Error";
-    case 18:
+    case kEnableNetworkErrorTitle:
       return "Enable Management Network: Error";
-    case 19:
+    case kDisableNetworkErrorTitle:
       return "Disable Management Network: Error";
-    case 20:
+    case kNoManagementInterface:
       return "Management network interface cannot be found.";
-    case 21:
+    case kManagementInterfaceFailed:
       return "Operation on the management network interface failed.";
-    case 22:
+    case kHelpPasswordUnset:
       return "To prevent unauthorized access to this system, set the password for the user.";
-    case 23:
+    case kHelpLockdown:
       return "When enabled, lockdown mode prevents users from logging directly into this host. The "
              "host will only be accessible through this local console or an authorized centralized "
              "management application.";
-    case 24:
+    case kHelpDriverVm:
       return "It is possible to use a Linux DriverVM to control network and storage devices. This "
              "is recommended only for devices which Tarvik does not natively support. Performance "
              "may be compromised when compared to native Tarvik drivers, but the use of a DriverVM "
              "may allow you to utilize hardware that would not normally work with Tarvik";
-    case 25:
+    case kHelpConfigureNetwork:
       return "To view or modify this host's management network settings in detail, press <Enter>.";
-    case 26:
+    case kHelpRestartNetwork:
       return "Restarting the management network interface may be required to restore networking or "
              "to renew a DHCP lease.\n\nRestarting the management network will result in a brief "
              "network outage that may temporarily affect running virtual machines.\n\nNote: If a "
              "renewed DHCP lease results in a new network identity (e.g., IP address or hostname), "
              "remote management software will be disconnected.";
-    case 27:
+    case kHelpTestNetwork:
       return "To perform a brief network test, press <Enter>.\n\nBy default, this test will "
              "attempt to ping the configured default gateway, ping the configured primary and "
              "alternate DNS servers, and resolve the configured hostname.";
-    case 28:
+    case kHelpNetworkRestore:
       return "To view various network restore options like full network restore, move Management "
              "network from misconfigured DVS to standard switch or correct misconfigured DVS "
              "Management network port properties.";
-    case 29:
+    case kHelpSystemLogs:
       return "Press the corresponding key to view a log.\nPress <Q> to return to this screen.";
-    case 30:
+    case kHelpTroubleshooting:
       return "To view various troubleshooting mode options like Enable Tarvik Shell, Enable SSH "
              "and Restart Agents.";
-    case 31:
+    case kHelpResetConfiguration:
       return "Warning!\n\nAll system parameters will be reverted to their software defaults, "
              "including any parameters customized by the hardware manufacturer. The root password "
              "will be reset to nothing, which may allow unauthorized access to your system. All "
              "virtual machines will be unregistered.\n\nThis operation requires a restart of the "
              "host. It is recommended to previously shut down or migrate running virtual machines "
              "off this host.";
-    case 32:
+    case kHelpRemoveExtensions:
       return "Warning!\n\nAll custom extensions will be removed.\n\nThis operation requires a "
              "restart of the host. It is recommended to previously shut down or migrate running "
              "virtual machines off this host.";
-    case 33:
+    case kDhcpIdentity:
       return "Network identity acquired from DHCP server";
-    case 34:
+    case kHelpKeyboard:
       return "To select the layout type for the keyboard of this host, press <Enter>.";
-    case 35:
+    case kHelpPasswordDefault:
       return "Change default password to prevent unauthorized access";
-    case 36:
+    case kUnknown:
       return "Unknown";
-    case 37:
+    case kIpv4AddressLabel:
       return "IPv4 Address";
-    case 38:
+    case kIpv6AddressesLabel:
       return "IPv6 Addresses";
-    case 39:
+    case kAttributedAddressesLabel:
       return "Attributed addresses";
-    case 40:
+    case kDefaultGatewayLabel:
       return "Default Gateway";
-    case 41:
+    case kSubnetMaskLabel:
       return "Subnet Mask";
-    case 42:
+    case kHostnameLabel:
       return "Hostname";
-    case 43:
+    case kPrimaryDnsLabel:
       return "Primary DNS Server";
-    case 44:
+    case kAlternateDnsLabel:
       return "Alternate DNS Server";
-    case 45:
+    case kIpv6DnsLabel:
       return "IPv6 DNS Server";
-    case 46:
+    case kNetworkWindowTitle:
       return "Configure Management Network";
-    case 47:
+    case kNetDriverVmDevices:
       return "DriverVM Devices";
-    case 48:
+    case kNetAdapters:
       return "Network Adapters";
-    case 49:
+    case kNetVlan:
       return "VLAN (optional)";
-    case 50:
+    case kNetIpv4:
       return "IPv4 Configuration";
-    case 51:
+    case kNetIpv6:
       return "IPv6 Configuration";
-    case 52:
+    case kIpv6Enabled:
       return "IPv6 is enabled.";
-    case 53:
+    case kIpv6Disabled:
       return "IPv6 is disabled.";
-    case 54:
+    case kNetDns:
       return "DNS Configuration";
-    case 55:
+    case kNetSuffixes:
       return "Custom DNS Suffixes";
-    case 56:
+    case kHelpNetAdapters:
       return "The adapters listed here provide the default network connection to and from this "
              "host. When two or more adapters are used, connections will be fault-tolerant and "
              "outgoing traffic will be load-balanced.";
-    case 57:
+    case kHelpNetDriverVm:
       return "It is possible to use a Linux DriverVM to control network and storage devices. This "
              "is recommended only for devices which Tarvik does not natively support. Performance "
              "may be compromised when compared to native Tarvik drivers, but the use of a DriverVM "
              "may allow you to use hardware that would not normally work with Tarvik";
-    case 58:
+    case kHelpNetVlan:
       return "A VLAN is a virtual network within a physical network. Because several VLANs can "
              "co-exist on the same physical network segment, VLAN configuration and partitioning "
              "is often more flexible, better isolated, and less expensive than flat networks based "
              "on traditional physical topology.\n\nIf you are unsure how to configure or use a "
              "VLAN, it is safe to leave this option unset.";
-    case 59:
+    case kHelpNetIpv4:
       return "This host can obtain an IPv4 address and other networking parameters automatically "
              "if your network includes a DHCP server. If not, ask your network administrator for "
              "the appropriate settings.";
-    case 60:
+    case kHelpNetIpv6:
       return "This host can obtain IPv6 addresses and other networking parameters automatically if "
              "your network includes a DHCPv6 server or supports Router Advertisement.";
-    case 61:
+    case kHelpNetIpv6Disabled:
       return "This host can be configured to support IPv6. A restart of the host will be required "
              "to enable or disable IPv6.";
-    case 62:
+    case kIpv6AfterReboot:
       return "The support for IPv6 will be enabled after the next reboot.";
-    case 63:
+    case kHelpNetDns:
       return "If this host is configured using DHCP, DNS server addresses and other DNS parameters "
              "can be obtained automatically. If not, ask your network administrator for the "
              "appropriate settings.";
-    case 64:
+    case kHelpNetSuffixes:
       return "When using short, unqualified names, DNS queries will attempt to locate the "
              "specified host by appending the suffixes listed here in the order shown until a "
              "match is found or the list is exhausted.\n\nIf no suffixes are specified here, a "
              "default suffix list is derived from the local domain name.";
-    case 65:
+    case kNetworkErrorTitle:
       return "Network Configuration Error";
-    case 66:
+    case kRestoreWindowTitle:
       return "Network Restore Options";
-    case 67:
+    case kRestoreNetworkSettings:
       return "Restore Network Settings";
-    case 68:
+    case kRestoreStandardSwitch:
       return "Restore Standard Switch";
-    case 69:
+    case kRestoreDvs:
       return "Restore DVS";
-    case 70:
+    case kHelpRestoreNetworkSettings:
       return "Restoring the network settings will revert all network configuration and will "
              "automatically configure the network with defaults.\n\nRestoring the network settings "
              "will stop all the running virtual machines on the host.";
-    case 71:
+    case kHelpRestoreStandardSwitch:
       return "All management network and associated uplinks can be moved onto a new vSwitch in "
              "order to restore network connectivity to Fleetdesk. All interfaces apart from "
              "management interface will be disabled.\nTry Restore DVS option to manually repair "
              "misconfigured DVS.";
-    case 72:
+    case kHelpRestoreDvs:
       return "Reconfigure properties of misconfigured DVS Management network port.\n\nA new DVS "
              "host local port will be created with the reconfigured properties and the management "
              "network will be moved to this new port. All other properties will be cloned from "
              "original DVPort. This operation is available only for Ostrel DVS";
-    case 73:
+    case kDriverVmTitle:
       return "DriverVM Configuration";
-    case 74:
+    case kDriverVmText:
       return "Select the devices from this host for which you would like to use the DriverVM. Note "
              "only devices for which Tarvik does not contain a native driver will appear below.";
-    case 75:
+    case kDeviceAssignmentWarningTitle:
       return "Device Assignment Warning";
-    case 76:
+    case kDeviceAssignmentWarning:
       return "Due to the PCI topology of this system or device constraints, changes to the "
              "ownership of this device will affect the ownership of other devices";
-    case 77:
+    case kAdaptersTitle:
       return "Network Adapters";
-    case 78:
+    case kAdaptersText:
       return "Select the adapters for this host's default management network connection. Use two "
              "or more adapters for fault-tolerance and load-balancing.";
-    case 79:
+    case kAdaptersWarningTitle:
       return "Network Adapters: Warning";
-    case 80:
+    case kAdaptersInUse:
       return "One or more of the selected adapters are already used for other connections.";
-    case 81:
+    case kAdaptersRemoveQuestion:
       return "Remove these adapters from their current connections?";
-    case 82:
+    case kInvalidIpTitle:
       return "Invalid IP address";
-    case 83:
+    case kInvalidIpv4Text:
       return "Please reenter a valid IPv4 address (x.x.x.x).";
-    case 84:
+    case kInvalidIpv6NetworkText:
       return "Please reenter a valid IPv6 network address (x:x:x/x).";
-    case 85:
+    case kInvalidIpOrIpv6Text:
       return "Invalid IP or IPv6 address.";
-    case 86:
+    case kInvalidSubnetTitle:
       return "Invalid subnet";
-    case 87:
+    case kInvalidSubnetText:
       return "Please reenter a valid subnet (x.x.x.x).";
-    case 88:
+    case kInvalidScopeTitle:
       return "Invalid scope";
-    case 89:
+    case kLinkLocalStaticText:
       return "Cannot add a link-local address as static address.";
-    case 90:
+    case kInvalidGatewayTitle:
       return "Invalid gateway address";
-    case 91:
+    case kInvalidGatewayText:
       return "Please reenter a valid gateway address (x.x.x.x).";
-    case 92:
+    case kInvalidIpv6GatewayText:
       return "Please reenter a valid IPv6 gateway address (x:x:x).";
-    case 93:
+    case kLinkLocalGatewayText:
       return "Link-local addresses are not supported as default gateway.";
-    case 94:
+    case kInvalidDnsTitle:
       return "Invalid DNS server address";
-    case 95:
+    case kInvalidDnsText:
       return "Please reenter a valid DNS server address (IP or IPv6).";
-    case 96:
+    case kInvalidVlanTitle:
       return "Invalid VLAN ID";
-    case 97:
+    case kInvalidVlanText:
       return "Please reenter a valid VLAN ID (1-4095).";
-    case 98:
+    case kVlan4095Warning:
       return "You entered a VLAN ID of 4095. This host will receive all VLAN-tagged frames and be "
              "able to send any VLAN-tagged frame.\n\nUnless this is specifically intended, it is "
              "best not to configure a VLAN ID of 4095.";
-    case 99:
+    case kVlanText:
       return "If you are unsure how to configure or use a VLAN, it is safe to leave this option "
              "unset.";
-    case 100:
+    case kVlanLabel:
       return "VLAN ID (1-4094, or 4095 to access all VLANs):";
-    case 101:
+    case kIpv4DialogTitle:
       return "IPv4 Configuration";
-    case 102:
+    case kIpv4DialogText:
       return "This host can obtain network settings automatically if your network includes a DHCP "
              "server. If it does not, the following settings must be specified:";
-    case 103:
+    case kIpv4Disable:
       return "Disable IPv4 configuration for management network";
-    case 104:
+    case kIpv4Dynamic:
       return "Use dynamic IPv4 address and network configuration";
-    case 105:
+    case kIpv4Static:
       return "Set static IPv4 address and network configuration:";
-    case 106:
+    case kIpv6DialogTitle:
       return "IPv6 Configuration";
-    case 107:
+    case kIpv6DialogText:
       return "This host can obtain network settings automatically if your network supports "
              "Stateless Address Autoconfiguration (SLAAC) or includes a DHCPv6 server. If it does "
              "not, static settings must be specified:";
-    case 108:
+    case kIpv6Disable:
       return "Disable IPv6 (restart required)";
-    case 109:
+    case kIpv6Dynamic:
       return "Use dynamic IPv6 address and network configuration";
-    case 110:
+    case kIpv6UseDhcpv6:
       return "Use DHCPv6";
-    case 111:
+    case kIpv6Static:
       return "Set static IPv6 address and network configuration";
-    case 112:
+    case kStaticAddressLabel:
       return "Static address";
-    case 113:
+    case kIpv6GatewayLabel:
       return "Default gateway";
-    case 114:
+    case kWarningTitle:
       return "Warning";
-    case 115:
+    case kNoAdapter:
       return "No adapter";
-    case 116:
+    case kAutomatic:
       return "Automatic";
-    case 117:
+    case kNone:
       return "None";
-    case 118:
+    case kManual:
       return "Manual";
-    case 119:
+    case kSet:
       return "Set";
-    case 120:
+    case kNotSet:
       return "Not set";
-    case 121:
+    case kEnabled:
       return "Enabled";
-    case 122:
+    case kDisabled:
       return "Disabled";
-    case 123:
+    case kDone:
       return "Done.";
-    case 124:
+    case kDnsDialogTitle:
       return "DNS Configuration";
-    case 125:
+    case kDnsDialogText:
       return "This host can only obtain DNS settings automatically if it also obtains its IP "
              "configuration automatically.";
-    case 126:
+    case kDnsAutomatic:
       return "Obtain DNS server addresses and a hostname automatically";
-    case 127:
+    case kDnsManual:
       return "Use the following DNS server addresses and hostname:";
-    case 128:
+    case kSuffixesText:
       return "DNS queries will attempt to locate hosts by appending the suffixes specified here to "
              "short, unqualified names.\n\nUse spaces or commas to separate multiple entries.";
-    case 129:
+    case kSuffixesLabel:
       return "Suffixes:";
-    case 130:
+    case kRestartNetworkConfirmTitle:
       return "Restart Management Network: Confirm";
-    case 131:
+    case kRestartNetworkConfirmText:
       return "Restarting the management network will result in a brief network outage. It may "
              "disconnect remote management software and affect running virtual machines.";
-    case 132:
+    case kRestartNetworkQuestion:
       return "Restart management network now?";
-    case 133:
+    case kRestartNetworkTitle:
       return "Restart Management Network";
-    case 134:
+    case kRestartNetworkWait:
       return "Please wait while the management network restarts.";
-    case 135:
+    case kStoppingNetwork:
       return "Stopping management network.";
-    case 136:
+    case kStartingNetwork:
       return "Starting management network.";
-    case 137:
+    case kIpAddressIs:
       return "IP address is ";
-    case 138:
+    case kRestoreStandardSwitchTitle:
       return "Restore Standard Switch";
-    case 139:
+    case kRestoreStandardSwitchText:
       return "All management network and associated uplinks can be moved onto a new vSwitch in "
              "order to restore network connectivity to Fleetdesk.";
-    case 140:
+    case kRestoreStandardSwitchQuestion:
       return "Move the management network onto a standard switch?";
-    case 141:
+    case kWelcomeManageHeading:
       return "To manage this host go to:";
-    case 142:
+    case kWelcomeDhcpWarning:
       return "Warning: DHCP lookup failed. You may be unable to access this system until you "
              "customize its network configuration.";
-    case 143:
+    case kWelcomeAuditWarning:
       return "Warning: Host is running in audit mode. Your configuration will not be persistent "
              "across reboots. Please contact support.";
-    case 144:
+    case kLoginTitle:
       return "Authentication Required";
-    case 145:
+    case kLoginPasswordPrompt:
       return "Enter an authorized login name and password for ";
-    case 146:
+    case kLoginPinPrompt:
       return "Enter the smart card login PIN for ";
-    case 147:
+    case kLoginDeniedTitle:
       return "Authentication Denied";
-    case 148:
+    case kLoginDisabledText:
       return "Direct console access has been disabled by the administrator for ";
-    case 149:
+    case kLoginNameLabel:
       return "Login Name:";
-    case 150:
+    case kLoginIdLabel:
       return "Login Id:";
-    case 151:
+    case kPasswordLabel:
       return "Password:";
-    case 152:
+    case kPinLabel:
       return "PIN:";
-    case 153:
+    case kLoginFailedTitle:
       return "Authentication failed";
-    case 154:
+    case kLoginInvalid:
       return "Invalid login or password.";
-    case 155:
+    case kLoginNoPermission:
       return "User does not have permission to login to MEREL.";
-    case 156:
+    case kLoginPasswordExpired:
       return "Password has expired.\nYou will be prompted to set a new password and then login "
              "again.";
-    case 157:
+    case kPasswordTitle:
       return "Configure Password";
-    case 158:
+    case kPasswordText:
       return "Setting the password will prevent unauthorized access to this host.";
-    case 159:
+    case kOldPasswordLabel:
       return "Old Password:";
-    case 160:
+    case kNewPasswordLabel:
       return "New Password:";
-    case 161:
+    case kConfirmPasswordLabel:
       return "Confirm Password:";
-    case 162:
+    case kPasswordErrorTitle:
       return "Configure Password: Error";
-    case 163:
+    case kPasswordWarningTitle:
       return "Configure Password: Warning";
-    case 164:
+    case kOldPasswordIncorrect:
       return "The old password you entered is incorrect";
-    case 165:
+    case kPasswordMismatch:
       return "The new password and the confirmed password do not match.";
-    case 166:
+    case kPasswordEmpty:
       return "Empty passwords are not allowed.";
-    case 167:
+    case kPasswordSameQuestion:
       return "New password is same as old password. Are you sure?";
-    case 168:
+    case kPasswordChangeFailed:
       return "The password change operation failed.\nPlease ensure that your password meets the "
              "complexity criteria set by the system.";
-    case 169:
+    case kShutdownTitle:
       return "Shut Down/Restart";
-    case 170:
+    case kShutdownText:
       return "Remote management software is recommended to safely shut down or restart this "
              "host.\n\nBy default, running virtual machines will be powered off, suspended, or "
              "shut down according to the current system shutdown policy.\nIf this host is part of "
              "an HA cluster, then HA will not restart these VMs unless they are forcefully "
              "terminated.";
-    case 171:
+    case kForceTerminateVms:
       return "Forcefully terminate running VMs, if any ...";
-    case 172:
+    case kShutdownHost:
       return "Shut Down Host";
-    case 173:
+    case kShutdownInProgress:
       return "Shutdown in progress...";
-    case 174:
+    case kVmsRunningTitle:
       return "Warning: VMs running on the host";
-    case 175:
+    case kVmsRunningQuestion:
       return "Host has VMs running. Are you sure you want to shutdown/restart the host or restore "
              "the network.";
-    case 176:
+    case kRestartHost:
       return "Restart Host";
-    case 177:
+    case kRestartInProgress:
       return "Restart in progress...";
-    case 178:
+    case kResetConfirmTitle:
       return "Reset System Configuration: Confirm";
-    case 179:
+    case kResetConfirmText:
       return "Warning! All system parameters will be reverted to their software defaults, and host "
              "configuration will be lost.";
-    case 180:
+    case kResetQuestion:
       return "Reset System Configuration now?";
-    case 181:
+    case kResetTitle:
       return "Reset System Configuration";
-    case 182:
+    case kResetWait:
       return "Please wait while the default settings are restored.";
-    case 183:
+    case kResetDone:
       return "Default settings are restored. Press <Enter> to restart your host.";
-    case 184:
+    case kRemoveExtensionsConfirmTitle:
       return "Remove Custom Extensions: Confirm";
-    case 185:
+    case kRemoveExtensionsConfirmText:
       return "Warning! All custom extensions will be removed.";
-    case 186:
+    case kRemoveExtensionsQuestion:
       return "Remove custom extensions now?";
-    case 187:
+    case kRemoveExtensionsTitle:
       return "Remove Custom Extensions";
-    case 188:
+    case kRemoveExtensionsWait:
       return "Please wait while the custom extensions are removed.";
-    case 189:
+    case kRemoveExtensionsDone:
       return "Custom extensions have been removed. Press <Enter> to restart your host.";
-    case 190:
+    case kFactoryRestoreTitle:
       return "Restore Network Factory Settings";
-    case 191:
+    case kFactoryRestoreText:
       return "This option will reset the host network configuration to its default setting.";
-    case 192:
+    case kFactoryRestoreQuestion:
       return "Are you sure you want to reset the host network configuration?";
-    case 193:
+    case kRestoreUnblockedLabel:
       return "Restore to default blocked setting (unblocked) ";
-    case 194:
+    case kSelectDvsUplinks:
       return "Select DVS uplinks";
-    case 195:
+    case kDvsVlanInvalid:
       return "Please enter a valid VLAN ID (1-4094).";
-    case 196:
+    case kRestoreDvsTitle:
       return "Restore DVS";
-    case 197:
+    case kRestoreDvsText:
       return "Enter the properties for new DVS host local port that will be created.\nAll other "
              "properties will be taken as default.";
-    case 198:
+    case kRestoreDvsErrorTitle:
       return "Restore DVS: Error";
-    case 199:
+    case kRestoreDvsFailed:
       return "Unable to restore DVS. Check logs for details.";
-    case 200:
+    case kRestoreDvsThirdParty:
       return "Unable to restore DVS. Restore DVS operation cannot be performed on 3rd party DVS.";
-    case 201:
+    case kDvsUplinksTitle:
       return "DVS Uplinks";
-    case 202:
+    case kDvsUplinksText:
       return "Select the DVS Uplinks (one or more) to be used by management nexnic";
-    case 203:
+    case kDvsUplinksWarningTitle:
       return "DVS Uplinks: Warning";
-    case 204:
+    case kNoUplinksSelected:
       return "No uplinks were selected.";
-    case 205:
+    case kContinueQuestion:
       return "Do you want to continue?";
-    case 206:
+    case kNoDvsUplinksErrorTitle:
       return "No DVS Uplinks: Error";
-    case 207:
+    case kNoDvsUplinksText:
       return "No uplinks are configured on the host for this DVS.";
-    case 208:
+    case kRestoreNetworkTitle:
       return "Restore Network Settings";
-    case 209:
+    case kRestoreNetworkWait:
       return "Please wait while the factory network settings are restored.";
-    case 210:
+    case kPoweringOffVms:
       return "Powering Off VMs.";
-    case 211:
+    case kAutoConfiguringNetwork:
       return "Auto-configuring network.";
-    case 212:
+    case kApplyConfirmTitle:
       return "Configure Management Network: Confirm";
-    case 213:
+    case kApplyConfirmText:
       return "You have made changes to the host's management network.\nApplying these changes may "
              "result in a brief network outage, disconnect remote management software and affect "
              "running virtual machines. In case IPv6 has been enabled or disabled this will "
              "restart your host.";
-    case 214:
+    case kApplyRestartQuestion:
       return "Apply changes and restart management network?";
-    case 215:
+    case kApplyRebootQuestion:
       return "Apply changes and reboot host?";
-    case 216:
+    case kTestTitle:
       return "Test Management Network";
-    case 217:
+    case kTestText:
       return "By default, this test will attempt to ping your default gateway and DNS servers, and "
              "resolve your hostname.";
-    case 218:
+    case kPingAddressLabel:
       return "Ping Address";
-    case 219:
+    case kResolveHostnameLabel:
       return "Resolve Hostname";
-    case 220:
+    case kTestRunningTitle:
       return "Testing Management Network";
-    case 221:
+    case kTestInterruptHint:
       return "You may interrupt the test at any time.";
-    case 222:
+    case kPingingAddress:
       return "Pinging address";
-    case 223:
+    case kResolvingHostname:
       return "Resolving hostname";
-    case 224:
+    case kFailed:
       return "Failed.";
-    case 225:
+    case kOk:
       return "OK.";
-    case 226:
+    case kTroubleshootingTitle:
       return "Troubleshooting Mode Options";
-    case 227:
+    case kEnableShell:
       return "Enable Tarvik Shell";
-    case 228:
+    case kDisableShell:
       return "Disable Tarvik Shell";
-    case 229:
+    case kEnableSsh:
       return "Enable SSH";
-    case 230:
+    case kDisableSsh:
       return "Disable SSH";
-    case 231:
+    case kShellLabel:
       return "Tarvik Shell";
-    case 232:
+    case kSshLabel:
       return "SSH Support";
-    case 233:
+    case kShellTimeouts:
       return "Modify Tarvik Shell and SSH timeouts";
-    case 234:
+    case kMerelTimeout:
       return "Modify MEREL idle timeout";
-    case 235:
+    case kRestartAgents:
       return "Restart Management Agents";
-    case 236:
+    case kHelpShellToggle:
       return "Change current state of the Tarvik Shell";
-    case 237:
+    case kHelpSshToggle:
       return "Change current state of SSH";
-    case 238:
+    case kShellEnabled:
       return "Tarvik Shell is Enabled";
-    case 239:
+    case kShellDisabled:
       return "Tarvik Shell is Disabled";
-    case 240:
+    case kSshEnabled:
       return "SSH is Enabled";
-    case 241:
+    case kSshDisabled:
       return "SSH is Disabled";
-    case 242:
+    case kHelpRestartAgents:
       return "The management agents are the programs that allow remote management software to "
              "monitor and control this host.\n\nRestarting the management agents will disconnect "
              "all remote management software and will affect all running services.";
-    case 243:
+    case kHelpShellTimeouts:
       return "Modify the number of minutes that can elapse before you must log in after Tarvik "
              "Shell access is enabled and the idle timeout for interactive sessions.";
-    case 244:
+    case kHelpMerelTimeout:
       return "Modify the number of idle minutes that can elapse before you must log in again in "
              "MEREL.";
-    case 245:
+    case kRestartAgentsConfirmTitle:
       return "Restart Management Agents: Confirm";
-    case 246:
+    case kRestartAgentsWarning:
       return "{color:red}Warning! Restarting the management agents will disconnect all remote "
              "management software. This will affect all running services.\nCollection of extra "
              "troubleshooting information can take a noticeable amount of time.{/color}";
-    case 247:
+    case kRestartAgentsQuestion:
       return "Restart management agents now?";
-    case 248:
+    case kStoppingAgents:
       return "Stopping management agents.";
-    case 249:
+    case kStartingAgents:
       return "Starting management agents.";
-    case 250:
+    case kCollectLiveCore:
       return "Collect extra troubleshooting information";
-    case 251:
+    case kCollectingLiveCore:
       return "Collecting host agent live core information.";
-    case 252:
+    case kPleaseWait:
       return "Please, wait ...";
-    case 253:
+    case kLockdownTitle:
       return "Configure Lockdown Mode";
-    case 254:
+    case kLockdownText:
       return "When enabled, lockdown mode prevents users from logging directly into this host.";
-    case 255:
+    case kLockdownEnableLabel:
       return "Enable lockdown mode";
-    case 256:
+    case kKeyboardText:
       return "If you are having difficulty using your keyboard, choose a layout that matches your "
              "keyboard from the options below.";
-    case 257:
+    case kEnableIpv6RestartTitle:
       return "Enable IPv6: Restart Required";
-    case 258:
+    case kEnableIpv6RestartText:
       return "This host must be restarted before IPv6 will be enabled.";
-    case 259:
+    case kDisableIpv6RestartTitle:
       return "Disable IPv6: Restart Required";
-    case 260:
+    case kDisableIpv6RestartText:
       return "This host must be restarted before IPv6 will be disabled.";
-    case 261:
+    case kRouterAdvertised:
       return "Router advertised";
-    case 262:
+    case kDhcpOrigin:
       return "DHCP";
-    case 263:
+    case kStaticOrigin:
       return "STATIC";
-    case 264:
+    case kAutoconfOrigin:
       return "AUTOCONF";
-    case 265:
+    case kWaitingForDhcp:
       return "Waiting for DHCP...";
-    case 266:
+    case kShellTimeoutsTitle:
       return "Set the timeouts for Tarvik Shell access (local and remote)";
-    case 267:
+    case kShellTimeoutsText:
       return "Set the number of minutes that can elapse before you must log in after Tarvik Shell "
              "is enabled (the availability timeout) and the timeout for idle interactive "
              "sessions.\n\nAfter the availability timeout expires any running shell instances will "
              "remain, but new sessions will not be allowed.  Changes to idle timeout will apply on "
              "next login, but will not affect any existing sessions.\n\nValues are in minutes. Use "
              "zero to disable timeouts. Maximum value is 1440 minutes.";
-    case 268:
+    case kAvailabilityTimeoutLabel:
       return "Availability timeout";
-    case 269:
+    case kIdleTimeoutLabel:
       return "Idle timeout";
-    case 270:
+    case kInvalidTimeoutTitle:
       return "Invalid timeout value";
-    case 271:
+    case kInvalidTimeoutText:
       return "Timeout value must be between 0 (disabled) and 1440 minutes";
-    case 272:
+    case kMerelTimeoutTitle:
       return "Set idle timeout for MEREL access";
-    case 273:
+    case kMerelTimeoutText:
       return "Set the number of idle minutes that can elapse before you must log in again in "
              "MEREL.\n\nValue is in minutes. Use zero to disable the timeout. Maximum value is "
              "1440 minutes.";
-    case 274:
+    case kMerelTimeoutLabel:
       return "MEREL idle timeout";
-    case 2:
+    case kWelcomeProductLine:
       return ProductLine();
-    case 3:
+    case kEmpty:
     default:
       return "";
   }
