@@ -17,7 +17,7 @@ namespace {
 using namespace MerelMenuTest;
 
 const char kHeading[] = "To manage this host go to:";
-const char kDemoProduct[] = "Tarvik 8.0.2 (Nexel 8.0.2 Build 22380479)";
+const char kDemoProduct[] = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
 
 // The row holding `text`, or -1.
 int RowOf(const Terminal& console, const std::string& text) {

@@ -121,7 +121,7 @@ TEST(SimHostStateTest, DefaultsFillOnlyWhatADescriptionLeavesOut) {
 
 TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
   const std::string nic = R"({"network": {"vswitches": [{"name": "vs", "portGroups":
-      [{"name": "pg"}]}], "nics": [{"name": "vmk0", "portGroup": "pg", )";
+      [{"name": "pg"}]}], "nics": [{"name": "nex0", "portGroup": "pg", )";
   struct {
     std::string json;  // empty: no file at all
     const char* expected;
@@ -130,7 +130,7 @@ TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
       {"{", "invalid host state: not valid JSON"},
       {R"({"welcomMessage": ""})", "invalid host state: welcomMessage: unknown member"},
       {R"({"bootCount": "two"})", "invalid host state: bootCount: expected an integer"},
-      {R"({"network": {"nics": [{"name": "vmk0", "portGroup": "nope"}]}})",
+      {R"({"network": {"nics": [{"name": "nex0", "portGroup": "nope"}]}})",
        "invalid host state: network.nics[0].portGroup: unknown port group \"nope\""},
       {nic + R"("ipv4Address": "10.0.0.300"}]}})",
        "invalid host state: network.nics[0].ipv4Address: not an IPv4 address: \"10.0.0.300\""},
@@ -224,7 +224,7 @@ TEST(SimHostStoreTest, FailedChangesLeaveTheOldStateWhole) {
 TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
   TempDir dir;
   std::string bad = dir.Path() + "/bad.json", root = dir.Path() + "/r";
-  std::ofstream(bad) << R"({"network": {"nics": [{"name": "vmk0"}]}})";
+  std::ofstream(bad) << R"({"network": {"nics": [{"name": "nex0"}]}})";
   std::string errors;
   EXPECT_EQ(RunSim("init '" + root + "' '" + bad + "'", &errors), 1);
   EXPECT_EQ(errors, "merel-sim: " + bad +
@@ -407,11 +407,11 @@ TEST(SimHostToolsTest, ToolsAnswerAndChangeTheHost) {
       {ip4, "rovi-cmd -U root hostsvc/stop_ssh", 0,
        HOLDS(!On(s, "SSH") && !s.firewall.at(0).enabled)},
       {ip4, "rovi-cmd -U root no/such/command", 1},
-      {ip4, "nexping 10.20.30.1 -I vmk0", 0},          // gateway
+      {ip4, "nexping 10.20.30.1 -I nex0", 0},          // gateway
       {ip4, "nexping 10.20.30.2", 0},                  // reachable DNS
       {ip4, "nexping 10.20.30.99", 1},                 // nobody
-      {ip4, "nexping fe80::1%vmk0 -I vmk0", 1},        // no IPv6 peer
-      {ip4, "nexping fe80::21b:21ff:feaa:0%vmk0", 0},  // own
+      {ip4, "nexping fe80::1%nex0 -I nex0", 1},        // no IPv6 peer
+      {ip4, "nexping fe80::21b:21ff:feaa:0%nex0", 0},  // own
       {ip4, "nexping not-an-address", 2},
       {lock, "rovi-cmd -U root rovisvc/auth/lockdown_is_possible", 0, nullptr, "true\n"},
       {lock, "rovi-cmd -U root rovisvc/auth/lockdown_mode_enter", 0, HOLDS(s.lockdown.enabled)},
@@ -468,7 +468,7 @@ TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
   // a file the tool opens then must not be taken for its output.
   std::string before = root.File("/host.json");
   for (auto [target, status] : {std::pair{"192.168.10.1", 0}, std::pair{"10.99.99.99", 1}}) {
-    std::string command = std::string("nexping ") + target + " -I vmk0";
+    std::string command = std::string("nexping ") + target + " -I nex0";
     EXPECT_EQ(ExitCode(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
     EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
   }

@@ -113,9 +113,8 @@ bool IsShellSafe(const std::string& text) {
 // with a slash (advanced option names such as /UserVars/MerelTimeOut) and
 // the machine's devices (/dev/null), which are left as they are.
 bool IsFileSystemPath(const std::string& word) {
-  static const char* const tops[] = {"bin", "sbin",  "usr",  "etc",  "var",     "tmp",  "opt",
-                                     "lib", "lib64", "home", "root", "scratch", "vmfs", "store",
-                                     "mnt", "srv",   "run",  "boot", "locker"};
+  static const char* const tops[] = {"bin",  "sbin", "usr", "etc", "var", "tmp",  "opt", "lib",
+                                     "lib64", "home", "root", "mnt", "srv", "run", "boot"};
   std::string top = word.substr(
       1, word.find('/', 1) == std::string::npos ? std::string::npos : word.find('/', 1) - 1);
   for (const char* candidate : tops) {
