@@ -218,6 +218,8 @@ struct VmState {
 
 struct AccountState {
   std::string user;
+  // Only from a host description, to seed the PAM password database; never
+  // stored in host.json (empty in a state read from there).
   std::string password;
 };
 

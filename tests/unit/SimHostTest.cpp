@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -239,6 +240,37 @@ TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
   EXPECT_EQ(RunSim("init '" + root + "'", &errors), 1);
   EXPECT_NE(errors.find("/r/host.json: already exists"), std::string::npos) << errors;
   EXPECT_EQ(ReadFile(root + "/host.json"), before);
+}
+
+// host.json is world-readable and rewritten by every tool; the passwords of
+// a description belong only in the PAM password database, which only its
+// owner may read.
+TEST(SimHostInitTest, PasswordsStayInThePrivatePasswordDatabase) {
+  TempDir dir;
+  const std::string root = dir.Path() + "/root";
+  std::ofstream(dir.Path() + "/host.json") << R"({"accounts": [
+      {"user": "root", "password": "Pa55 w0rd!"}, {"user": "ops", "password": "s3cret-ops"}]})";
+  ASSERT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/host.json'"), 0);
+  Platform::Install(std::make_unique<Platform::SimBackend>(root));
+  // A tool run rewrites host.json; the accounts (without passwords) are still known.
+  EXPECT_EQ(RunTool({"/bin/rovi-cmd", "-U", "ops", "internalsvc/refresh"}).status, 0);
+  Platform::Install(nullptr);
+  std::string shown = dir.Path() + "/shown";
+  ASSERT_EQ(ExitCode(std::system(
+                (std::string("'") + MEREL_SIM_BIN + "' show '" + root + "' >" + shown).c_str())),
+            0);
+
+  struct stat passdb {};
+  ASSERT_EQ(stat((root + "/etc/pam_matrix.passwd").c_str(), &passdb), 0);
+  EXPECT_EQ(passdb.st_mode & 0777, 0600u);
+  EXPECT_EQ(ReadFile(root + "/etc/pam_matrix.passwd"),
+            "root:Pa55 w0rd!:merel\nops:s3cret-ops:merel\n");
+  for (const std::string& file : {root + "/host.json", shown}) {
+    std::string text = ReadFile(file);
+    EXPECT_NE(text.find("\"ops\""), std::string::npos) << file;
+    for (const char* secret : {"Pa55", "s3cret", "password"})
+      EXPECT_EQ(text.find(secret), std::string::npos) << file << " holds " << secret;
+  }
 }
 
 TEST(PlatformSelectTest, BadRootGivesOneLineAndNoRootGivesThePersistentDemoHost) {
