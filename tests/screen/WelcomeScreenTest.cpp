@@ -254,7 +254,7 @@ TEST(WelcomeScreenTest, IdleSessionTimesOutBackToTheWelcomeScreen) {
   EXPECT_TRUE(host.WaitForSyslog("user.info User root logged out due to time out"))
       << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log",
-                                   "login.disconnect user=root success=1 reason=Time out"))
+                                   "login.disconnect user=root success=1 reason=\"Time out\""))
       << host.AuditLog();
   ASSERT_TRUE(WaitForWelcome(*console)) << console->Text();
   EXPECT_GE(RowOf(*console, kDemoProduct), 0) << console->Text();

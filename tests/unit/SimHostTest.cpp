@@ -10,12 +10,15 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "HostCtl/HostCtlException.h"
+#include "HostLibraries.h"
 #include "HostState.h"
 #include "SimHostTestSupport.h"
 #include "backends/HostStore.h"
+#include "backends/RecordText.h"
 #include "backends/SimHostInit.h"
 
 namespace {
@@ -505,6 +508,155 @@ TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
     EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
   }
   EXPECT_EQ(root.File("/host.json"), before);
+}
+
+// Reads back what the record logs escape: '\' followed by '"', '\', n, r, t
+// or xHH.
+std::string Unescape(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\' || i + 1 == text.size()) {
+      out += text[i];
+      continue;
+    }
+    char c = text[++i];
+    if (c == 'n')
+      out += '\n';
+    else if (c == 'r')
+      out += '\r';
+    else if (c == 't')
+      out += '\t';
+    else if (c == 'x' && i + 2 < text.size()) {
+      out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else
+      out += c;
+  }
+  return out;
+}
+
+// Splits a record line into its words the way a reader of the log would:
+// at spaces outside double quotes, quotes removed, escapes read back.
+std::vector<std::string> Words(const std::string& line) {
+  std::vector<std::string> words;
+  std::string word, raw;
+  bool quoted = false, any = false;
+  auto flush = [&] {
+    if (any)
+      words.push_back(word + Unescape(raw));
+    word.clear(), raw.clear(), any = false;
+  };
+  for (size_t i = 0; i < line.size(); ++i) {
+    char c = line[i];
+    if (quoted) {
+      if (c == '\\' && i + 1 < line.size())
+        raw += c, raw += line[++i];
+      else if (c == '"')
+        quoted = false;
+      else
+        raw += c;
+    } else if (c == ' ') {
+      flush();
+    } else if (c == '"') {
+      word += Unescape(raw), raw.clear();
+      quoted = any = true;
+    } else {
+      raw += c, any = true;
+    }
+  }
+  flush();
+  return words;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+// A login name is typed by whoever sits at the console. Whatever it holds,
+// each log gets exactly one record for it, with no field or line of its
+// own making, and the name can be read back intact.
+TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
+  const std::string hostile[] = {
+      "root success=1",
+      "root\n2024-05-14T07:10:00.000Z login.connect user=root success=1",
+      "ro\"ot \" success=1",
+      "back\\slash\\\" success=1",
+      "bell\a esc\x1b[2J cr\r tab\t del\x7f",
+      "",
+      "a=b",
+      "r\xc3\xb6\xc3\xb6t",  // UTF-8 stays as it is
+  };
+  // A lambda per value, so that a failed ASSERT ends only that value's case.
+  auto check = [](const std::string& value) {
+    SimRoot root;
+    std::ofstream(root.Path() + "/var/log/obsvd.log", std::ios::trunc);
+    std::ofstream(root.Path() + "/var/log/syslog.log", std::ios::trunc);
+
+    AuditLog_Session("login.connect", value.c_str(), 0, "reason", value.c_str());
+    auto audit = Lines(root.File("/var/log/audit.log"));
+    ASSERT_EQ(audit.size(), 1u) << root.File("/var/log/audit.log");
+    auto words = Words(audit[0]);
+    ASSERT_EQ(words.size(), 5u) << audit[0];
+    EXPECT_EQ(words[1], "login.connect");
+    EXPECT_EQ(words[2], "user=" + value);
+    EXPECT_EQ(words[3], "success=0");
+    EXPECT_EQ(words[4], "reason=" + value);
+
+    ASSERT_EQ(ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Authentication of user "
+                                  "%s failed",
+                                  value.c_str()),
+              0);
+    auto events = Lines(root.File("/var/log/obsvd.log"));
+    ASSERT_EQ(events.size(), 1u) << root.File("/var/log/obsvd.log");
+    std::string prefix = " [obsv.user.merel.login.failed] ";
+    size_t at = events[0].find(prefix);
+    ASSERT_NE(at, std::string::npos) << events[0];
+    EXPECT_EQ(Unescape(events[0].substr(at + prefix.size())),
+              "Authentication of user " + value + " failed");
+
+    Platform::OpenLog("MEREL", LOG_PID, LOG_AUTH);
+    Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", value.c_str());
+    std::string syslog = root.File("/var/log/syslog.log");
+    ASSERT_EQ(Lines(syslog).size(), 1u) << syslog;
+    EXPECT_TRUE(std::none_of(syslog.begin(), syslog.end() - 1, [](unsigned char c) {
+      return c < 0x20 || c == 0x7f;
+    })) << syslog;
+
+    std::vector<std::string> invocation = {"rovi-cmd", "-U", value, "internalsvc/refresh"};
+    RunTool({"/bin/rovi-cmd", "-U", value, "internalsvc/refresh"});
+    auto tools = Lines(root.File("/var/log/tools.log"));
+    ASSERT_EQ(tools.size(), 1u) << root.File("/var/log/tools.log");
+    EXPECT_EQ(Words(tools[0]), invocation) << tools[0];
+  };
+  for (const std::string& value : hostile) {
+    SCOPED_TRACE(::testing::Message() << "value " << ::testing::PrintToString(value));
+    check(value);
+  }
+}
+
+// The quoting itself, where a reader could be misled by a lone character.
+TEST(SimHostRecordTest, ValuesAreQuotedOnlyWhenTheyNeedIt) {
+  const struct {
+    const char* value;
+    bool equalsIsPlain;
+    const char* written;
+  } cases[] = {
+      {"root", false, "root"},
+      {"", false, "\"\""},
+      {"a=b", false, "\"a=b\""},
+      {"/UserVars/MerelTimeOut=5", true, "/UserVars/MerelTimeOut=5"},
+      {"Invalid Login", false, "\"Invalid Login\""},
+      {"q\"\\", false, "\"q\\\"\\\\\""},
+      {"\n\x01", false, "\"\\n\\x01\""},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Platform::QuoteRecordValue(c.value, c.equalsIsPlain), c.written) << c.value;
+  EXPECT_EQ(Platform::EscapeSyslogText("a\nb\tc"), "a#012b#011c");
+  EXPECT_EQ(Platform::RecordToken("obsv.user id]"), "obsv.user_id_");
 }
 
 }  // namespace
