@@ -292,9 +292,9 @@ void AutoConfigNetwork(HostState& state) {
       pg.activeUplinks.push_back(uplink->name);
     sw->portGroups.push_back(pg);
   }
-  if (!FindNic(state, "vmk0")) {
+  if (!FindNic(state, "nex0")) {
     NexNicState nic;
-    nic.name = "vmk0";
+    nic.name = "nex0";
     nic.mac = uplink ? uplink->mac : "00:50:56:00:00:01";
     nic.management = true;
     nic.portGroup = "Management Network";
@@ -303,7 +303,7 @@ void AutoConfigNetwork(HostState& state) {
     nic.ipv6RouterAdvertised = true;
     net.nics.push_back(nic);
   }
-  EnsureLease(state, *FindNic(state, "vmk0"));
+  EnsureLease(state, *FindNic(state, "nex0"));
 }
 
 void ResetConfiguration(HostState& state) {

@@ -18,6 +18,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// A member that is read but never written.
+struct ReadOnly {
+  const char* key;
+};
+
 // One list of members per record, shared by the reader and the writer, so
 // the JSON names can never drift apart from each other.
 template <class V>
@@ -221,7 +226,10 @@ void Fields(VmState& s, V& v) {
 template <class V>
 void Fields(AccountState& s, V& v) {
   v("user", s.user);
-  v("password", s.password);
+  // A description may give a password so that `init` can seed the PAM
+  // password database (mode 0600); host.json is world-readable and never
+  // gets it back.
+  v(ReadOnly{"password"}, s.password);
 }
 template <class V>
 void Fields(FirewallRulesetState& s, V& v) {
@@ -281,6 +289,8 @@ struct Writer {
   void operator()(const char* key, const T& value) {
     out[key] = ToJ(value);
   }
+  template <class T>
+  void operator()(ReadOnly, const T&) {}
 };
 
 template <class T>
@@ -319,6 +329,10 @@ struct Reader {
     if (it != in.end()) {
       FromJ(*it, value, path.empty() ? std::string(key) : path + "." + key);
     }
+  }
+  template <class T>
+  void operator()(ReadOnly member, T& value) {
+    (*this)(member.key, value);
   }
 };
 

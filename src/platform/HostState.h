@@ -14,7 +14,7 @@ namespace Platform {
 struct ProductState {
   std::string name = "Tarvik";
   std::string version = "8.0.2";
-  std::string build = "21203435";
+  std::string build = "3070001";
   std::string kernelVersion = "8.0.2";
   std::string compilationOption = "release";
 };
@@ -119,7 +119,7 @@ struct DVSwitchState {
 };
 
 struct NexNicState {
-  std::string name;  // "vmk0"
+  std::string name;  // "nex0"
   std::string mac;
   bool enabled = true;
   bool management = false;
@@ -218,6 +218,8 @@ struct VmState {
 
 struct AccountState {
   std::string user;
+  // Only from a host description, to seed the PAM password database; never
+  // stored in host.json (empty in a state read from there).
   std::string password;
 };
 

@@ -117,28 +117,28 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         RefusedCase{"WrongPassword", "root", "nope", "", "", "Authentication failed", kInvalid,
                     "Authentication of user root failed", "Authentication of user root failed",
-                    "login.connect user=root success=0 reason=Invalid Login", ""},
+                    "login.connect user=root success=0 reason=\"Invalid Login\"", ""},
         RefusedCase{"UnknownUser", "nobody", "merel", "", "", "Authentication failed", kInvalid,
                     "Authentication of user nobody failed", "Authentication of user nobody failed",
-                    "login.connect user=nobody success=0 reason=Invalid Login", ""},
+                    "login.connect user=nobody success=0 reason=\"Invalid Login\"", ""},
         // PAM_NEW_AUTHTOK_REQD (12).
         RefusedCase{"Expired", "root", "merel", "", "expired", "Authentication Denied", kExpired,
                     "Password has expired for user root", "Access denied for user root",
-                    "login.connect user=root success=0 reason=Password expired", ""},
+                    "login.connect user=root success=0 reason=\"Password expired\"", ""},
         // The account stack runs only after a good password.
         RefusedCase{"ExpiredWrongPassword", "root", "nope", "", "expired", "Authentication failed",
                     kInvalid, "Authentication of user root failed",
                     "Authentication of user root failed",
-                    "login.connect user=root success=0 reason=Invalid Login", ""},
+                    "login.connect user=root success=0 reason=\"Invalid Login\"", ""},
         // PAM_PERM_DENIED (6), from the account module or from pam_matrix
         // for an account of another service. The password is kept.
         RefusedCase{"Denied", "root", "merel", "", "denied", "Authentication Denied", kNoPermission,
                     "Access denied for user root", "Access denied for user root",
-                    "login.connect user=root success=0 reason=No permission", "*****"},
+                    "login.connect user=root success=0 reason=\"No permission\"", "*****"},
         RefusedCase{"OtherService", "sshonly", "pw", "sshonly:pw:sshd\n", "",
                     "Authentication Denied", kNoPermission, "Access denied for user sshonly",
                     "Access denied for user sshonly",
-                    "login.connect user=sshonly success=0 reason=No permission", "**"}),
+                    "login.connect user=sshonly success=0 reason=\"No permission\"", "**"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {

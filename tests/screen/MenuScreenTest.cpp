@@ -130,7 +130,7 @@ TEST(MenuScreenTest, EscapeOrIdlingLogsOut) {
         << host.Syslog();
     EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log",
                                      std::string("login.disconnect user=root success=1 reason=") +
-                                         (idle ? "Time out" : "Session closed")))
+                                         (idle ? "\"Time out\"" : "\"Session closed\"")))
         << host.AuditLog();
     EXPECT_TRUE(console->WaitForText("<F2> Customize System/View Logs")) << console->Text();
   }

@@ -17,7 +17,7 @@ namespace {
 using namespace MerelMenuTest;
 
 const char kHeading[] = "To manage this host go to:";
-const char kDemoProduct[] = "Tarvik 8.0.2 (Nexel 8.0.2 Build 22380479)";
+const char kDemoProduct[] = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
 
 // The row holding `text`, or -1.
 int RowOf(const Terminal& console, const std::string& text) {
@@ -254,7 +254,7 @@ TEST(WelcomeScreenTest, IdleSessionTimesOutBackToTheWelcomeScreen) {
   EXPECT_TRUE(host.WaitForSyslog("user.info User root logged out due to time out"))
       << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log",
-                                   "login.disconnect user=root success=1 reason=Time out"))
+                                   "login.disconnect user=root success=1 reason=\"Time out\""))
       << host.AuditLog();
   ASSERT_TRUE(WaitForWelcome(*console)) << console->Text();
   EXPECT_GE(RowOf(*console, kDemoProduct), 0) << console->Text();

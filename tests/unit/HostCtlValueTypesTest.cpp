@@ -45,18 +45,18 @@ const TextCases kTexts[] = {
      {"0.0.0.0", "255.0.255.0", "255.255.255.1", "0.255.255.255", "garbage"}},
     {&Ipv6Address::IsValidAddress,
      Make<Ipv6Address>,
-     {"::", "fe80::1%vmk0", "fe80::1%eth0.10", "::ffff:192.0.2.1",
+     {"::", "fe80::1%nex0", "fe80::1%eth0.10", "::ffff:192.0.2.1",
       "2001:0db8:0000:0000:0000:0000:0000:0001"},
      {"", ":", "fe80::1%", "fe80::1%a b", "2001:db8::5::1", "12345::", "2001:db8::/64", "1.2.3.4",
       "1:2:3:4:5:6:7:8:9"}},
     {[](const std::string& t) { return Ipv6Address(t).IsLinkLocal(); },
      nullptr,
-     {"fe80::1", "fe80::1%vmk0", "febf:ffff::1"},
+     {"fe80::1", "fe80::1%nex0", "febf:ffff::1"},
      {"fec0::1", "fe7f::1", "ff02::1", "::1"}},
     {&Ipv6Network::IsValidAddressAndNetmask,
      Make<Ipv6Network>,
      {"2001:db8::5/64", "::1/128", "2001:db8::5/1"},
-     {"2001:db8::5", "2001:db8::5/0", "2001:db8::5/129", "2001:db8::5/64a", "fe80::1%vmk0/64",
+     {"2001:db8::5", "2001:db8::5/0", "2001:db8::5/129", "2001:db8::5/64a", "fe80::1%nex0/64",
       "2001:db8::5/", "/64", "10.0.0.1/24", "2001:db8::5/-1", "2001:db8::5/0064"}},
     {&MacAddress::IsValid,
      Make<MacAddress>,
@@ -90,7 +90,7 @@ TEST(HostCtlValueTypesTest, CanonicalAndScopedForms) {
   const char* cases[][3] = {
       // text, plain and scoped forms
       {"2001:0db8:0:0:0:0:0:1", "2001:db8::1", "2001:db8::1"},
-      {"fe80::1%vmk0", "fe80::1", "fe80::1%vmk0"},
+      {"fe80::1%nex0", "fe80::1", "fe80::1%nex0"},
       {"FE80::A", "fe80::a", "fe80::a"},
       {"::", "::", ""},  // an empty gateway has an empty scoped form
   };
@@ -103,8 +103,8 @@ TEST(HostCtlValueTypesTest, CanonicalAndScopedForms) {
 }
 
 TEST(HostCtlValueTypesTest, EqualityIgnoresZoneAndBookkeepingButNotFamily) {
-  const IpAddress& a = Ipv6Address("fe80::1%vmk0");
-  const IpAddress& b = Ipv6Address("fe80::1%vmk1");
+  const IpAddress& a = Ipv6Address("fe80::1%nex0");
+  const IpAddress& b = Ipv6Address("fe80::1%nex1");
   EXPECT_TRUE(a == b);
   const IpAddress& v4 = Ipv4Address("1.2.3.4");
   const IpAddress& mapped = Ipv6Address("::ffff:1.2.3.4");

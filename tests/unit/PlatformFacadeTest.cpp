@@ -57,7 +57,7 @@ TEST(PlatformFacadeTest, ManagementInterfaceLookup) {
     ASSERT_EQ(nic != nullptr, c.ipv4 != nullptr) << c.fixture;
     if (!nic)
       continue;
-    EXPECT_EQ(nic->GetName(), "vmk0");
+    EXPECT_EQ(nic->GetName(), "nex0");
     EXPECT_EQ(nic->GetIpConfig().GetUseDhcp(), c.dhcp) << c.fixture;
     EXPECT_EQ(nic->GetIpConfig().GetIpv4Address().GetStringAddress(), c.ipv4);
     EXPECT_EQ(Net::RoutingInfoImpl(kStack).GetNexelDefaultGateway().GetStringAddress(), c.gateway);
@@ -101,8 +101,8 @@ TEST(PlatformFacadeTest, DnsNamesAndServersAreReadAndWrittenThrough) {
   EXPECT_EQ(dns.GetHostname(), "merel-demo");
   EXPECT_EQ(dns.GetDomain(), "example.test");
   EXPECT_THROW(Net::DnsConfigImpl("otherStack").GetHostname(), HostCtlException);
-  dns.SetFqdn("esx1.corp.test");
-  EXPECT_EQ(dns.GetHostname(), "esx1");
+  dns.SetFqdn("host1.corp.test");
+  EXPECT_EQ(dns.GetHostname(), "host1");
   EXPECT_EQ(dns.GetDomain(), "corp.test");
   EXPECT_THROW(dns.SetHostname("a.b"), HostCtlException);
   EXPECT_THROW(dns.SetHostname(""), HostCtlException);
@@ -129,7 +129,7 @@ TEST(PlatformFacadeTest, AdvancedOptionsAreSharedWithTheHostTools) {
   EXPECT_EQ(Value("/UserVars/MerelTimeOut"), 600);
   EXPECT_EQ(options.FindOption("/UserVars/NoSuchOption"), nullptr);
   EXPECT_THROW(options.SetIntegerOption("/UserVars/MerelTimeOut", 100000), HostCtlException);
-  EXPECT_THROW(options.SetIntegerOption("/Annotations/WelcomeMessage", 1), HostCtlException);
+  EXPECT_THROW(options.SetIntegerOption("/UserVars/WelcomeMessage", 1), HostCtlException);
   options.SetIntegerOption("/UserVars/MerelTimeOut", 120);
   // A tool started by the console sees the change, and the console the
   // tool's; the tool's output stays off the terminal.

@@ -5,16 +5,20 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "HostCtl/HostCtlException.h"
+#include "HostLibraries.h"
 #include "HostState.h"
 #include "SimHostTestSupport.h"
 #include "backends/HostStore.h"
+#include "backends/RecordText.h"
 #include "backends/SimHostInit.h"
 
 namespace {
@@ -121,7 +125,7 @@ TEST(SimHostStateTest, DefaultsFillOnlyWhatADescriptionLeavesOut) {
 
 TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
   const std::string nic = R"({"network": {"vswitches": [{"name": "vs", "portGroups":
-      [{"name": "pg"}]}], "nics": [{"name": "vmk0", "portGroup": "pg", )";
+      [{"name": "pg"}]}], "nics": [{"name": "nex0", "portGroup": "pg", )";
   struct {
     std::string json;  // empty: no file at all
     const char* expected;
@@ -130,7 +134,7 @@ TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
       {"{", "invalid host state: not valid JSON"},
       {R"({"welcomMessage": ""})", "invalid host state: welcomMessage: unknown member"},
       {R"({"bootCount": "two"})", "invalid host state: bootCount: expected an integer"},
-      {R"({"network": {"nics": [{"name": "vmk0", "portGroup": "nope"}]}})",
+      {R"({"network": {"nics": [{"name": "nex0", "portGroup": "nope"}]}})",
        "invalid host state: network.nics[0].portGroup: unknown port group \"nope\""},
       {nic + R"("ipv4Address": "10.0.0.300"}]}})",
        "invalid host state: network.nics[0].ipv4Address: not an IPv4 address: \"10.0.0.300\""},
@@ -224,7 +228,7 @@ TEST(SimHostStoreTest, FailedChangesLeaveTheOldStateWhole) {
 TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
   TempDir dir;
   std::string bad = dir.Path() + "/bad.json", root = dir.Path() + "/r";
-  std::ofstream(bad) << R"({"network": {"nics": [{"name": "vmk0"}]}})";
+  std::ofstream(bad) << R"({"network": {"nics": [{"name": "nex0"}]}})";
   std::string errors;
   EXPECT_EQ(RunSim("init '" + root + "' '" + bad + "'", &errors), 1);
   EXPECT_EQ(errors, "merel-sim: " + bad +
@@ -239,6 +243,37 @@ TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
   EXPECT_EQ(RunSim("init '" + root + "'", &errors), 1);
   EXPECT_NE(errors.find("/r/host.json: already exists"), std::string::npos) << errors;
   EXPECT_EQ(ReadFile(root + "/host.json"), before);
+}
+
+// host.json is world-readable and rewritten by every tool; the passwords of
+// a description belong only in the PAM password database, which only its
+// owner may read.
+TEST(SimHostInitTest, PasswordsStayInThePrivatePasswordDatabase) {
+  TempDir dir;
+  const std::string root = dir.Path() + "/root";
+  std::ofstream(dir.Path() + "/host.json") << R"({"accounts": [
+      {"user": "root", "password": "Pa55 w0rd!"}, {"user": "ops", "password": "s3cret-ops"}]})";
+  ASSERT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/host.json'"), 0);
+  Platform::Install(std::make_unique<Platform::SimBackend>(root));
+  // A tool run rewrites host.json; the accounts (without passwords) are still known.
+  EXPECT_EQ(RunTool({"/bin/rovi-cmd", "-U", "ops", "internalsvc/refresh"}).status, 0);
+  Platform::Install(nullptr);
+  std::string shown = dir.Path() + "/shown";
+  ASSERT_EQ(ExitCode(std::system(
+                (std::string("'") + MEREL_SIM_BIN + "' show '" + root + "' >" + shown).c_str())),
+            0);
+
+  struct stat passdb {};
+  ASSERT_EQ(stat((root + "/etc/pam_matrix.passwd").c_str(), &passdb), 0);
+  EXPECT_EQ(passdb.st_mode & 0777, 0600u);
+  EXPECT_EQ(ReadFile(root + "/etc/pam_matrix.passwd"),
+            "root:Pa55 w0rd!:merel\nops:s3cret-ops:merel\n");
+  for (const std::string& file : {root + "/host.json", shown}) {
+    std::string text = ReadFile(file);
+    EXPECT_NE(text.find("\"ops\""), std::string::npos) << file;
+    for (const char* secret : {"Pa55", "s3cret", "password"})
+      EXPECT_EQ(text.find(secret), std::string::npos) << file << " holds " << secret;
+  }
 }
 
 TEST(PlatformSelectTest, BadRootGivesOneLineAndNoRootGivesThePersistentDemoHost) {
@@ -407,11 +442,11 @@ TEST(SimHostToolsTest, ToolsAnswerAndChangeTheHost) {
       {ip4, "rovi-cmd -U root hostsvc/stop_ssh", 0,
        HOLDS(!On(s, "SSH") && !s.firewall.at(0).enabled)},
       {ip4, "rovi-cmd -U root no/such/command", 1},
-      {ip4, "nexping 10.20.30.1 -I vmk0", 0},          // gateway
+      {ip4, "nexping 10.20.30.1 -I nex0", 0},          // gateway
       {ip4, "nexping 10.20.30.2", 0},                  // reachable DNS
       {ip4, "nexping 10.20.30.99", 1},                 // nobody
-      {ip4, "nexping fe80::1%vmk0 -I vmk0", 1},        // no IPv6 peer
-      {ip4, "nexping fe80::21b:21ff:feaa:0%vmk0", 0},  // own
+      {ip4, "nexping fe80::1%nex0 -I nex0", 1},        // no IPv6 peer
+      {ip4, "nexping fe80::21b:21ff:feaa:0%nex0", 0},  // own
       {ip4, "nexping not-an-address", 2},
       {lock, "rovi-cmd -U root rovisvc/auth/lockdown_is_possible", 0, nullptr, "true\n"},
       {lock, "rovi-cmd -U root rovisvc/auth/lockdown_mode_enter", 0, HOLDS(s.lockdown.enabled)},
@@ -468,11 +503,160 @@ TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
   // a file the tool opens then must not be taken for its output.
   std::string before = root.File("/host.json");
   for (auto [target, status] : {std::pair{"192.168.10.1", 0}, std::pair{"10.99.99.99", 1}}) {
-    std::string command = std::string("nexping ") + target + " -I vmk0";
+    std::string command = std::string("nexping ") + target + " -I nex0";
     EXPECT_EQ(ExitCode(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
     EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
   }
   EXPECT_EQ(root.File("/host.json"), before);
+}
+
+// Reads back what the record logs escape: '\' followed by '"', '\', n, r, t
+// or xHH.
+std::string Unescape(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\' || i + 1 == text.size()) {
+      out += text[i];
+      continue;
+    }
+    char c = text[++i];
+    if (c == 'n')
+      out += '\n';
+    else if (c == 'r')
+      out += '\r';
+    else if (c == 't')
+      out += '\t';
+    else if (c == 'x' && i + 2 < text.size()) {
+      out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else
+      out += c;
+  }
+  return out;
+}
+
+// Splits a record line into its words the way a reader of the log would:
+// at spaces outside double quotes, quotes removed, escapes read back.
+std::vector<std::string> Words(const std::string& line) {
+  std::vector<std::string> words;
+  std::string word, raw;
+  bool quoted = false, any = false;
+  auto flush = [&] {
+    if (any)
+      words.push_back(word + Unescape(raw));
+    word.clear(), raw.clear(), any = false;
+  };
+  for (size_t i = 0; i < line.size(); ++i) {
+    char c = line[i];
+    if (quoted) {
+      if (c == '\\' && i + 1 < line.size())
+        raw += c, raw += line[++i];
+      else if (c == '"')
+        quoted = false;
+      else
+        raw += c;
+    } else if (c == ' ') {
+      flush();
+    } else if (c == '"') {
+      word += Unescape(raw), raw.clear();
+      quoted = any = true;
+    } else {
+      raw += c, any = true;
+    }
+  }
+  flush();
+  return words;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+// A login name is typed by whoever sits at the console. Whatever it holds,
+// each log gets exactly one record for it, with no field or line of its
+// own making, and the name can be read back intact.
+TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
+  const std::string hostile[] = {
+      "root success=1",
+      "root\n2024-05-14T07:10:00.000Z login.connect user=root success=1",
+      "ro\"ot \" success=1",
+      "back\\slash\\\" success=1",
+      "bell\a esc\x1b[2J cr\r tab\t del\x7f",
+      "",
+      "a=b",
+      "r\xc3\xb6\xc3\xb6t",  // UTF-8 stays as it is
+  };
+  // A lambda per value, so that a failed ASSERT ends only that value's case.
+  auto check = [](const std::string& value) {
+    SimRoot root;
+    std::ofstream(root.Path() + "/var/log/obsvd.log", std::ios::trunc);
+    std::ofstream(root.Path() + "/var/log/syslog.log", std::ios::trunc);
+
+    AuditLog_Session("login.connect", value.c_str(), 0, "reason", value.c_str());
+    auto audit = Lines(root.File("/var/log/audit.log"));
+    ASSERT_EQ(audit.size(), 1u) << root.File("/var/log/audit.log");
+    auto words = Words(audit[0]);
+    ASSERT_EQ(words.size(), 5u) << audit[0];
+    EXPECT_EQ(words[1], "login.connect");
+    EXPECT_EQ(words[2], "user=" + value);
+    EXPECT_EQ(words[3], "success=0");
+    EXPECT_EQ(words[4], "reason=" + value);
+
+    ASSERT_EQ(ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Authentication of user "
+                                  "%s failed",
+                                  value.c_str()),
+              0);
+    auto events = Lines(root.File("/var/log/obsvd.log"));
+    ASSERT_EQ(events.size(), 1u) << root.File("/var/log/obsvd.log");
+    std::string prefix = " [obsv.user.merel.login.failed] ";
+    size_t at = events[0].find(prefix);
+    ASSERT_NE(at, std::string::npos) << events[0];
+    EXPECT_EQ(Unescape(events[0].substr(at + prefix.size())),
+              "Authentication of user " + value + " failed");
+
+    Platform::OpenLog("MEREL", LOG_PID, LOG_AUTH);
+    Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", value.c_str());
+    std::string syslog = root.File("/var/log/syslog.log");
+    ASSERT_EQ(Lines(syslog).size(), 1u) << syslog;
+    EXPECT_TRUE(std::none_of(syslog.begin(), syslog.end() - 1, [](unsigned char c) {
+      return c < 0x20 || c == 0x7f;
+    })) << syslog;
+
+    std::vector<std::string> invocation = {"rovi-cmd", "-U", value, "internalsvc/refresh"};
+    RunTool({"/bin/rovi-cmd", "-U", value, "internalsvc/refresh"});
+    auto tools = Lines(root.File("/var/log/tools.log"));
+    ASSERT_EQ(tools.size(), 1u) << root.File("/var/log/tools.log");
+    EXPECT_EQ(Words(tools[0]), invocation) << tools[0];
+  };
+  for (const std::string& value : hostile) {
+    SCOPED_TRACE(::testing::Message() << "value " << ::testing::PrintToString(value));
+    check(value);
+  }
+}
+
+// The quoting itself, where a reader could be misled by a lone character.
+TEST(SimHostRecordTest, ValuesAreQuotedOnlyWhenTheyNeedIt) {
+  const struct {
+    const char* value;
+    bool equalsIsPlain;
+    const char* written;
+  } cases[] = {
+      {"root", false, "root"},
+      {"", false, "\"\""},
+      {"a=b", false, "\"a=b\""},
+      {"/UserVars/MerelTimeOut=5", true, "/UserVars/MerelTimeOut=5"},
+      {"Invalid Login", false, "\"Invalid Login\""},
+      {"q\"\\", false, "\"q\\\"\\\\\""},
+      {"\n\x01", false, "\"\\n\\x01\""},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Platform::QuoteRecordValue(c.value, c.equalsIsPlain), c.written) << c.value;
+  EXPECT_EQ(Platform::EscapeSyslogText("a\nb\tc"), "a#012b#011c");
+  EXPECT_EQ(Platform::RecordToken("obsv.user id]"), "obsv.user_id_");
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ void CheckFactoryAndProductLine() {
   std::filesystem::rename(json, json + ".away");
   ok = ok && std::string(table->GetString(2)).empty();  // unreadable: empty, asked again
   std::filesystem::rename(json + ".away", json);
-  const std::string product = "Tarvik 8.0.2 (Nexel 8.0.2 Build 22380479)";
+  const std::string product = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
   ok = ok && table->GetString(2) == product;
   Platform::Current().Modify([](Platform::HostState& state) { state.product.name = "Other"; });
   ok = ok && table->GetString(2) == product;  // computed once

@@ -15,6 +15,7 @@
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/IpAddress.h"
 #include "HostModel.h"
+#include "backends/RecordText.h"
 #include "backends/SimBackend.h"
 
 namespace MerelSim {
@@ -377,15 +378,11 @@ int InitScript(Context& c) {
 }  // namespace
 
 std::string FormatInvocation(const std::string& name, const std::vector<std::string>& args) {
-  std::string line = name;
-  for (const auto& arg : args) {
-    line += " ";
-    if (arg.empty() || arg.find_first_of(" \t") != std::string::npos) {
-      line += "\"" + arg + "\"";
-    } else {
-      line += arg;
-    }
-  }
+  // One invocation per line, one word per argument, whatever the arguments
+  // hold (a user name the console passed on with "-U" may hold anything).
+  std::string line = Platform::QuoteRecordValue(name, true);
+  for (const auto& arg : args)
+    line += " " + Platform::QuoteRecordValue(arg, true);
   return line;
 }
 

@@ -10,8 +10,9 @@ namespace MerelSim {
 // tool name); returns its exit status. Unknown tools exit 127.
 int RunTool(const std::string& root, const std::string& name, const std::vector<std::string>& args);
 
-// The tools.log line for one invocation: words separated by spaces, a word
-// with spaces (or an empty one) in double quotes.
+// The tools.log line for one invocation: words separated by spaces; a word
+// that is empty or holds a space, quote, backslash or control character is
+// in double quotes with those escaped (Platform::QuoteRecordValue).
 std::string FormatInvocation(const std::string& name, const std::vector<std::string>& args);
 
 }  // namespace MerelSim

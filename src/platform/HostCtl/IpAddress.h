@@ -23,7 +23,7 @@ class IpAddress {
 
   // Canonical text ("192.168.1.1", "fe80::1").
   virtual std::string GetStringAddress() const = 0;
-  // Text including an IPv6 zone ("fe80::1%vmk0"); for IPv4 the same as
+  // Text including an IPv6 zone ("fe80::1%nex0"); for IPv4 the same as
   // GetStringAddress. The unspecified IPv6 address has an empty scoped form.
   virtual std::string GetScopedStringAddress() const { return GetStringAddress(); }
   // Network byte order: 4 bytes for IPv4, 16 for IPv6.
@@ -78,7 +78,7 @@ class Ipv4Address : public IpAddress {
 class Ipv6Address : public IpAddress {
  public:
   Ipv6Address() = default;  // ::
-  // Accepts an optional zone ("fe80::1%vmk0"). Throws HostCtlException when
+  // Accepts an optional zone ("fe80::1%nex0"). Throws HostCtlException when
   // `text` is not an IPv6 address.
   explicit Ipv6Address(const std::string& text);
   explicit Ipv6Address(const char* text) : Ipv6Address(std::string(text)) {}

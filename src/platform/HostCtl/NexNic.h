@@ -1,6 +1,7 @@
-// A kernel NIC of the host (vmk-style interface carrying host traffic). The
-// object only names the interface: every call reads or changes the host's
-// live state, so two NexNic objects for the same name always agree.
+// A kernel NIC of the host (nex0, nex1, ...: an interface carrying host
+// traffic). The object only names the interface: every call reads or
+// changes the host's live state, so two NexNic objects for the same name
+// always agree.
 #pragma once
 
 #include <memory>

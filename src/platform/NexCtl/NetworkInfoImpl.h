@@ -30,7 +30,7 @@ class NetworkInfoImpl {
 
   // Network restore: remove every switch, port group and kernel NIC, then
   // build the factory layout (vSwitch0 with the first connected adapter,
-  // "Management Network", vmk0 on DHCP).
+  // "Management Network", nex0 on DHCP).
   void ClearNetworkConfig();
   void AutoConfigNetwork();
   void DisableNetDumper();

@@ -13,7 +13,7 @@ struct SystemVersion {
   std::string product;        // "Tarvik"
   std::string version;        // "8.0.2"
   std::string kernelVersion;  // "8.0.2"
-  std::string build;          // "21203435"
+  std::string build;          // "3074155"
 };
 
 // Facade over the backend; holds no state between calls. Every call throws

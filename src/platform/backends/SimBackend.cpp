@@ -21,6 +21,7 @@
 
 #include "HostCtl/HostCtlException.h"
 #include "HostModel.h"
+#include "backends/RecordText.h"
 
 namespace Platform {
 
@@ -113,9 +114,8 @@ bool IsShellSafe(const std::string& text) {
 // with a slash (advanced option names such as /UserVars/MerelTimeOut) and
 // the machine's devices (/dev/null), which are left as they are.
 bool IsFileSystemPath(const std::string& word) {
-  static const char* const tops[] = {"bin", "sbin",  "usr",  "etc",  "var",     "tmp",  "opt",
-                                     "lib", "lib64", "home", "root", "scratch", "vmfs", "store",
-                                     "mnt", "srv",   "run",  "boot", "locker"};
+  static const char* const tops[] = {"bin",   "sbin", "usr",  "etc", "var", "tmp", "opt", "lib",
+                                     "lib64", "home", "root", "mnt", "srv", "run", "boot"};
   std::string top = word.substr(
       1, word.find('/', 1) == std::string::npos ? std::string::npos : word.find('/', 1) - 1);
   for (const char* candidate : tops) {
@@ -294,7 +294,7 @@ void SimBackend::WriteSyslog(const std::string& ident,
                              int facility,
                              int level,
                              const std::string& message) {
-  std::string line = LogTimestamp() + " " + ident;
+  std::string line = LogTimestamp() + " " + EscapeSyslogText(ident);
   if (withPid)
     line += "[" + std::to_string(getpid()) + "]";
   line += ": ";
@@ -302,12 +302,12 @@ void SimBackend::WriteSyslog(const std::string& ident,
   line += ".";
   line += LevelName(level);
   line += " ";
-  // One record is one line, as syslogd would store it.
-  std::string text = message;
+  // One record is one line, as syslogd would store it: a message's own line
+  // breaks (a login name may hold one) must not start a record of their own.
+  std::string_view text = message;
   while (!text.empty() && text.back() == '\n')
-    text.pop_back();
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  AppendLine("/var/log/syslog.log", line + text);
+    text.remove_suffix(1);
+  AppendLine("/var/log/syslog.log", line + EscapeSyslogText(text));
 }
 
 bool SimBackend::SwitchVirtualTerminal(int vt) {
@@ -400,11 +400,11 @@ void SimBackend::PostEvent(const std::string& text) {
   std::string line = LogTimestamp() + " ";
   if (text.rfind(prefix, 0) == 0 && text.find(')') != std::string::npos) {
     size_t close = text.find(')');
-    line += "[" + text.substr(prefix.size(), close - prefix.size()) + "] " + text.substr(close + 1);
+    line += "[" + RecordToken(text.substr(prefix.size(), close - prefix.size())) + "] " +
+            EscapeRecordText(text.substr(close + 1));
   } else {
-    line += text;
+    line += EscapeRecordText(text);
   }
-  std::replace(line.begin(), line.end(), '\n', ' ');
   AppendLine("/var/log/obsvd.log", line);
 }
 
@@ -413,11 +413,12 @@ void SimBackend::WriteAudit(const std::string& record,
                             bool success,
                             const std::string& name,
                             const std::string& value) {
-  std::string line =
-      LogTimestamp() + " " + record + " user=" + user + " success=" + (success ? "1" : "0");
+  // Fields are "name=value"; a value with a space, quote or control
+  // character is quoted, so a login name cannot add a field or a line.
+  std::string line = LogTimestamp() + " " + RecordToken(record) +
+                     " user=" + QuoteRecordValue(user) + " success=" + (success ? "1" : "0");
   if (!name.empty())
-    line += " " + name + "=" + value;
-  std::replace(line.begin(), line.end(), '\n', ' ');
+    line += " " + RecordToken(name) + "=" + QuoteRecordValue(value);
   AppendLine("/var/log/audit.log", line);
 }
 

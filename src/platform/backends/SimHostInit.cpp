@@ -162,22 +162,22 @@ std::string LogContent(const std::string& log, const HostState& state) {
   std::ostringstream out;
   if (log == "syslog.log") {
     out << day << "0:01.114Z syslogd[2101]: syslogd started, log files in /var/log\n"
-        << day << "0:02.530Z hostd-probe[2310]: management agent probe ok\n"
+        << day << "0:02.530Z mgmtd[2501]: management agent answering on port 443\n"
         << day << "0:03.002Z sshd[2402]: SSH service is disabled\n"
         << day << "0:05.871Z crond[2233]: crond started\n";
   } else if (log == "nexel.log") {
-    out << day << "0:00.001Z cpu0:1)Boot: Nexel " << state.product.kernelVersion << " build-"
+    out << day << "0:00.001Z nexel: starting Nexel " << state.product.kernelVersion << " build-"
         << state.product.build << "\n"
-        << day << "0:00.412Z cpu0:1)Memory: " << state.hardware.memory.totalPages << " pages of "
+        << day << "0:00.412Z nexel: memory: " << state.hardware.memory.totalPages << " pages of "
         << state.hardware.memory.pageSize << " bytes\n";
     for (const auto& pnic : state.network.pnics) {
-      out << day << "0:01.210Z cpu2:1044)Uplink: " << pnic.name << " "
+      out << day << "0:01.210Z nexel: " << pnic.name << ": "
           << (pnic.linkUp ? "link up" : "link down") << ", driver " << pnic.driver << "\n";
     }
   } else if (log == "hostboot.log") {
-    out << day << "0:00.500Z jumpstart: executing plugin 'network'\n"
-        << day << "0:00.910Z jumpstart: hostname set to " << fqdn << "\n"
-        << day << "0:01.300Z jumpstart: all plugins completed\n";
+    out << day << "0:00.500Z hostinit: configuring the network\n"
+        << day << "0:00.910Z hostinit: hostname set to " << fqdn << "\n"
+        << day << "0:01.300Z hostinit: configuration complete\n";
   } else if (log == "mgmtd.log") {
     out << day << "0:04.001Z info mgmtd[2501] Starting management agent " << state.product.version
         << "\n"
