@@ -53,6 +53,7 @@ const char* const kKeyTable[] = {
     // Keys the screens act on by their byte.
     "\r", "\n", "\t", " ", "\x1b"};
 constexpr size_t kKeyTableSize = sizeof(kKeyTable) / sizeof(kKeyTable[0]);
+static_assert(kKeyTableSize == 68 + 5, "the 68 sequences of the key table and 5 plain keys");
 
 constexpr char kCtrlC = 0x03, kCtrlQ = 0x11, kCtrlS = 0x13, kCtrlZ = 0x1a, kCtrlBackslash = 0x1c;
 const milliseconds kHangLimit(5000);
