@@ -63,6 +63,7 @@ struct Options {
   long keys = 20000;
   std::string term = "xterm";
   bool verbose = false;
+  bool keepGoing = false;  // report a failure, start a new console, go on
 };
 
 std::string Printable(const std::string& bytes) {
@@ -105,7 +106,8 @@ class Monkey {
   bool Start();
   bool Step(long index);
   bool Fail(const std::string& what);
-  bool CheckExit();
+  bool CheckExit(bool restart = true);
+  std::string Unrestored() const;
   bool CheckSanitizerLogs();
   bool Probe();
   void Record(const std::string& action) {
@@ -126,11 +128,13 @@ class Monkey {
   std::unique_ptr<Terminal> _terminal;
   std::deque<std::string> _recent;
   std::string _failure;
+  long _failures = 0;
   long _starts = 0, _exits = 0, _probes = 0, _pastes = 0, _resizes = 0, _logins = 0;
 };
 
 bool Monkey::Fail(const std::string& what) {
   _failure = what;
+  ++_failures;
   fprintf(stderr, "\nmerel-monkey: FAILED: %s\n", what.c_str());
   fprintf(stderr, "replay with: --seed %llu --keys %ld --term %s\n",
           static_cast<unsigned long long>(_options.seed), _options.keys, _options.term.c_str());
@@ -142,7 +146,7 @@ bool Monkey::Fail(const std::string& what) {
     fprintf(stderr, "screen:\n%s\n", _terminal->Text().c_str());
   }
   fprintf(stderr, "sanitizer logs (if any) kept in %s\n", _logDir.c_str());
-  return false;
+  return _options.keepGoing;
 }
 
 bool Monkey::Start() {
@@ -166,39 +170,70 @@ bool Monkey::Start() {
 }
 
 // The console has ended (or is ending): how it ended, and what it left.
-bool Monkey::CheckExit() {
+bool Monkey::CheckExit(bool restart) {
   const auto status = _terminal->WaitForExit(kHangLimit);
   if (!status) {
     return true;  // still running after all
   }
   ++_exits;
-  if (!status->exited) {
-    return Fail("the console was " + status->Describe());
+  // A memory fault reported on the way out outranks how the process ended.
+  const long failures = _failures;
+  if (!CheckSanitizerLogs()) {
+    return false;
   }
-  if (status->code != 0) {
-    return Fail("the console " + status->Describe());
+  if (_failures > failures) {
+    // reported; the exit status only repeats it
+  } else if (!status->exited) {
+    if (!Fail("the console was " + status->Describe())) {
+      return false;
+    }
+  } else if (status->code != 0) {
+    if (!Fail("the console " + status->Describe())) {
+      return false;
+    }
+  } else if (std::string left = Unrestored(); !left.empty()) {
+    if (!Fail("the console ended leaving " + left)) {
+      return false;
+    }
+  } else {
+    Record("(console ended with status 0; terminal restored)");
   }
+  return !restart || Start();
+}
+
+// What of the terminal the console did not put back, "" when all of it.
+std::string Monkey::Unrestored() const {
+  std::string left;
   struct termios attributes = {};
-  if (tcgetattr(_terminal->MasterFd(), &attributes) == 0 &&
-      ((attributes.c_lflag & ECHO) == 0 || (attributes.c_lflag & ICANON) == 0)) {
-    return Fail(std::string("the console ended leaving the terminal without") +
-                ((attributes.c_lflag & ECHO) == 0 ? " ECHO" : "") +
-                ((attributes.c_lflag & ICANON) == 0 ? " ICANON" : ""));
+  if (tcgetattr(_terminal->MasterFd(), &attributes) == 0) {
+    if ((attributes.c_lflag & ECHO) == 0) {
+      left += " echo off,";
+    }
+    if ((attributes.c_lflag & ICANON) == 0) {
+      left += " line mode off,";
+    }
   }
   if (!_terminal->CursorVisible()) {
-    return Fail("the console ended leaving the cursor hidden");
+    left += " the cursor hidden,";
   }
   if (_terminal->AltScreen()) {
-    return Fail("the console ended leaving the alternate screen");
+    left += " the alternate screen,";
   }
-  Record("(console ended with status 0; terminal restored)");
-  return CheckSanitizerLogs() && Start();
+  if (!left.empty()) {
+    left = "the terminal with" + left.substr(0, left.size() - 1);
+  }
+  return left;
 }
 
 bool Monkey::CheckSanitizerLogs() {
   std::string reports;
   for (const auto& entry : fs::directory_iterator(_logDir)) {
+    if (entry.path().filename().string().starts_with("reported")) {
+      continue;
+    }
     reports += "--- " + entry.path().string() + "\n" + ReadText(entry.path().string());
+    std::error_code ignored;  // kept, but reported once
+    fs::rename(entry.path(), _logDir + "/reported-" + entry.path().filename().string(), ignored);
   }
   if (!reports.empty()) {
     fprintf(stderr, "%s\n", reports.substr(0, 8000).c_str());
@@ -259,9 +294,13 @@ bool Monkey::Probe() {
   if (pending == 0 && state == 'S' && Children().empty()) {
     return true;
   }
-  return Fail("hang: no output for " + std::to_string(2 * kHangLimit.count() / 1000) +
-              " s; input bytes unread " + std::to_string(pending) + ", state " + state +
-              ", waiting in " + wchan);
+  if (!Fail("hang: no output for " + std::to_string(2 * kHangLimit.count() / 1000) +
+            " s; input bytes unread " + std::to_string(pending) + ", state " + state +
+            ", waiting in " + wchan)) {
+    return false;
+  }
+  _terminal.reset();  // kills it
+  return Start();
 }
 
 bool Monkey::Send(const std::string& bytes, const std::string& what) {
@@ -282,16 +321,16 @@ bool Monkey::Step(long index) {
     }
   }
   const double roll = std::uniform_real_distribution<double>(0, 1)(_random);
-  if (roll < 0.40) {
+  if (roll < 0.42) {
     Send(std::string(1, static_cast<char>(0x20 + Pick(0x5f))), "printable");
-  } else if (roll < 0.75) {
+  } else if (roll < 0.78) {
     const std::string key = kKeyTable[Pick(kKeyTableSize)];
     Send(key, "key");
     if (key == "\x1b" && Chance(0.5)) {
       // Left alone long enough, it is the Escape key rather than a prefix.
       _terminal->WaitUntilQuiet(milliseconds(40), milliseconds(200));
     }
-  } else if (roll < 0.85) {
+  } else if (roll < 0.88) {
     // A sequence cut short, then (often) a key right after it.
     const std::string key = kKeyTable[Pick(kKeyTableSize)];
     std::string bytes = key.substr(0, 1 + Pick(std::max<size_t>(key.size() - 1, 1)));
@@ -299,7 +338,7 @@ bool Monkey::Step(long index) {
       bytes += kKeyTable[Pick(kKeyTableSize)];
     }
     Send(bytes, "truncated sequence");
-  } else if (roll < 0.93) {
+  } else if (roll < 0.985) {
     // Control bytes that do not end the console on their own.
     char c = static_cast<char>(Pick(0x20));
     if (c == kCtrlC || c == kCtrlZ || c == kCtrlBackslash) {
@@ -309,18 +348,18 @@ bool Monkey::Step(long index) {
     if (c == kCtrlS) {
       Send(std::string(1, kCtrlQ), "control byte (output on again)");
     }
-  } else if (roll < 0.985) {
+  } else if (roll < 0.997) {
     // The way into the menu and everything it opens.
     ++_logins;
     Send("\x1bOQ", "login: F2");
     _terminal->WaitUntilQuiet(milliseconds(30), milliseconds(500));
     Send("merel\r", "login: password");
     _terminal->WaitUntilQuiet(milliseconds(50), milliseconds(2000));
-  } else if (roll < 0.9925) {
+  } else if (roll < 0.998) {
     // Suspend, interrupt and quit: the last two end the console on purpose.
     const char c = std::vector<char>{kCtrlZ, kCtrlZ, kCtrlC, kCtrlBackslash}[Pick(4)];
     Send(std::string(1, c), "signal key");
-  } else if (roll < 0.996) {
+  } else if (roll < 0.999) {
     ++_pastes;
     std::string paste(10 * 1024, '\0');
     for (char& c : paste) {
@@ -370,19 +409,18 @@ int Monkey::Run() {
   }
   // A last orderly end: its terminal is checked like every other.
   _terminal->Signal(SIGTERM);
-  if (!CheckExit() || !CheckSanitizerLogs()) {
-    return 1;
-  }
-  printf("merel-monkey: passed: %ld keys, %ld consoles started, %ld ended on purpose, %ld probes, "
-         "%ld pastes, %ld resizes, %ld logins, %.0f s\n",
-         _options.keys, _starts, _exits, _probes, _pastes, _resizes, _logins,
+  const bool ended = CheckExit(false) && CheckSanitizerLogs();
+  printf("merel-monkey: %s: %ld keys, %ld consoles started, %ld ended, %ld probes, %ld pastes, "
+         "%ld resizes, %ld logins, %ld failure(s), %.0f s\n",
+         ended && _failures == 0 ? "passed" : "FAILED", _options.keys, _starts, _exits, _probes,
+         _pastes, _resizes, _logins, _failures,
          std::chrono::duration<double>(Clock::now() - started).count());
-  return 0;
+  return ended && _failures == 0 ? 0 : 1;
 }
 
 int Usage() {
   fprintf(stderr,
-          "usage: merel-monkey [--seed N] [--keys N] [--term TERM] [--verbose]\n"
+          "usage: merel-monkey [--seed N] [--keys N] [--term TERM] [--verbose] [--keep-going]\n"
           "  the seed defaults to one taken from the clock; it is printed first\n");
   return 2;
 }
@@ -400,6 +438,8 @@ int main(int argc, char** argv) {
       options.keys = strtol(argv[++i], nullptr, 10);
     } else if (arg == "--term" && i + 1 < argc) {
       options.term = argv[++i];
+    } else if (arg == "--keep-going") {
+      options.keepGoing = true;
     } else if (arg == "--verbose") {
       options.verbose = true;
     } else {
