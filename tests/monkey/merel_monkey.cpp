@@ -6,8 +6,8 @@
 // It fails on a crash, a sanitizer report (the console's standard error goes
 // to /dev/null, so the reports are sent to files), a hang, or a terminal left
 // unrestored when the console ends. The console ends on purpose with status 0
-// on Ctrl-C, Ctrl-\ and a resize; then the terminal is checked and a new one
-// is started. The seed and the key count replay a run.
+// on Ctrl-C, Ctrl-\, a hangup and a resize; then the terminal is checked and a
+// new one is started. The seed and the key count replay a run.
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -359,6 +359,12 @@ bool Monkey::Step(long index) {
     // Suspend, interrupt and quit: the last two end the console on purpose.
     const char c = std::vector<char>{kCtrlZ, kCtrlZ, kCtrlC, kCtrlBackslash}[Pick(4)];
     Send(std::string(1, c), "signal key");
+  } else if (roll < 0.9985) {
+    // The line dropped (an SSH session gone): it must end like on any other
+    // termination signal, status 0 and the terminal put back.
+    Record("hangup (SIGHUP)");
+    _terminal->Signal(SIGHUP);
+    _terminal->WaitUntilQuiet(milliseconds(5), milliseconds(50));
   } else if (roll < 0.999) {
     ++_pastes;
     std::string paste(10 * 1024, '\0');
