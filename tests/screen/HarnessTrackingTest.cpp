@@ -1,0 +1,80 @@
+// The measuring side of the harness (used by merel-bench and merel-monkey):
+// it must count only cells that really changed and keep the Linux console's
+// unterminated palette sequences out of the emulator.
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+
+namespace MerelTest {
+namespace {
+
+// A program that writes `first`, then after a pause `second`, then waits.
+std::unique_ptr<Terminal> Writer(const std::string& first,
+                                 const std::string& second,
+                                 bool dropPalette = false) {
+  auto terminal = std::make_unique<Terminal>();
+  terminal->TrackScreen();
+  terminal->DropLinuxPaletteSequences(dropPalette);
+  EXPECT_TRUE(terminal->Start({"/bin/sh", "-c",
+                               "stty raw -echo; printf '%b' \"$1\"; sleep 0.5; printf '%b' \"$2\"; "
+                               "sleep 30",
+                               "writer", first, second}));
+  return terminal;
+}
+
+TEST(HarnessTracking, CountsCellsWhoseTextOrAttributesChanged) {
+  struct Case {
+    const char* name;
+    std::string first, second;
+    int changed;
+  };
+  const Case cases[] = {
+      {"one letter differs", "abc", "\\rabd", 1},
+      {"the same text written again", "abc", "\\rabc", 0},
+      {"the same text in bold", "abc", "\\r\\033[1mabc", 3},
+      {"a cleared line", "abcd", "\\r\\033[K", 4},
+      {"new text on blank cells", "", "xy", 2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto terminal = Writer(c.first, c.second);
+    terminal->WaitUntilQuiet(milliseconds(250));
+    terminal->MarkScreen();
+    const size_t before = terminal->Raw().size();
+    ASSERT_TRUE(terminal->WaitFor([&] { return terminal->Raw().size() > before; }));
+    terminal->WaitUntilQuiet(milliseconds(100));
+    EXPECT_EQ(terminal->ChangedCells(), c.changed);
+  }
+}
+
+TEST(HarnessTracking, DropsLinuxPaletteSequencesEvenWhenSplit) {
+  struct Case {
+    const char* name;
+    std::string first, second, shown;
+  };
+  const Case cases[] = {
+      {"whole", "\\033]P0102030ab", "c", "abc"},
+      {"split inside the digits", "\\033]P01", "02030Q", "Q"},
+      {"split after ESC", "x\\033", "]P7ffffffy", "xy"},
+      {"palette reset", "\\033]Rok", "", "ok"},
+      {"other OSC kept whole", "\\033]0;title\\007t", "", "t"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto terminal = Writer(c.first, c.second, true);
+    ASSERT_TRUE(terminal->WaitForText(c.shown, milliseconds(3000))) << terminal->Text();
+    const std::string text = terminal->Text();
+    EXPECT_EQ(text.substr(0, text.find('\n')), c.shown);
+  }
+}
+
+TEST(HarnessTracking, FollowsCursorVisibilityAndAlternateScreen) {
+  auto terminal = Writer("\\033[?1049h\\033[?25l", "\\033[?25h\\033[?1049l");
+  ASSERT_TRUE(terminal->WaitFor([&] { return terminal->AltScreen(); }));
+  EXPECT_FALSE(terminal->CursorVisible());
+  ASSERT_TRUE(terminal->WaitFor([&] { return !terminal->AltScreen(); }));
+  EXPECT_TRUE(terminal->CursorVisible());
+}
+
+}  // namespace
+}  // namespace MerelTest
