@@ -58,7 +58,7 @@ KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
     items.push_back(std::move(item));
   }
   if (_contentWindow != nullptr) {
-    _list = Window::Make<ItemList>(_contentWindow, 0, 0, _contentWindow->GetWidth(),
+    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
                                    _contentWindow->GetHeight());
     _list->SetItems(std::move(items));
   }

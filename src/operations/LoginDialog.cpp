@@ -156,9 +156,9 @@ LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitle
     Platform::Syslog(LOG_ERR, "Getting smart card support failed: %s", e.what());
   }
   const int width = _titleWindow->GetWidth() - 2 * kFieldsX;
-  _prompt = Window::Make<TextArea>(_titleWindow, kFieldsX, kPromptY, width, kPromptHeight,
+  _prompt = &_titleWindow->AddChild<TextArea>(kFieldsX, kPromptY, width, kPromptHeight,
                                    _titleWindow->GetForeground());
-  _list = Window::Make<ItemList>(_titleWindow, kFieldsX, kListY, width, kListRows);
+  _list = &_titleWindow->AddChild<ItemList>(kFieldsX, kListY, width, kListRows);
   BuildItems("root");
 }
 
@@ -191,7 +191,7 @@ void LoginDialog::BuildItems(const std::string& name) {
 void LoginDialog::ShowTexts() {
   SetTitle(_strings->GetString(kTitle));
   _prompt->SetText(std::string(_strings->GetString(_pinMode ? kPinPrompt : kPasswordPrompt)) +
-                   TextArea::GetHostnameValue());
+                   TextArea::VariableValue("hostname"));
   SetFooter(_smartCardSupported && !_pinMode ? std::string(kSmartCardSwitch) + kOkCancelFooter
                                              : std::string(kOkCancelFooter));
 }

@@ -27,7 +27,7 @@ LoginDisabledDialog::LoginDisabledDialog(Frame* parent)
 
 int LoginDisabledDialog::Loop() {
   SetTitle(_strings->GetString(kTitle));
-  SetText(std::string(_strings->GetString(kMessage)) + TextArea::GetHostnameValue());
+  SetText(std::string(_strings->GetString(kMessage)) + TextArea::VariableValue("hostname"));
   SetFooter(kOkFooter);
   // Nobody is logged in, so no idle limit applies.
   while (Frame::WaitForKey(this, false) != kKeyEnter) {

@@ -38,20 +38,39 @@ Window::Window(Window* parent, int x, int y, int width, int height, int backgrou
       _background(background == -1 ? parent->_background : background),
       _foreground(foreground == -1 ? parent->_foreground : foreground) {
   _window = subwin(parent->_window, height, width, _y, _x);
-  parent->_children.push_back(this);
 }
 
 Window::~Window() {
-  if (_parent != nullptr) {
-    _parent->_children.remove(this);
-  }
-  // Each child takes itself out of the list as it goes, so always delete the
-  // first one left. Subwindows must go before their parent's curses window.
+  // Subwindows must go before their parent's curses window; the youngest
+  // first, as they were built on top of the older ones.
   while (!_children.empty()) {
-    delete _children.front();
+    _children.pop_back();
   }
   if (_window != nullptr) {
     delwin(_window);
+  }
+}
+
+void Window::RemoveChild(const Window* child) {
+  for (auto it = _children.begin(); it != _children.end(); ++it) {
+    if (it->get() == child) {
+      // Out of the list first: the child's destructor may look at its
+      // parent's children (through a redraw) while it goes.
+      std::unique_ptr<Window> removed = std::move(*it);
+      _children.erase(it);
+      return;
+    }
+  }
+}
+
+void Window::Clear() {
+  werase(_window);
+}
+
+void Window::RedrawLines() {
+  wredrawln(_window, 0, _height);
+  for (const std::unique_ptr<Window>& child : _children) {
+    child->RedrawLines();
   }
 }
 
@@ -76,7 +95,7 @@ void Window::SetColors(int background, int foreground) {
   }
   // Children get the arguments as given, so a -1 picks up this window's new
   // colour in each of them.
-  for (Window* child : _children) {
+  for (const std::unique_ptr<Window>& child : _children) {
     child->SetColors(background, foreground);
   }
 }
@@ -109,7 +128,7 @@ void Window::Draw(bool active) {
     // behind a dialog and the dimmed idle screen are the same thing.
     SetBackground(_window, ColorAttr(kBlack, kDarkGrey));
   }
-  for (Window* child : _children) {
+  for (const std::unique_ptr<Window>& child : _children) {
     child->Draw(active);
   }
   Refresh();

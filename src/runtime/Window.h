@@ -5,9 +5,10 @@
 
 #include <curses.h>
 
-#include <list>
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Merel {
 
@@ -16,30 +17,44 @@ class Window {
   // Top-level window (newwin). Colours are palette numbers (see Terminal.h).
   Window(int x, int y, int width, int height, int background, int foreground);
   // Child window (subwin) at (x, y) relative to `parent`; a colour of -1 takes
-  // the parent's. The child appends itself to the parent's children and is
-  // owned by the parent from then on: create children on the heap only,
-  // preferably through Make().
+  // the parent's. Only AddChild calls this (through the derived class's own
+  // constructor, whose first argument is the parent): a child that is not in
+  // its parent's list would outlive the curses window it is cut from.
   Window(Window* parent, int x, int y, int width, int height, int background, int foreground);
   virtual ~Window();
   Window(const Window&) = delete;
   Window& operator=(const Window&) = delete;
 
-  // Heap-allocates a child of `parent`; the parent owns and deletes it.
+  // Creates a child of kind T, constructed as T(this, args...), at the end of
+  // this window's children. It lives until RemoveChild or until this window
+  // dies, whichever comes first.
   template <class T, class... Args>
-  static T* Make(Window* parent, Args&&... args) {
-    return new T(parent, std::forward<Args>(args)...);
+  T& AddChild(Args&&... args) {
+    auto child = std::make_unique<T>(this, std::forward<Args>(args)...);
+    T& added = *child;
+    _children.push_back(std::move(child));
+    return added;
   }
+  // Destroys `child` (and its own children) now; nothing when it is not a
+  // child of this window.
+  void RemoveChild(const Window* child);
 
   virtual void Draw(bool active);
 
   void Refresh();
+  // Blanks the window in its background (what the children showed goes too:
+  // they share its cells).
+  void Clear();
+  // Tells curses that the terminal's copy of every line is garbage, here and
+  // in every child, depth first, so the next refresh repaints them.
+  void RedrawLines();
   void PrintAt(int x, int y, const std::string& text);
   void SetColors(int background, int foreground);
   void SetCursor(int x, int y);
   static void ShowCursor(bool visible);
 
   WINDOW* GetWindow() const { return _window; }
-  const std::list<Window*>& GetChildren() const { return _children; }
+  const std::vector<std::unique_ptr<Window>>& GetChildren() const { return _children; }
   int GetX() const { return _x; }
   int GetY() const { return _y; }
   int GetWidth() const { return _width; }
@@ -66,7 +81,9 @@ class Window {
   int _height = 0;
   int _background = 0;
   int _foreground = 7;
-  std::list<Window*> _children;
+  // Owned; destroyed before this window's curses window, which theirs are
+  // cut from.
+  std::vector<std::unique_ptr<Window>> _children;
   bool _active = true;
 };
 

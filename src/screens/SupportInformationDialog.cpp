@@ -1,6 +1,6 @@
 // The support information comes from a file the host's vendor tooling writes;
-// it is shown as it stands, so it is drawn as plain text rather than through
-// the markup text area (which would swallow every "{").
+// it is shown as it stands, so its text area takes it as plain text rather
+// than markup (which would swallow every "{").
 #include "SupportInformationDialog.h"
 
 #include <curses.h>
@@ -60,53 +60,6 @@ size_t CharBoundary(const std::string& line, size_t at) {
 
 }  // namespace
 
-// The scrolling body: a window that prints a slice of the lines.
-class PlainTextView : public Window {
- public:
-  PlainTextView(Window* parent, int x, int y, int width, int height)
-      : Window(parent, x, y, width, height, kYellow, kBlack) {}
-
-  void SetLines(std::vector<std::string> lines) {
-    _lines = std::move(lines);
-    _top = 0;
-  }
-  const std::vector<std::string>& Lines() const { return _lines; }
-  int Top() const { return _top; }
-
-  // Moves the view by `delta` lines, clamped; true when it moved.
-  bool ScrollBy(int delta) {
-    const int maxTop = std::max(0, static_cast<int>(_lines.size()) - _height);
-    const int top = std::clamp(_top + delta, 0, maxTop);
-    if (top == _top) {
-      return false;
-    }
-    _top = top;
-    Paint();
-    return true;
-  }
-
-  void Draw(bool active) override {
-    Window::Draw(active);
-    Paint();
-  }
-
- private:
-  void Paint() {
-    werase(_window);
-    for (int row = 0; row < _height; ++row) {
-      const size_t index = static_cast<size_t>(_top + row);
-      if (index >= _lines.size()) {
-        break;
-      }
-      PrintAt(0, row, _lines[index]);
-    }
-    Refresh();
-  }
-
-  std::vector<std::string> _lines;
-  int _top = 0;
-};
-
 std::vector<std::string> SupportInformationDialog::WrapText(const std::string& text, int width) {
   std::vector<std::string> lines;
   const size_t w = static_cast<size_t>(std::max(1, width));
@@ -140,68 +93,55 @@ SupportInformationDialog::SupportInformationDialog(Frame* parent)
   if (_contentWindow == nullptr) {
     return;
   }
-  _view = Window::Make<PlainTextView>(_contentWindow, 0, 0, _contentWindow->GetWidth(),
-                                      _contentWindow->GetHeight());
+  _view = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                              _contentWindow->GetHeight(), kBlack);
+  _view->SetMarkup(false);
   std::string text;
   if (!ReadSupportFile(text)) {
     text = std::string("No support information is available: ") + kSupportFile + " cannot be read.";
   } else if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
     text = "The support information of this host is empty.";
   }
-  _view->SetLines(WrapText(text, _view->GetWidth()));
+  // Cut to the width here (tabs, control bytes, characters kept whole), so
+  // the area's own wrapping finds nothing left to do.
+  const std::vector<std::string> lines = WrapText(text, _view->GetWidth());
+  for (size_t i = 0; i < lines.size(); ++i) {
+    _support += (i == 0 ? "" : "\n") + lines[i];
+  }
 }
 
 void SupportInformationDialog::ShowPosition() {
   if (_view == nullptr) {
     return;
   }
-  const int total = static_cast<int>(_view->Lines().size());
+  const int total = _view->LineCount();
   const int rows = _view->GetHeight();
   if (total <= rows) {
     SetText("");
     return;
   }
-  const int first = _view->Top() + 1;
-  const int last = std::min(total, _view->Top() + rows);
+  const int first = _view->GetScroll() + 1;
+  const int last = std::min(total, _view->GetScroll() + rows);
   SetText("Lines " + std::to_string(first) + "-" + std::to_string(last) + " of " +
           std::to_string(total));
 }
 
 int SupportInformationDialog::Loop() {
   SetTitle(_strings->GetString(kTitleKey));
+  if (_view != nullptr) {
+    _view->SetText(_support);
+  }
   SetFooter(std::string(kKeys) + kOkFooter);
   ShowPosition();
-  const int page = _view != nullptr ? std::max(1, _view->GetHeight() - 1) : 1;
   while (true) {
     const int key = Frame::WaitForKey(this, true);
-    int delta = 0;
-    switch (key) {
-      case kKeyEnter:
-        return 1;
-      case kKeyEscape:
-        return 0;
-      case KEY_UP:
-        delta = -1;
-        break;
-      case KEY_DOWN:
-        delta = 1;
-        break;
-      case KEY_PPAGE:
-        delta = -page;
-        break;
-      case KEY_NPAGE:
-        delta = page;
-        break;
-      case KEY_HOME:
-        delta = -1000000;
-        break;
-      case KEY_END:
-        delta = 1000000;
-        break;
-      default:
-        break;
+    if (key == kKeyEnter) {
+      return 1;
     }
-    if (delta != 0 && _view != nullptr && _view->ScrollBy(delta)) {
+    if (key == kKeyEscape) {
+      return 0;
+    }
+    if (_view != nullptr && _view->ScrollByKey(key)) {
       ShowPosition();
     }
   }

@@ -9,8 +9,6 @@
 
 namespace Merel {
 
-class PlainTextView;
-
 class SupportInformationDialog : public Dialog {
  public:
   explicit SupportInformationDialog(Frame* parent);
@@ -25,7 +23,8 @@ class SupportInformationDialog : public Dialog {
  private:
   void ShowPosition();
 
-  PlainTextView* _view = nullptr;
+  TextArea* _view = nullptr;  // null when the dialog has no content window
+  std::string _support;       // the file's text, cut into lines
 };
 
 }  // namespace Merel

@@ -81,7 +81,11 @@ std::string UrlLine(const std::string& url, int width) {
 }  // namespace
 
 WelcomeWindow::WelcomeWindow(int x, int y, int width, int height)
-    : Frame(nullptr, x, y, width, height, kBlack, kWhite) {}
+    : Frame(nullptr, x, y, width, height, kBlack, kWhite) {
+  // The root of every screen: from here on every text may name the host's
+  // variables, including a custom welcome message.
+  HostInformation::InstallVariables();
+}
 
 WelcomeWindow::~WelcomeWindow() = default;
 
@@ -131,7 +135,7 @@ std::string WelcomeWindow::ComposeAddressText(const ManagementAccess& access,
 
 WelcomeWindow::ManagementAccess WelcomeWindow::ReadManagementAccess() {
   ManagementAccess access;
-  access.hostname = TextArea::GetHostnameValue();
+  access.hostname = HostInformation::GetHostnameValue();
   try {
     NexCtl::Network::NetworkInfoImpl network;
     network.UpdateManagementInterface();
@@ -191,28 +195,28 @@ void WelcomeWindow::DeleteStandardLayout() {
   if (_upper == nullptr) {
     return;
   }
-  delete _upper;  // owns the upper text
-  delete _lower;  // owns the address and footer texts
+  RemoveChild(_upper);  // owns the upper text
+  RemoveChild(_lower);  // owns the address and footer texts
   _upper = _lower = nullptr;
   _upperText = _addressText = _footerText = nullptr;
   // Subwindows share the frame's cells: what they showed stays until erased.
-  werase(_window);
+  Clear();
 }
 
 void WelcomeWindow::DeleteMessageLayout() {
   if (_messageArea == nullptr) {
     return;
   }
-  delete _messageArea;
+  RemoveChild(_messageArea);
   _messageArea = nullptr;
-  werase(_window);
+  Clear();
 }
 
 void WelcomeWindow::LayOutMessage(const std::string& message) {
   DeleteStandardLayout();
   if (_messageArea == nullptr) {
-    _messageArea = Window::Make<TextArea>(this, 2, 2, std::max(1, _width - 4),
-                                          std::max(1, _height - 4), kWhite);
+    _messageArea =
+        &AddChild<TextArea>(2, 2, std::max(1, _width - 4), std::max(1, _height - 4), kWhite);
   }
   Draw(true);
   // The message is markup and may name host variables.
@@ -225,12 +229,12 @@ void WelcomeWindow::LayOutStandard() {
     const int upperHeight = _height / 2;
     // An odd number of lines gives the lower half the extra one.
     const int lowerHeight = _height - upperHeight;
-    _upper = Window::Make<Window>(this, 0, 0, _width, upperHeight, kDarkGrey, kWhite);
-    _lower = Window::Make<Window>(this, 0, upperHeight, _width, lowerHeight, kYellow, kWhite);
+    _upper = &AddChild<Window>(0, 0, _width, upperHeight, kDarkGrey, kWhite);
+    _lower = &AddChild<Window>(0, upperHeight, _width, lowerHeight, kYellow, kWhite);
 
     const int upperY = std::max(1, (upperHeight - kUpperTextLines) / 2);
-    _upperText = Window::Make<TextArea>(_upper, 2, upperY, std::max(1, _width - 4),
-                                        std::max(1, upperHeight - upperY), kWhite);
+    _upperText = &_upper->AddChild<TextArea>(2, upperY, std::max(1, _width - 4),
+                                             std::max(1, upperHeight - upperY), kWhite);
 
     // The address area belongs at row 9 of the lower half, but on an 80x25
     // or 80x24 console the half has only 13 or 12 lines and the footer sits
@@ -241,10 +245,10 @@ void WelcomeWindow::LayOutStandard() {
     const int addressY = std::clamp(addressBottom - kAddressHeight, 0, kAddressY);
     const int addressHeight = std::clamp(addressBottom - addressY, 1, kAddressHeight);
     const int addressX = _width - 2 * kAddressX >= 20 ? kAddressX : 2;
-    _addressText = Window::Make<TextArea>(_lower, addressX, addressY, _width - 2 * addressX,
-                                          addressHeight, kDarkGrey);
+    _addressText = &_lower->AddChild<TextArea>(addressX, addressY, _width - 2 * addressX,
+                                               addressHeight, kDarkGrey);
     _footerText =
-        Window::Make<TextArea>(_lower, 2, std::max(0, footerY), std::max(1, _width - 4), 1, kBlack);
+        &_lower->AddChild<TextArea>(2, std::max(0, footerY), std::max(1, _width - 4), 1, kBlack);
   }
   Draw(true);
 
@@ -349,6 +353,13 @@ int WelcomeWindow::Loop() {
         }
         break;
       default:
+        // A custom message longer than the screen pages with the keys that
+        // page everywhere else; nothing else on this screen uses them.
+        if (_messageArea != nullptr &&
+            _messageArea->LineCount() > _messageArea->GetHeight() &&
+            _messageArea->ScrollByKey(key)) {
+          break;
+        }
         clearok(curscr, TRUE);
         Layout();
         break;

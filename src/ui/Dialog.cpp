@@ -9,26 +9,26 @@ namespace Merel {
 
 Dialog::Dialog(Frame* parent, int width, int height, int titleHeight)
     : Frame(parent, (COLS - width) / 2, (LINES - height) / 2, width, height, kBlack, kWhite) {
-  werase(_window);
-  _titleWindow = Window::Make<Window>(this, 0, 0, width, titleHeight, kDarkGrey, kWhite);
+  Clear();
+  _titleWindow = &AddChild<Window>(0, 0, width, titleHeight, kDarkGrey, kWhite);
   _bodyWindow =
-      Window::Make<Window>(this, 0, titleHeight, width, height - titleHeight, kYellow, kWhite);
+      &AddChild<Window>(0, titleHeight, width, height - titleHeight, kYellow, kWhite);
   box(_window, 0, 0);
 
   const int titleWidth = _titleWindow->GetWidth();
   _titleText =
-      Window::Make<TextArea>(_titleWindow, 3, 1, titleWidth - 6, 1, _titleWindow->GetForeground());
-  _descriptionText = Window::Make<TextArea>(_titleWindow, 3, 3, titleWidth - 6, titleHeight - 4,
+      &_titleWindow->AddChild<TextArea>(3, 1, titleWidth - 6, 1, _titleWindow->GetForeground());
+  _descriptionText = &_titleWindow->AddChild<TextArea>(3, 3, titleWidth - 6, titleHeight - 4,
                                             _titleWindow->GetForeground());
 
   const int bodyWidth = _bodyWindow->GetWidth();
   const int bodyHeight = _bodyWindow->GetHeight();
-  _footerText = Window::Make<TextArea>(_bodyWindow, 2, bodyHeight - 2, bodyWidth - 4, 1,
+  _footerText = &_bodyWindow->AddChild<TextArea>(2, bodyHeight - 2, bodyWidth - 4, 1,
                                        _bodyWindow->GetForeground());
   // A low body has no room for content; users of the content window check.
   if (bodyHeight - 4 >= 1) {
     _contentWindow =
-        Window::Make<Window>(_bodyWindow, 2, 1, bodyWidth - 4, bodyHeight - 4, kYellow, kDarkGrey);
+        &_bodyWindow->AddChild<Window>(2, 1, bodyWidth - 4, bodyHeight - 4, kYellow, kDarkGrey);
   }
 }
 

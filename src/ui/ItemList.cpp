@@ -17,7 +17,7 @@ ItemList::ItemList(Window* parent,
                    int foreground)
     : Window(parent, x, y, width, height, background, foreground) {
   for (int r = 0; r < height; ++r) {
-    _rows.push_back(Window::Make<TextArea>(this, 0, r, width, 1, _foreground));
+    _rows.push_back(&AddChild<TextArea>(0, r, width, 1, _foreground));
   }
 }
 

@@ -12,16 +12,16 @@ namespace Merel {
 
 RootWindow::RootWindow(Frame* parent) : Frame(parent, 0, 0, COLS, LINES, kBlack, kWhite) {
   const int half = COLS / 2;
-  _mainArea = Window::Make<Window>(this, 0, 0, COLS, LINES - 1, kLightGrey, kWhite);
-  _statusLine = Window::Make<Window>(this, 0, LINES - 1, COLS, 1, kBlack, kLightGrey);
-  _leftPane = Window::Make<Window>(_mainArea, 0, 0, half, LINES - 1, kYellow, kWhite);
-  _rightPane = Window::Make<Window>(_mainArea, half, 0, half, LINES - 1, kDarkGrey, kWhite);
-  _menu = Window::Make<ItemList>(_leftPane, 2, 4, half - 2, LINES - 6);
-  _rightText = Window::Make<TextArea>(_rightPane, 2, 4, half - 4, LINES - 6, kWhite);
-  _leftTitle = Window::Make<TextArea>(_leftPane, 3, 1, half - 6, 1, kWhite);
-  _rightTitle = Window::Make<TextArea>(_rightPane, 2, 1, half - 6, 1, kWhite);
-  _leftFooter = Window::Make<TextArea>(_leftPane, 2, LINES - 3, half - 3, 1, kWhite);
-  _rightFooter = Window::Make<TextArea>(_rightPane, 1, LINES - 3, half - 3, 1, kWhite);
+  _mainArea = &AddChild<Window>(0, 0, COLS, LINES - 1, kLightGrey, kWhite);
+  _statusLine = &AddChild<Window>(0, LINES - 1, COLS, 1, kBlack, kLightGrey);
+  _leftPane = &_mainArea->AddChild<Window>(0, 0, half, LINES - 1, kYellow, kWhite);
+  _rightPane = &_mainArea->AddChild<Window>(half, 0, half, LINES - 1, kDarkGrey, kWhite);
+  _menu = &_leftPane->AddChild<ItemList>(2, 4, half - 2, LINES - 6);
+  _rightText = &_rightPane->AddChild<TextArea>(2, 4, half - 4, LINES - 6, kWhite);
+  _leftTitle = &_leftPane->AddChild<TextArea>(3, 1, half - 6, 1, kWhite);
+  _rightTitle = &_rightPane->AddChild<TextArea>(2, 1, half - 6, 1, kWhite);
+  _leftFooter = &_leftPane->AddChild<TextArea>(2, LINES - 3, half - 3, 1, kWhite);
+  _rightFooter = &_rightPane->AddChild<TextArea>(1, LINES - 3, half - 3, 1, kWhite);
 
   // The frame around both panes and the rule under the two titles.
   WINDOW* main = _mainArea->GetWindow();

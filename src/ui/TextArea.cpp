@@ -210,8 +210,15 @@ void SwapAttributes(WINDOW* window, int off, int on) {
 
 }  // namespace
 
+namespace {
+
+// The process-wide variables (see InstallVariables); none until installed.
+const TextArea::VariableTable* installedVariables = nullptr;
+
+}  // namespace
+
 TextArea::TextArea(Window* parent, int x, int y, int width, int height, int foreground)
-    : Window(parent, x, y, width, height, -1, -1), _variables(DefaultVariables()) {
+    : Window(parent, x, y, width, height, -1, -1) {
   // A text area always sits on the background of the window that holds it.
   SetColors(parent->GetBackground(), foreground);
 }
@@ -224,27 +231,26 @@ const std::map<std::string, int>& TextArea::ColorTable() {
   return table;
 }
 
-const TextArea::VariableTable& TextArea::DefaultVariables() {
-  static const VariableTable table = {
-      {"ip", &TextArea::GetIpValue},
-      {"ssl-thumbprint", &TextArea::GetSSLThumbprintValue},
-      {"ssh-dsa-fingerprint", &TextArea::GetSSHDsaKeyFingerprintValue},
-      {"ssh-rsa-fingerprint", &TextArea::GetSSHRsaKeyFingerprintValue},
-      {"hostname", &TextArea::GetHostnameValue},
-      {"tarvikproduct", &TextArea::GetTarvikProduct},
-      {"tarvikversion", &TextArea::GetTarvikVersion},
-      {"memory", &TextArea::GetSystemMemory},
-      {"servicetag", &TextArea::GetServiceTag},
-      {"assettag", &TextArea::GetAssetTag},
-      {"BIOSversion", &TextArea::GetBIOSVersion},
-      {"BMCversion", &TextArea::GetBMCVersion},
-      {"CPLDversion", &TextArea::GetCPLDVersion},
-      {"PLSAversion", &TextArea::GetPLSAVersion},
-  };
-  return table;
+void TextArea::InstallVariables(const VariableTable& variables) {
+  installedVariables = &variables;
 }
 
-std::string TextArea::Layout(const std::string& text, int width, const VariableTable& variables) {
+const TextArea::VariableTable& TextArea::Variables() {
+  static const VariableTable none;
+  return installedVariables != nullptr ? *installedVariables : none;
+}
+
+std::string TextArea::VariableValue(const std::string& name) {
+  const VariableTable& variables = Variables();
+  const auto variable = variables.find(name);
+  return variable != variables.end() && variable->second != nullptr ? variable->second()
+                                                                     : std::string();
+}
+
+std::string TextArea::Layout(const std::string& text,
+                             int width,
+                             const VariableTable& variables,
+                             bool markup) {
   LayoutState state(width);
   bool inTag = false;
   std::string tag;
@@ -259,7 +265,7 @@ std::string TextArea::Layout(const std::string& text, int width, const VariableT
       }
       continue;
     }
-    if (ch == '{') {
+    if (ch == '{' && markup) {
       // There is no escape: a brace that is never closed swallows the rest.
       inTag = true;
       continue;
@@ -269,12 +275,25 @@ std::string TextArea::Layout(const std::string& text, int width, const VariableT
   return std::move(state.out);
 }
 
+int TextArea::CountLines(const std::string& laidOut) {
+  if (laidOut.empty()) {
+    return 0;
+  }
+  const int breaks = static_cast<int>(std::count(laidOut.begin(), laidOut.end(), '\n'));
+  return laidOut.back() == '\n' ? breaks : breaks + 1;
+}
+
+int TextArea::ClampScroll(int wanted, int lines, int height) {
+  return std::clamp(wanted, 0, std::max(0, lines - height));
+}
+
 void TextArea::SetText(const char* text) {
   SetText(std::string(text != nullptr ? text : ""));
 }
 
 void TextArea::SetText(const std::string& text) {
   _text = text;
+  _scroll = 0;
   Render();
 }
 
@@ -284,6 +303,7 @@ void TextArea::AppendText(const char* text) {
 
 void TextArea::AppendText(const std::string& text) {
   _text += text;
+  _scroll = 0;
   Render();
 }
 
@@ -292,16 +312,88 @@ void TextArea::Draw(bool active) {
   Render();
 }
 
-void TextArea::Render() {
-  werase(_window);
-  DrawLaidOut(Layout(_text, _width, _variables));
+std::string TextArea::LayOutText() const {
+  return Layout(_text, _width, Variables(), _markup);
 }
 
-void TextArea::DrawLaidOut(const std::string& laidOut) {
+int TextArea::LineCount() const {
+  return CountLines(LayOutText());
+}
+
+bool TextArea::ScrollBy(int lines) {
+  const std::string laidOut = LayOutText();
+  // 64-bit sum: callers jump to the ends with huge steps.
+  const long long wanted = static_cast<long long>(_scroll) + lines;
+  const int scroll = ClampScroll(
+      static_cast<int>(std::clamp<long long>(wanted, INT_MIN, INT_MAX)), CountLines(laidOut),
+      _height);
+  const int delta = scroll - _scroll;
+  if (delta == 0) {
+    return false;
+  }
+  _scroll = scroll;
+  if (std::abs(delta) >= _height) {
+    // Nothing on screen stays: a plain repaint.
+    Clear();
+    DrawLaidOut(laidOut, 0, _height);
+    return true;
+  }
+  // Shift what stays with curses' own scrolling, which lets it use the
+  // terminal's scrolling where it can (a slow serial line repaints only the
+  // new lines), then draw just the lines that came into view. Scrolling is
+  // switched off again at once: a write at the bottom-right corner must
+  // never scroll the area by itself.
+  scrollok(_window, TRUE);
+  idlok(_window, TRUE);
+  wscrl(_window, delta);
+  scrollok(_window, FALSE);
+  if (delta > 0) {
+    DrawLaidOut(laidOut, _height - delta, _height);
+  } else {
+    DrawLaidOut(laidOut, 0, -delta);
+  }
+  return true;
+}
+
+bool TextArea::ScrollByKey(int key) {
+  const int page = std::max(1, _height - 1);
+  switch (key) {
+    case KEY_UP:
+      ScrollBy(-1);
+      return true;
+    case KEY_DOWN:
+      ScrollBy(1);
+      return true;
+    case KEY_PPAGE:
+      ScrollBy(-page);
+      return true;
+    case KEY_NPAGE:
+      ScrollBy(page);
+      return true;
+    case KEY_HOME:
+      ScrollBy(INT_MIN);
+      return true;
+    case KEY_END:
+      ScrollBy(INT_MAX);
+      return true;
+    default:
+      return false;
+  }
+}
+
+void TextArea::Render() {
+  Clear();
+  DrawLaidOut(LayOutText(), 0, _height);
+}
+
+void TextArea::DrawLaidOut(const std::string& laidOut, int fromRow, int toRow) {
   const std::map<std::string, int>& colors = ColorTable();
   const int background = _background;
   const int foreground = _foreground;
-  int row = 0;
+  // The row of the area the current line goes to; lines above the view (and
+  // above `fromRow`) are walked without printing so that the colours they
+  // open or close still count.
+  int row = -_scroll;
   int col = 0;
   std::string segment;
   int curBg = background;
@@ -311,8 +403,12 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
   bool inTag = false;
   std::string tag;
 
+  if (_active) {
+    // Whatever colour a previous text left open must not leak into this one.
+    SetAttributes(_window, ColorAttr(background, foreground));
+  }
   auto print = [&](const std::string& text, int count) {
-    if (wmove(_window, row, col) == OK) {
+    if (row >= fromRow && row < toRow && wmove(_window, row, col) == OK) {
       waddnstr(_window, text.c_str(), count);
     }
   };
@@ -372,7 +468,7 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
       // Anything else is invisible and does not interrupt the segment.
       continue;
     }
-    if (c == '{') {
+    if (c == '{' && _markup) {
       inTag = true;
       continue;
     }
@@ -381,7 +477,7 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
       segment.clear();
       row += 1;
       col = 0;
-      if (row == _height) {
+      if (row >= toRow) {
         break;
       }
       continue;
@@ -390,11 +486,10 @@ void TextArea::DrawLaidOut(const std::string& laidOut) {
   }
   // Only the final segment is clipped to the width; the others are left to
   // curses.
-  if (!segment.empty() && row < _height && _width - col > 0) {
+  if (!segment.empty() && row < toRow && _width - col > 0) {
     print(segment, _width - col);
   }
-  wtouchln(_window, 0, _height, 1);
-  wrefresh(_window);
+  Refresh();
 }
 
 }  // namespace Merel

@@ -6,7 +6,6 @@
 
 #include <map>
 #include <string>
-#include <utility>
 
 #include "Window.h"
 
@@ -19,43 +18,63 @@ class TextArea : public Window {
 
   TextArea(Window* parent, int x, int y, int width, int height, int foreground);
 
+  // Both go back to the first line.
   void SetText(const char* text);
   void SetText(const std::string& text);
   void AppendText(const char* text);
   void AppendText(const std::string& text);
   void Draw(bool active) override;
   const std::string& GetText() const { return _text; }
-  // Replaces the variable table (tests and fuzzing use fake getters).
-  void SetVariables(VariableTable variables) { _variables = std::move(variables); }
+  // Off: the text is shown as it stands, braces included (text from files
+  // that nobody wrote as markup). On by default.
+  void SetMarkup(bool markup) { _markup = markup; }
 
-  // The layout pass: alignment, variables and wrapping; colour tags pass through.
-  static std::string Layout(const std::string& text, int width, const VariableTable& variables);
-  // The table every text area is built with (name -> getter below).
-  static const VariableTable& DefaultVariables();
+  // Scrolling, for text longer than the area. The position is the laid-out
+  // line shown on the area's first row.
+  int GetScroll() const { return _scroll; }
+  // Laid-out lines of the current text.
+  int LineCount() const;
+  // Moves the view by `lines` (negative: back towards the start), clamped
+  // to the text; true when it moved.
+  bool ScrollBy(int lines);
+  // The keys that page through a text: Up and Down by a line, Page Up and
+  // Page Down by the area's height less one line (kept for context), Home
+  // and End to either end. True when `key` is one of them, whether or not
+  // the view could move.
+  bool ScrollByKey(int key);
+
+  // The layout pass: alignment, variables and wrapping; colour tags pass
+  // through. Without markup only the wrapping is done.
+  static std::string Layout(const std::string& text,
+                            int width,
+                            const VariableTable& variables,
+                            bool markup = true);
+  // Lines of a laid-out text (a final line break opens no line of its own).
+  static int CountLines(const std::string& laidOut);
+  // The scroll position nearest to `wanted` that keeps an area of `height`
+  // rows within `lines` lines (the top when the text fits).
+  static int ClampScroll(int wanted, int lines, int height);
+
+  // The variables every text area knows. Installed once, by whoever can read
+  // the host; the table is kept by reference and must outlive the areas.
+  // Until then no variable is known and a variable tag vanishes.
+  static void InstallVariables(const VariableTable& variables);
+  static const VariableTable& Variables();
+  // The installed getter's value for `name`; "" when there is none.
+  static std::string VariableValue(const std::string& name);
+
   static const std::map<std::string, int>& ColorTable();
 
-  // Host information, bound to the markup variables. Never throw.
-  static std::string GetIpValue();
-  static std::string GetSSLThumbprintValue();
-  static std::string GetSSHDsaKeyFingerprintValue();
-  static std::string GetSSHRsaKeyFingerprintValue();
-  static std::string GetHostnameValue();
-  static std::string GetTarvikProduct();
-  static std::string GetTarvikVersion();
-  static std::string GetSystemMemory();
-  static std::string GetServiceTag();
-  static std::string GetAssetTag();
-  static std::string GetBIOSVersion();
-  static std::string GetBMCVersion();
-  static std::string GetCPLDVersion();
-  static std::string GetPLSAVersion();
-
  private:
+  std::string LayOutText() const;
   void Render();
-  void DrawLaidOut(const std::string& laidOut);
+  // Draws the window rows [fromRow, toRow) of the laid-out text as seen
+  // from the current scroll position.
+  void DrawLaidOut(const std::string& laidOut, int fromRow, int toRow);
 
   std::string _text;
-  VariableTable _variables;
+  int _scroll = 0;
+  bool _markup = true;
 };
 
 }  // namespace Merel

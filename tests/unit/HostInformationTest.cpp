@@ -20,7 +20,6 @@
 
 namespace {
 
-using Merel::TextArea;
 namespace Info = Merel::HostInformation;
 
 TEST(HostInformationMemory, TruncatesToOneDecimal) {
@@ -68,13 +67,41 @@ class HostInformationOnSimHost : public ::testing::Test {
   SimHostTest::SimRoot _root;
 };
 
+// The variable names are what every string and custom welcome message is
+// written against: each must reach its own getter once installed.
+TEST_F(HostInformationOnSimHost, InstalledVariablesReachTheirGetters) {
+  const std::pair<const char*, std::string (*)()> bindings[] = {
+      {"ip", Info::GetIpValue},
+      {"ssl-thumbprint", Info::GetSSLThumbprintValue},
+      {"ssh-dsa-fingerprint", Info::GetSSHDsaKeyFingerprintValue},
+      {"ssh-rsa-fingerprint", Info::GetSSHRsaKeyFingerprintValue},
+      {"hostname", Info::GetHostnameValue},
+      {"tarvikproduct", Info::GetTarvikProduct},
+      {"tarvikversion", Info::GetTarvikVersion},
+      {"memory", Info::GetSystemMemory},
+      {"servicetag", Info::GetServiceTag},
+      {"assettag", Info::GetAssetTag},
+      {"BIOSversion", Info::GetBIOSVersion},
+      {"BMCversion", Info::GetBMCVersion},
+      {"CPLDversion", Info::GetCPLDVersion},
+      {"PLSAversion", Info::GetPLSAVersion},
+  };
+  Info::InstallVariables();
+  EXPECT_EQ(Merel::TextArea::Variables().size(), std::size(bindings));
+  for (const auto& [name, getter] : bindings) {
+    EXPECT_EQ(Merel::TextArea::VariableValue(name), getter()) << name;
+  }
+  EXPECT_EQ(Merel::TextArea::Layout("{hostname}", 40, Merel::TextArea::Variables()),
+            Info::GetHostnameValue());
+}
+
 TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {
   Change([](Platform::HostState& s) {
     s.network.dns.hostname = "esx7";
     s.network.dns.domain = "lab.example";
   });
-  EXPECT_EQ(TextArea::GetHostnameValue(), "esx7.lab.example");
-  EXPECT_EQ(TextArea::GetIpValue(), "192.168.10.20");
+  EXPECT_EQ(Info::GetHostnameValue(), "esx7.lab.example");
+  EXPECT_EQ(Info::GetIpValue(), "192.168.10.20");
   // No domain; IPv6 only on the management interface.
   Change([](Platform::HostState& s) {
     s.network.dns.domain = "";
@@ -82,10 +109,10 @@ TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {
     s.network.nics[0].ipv4Address = "0.0.0.0";
     s.network.nics[0].ipv4Netmask = "0.0.0.0";
   });
-  EXPECT_EQ(TextArea::GetHostnameValue(), "esx7");
-  EXPECT_EQ(TextArea::GetIpValue(), "0.0.0.0");
+  EXPECT_EQ(Info::GetHostnameValue(), "esx7");
+  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
   Change([](Platform::HostState& s) { s.network.nics.clear(); });  // no management interface
-  EXPECT_EQ(TextArea::GetIpValue(), "0.0.0.0");
+  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
 }
 
 // The tools' own answers for the host's certificate and key, kept once read;
@@ -95,7 +122,7 @@ TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
   const std::string sha1 = Capture("openssl x509 -in '" + cert + "' -noout -fingerprint -sha1");
   ASSERT_NE(sha1.find('='), std::string::npos) << sha1;
   const std::string thumbprint = sha1.substr(sha1.find('=') + 1, 59);
-  EXPECT_EQ(TextArea::GetSSLThumbprintValue(), thumbprint);
+  EXPECT_EQ(Info::GetSSLThumbprintValue(), thumbprint);
   for (const std::string label : {"SHA1", "sha1"}) {  // OpenSSL 1 and 3
     EXPECT_EQ(Info::ParseSslFingerprint(label + sha1.substr(4)), thumbprint);
   }
@@ -103,15 +130,15 @@ TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
   std::string bits, fingerprint;
   rsa >> bits >> fingerprint;
   ASSERT_EQ(fingerprint.rfind("SHA256:", 0), 0u);
-  EXPECT_EQ(TextArea::GetSSHRsaKeyFingerprintValue(), fingerprint);
+  EXPECT_EQ(Info::GetSSHRsaKeyFingerprintValue(), fingerprint);
 
   std::filesystem::remove(cert);
-  EXPECT_FALSE(TextArea::GetSSLThumbprintValue().empty()) << "not kept";
+  EXPECT_FALSE(Info::GetSSLThumbprintValue().empty()) << "not kept";
   Info::ForgetCachedValues();
-  EXPECT_EQ(TextArea::GetSSLThumbprintValue(), "");
+  EXPECT_EQ(Info::GetSSLThumbprintValue(), "");
   std::filesystem::remove(Path("/etc/ssh/ssh_host_dsa_key"));
   std::filesystem::remove(Path("/etc/ssh/ssh_host_dsa_key.pub"));
-  EXPECT_EQ(TextArea::GetSSHDsaKeyFingerprintValue(), "");
+  EXPECT_EQ(Info::GetSSHDsaKeyFingerprintValue(), "");
   EXPECT_NE(Syslog().find("user.info Error generating SSH Key Fingerprint: "), std::string::npos)
       << Syslog();
 }
@@ -122,17 +149,17 @@ TEST_F(HostInformationOnSimHost, FirmwareAndTagsOrNotAvailable) {
     std::string (*get)();
     const char* demo;
   } cases[] = {
-      {TextArea::GetBIOSVersion, "Kestrel Systems (2.19) 2.19.1"},
-      {TextArea::GetBMCVersion, "4.40.40.00"},
-      {TextArea::GetPLSAVersion, "25.5.9.0001"},  // hba0, not hba1
-      {TextArea::GetAssetTag, "LAB-0042"},
-      {TextArea::GetServiceTag, "7RBY4M2"},
+      {Info::GetBIOSVersion, "Kestrel Systems (2.19) 2.19.1"},
+      {Info::GetBMCVersion, "4.40.40.00"},
+      {Info::GetPLSAVersion, "25.5.9.0001"},  // hba0, not hba1
+      {Info::GetAssetTag, "LAB-0042"},
+      {Info::GetServiceTag, "7RBY4M2"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.get(), c.demo);
   }
-  EXPECT_EQ(TextArea::GetCPLDVersion(), "N/A");
-  EXPECT_EQ(TextArea::GetSystemMemory(), "31.9 GB");
+  EXPECT_EQ(Info::GetCPLDVersion(), "N/A");
+  EXPECT_EQ(Info::GetSystemMemory(), "31.9 GB");
   Change([](Platform::HostState& s) {
     s.hardware.bios = {};
     s.hardware.bmcVersion = "";
@@ -150,13 +177,13 @@ TEST_F(HostInformationOnSimHost, FirmwareAndTagsOrNotAvailable) {
 TEST_F(HostInformationOnSimHost, UnreadableHostGivesFallbacksAndLogs) {
   // A state file that cannot be parsed makes every host call throw.
   std::ofstream(Path("/host.json"), std::ios::trunc) << "{ not json";
-  EXPECT_EQ(TextArea::GetBIOSVersion(), "N/A");
+  EXPECT_EQ(Info::GetBIOSVersion(), "N/A");
   EXPECT_NE(Syslog().find("user.err Get BIOS version string failed, err="), std::string::npos)
       << Syslog();
-  EXPECT_EQ(TextArea::GetIpValue(), "0.0.0.0");
-  EXPECT_EQ(TextArea::GetHostnameValue(), "");
-  EXPECT_EQ(TextArea::GetSystemMemory(), "N/A");
-  EXPECT_EQ(TextArea::GetTarvikVersion(), "");
+  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
+  EXPECT_EQ(Info::GetHostnameValue(), "");
+  EXPECT_EQ(Info::GetSystemMemory(), "N/A");
+  EXPECT_EQ(Info::GetTarvikVersion(), "");
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ TEST(InputItemTest, EditingKeys) {
 class ItemListTest : public testing::Test {
  protected:
   ItemList* MakeList(const std::string& letters) {
-    ItemList* list = Window::Make<ItemList>(&_parent, 1, 1, 20, 3);
+    ItemList* list = &_parent.AddChild<ItemList>(1, 1, 20, 3);
     std::vector<std::unique_ptr<Item>> items;
     for (char c : letters) {
       items.push_back(std::make_unique<LabelItem>(std::string(1, c), c == '.' || isupper(c)));

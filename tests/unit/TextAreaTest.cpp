@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -132,7 +133,7 @@ TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
     ASSERT_TRUE(screen.Ok());
     for (const auto& c : cases) {
       Window parent(0, 0, 60, 8, kYellow, kWhite);
-      TextArea* area = Window::Make<TextArea>(&parent, 0, 0, c.width, c.height, kWhite);
+      TextArea* area = &parent.AddChild<TextArea>(0, 0, c.width, c.height, kWhite);
       area->SetText(c.text);
       area->AppendText(c.append);
       area->Draw(c.active);
@@ -163,7 +164,7 @@ TEST(TextAreaDrawTest, BlackAndWhiteIsStandoutOnBlackAndDarkGreyOnly) {
   for (const auto& [background, standout] :
        {std::pair{kBlack, true}, std::pair{kDarkGrey, true}, std::pair{kWhite, false}}) {
     Window parent(0, 0, 20, 2, background, kWhite);
-    TextArea* area = Window::Make<TextArea>(&parent, 0, 0, 10, 1, kWhite);
+    TextArea* area = &parent.AddChild<TextArea>(0, 0, 10, 1, kWhite);
     area->SetText("{color:black}x{/color}y{bgcolor:white}z{/bgcolor}");
     for (int x : {0, 1, 2, 5}) {
       const MerelTest::Cell cell = CursesScreen::CellAt(area->GetWindow(), x, 0);
@@ -171,6 +172,160 @@ TEST(TextAreaDrawTest, BlackAndWhiteIsStandoutOnBlackAndDarkGreyOnly) {
       EXPECT_EQ(cell.pair, 0);
     }
   }
+}
+
+// "line 0" to "line <n-1>", one per line.
+std::string NumberedLines(int n) {
+  std::string text;
+  for (int i = 0; i < n; ++i) {
+    text += (i == 0 ? "" : "\n") + std::string("line ") + std::to_string(i);
+  }
+  return text;
+}
+
+// What an area of `rows` rows and 10 columns shows at scroll position `top`.
+std::vector<std::string> NumberedRows(int top, int rows, int lines) {
+  std::vector<std::string> shown;
+  for (int i = top; i < top + rows; ++i) {
+    shown.push_back(i < lines ? "line " + std::to_string(i) + Blanks(4 - (i >= 10)) : Blanks(10));
+  }
+  return shown;
+}
+
+std::vector<std::string> Rows(const TextArea& area) {
+  std::vector<std::string> rows;
+  for (int y = 0; y < area.GetHeight(); ++y) {
+    rows.push_back(CursesScreen::RowText(area.GetWindow(), y));
+  }
+  return rows;
+}
+
+class TextAreaScrollTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(_screen.Ok()); }
+  TextArea& Area(int rows) { return _parent.AddChild<TextArea>(0, 0, 10, rows, kWhite); }
+
+  CursesScreen _screen;
+  Window _parent{0, 0, 40, 20, kYellow, kWhite};
+};
+
+// The view never leaves the text, whatever the steps, and shows the lines
+// of its position.
+TEST_F(TextAreaScrollTest, StepsAreClampedToTheText) {
+  const struct {
+    const char* name;
+    int lines;
+    std::vector<int> steps;
+    int expected;
+  } cases[] = {
+      {"DownOne", 10, {1}, 1},
+      {"DownAndBackPart", 10, {3, -2}, 1},
+      {"PastTheEndStopsAtTheLastPage", 10, {100}, 6},
+      {"BeforeTheStartStopsAtTheTop", 10, {2, -5}, 0},
+      {"ExtremeSteps", 10, {INT_MAX, 1, INT_MIN, -1}, 0},
+      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6},
+      {"AWholePageRepaints", 10, {4, 1}, 5},
+      {"TextThatFitsNeverMoves", 4, {1, 3}, 0},
+      {"ShortTextNeverMoves", 2, {1}, 0},
+      {"NoTextNeverMoves", 0, {1}, 0},
+  };
+  for (const auto& c : cases) {
+    TextArea& area = Area(4);
+    area.SetText(NumberedLines(c.lines));
+    for (int step : c.steps) {
+      area.ScrollBy(step);
+    }
+    EXPECT_EQ(area.GetScroll(), c.expected) << c.name;
+    EXPECT_EQ(Rows(area), NumberedRows(c.expected, 4, c.lines)) << c.name;
+    _parent.RemoveChild(&area);
+  }
+}
+
+// What stays in view is moved by curses (wscrl), not drawn again: a mark
+// put on screen behind the area's back moves with its line, while the lines
+// that come into view are drawn fresh.
+TEST_F(TextAreaScrollTest, ScrollsWithCursesAndDrawsOnlyTheLinesThatComeIntoView) {
+  const struct {
+    int start, step;
+  } cases[] = {{0, 1}, {0, 3}, {5, -1}, {6, -3}, {2, 2}};
+  for (const auto& c : cases) {
+    TextArea& area = Area(4);
+    area.SetText(NumberedLines(12));
+    area.ScrollBy(c.start);
+    ASSERT_EQ(area.GetScroll(), c.start);
+    for (int y = 0; y < 4; ++y) {
+      mvwaddch(area.GetWindow(), y, 9, '*');
+    }
+    ASSERT_TRUE(area.ScrollBy(c.step));
+    std::vector<std::string> expected = NumberedRows(c.start + c.step, 4, 12);
+    for (int y = 0; y < 4; ++y) {
+      const bool stayed = y + c.step >= 0 && y + c.step < 4;
+      if (stayed) {
+        expected[y][9] = '*';
+      }
+    }
+    EXPECT_EQ(Rows(area), expected) << c.start << " by " << c.step;
+    EXPECT_FALSE(is_scrollok(area.GetWindow())) << "a write in the corner would scroll";
+    _parent.RemoveChild(&area);
+  }
+}
+
+// A line that comes into view keeps the colour opened on a line above it,
+// even one that is out of view.
+TEST_F(TextAreaScrollTest, NewLinesKeepColoursOpenedAboveThem) {
+  TextArea& area = Area(2);
+  area.Draw(true);
+  area.SetText("{color:red}a\nb\nc{/color}d\ne");
+  area.ScrollBy(1);
+  area.ScrollBy(1);
+  EXPECT_EQ(Rows(area), (std::vector<std::string>{"cd" + Blanks(8), "e" + Blanks(9)}));
+  const auto pairAt = [&](int x, int y) { return CursesScreen::CellAt(area.GetWindow(), x, y).pair; };
+  EXPECT_EQ(pairAt(0, 0), CursesScreen::PairOf(ColorAttr(kYellow, kRed)));
+  EXPECT_EQ(pairAt(1, 0), CursesScreen::PairOf(ColorAttr(kYellow, kWhite)));
+  EXPECT_EQ(pairAt(0, 1), CursesScreen::PairOf(ColorAttr(kYellow, kWhite)));
+}
+
+TEST_F(TextAreaScrollTest, SettingOrAppendingTextGoesBackToTheTop) {
+  TextArea& area = Area(3);
+  area.SetText(NumberedLines(8));
+  area.ScrollBy(4);
+  area.AppendText("\nline 8");
+  EXPECT_EQ(area.GetScroll(), 0);
+  EXPECT_EQ(Rows(area), NumberedRows(0, 3, 9));
+  area.ScrollBy(2);
+  area.SetText(NumberedLines(8));
+  EXPECT_EQ(area.GetScroll(), 0);
+  EXPECT_EQ(Rows(area), NumberedRows(0, 3, 8));
+}
+
+TEST_F(TextAreaScrollTest, PagingKeys) {
+  const struct {
+    int key;
+    bool handled;
+    int expected;
+  } cases[] = {
+      {KEY_UP, true, 2},    {KEY_DOWN, true, 4},   {KEY_PPAGE, true, 0}, {KEY_NPAGE, true, 6},
+      {KEY_HOME, true, 0},  {KEY_END, true, 16},   {'x', false, 3},      {kKeyEnter, false, 3},
+  };
+  for (const auto& c : cases) {
+    TextArea& area = Area(4);
+    area.SetText(NumberedLines(20));
+    area.ScrollBy(3);
+    EXPECT_EQ(area.ScrollByKey(c.key), c.handled) << c.key;
+    EXPECT_EQ(area.GetScroll(), c.expected) << c.key;
+    _parent.RemoveChild(&area);
+  }
+}
+
+TEST_F(TextAreaScrollTest, PlainTextShowsBracesAndCountsItsLines) {
+  TextArea& area = Area(2);
+  area.SetMarkup(false);
+  area.SetText("a {b}\n{color:red}c");
+  EXPECT_EQ(Rows(area), (std::vector<std::string>{"a {b}" + Blanks(5), "{color:red"}));
+  EXPECT_EQ(area.LineCount(), 3);  // wrapped like any text: "c" goes below
+  EXPECT_EQ(TextArea::CountLines("a\n"), 1);
+  EXPECT_EQ(TextArea::CountLines(""), 0);
+  EXPECT_EQ(TextArea::CountLines("\n\n"), 2);
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <list>
 #include <memory>
+#include <string>
 
 #include "CursesFixture.h"
 #include "MessageDialog.h"
@@ -37,9 +37,9 @@ class WindowTest : public testing::Test {
 
 TEST_F(WindowTest, ChildrenTakeTheColoursTheyLeaveUnsetAndPositionsAddUp) {
   Window top(10, 5, 40, 12, kYellow, kWhite);
-  Window* ownForeground = Window::Make<Window>(&top, 0, 0, 5, 3, -1, kDarkGrey);
-  Window* ownBackground = Window::Make<Window>(&top, 3, 4, 5, 3, kLightGrey, -1);
-  Window* grandchild = Window::Make<Window>(ownBackground, 1, 1, 2, 1, -1, -1);
+  Window* ownForeground = &top.AddChild<Window>(0, 0, 5, 3, -1, kDarkGrey);
+  Window* ownBackground = &top.AddChild<Window>(3, 4, 5, 3, kLightGrey, -1);
+  Window* grandchild = &ownBackground->AddChild<Window>(1, 1, 2, 1, -1, -1);
   top.Draw(true);
   EXPECT_EQ(PairOf(ownForeground), PairFor(kYellow, kDarkGrey));
   EXPECT_EQ(PairOf(ownBackground), PairFor(kLightGrey, kWhite));
@@ -48,28 +48,53 @@ TEST_F(WindowTest, ChildrenTakeTheColoursTheyLeaveUnsetAndPositionsAddUp) {
   EXPECT_EQ(getbegy(grandchild->GetWindow()), 10);
 }
 
-TEST_F(WindowTest, DestroyedChildLeavesItsParentAndTheParentDestroysTheRest) {
-  struct Counted : Window {
-    Counted(Window* parent, int* deaths) : Window(parent, 0, 0, 2, 2, -1, -1), deaths(deaths) {}
-    ~Counted() override { ++*deaths; }
-    int* deaths;
+TEST_F(WindowTest, RemovedChildGoesAtOnceAndTheParentTakesTheRestDepthFirst) {
+  struct Named : Window {
+    Named(Window* parent, char name, std::string* deaths)
+        : Window(parent, 0, 0, 2, 2, -1, -1), name(name), deaths(deaths) {}
+    ~Named() override { *deaths += name; }
+    char name;
+    std::string* deaths;
   };
-  int deaths = 0;
+  std::string deaths;
   auto top = std::make_unique<Window>(0, 0, 20, 10, 0, 7);
-  Counted* first = Window::Make<Counted>(top.get(), &deaths);
-  Counted* second = Window::Make<Counted>(top.get(), &deaths);
-  Window::Make<Counted>(second, &deaths);
-  delete first;
-  EXPECT_EQ(deaths, 1);
-  EXPECT_EQ(top->GetChildren(), std::list<Window*>{second});
+  Named& a = top->AddChild<Named>('a', &deaths);
+  Named& b = top->AddChild<Named>('b', &deaths);
+  Named& c = b.AddChild<Named>('c', &deaths);
+  c.AddChild<Named>('d', &deaths);
+  top->AddChild<Named>('e', &deaths);
+  top->RemoveChild(&a);
+  EXPECT_EQ(deaths, "a");
+  ASSERT_EQ(top->GetChildren().size(), 2u);
+  EXPECT_EQ(top->GetChildren().front().get(), &b);
+  top->RemoveChild(&c);  // not a child of top: stays
+  EXPECT_EQ(deaths, "a");
   top.reset();
-  EXPECT_EQ(deaths, 3);
+  // Youngest first, each with its whole subtree (whose curses windows go
+  // before the one they are cut from; LeakSanitizer sees it otherwise).
+  EXPECT_EQ(deaths, "aebcd");
+}
+
+TEST_F(WindowTest, RedrawLinesReachesEveryWindowOfTheTree) {
+  Window top(0, 0, 30, 10, kBlack, kWhite);
+  Window& child = top.AddChild<Window>(1, 1, 20, 6, kLightGrey, kRed);
+  Window& grandchild = child.AddChild<Window>(1, 2, 5, 3, -1, -1);
+  for (Window* window : {&top, &child, &grandchild}) {
+    wrefresh(window->GetWindow());
+  }
+  ASSERT_FALSE(is_linetouched(grandchild.GetWindow(), 2));
+  top.RedrawLines();
+  for (const Window* window : {&top, &child, &grandchild}) {
+    for (int y = 0; y < window->GetHeight(); ++y) {
+      EXPECT_TRUE(is_linetouched(window->GetWindow(), y)) << window->GetWidth() << " line " << y;
+    }
+  }
 }
 
 TEST_F(WindowTest, SetColorsPassesTheSameArgumentsDownTheTree) {
   Window top(0, 0, 30, 10, kBlack, kWhite);
-  Window* child = Window::Make<Window>(&top, 1, 1, 20, 6, kLightGrey, kRed);
-  Window* grandchild = Window::Make<Window>(child, 1, 1, 5, 2, -1, -1);
+  Window* child = &top.AddChild<Window>(1, 1, 20, 6, kLightGrey, kRed);
+  Window* grandchild = &child->AddChild<Window>(1, 1, 5, 2, -1, -1);
   top.Draw(true);
   // -1 takes the parent's new colour in every window: the child's red goes.
   top.SetColors(kDarkGrey, -1);
@@ -83,7 +108,7 @@ TEST_F(WindowTest, SetColorsPassesTheSameArgumentsDownTheTree) {
 
 TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAndDropsKeys) {
   Window top(4, 3, 30, 10, kYellow, kWhite);
-  Window* child = Window::Make<Window>(&top, 2, 2, 10, 3, kLightGrey, kRed);
+  Window* child = &top.AddChild<Window>(2, 2, 10, 3, kLightGrey, kRed);
   Window::ShowCursor(true);
   child->SetCursor(5, 1);
   top.Draw(false);

@@ -1,13 +1,38 @@
-// The pieces of the host-information getters (TextArea::Get*Value) that are
-// worth checking on their own: memory units and formats, the parsing of the
-// tools' output, the firmware-version routine and the cache of the values
-// that cost a child process.
+// The host information behind the markup variables ({hostname}, {ip},
+// {memory}, ...), and the pieces of it worth checking on their own: memory
+// units and formats, the parsing of the tools' output, the firmware-version
+// routine and the cache of the values that cost a child process.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "TextArea.h"
+
 namespace Merel::HostInformation {
+
+// The getters, one per markup variable. None of them throws: a value that
+// cannot be read is "N/A", "0.0.0.0" or "" as each one says.
+std::string GetHostnameValue();              // "hostname": name[.domain]
+std::string GetIpValue();                    // "ip": management IPv4, "0.0.0.0"
+std::string GetSSLThumbprintValue();         // "ssl-thumbprint": SHA-1, ""
+std::string GetSSHRsaKeyFingerprintValue();  // "ssh-rsa-fingerprint", ""
+std::string GetSSHDsaKeyFingerprintValue();  // "ssh-dsa-fingerprint", ""
+std::string GetSystemMemory();               // "memory": "31.9 GB", "N/A"
+std::string GetTarvikProduct();              // "tarvikproduct", ""
+std::string GetTarvikVersion();              // "tarvikversion": "<v> build-<n>", ""
+std::string GetServiceTag();                 // "servicetag", "N/A"
+std::string GetAssetTag();                   // "assettag", "N/A"
+std::string GetBIOSVersion();                // "BIOSversion", "N/A"
+std::string GetBMCVersion();                 // "BMCversion", "N/A"
+std::string GetCPLDVersion();                // "CPLDversion": always "N/A"
+std::string GetPLSAVersion();                // "PLSAversion", "N/A"
+
+// Variable name -> getter, for every variable above.
+const TextArea::VariableTable& Variables();
+// Makes the table above the one every text area uses. The screens do this
+// before they draw anything; doing it again changes nothing.
+void InstallVariables();
 
 // The unit memory is shown in: MiB, raised by factors of 1024 while the next
 // unit still fits, up to PiB.

@@ -223,11 +223,7 @@ void ForgetCachedValues() {
   cachedDsaFingerprint.reset();
 }
 
-}  // namespace HostInformation
-
-using namespace HostInformation;
-
-std::string TextArea::GetHostnameValue() {
+std::string GetHostnameValue() {
   try {
     NexCtl::Network::DnsConfigImpl dns(kNetStack);
     const std::string domain = dns.GetDomain();
@@ -238,7 +234,7 @@ std::string TextArea::GetHostnameValue() {
   }
 }
 
-std::string TextArea::GetIpValue() {
+std::string GetIpValue() {
   HostCtl::Network::Ipv4Address address;
   try {
     NexCtl::Network::NetworkInfoImpl network;
@@ -253,7 +249,7 @@ std::string TextArea::GetIpValue() {
   return address.GetStringAddress();
 }
 
-std::string TextArea::GetSSLThumbprintValue() {
+std::string GetSSLThumbprintValue() {
   if (cachedThumbprint) {
     return *cachedThumbprint;
   }
@@ -273,15 +269,15 @@ std::string TextArea::GetSSLThumbprintValue() {
   return thumbprint;
 }
 
-std::string TextArea::GetSSHRsaKeyFingerprintValue() {
+std::string GetSSHRsaKeyFingerprintValue() {
   return SshKeyFingerprint(kSshRsaKey, cachedRsaFingerprint);
 }
 
-std::string TextArea::GetSSHDsaKeyFingerprintValue() {
+std::string GetSSHDsaKeyFingerprintValue() {
   return SshKeyFingerprint(kSshDsaKey, cachedDsaFingerprint);
 }
 
-std::string TextArea::GetSystemMemory() {
+std::string GetSystemMemory() {
   try {
     NexCtl::Hardware::MemoryInfoImpl memory;
     return FormatMemory(memory.GetTotalPages() * memory.GetPageSize());
@@ -290,7 +286,7 @@ std::string TextArea::GetSystemMemory() {
   }
 }
 
-std::string TextArea::GetTarvikProduct() {
+std::string GetTarvikProduct() {
   NexCtl::Util::SysinfoSystemVersion record;
   if (!ReadVersionRecord(record)) {
     return "";
@@ -298,7 +294,7 @@ std::string TextArea::GetTarvikProduct() {
   return RecordText(record.productName);
 }
 
-std::string TextArea::GetTarvikVersion() {
+std::string GetTarvikVersion() {
   NexCtl::Util::SysinfoSystemVersion record;
   if (!ReadVersionRecord(record)) {
     return "";
@@ -306,7 +302,7 @@ std::string TextArea::GetTarvikVersion() {
   return RecordText(record.productVersion) + " build-" + RecordText(record.buildNumber);
 }
 
-std::string TextArea::GetServiceTag() {
+std::string GetServiceTag() {
   try {
     NexCtl::Hardware::HardwareInfoImpl hardware;
     const std::string tag = hardware.GetServiceTag();
@@ -316,26 +312,52 @@ std::string TextArea::GetServiceTag() {
   }
 }
 
-std::string TextArea::GetAssetTag() {
+std::string GetAssetTag() {
   return GetVersionString(kVersionAssetTag);
 }
 
-std::string TextArea::GetBIOSVersion() {
+std::string GetBIOSVersion() {
   return GetVersionString(kVersionBIOS);
 }
 
-std::string TextArea::GetBMCVersion() {
+std::string GetBMCVersion() {
   return GetVersionString(kVersionBMC);
 }
 
-std::string TextArea::GetCPLDVersion() {
+std::string GetCPLDVersion() {
   // The hardware this console runs on has no programmable logic device whose
   // version the host reports.
   return kNotAvailable;
 }
 
-std::string TextArea::GetPLSAVersion() {
+std::string GetPLSAVersion() {
   return GetVersionString(kVersionPLSA);
 }
+
+const TextArea::VariableTable& Variables() {
+  static const TextArea::VariableTable table = {
+      {"ip", &GetIpValue},
+      {"ssl-thumbprint", &GetSSLThumbprintValue},
+      {"ssh-dsa-fingerprint", &GetSSHDsaKeyFingerprintValue},
+      {"ssh-rsa-fingerprint", &GetSSHRsaKeyFingerprintValue},
+      {"hostname", &GetHostnameValue},
+      {"tarvikproduct", &GetTarvikProduct},
+      {"tarvikversion", &GetTarvikVersion},
+      {"memory", &GetSystemMemory},
+      {"servicetag", &GetServiceTag},
+      {"assettag", &GetAssetTag},
+      {"BIOSversion", &GetBIOSVersion},
+      {"BMCversion", &GetBMCVersion},
+      {"CPLDversion", &GetCPLDVersion},
+      {"PLSAversion", &GetPLSAVersion},
+  };
+  return table;
+}
+
+void InstallVariables() {
+  TextArea::InstallVariables(Variables());
+}
+
+}  // namespace HostInformation
 
 }  // namespace Merel
