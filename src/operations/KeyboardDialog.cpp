@@ -25,9 +25,6 @@ constexpr int kTitleHeight = 6;
 
 constexpr int kSpace = ' ';
 
-constexpr uint32_t kTitle = 16;  // "Configure Keyboard"
-constexpr uint32_t kText = 256;  // "If you are having difficulty using your keyboard, ..."
-
 const char* const kKeys =
     "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
     "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
@@ -59,7 +56,7 @@ KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
   }
   if (_contentWindow != nullptr) {
     _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                   _contentWindow->GetHeight());
+                                                _contentWindow->GetHeight());
     _list->SetItems(std::move(items));
   }
 }
@@ -91,8 +88,8 @@ bool KeyboardDialog::Apply() {
 }
 
 int KeyboardDialog::Loop() {
-  SetTitle(_strings->GetString(kTitle));
-  SetText(_strings->GetString(kText));
+  SetTitle(_strings->GetString(Strings::kMenuConfigureKeyboard));
+  SetText(_strings->GetString(Strings::kKeyboardText));
   SetFooter(std::string(kKeys) + kOkCancelFooter);
   Window::ShowCursor(false);
   if (_list == nullptr) {

@@ -50,18 +50,6 @@ constexpr int kListRows = 3;
 constexpr int kCtrlH = 8;
 
 // String table keys.
-constexpr uint32_t kTitle = 144;            // "Authentication Required"
-constexpr uint32_t kPasswordPrompt = 145;   // "Enter an authorized login name and password for "
-constexpr uint32_t kPinPrompt = 146;        // "Enter the smart card login PIN for "
-constexpr uint32_t kDeniedTitle = 147;      // "Authentication Denied"
-constexpr uint32_t kLoginNameLabel = 149;   // "Login Name:"
-constexpr uint32_t kLoginIdLabel = 150;     // "Login Id:"
-constexpr uint32_t kPasswordLabel = 151;    // "Password:"
-constexpr uint32_t kPinLabel = 152;         // "PIN:"
-constexpr uint32_t kFailedTitle = 153;      // "Authentication failed"
-constexpr uint32_t kInvalidLogin = 154;     // "Invalid login or password."
-constexpr uint32_t kNoPermission = 155;     // "User does not have permission to login to MEREL."
-constexpr uint32_t kPasswordExpired = 156;  // "Password has expired.\nYou will be prompted..."
 
 // The stray ">" after "black" is how this footer has always been written; the
 // markup treats the unknown colour name as no colour change.
@@ -115,23 +103,27 @@ LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Password has expired for user %s", name);
       reason = "Password expired";
       // The old password is of no use once the new one is set.
-      outcome = {.titleKey = kDeniedTitle, .messageKey = kPasswordExpired, .clearPassword = true};
+      outcome = {.titleKey = Strings::kLoginDeniedTitle,
+                 .messageKey = Strings::kLoginPasswordExpired,
+                 .clearPassword = true};
       break;
     case PAM_PERM_DENIED:
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Access denied for user %s", name);
       reason = "No permission";
-      outcome = {.titleKey = kDeniedTitle, .messageKey = kNoPermission};
+      outcome = {.titleKey = Strings::kLoginDeniedTitle, .messageKey = Strings::kLoginNoPermission};
       break;
     default:
       // Every other PAM answer (wrong password, unknown user, a module that
       // cannot be loaded) is an invalid login as far as the user is told.
       Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", name);
       reason = "Invalid Login";
-      outcome = {.titleKey = kFailedTitle, .messageKey = kInvalidLogin, .clearPassword = true};
+      outcome = {.titleKey = Strings::kLoginFailedTitle,
+                 .messageKey = Strings::kLoginInvalid,
+                 .clearPassword = true};
       break;
   }
   AuditLog_Session("login.connect", name, 0, "reason", reason);
-  PostLoginFailedEvent(outcome.titleKey == kDeniedTitle, user);
+  PostLoginFailedEvent(outcome.titleKey == Strings::kLoginDeniedTitle, user);
   return outcome;
 }
 
@@ -157,7 +149,7 @@ LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitle
   }
   const int width = _titleWindow->GetWidth() - 2 * kFieldsX;
   _prompt = &_titleWindow->AddChild<TextArea>(kFieldsX, kPromptY, width, kPromptHeight,
-                                   _titleWindow->GetForeground());
+                                              _titleWindow->GetForeground());
   _list = &_titleWindow->AddChild<ItemList>(kFieldsX, kListY, width, kListRows);
   BuildItems("root");
 }
@@ -172,9 +164,9 @@ void LoginDialog::BuildItems(const std::string& name) {
   auto keyboard = std::make_unique<LabelItem>(KeyboardLineText());
   keyboard->SetHighlightFocus(true);
   auto nameItem = std::make_unique<InputItem>(
-      strings.GetString(_pinMode ? kLoginIdLabel : kLoginNameLabel), name);
-  auto password =
-      std::make_unique<InputItem>(strings.GetString(_pinMode ? kPinLabel : kPasswordLabel), "");
+      strings.GetString(_pinMode ? Strings::kLoginIdLabel : Strings::kLoginNameLabel), name);
+  auto password = std::make_unique<InputItem>(
+      strings.GetString(_pinMode ? Strings::kPinLabel : Strings::kPasswordLabel), "");
   password->SetPassword(true);
   _keyboardLine = keyboard.get();
   _nameItem = nameItem.get();
@@ -189,8 +181,9 @@ void LoginDialog::BuildItems(const std::string& name) {
 }
 
 void LoginDialog::ShowTexts() {
-  SetTitle(_strings->GetString(kTitle));
-  _prompt->SetText(std::string(_strings->GetString(_pinMode ? kPinPrompt : kPasswordPrompt)) +
+  SetTitle(_strings->GetString(Strings::kLoginTitle));
+  _prompt->SetText(std::string(_strings->GetString(_pinMode ? Strings::kLoginPinPrompt
+                                                            : Strings::kLoginPasswordPrompt)) +
                    TextArea::VariableValue("hostname"));
   SetFooter(_smartCardSupported && !_pinMode ? std::string(kSmartCardSwitch) + kOkCancelFooter
                                              : std::string(kOkCancelFooter));

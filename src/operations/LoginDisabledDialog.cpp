@@ -16,7 +16,6 @@ constexpr int kWidth = 60;
 constexpr int kHeight = 9;
 constexpr int kTitleHeight = 6;
 
-constexpr uint32_t kTitle = 147;  // "Authentication Denied"
 constexpr uint32_t kMessage =
     148;  // "Direct console access has been disabled by the administrator for "
 
@@ -26,7 +25,7 @@ LoginDisabledDialog::LoginDisabledDialog(Frame* parent)
     : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
 
 int LoginDisabledDialog::Loop() {
-  SetTitle(_strings->GetString(kTitle));
+  SetTitle(_strings->GetString(Strings::kLoginDeniedTitle));
   SetText(std::string(_strings->GetString(kMessage)) + TextArea::VariableValue("hostname"));
   SetFooter(kOkFooter);
   // Nobody is logged in, so no idle limit applies.

@@ -29,28 +29,8 @@ std::unique_ptr<HostCtl::Network::NexNic> GeneralWindow::_mgmtIntf;
 
 namespace {
 
-// String-table keys of the entries (also their identity in the key loop).
-enum : uint32_t {
-  kSeparator = 3,
-  kMenuTitle = 4,
-  kPassword = 5,
-  kLockdown = 6,
-  kDriverVM = 7,
-  kConfigureNetwork = 8,
-  kRestartNetwork = 9,
-  kTestNetwork = 10,
-  kNetworkRestore = 11,
-  kSupportInformation = 12,
-  kSystemLogs = 13,
-  kTroubleshooting = 14,
-  kResetConfiguration = 15,
-  kKeyboard = 16,
-  kRestartNetworkError = 17,
-  kInterfaceNotFound = 20,
-  kInterfaceOperationFailed = 21,
-  kLogsHelp = 29,
-  kKeyboardHelp = 34,
-};
+// An empty row between groups of entries (the table's empty text).
+constexpr uint32_t kSeparator = Strings::kEmpty;
 
 const char* const kLeftFooterStart =
     "{color:black}<Up/Down>{/color}{color:dark-grey} Select{/color}";
@@ -63,28 +43,28 @@ const char* const kSupportInformationHelp =
 // string-table text; 0 for the rest.
 uint32_t HelpKey(uint32_t key) {
   switch (key) {
-    case kPassword:
-      return 22;
-    case kLockdown:
-      return 23;
-    case kDriverVM:
-      return 24;
-    case kConfigureNetwork:
-      return 25;
-    case kRestartNetwork:
-      return 26;
-    case kTestNetwork:
-      return 27;
-    case kNetworkRestore:
-      return 28;
-    case kSystemLogs:
-      return kLogsHelp;
-    case kTroubleshooting:
-      return 30;
-    case kResetConfiguration:
-      return 31;
-    case kKeyboard:
-      return kKeyboardHelp;
+    case Strings::kMenuConfigurePassword:
+      return Strings::kHelpPasswordUnset;
+    case Strings::kMenuConfigureLockdown:
+      return Strings::kHelpLockdown;
+    case Strings::kMenuConfigureDriverVm:
+      return Strings::kHelpDriverVm;
+    case Strings::kMenuConfigureNetwork:
+      return Strings::kHelpConfigureNetwork;
+    case Strings::kMenuRestartNetwork:
+      return Strings::kHelpRestartNetwork;
+    case Strings::kMenuTestNetwork:
+      return Strings::kHelpTestNetwork;
+    case Strings::kMenuNetworkRestore:
+      return Strings::kHelpNetworkRestore;
+    case Strings::kMenuSystemLogs:
+      return Strings::kHelpSystemLogs;
+    case Strings::kMenuTroubleshooting:
+      return Strings::kHelpTroubleshooting;
+    case Strings::kMenuResetConfiguration:
+      return Strings::kHelpResetConfiguration;
+    case Strings::kMenuConfigureKeyboard:
+      return Strings::kHelpKeyboard;
     default:
       return 0;
   }
@@ -170,21 +150,21 @@ std::vector<MenuRow> GeneralWindow::BuildRows(const MenuFlags& flags) {
   const bool driverVMShown = flags.deviceAssignmentState == 1 || flags.deviceAssignmentState == 2;
   const bool network = flags.managementInterfaceFound;
   return {
-      {kPassword, true, true},
-      {kLockdown, true, flags.lockdownAvailable},
+      {Strings::kMenuConfigurePassword, true, true},
+      {Strings::kMenuConfigureLockdown, true, flags.lockdownAvailable},
       {kSeparator, true, false},
-      {kDriverVM, driverVMShown, flags.deviceAssignmentState == 2},
-      {kConfigureNetwork, true, network},
-      {kRestartNetwork, true, network},
-      {kTestNetwork, true, network},
-      {kNetworkRestore, true, true},
+      {Strings::kMenuConfigureDriverVm, driverVMShown, flags.deviceAssignmentState == 2},
+      {Strings::kMenuConfigureNetwork, true, network},
+      {Strings::kMenuRestartNetwork, true, network},
+      {Strings::kMenuTestNetwork, true, network},
+      {Strings::kMenuNetworkRestore, true, true},
       {kSeparator, true, false},
-      {kKeyboard, flags.usingKeyboard, true},
-      {kTroubleshooting, true, true},
+      {Strings::kMenuConfigureKeyboard, flags.usingKeyboard, true},
+      {Strings::kMenuTroubleshooting, true, true},
       {kSeparator, true, false},
-      {kSystemLogs, true, true},
-      {kSupportInformation, true, true},
-      {kResetConfiguration, true, !flags.networkBooted},
+      {Strings::kMenuSystemLogs, true, true},
+      {Strings::kMenuSupportInformation, true, true},
+      {Strings::kMenuResetConfiguration, true, !flags.networkBooted},
   };
 }
 
@@ -222,7 +202,7 @@ uint32_t GeneralWindow::SelectedKey() const {
 
 void GeneralWindow::UpdateFooter() {
   std::string footer = kLeftFooterStart;
-  if (SelectedKey() == kSystemLogs) {
+  if (SelectedKey() == Strings::kMenuSystemLogs) {
     const size_t count = _impl->logs.AvailableCount();
     if (count > 0) {
       const std::string range = count == 1 ? "<1>" : "<1-" + std::to_string(count) + ">";
@@ -238,12 +218,12 @@ void GeneralWindow::ShowSelection() {
   const uint32_t key = SelectedKey();
   _rightTitle->SetText(_strings->GetString(key));
   std::string help;
-  if (key == kSupportInformation) {
+  if (key == Strings::kMenuSupportInformation) {
     help = kSupportInformationHelp;
   } else if (const uint32_t helpKey = HelpKey(key); helpKey != 0) {
     help = _strings->GetString(helpKey);
   }
-  if (key == kSystemLogs) {
+  if (key == Strings::kMenuSystemLogs) {
     help += "\n\n" + _impl->logs.ListText();
   }
   _rightText->SetText(help);
@@ -254,7 +234,7 @@ void GeneralWindow::ShowSelection() {
 }
 
 void GeneralWindow::DrawContents() {
-  _leftTitle->SetText(_strings->GetString(kMenuTitle));
+  _leftTitle->SetText(_strings->GetString(Strings::kMenuTitle));
   _menu->DrawItems();
   ShowSelection();
 }
@@ -298,12 +278,12 @@ void GeneralWindow::RestartManagementNetwork() {
   // Located afresh: the interface may have changed since the menu was built.
   uint32_t message = 0;
   if (!LocateManagementInterface()) {
-    message = kInterfaceOperationFailed;
+    message = Strings::kManagementInterfaceFailed;
   } else if (_mgmtIntf == nullptr) {
-    message = kInterfaceNotFound;
+    message = Strings::kNoManagementInterface;
   }
   if (message != 0) {
-    MessageDialog dialog(this, kRestartNetworkError, message);
+    MessageDialog dialog(this, Strings::kRestartNetworkErrorTitle, message);
     Frame::Run(&dialog);
   }
   // With the interface found, the restart dialog takes over (not built yet).
@@ -311,20 +291,20 @@ void GeneralWindow::RestartManagementNetwork() {
 
 void GeneralWindow::Open(uint32_t key) {
   switch (key) {
-    case kRestartNetwork:
+    case Strings::kMenuRestartNetwork:
       RestartManagementNetwork();
       break;
-    case kSupportInformation: {
+    case Strings::kMenuSupportInformation: {
       SupportInformationDialog dialog(this);
       Frame::Run(&dialog);
       break;
     }
-    case kKeyboard: {
+    case Strings::kMenuConfigureKeyboard: {
       KeyboardDialog dialog(this);
       Frame::Run(&dialog);
       break;
     }
-    case kSystemLogs:
+    case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
@@ -363,7 +343,7 @@ int GeneralWindow::Loop() {
         Open(SelectedKey());
         break;
       default:
-        if (key >= '0' && key <= '9' && SelectedKey() == kSystemLogs) {
+        if (key >= '0' && key <= '9' && SelectedKey() == Strings::kMenuSystemLogs) {
           const int index = _impl->logs.Choose(key - '0');
           if (index >= 0) {
             _impl->logs.Show(static_cast<size_t>(index), this);

@@ -18,7 +18,6 @@ namespace Merel {
 namespace {
 
 constexpr const char* kSupportFile = "/etc/ostrel/support";
-constexpr int kTitleKey = 12;  // "View Support Information"
 constexpr int kTitleHeight = 5;
 constexpr int kTabWidth = 8;
 
@@ -127,7 +126,7 @@ void SupportInformationDialog::ShowPosition() {
 }
 
 int SupportInformationDialog::Loop() {
-  SetTitle(_strings->GetString(kTitleKey));
+  SetTitle(_strings->GetString(Strings::kMenuSupportInformation));
   if (_view != nullptr) {
     _view->SetText(_support);
   }

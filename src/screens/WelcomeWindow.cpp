@@ -29,11 +29,6 @@ namespace Merel {
 namespace {
 
 // String table keys.
-constexpr uint32_t kCustomizeCaption = 0;  // "Customize System/View Logs"
-constexpr uint32_t kShutdownCaption = 1;   // "Shut Down/Restart"
-constexpr uint32_t kProductLine = 2;       // "%s %s (Nexel %s Build %s)", filled in
-constexpr uint32_t kManageHeading = 141;   // "To manage this host go to:"
-constexpr uint32_t kDhcpWarning = 142;     // "Warning: DHCP lookup failed. ..."
 
 const char kNoAdapter[] =
     "No compatible network adapter found. Please consult the product's Hardware "
@@ -105,7 +100,7 @@ std::string WelcomeWindow::ComposeAddressText(const ManagementAccess& access,
   if (!access.hasInterface) {
     return LaidOutLines(kNoAdapter, width) <= height ? kNoAdapter : kNoAdapterShort;
   }
-  std::string text = strings->GetString(kManageHeading);
+  std::string text = strings->GetString(Strings::kWelcomeManageHeading);
   bool lineOpen = false;  // a URL line has been started after the heading
   // The host name first: it is what a browser should be pointed at when DNS
   // knows the host. "localhost" is what a host without a name calls itself.
@@ -128,7 +123,7 @@ std::string WelcomeWindow::ComposeAddressText(const ManagementAccess& access,
   }
   if (access.dhcpLookupFailed) {
     text += "\n\n";
-    text += strings->GetString(kDhcpWarning);
+    text += strings->GetString(Strings::kWelcomeDhcpWarning);
   }
   return text;
 }
@@ -187,8 +182,8 @@ std::string WelcomeWindow::ComposeUpperText() {
     Platform::Syslog(LOG_ERR, "Getting memory size failed: %s", e.what());
   }
   // Centred, as the first thing anyone walking up to the machine reads.
-  return Centered(_strings->GetString(kProductLine)) + "\n\n" + Centered(hardware) + "\n" +
-         Centered(memory);
+  return Centered(_strings->GetString(Strings::kWelcomeProductLine)) + "\n\n" + Centered(hardware) +
+         "\n" + Centered(memory);
 }
 
 void WelcomeWindow::DeleteStandardLayout() {
@@ -253,9 +248,10 @@ void WelcomeWindow::LayOutStandard() {
   Draw(true);
 
   ShowText(_footerText, std::string("<F2> {color:dark-grey}") +
-                            _strings->GetString(kCustomizeCaption) +
+                            _strings->GetString(Strings::kWelcomeCustomizeCaption) +
                             "{/color}{align:right}<F12> {color:dark-grey}" +
-                            _strings->GetString(kShutdownCaption) + "{/color}{/align}");
+                            _strings->GetString(Strings::kWelcomeShutdownCaption) +
+                            "{/color}{/align}");
   ShowText(_upperText, ComposeUpperText());
   ShowText(_addressText, ComposeAddressText(ReadManagementAccess(), _addressText->GetWidth(),
                                             _addressText->GetHeight(), _strings));
@@ -355,8 +351,7 @@ int WelcomeWindow::Loop() {
       default:
         // A custom message longer than the screen pages with the keys that
         // page everywhere else; nothing else on this screen uses them.
-        if (_messageArea != nullptr &&
-            _messageArea->LineCount() > _messageArea->GetHeight() &&
+        if (_messageArea != nullptr && _messageArea->LineCount() > _messageArea->GetHeight() &&
             _messageArea->ScrollByKey(key)) {
           break;
         }
