@@ -97,10 +97,10 @@ TEST_F(HostInformationOnSimHost, InstalledVariablesReachTheirGetters) {
 
 TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {
   Change([](Platform::HostState& s) {
-    s.network.dns.hostname = "esx7";
+    s.network.dns.hostname = "host7";
     s.network.dns.domain = "lab.example";
   });
-  EXPECT_EQ(Info::GetHostnameValue(), "esx7.lab.example");
+  EXPECT_EQ(Info::GetHostnameValue(), "host7.lab.example");
   EXPECT_EQ(Info::GetIpValue(), "192.168.10.20");
   // No domain; IPv6 only on the management interface.
   Change([](Platform::HostState& s) {
@@ -109,7 +109,7 @@ TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {
     s.network.nics[0].ipv4Address = "0.0.0.0";
     s.network.nics[0].ipv4Netmask = "0.0.0.0";
   });
-  EXPECT_EQ(Info::GetHostnameValue(), "esx7");
+  EXPECT_EQ(Info::GetHostnameValue(), "host7");
   EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
   Change([](Platform::HostState& s) { s.network.nics.clear(); });  // no management interface
   EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
