@@ -229,13 +229,25 @@ TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   // The file is shown as it stands: braces are text, not markup.
   EXPECT_NE(console->Text().find("Support line 1 {not markup}"), std::string::npos);
   EXPECT_EQ(console->Text().find("Support line 13 {"), std::string::npos);
-  const std::pair<Key, const char*> steps[] = {
-      {Key::kDown, "Lines 2-13 of 40"},    {Key::kPageDown, "Lines 13-24 of 40"},
-      {Key::kEnd, "Lines 29-40 of 40"},    {Key::kDown, "Lines 29-40 of 40"},
-      {Key::kPageUp, "Lines 18-29 of 40"}, {Key::kHome, "Lines 1-12 of 40"}};
-  for (const auto& [key, lines] : steps) {
+  // Each step shows the lines it names, and only those: what stayed in view
+  // was moved on screen, what came into view was drawn.
+  const struct {
+    Key key;
+    int first;
+  } steps[] = {{Key::kDown, 2},  {Key::kPageDown, 13}, {Key::kEnd, 29}, {Key::kDown, 29},
+               {Key::kPageUp, 18}, {Key::kUp, 17},      {Key::kHome, 1}, {Key::kUp, 1}};
+  const auto line = [](int n) { return "Support line " + std::to_string(n) + " {not markup}"; };
+  for (const auto& [key, first] : steps) {
     console->SendKey(key);
-    EXPECT_TRUE(WaitQuiet(*console, lines)) << console->Text();
+    const int last = first + 11;
+    ASSERT_TRUE(WaitQuiet(*console, "Lines " + std::to_string(first) + "-" +
+                                        std::to_string(last) + " of 40"))
+        << console->Text();
+    const std::string screen = console->Text();
+    EXPECT_NE(screen.find(line(first)), std::string::npos) << screen;
+    EXPECT_NE(screen.find(line(last)), std::string::npos) << screen;
+    EXPECT_EQ(screen.find(line(first - 1)), std::string::npos) << screen;
+    EXPECT_EQ(screen.find(line(last + 1)), std::string::npos) << screen;
   }
   console->SendKey(Key::kEscape);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();

@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -182,6 +183,50 @@ TEST(WelcomeScreenTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
   EXPECT_EQ(console->Text().find("(Nexel"), std::string::npos);
   EXPECT_NE(console->CellAt(40, 20).bg.Console(), ConsoleColor::kYellow);
   console->SendKey(Key::kF2);  // the keys still work
+  EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();
+}
+
+// A custom message longer than the screen pages with the arrow and page
+// keys, stops at either end, and still leaves F2 to the login.
+TEST(WelcomeScreenTest, LongCustomMessageScrolls) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  nlohmann::json state = host.HostJson();
+  ASSERT_TRUE(state.contains("welcomeMessage")) << state.dump();
+  std::string message;
+  for (int i = 1; i <= 60; ++i) {
+    message += "Notice line " + std::to_string(i) + "\n";
+  }
+  state["welcomeMessage"] = message;
+  host.WriteFile("/host.json", state.dump());
+  auto console = host.StartConsole();
+  // 25 rows: the message area has 21, from row 2.
+  ASSERT_TRUE(WaitQuiet(*console, "Notice line 21")) << console->Text();
+  // The row showing exactly "Notice line N" at column 2, or -1.
+  const auto rowOf = [&](int n) {
+    std::istringstream rows(console->Text());
+    std::string row;
+    for (int y = 0; std::getline(rows, row); ++y) {
+      if (row == "  Notice line " + std::to_string(n)) {
+        return y;
+      }
+    }
+    return -1;
+  };
+  const struct {
+    Key key;
+    int first;
+  } steps[] = {{Key::kDown, 2},     {Key::kPageDown, 22}, {Key::kEnd, 40},  {Key::kDown, 40},
+               {Key::kPageUp, 20},  {Key::kUp, 19},       {Key::kHome, 1},  {Key::kUp, 1}};
+  for (const auto& [key, first] : steps) {
+    console->SendKey(key);
+    console->WaitUntilQuiet();
+    EXPECT_EQ(rowOf(first), 2) << first << "\n" << console->Text();
+    EXPECT_EQ(rowOf(first + 20), 22) << first << "\n" << console->Text();
+    EXPECT_EQ(rowOf(first - 1), -1) << first << "\n" << console->Text();
+    EXPECT_EQ(rowOf(first + 21), -1) << first << "\n" << console->Text();
+  }
+  console->SendKey(Key::kF2);
   EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();
 }
 
