@@ -12,9 +12,7 @@
 
 #include <curses.h>
 #include <fcntl.h>
-#include <linux/kd.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <syslog.h>
 #include <termios.h>
 #include <unistd.h>
@@ -22,15 +20,19 @@
 #include "Frame.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
+#include "LoginDialog.h"
 #include "Platform.h"
 #include "Terminal.h"
 #include "WelcomeWindow.h"
+
+// Last: it defines macros named like ordinary words ("lines", "columns").
+#include <term.h>
 
 namespace {
 
 const char* const kPidFile = "/var/run/merel.pid";
 
-// Step 2: a VT number in 1..63, or 0 for "no switch".
+// The VT argument: a number in 1..63, or 0 for "no switch".
 int ParseVirtualTerminal(int argc, char** argv) {
   if (argc < 2) {
     return 0;
@@ -43,7 +45,7 @@ int ParseVirtualTerminal(int argc, char** argv) {
   return static_cast<int>(vt);
 }
 
-// Step 5: nothing the program or its libraries print may reach the terminal.
+// Nothing the program or its libraries print may reach the terminal.
 void SilenceStandardError() {
   int fd = open("/dev/null", O_WRONLY);
   if (fd >= 0) {
@@ -52,12 +54,11 @@ void SilenceStandardError() {
   }
 }
 
-// Step 7. "linux" is kept only on the real console; a remote terminal that
-// calls itself "linux" is driven as a VT102.
+// The terminal type and key handling. "linux" is kept only on the real
+// console; a remote terminal that calls itself "linux" is driven as a VT102.
 void ChooseTerminalType() {
   const char* term = getenv("TERM");
-  char keyboardType = 0;
-  if (ioctl(STDOUT_FILENO, KDGKBTYPE, &keyboardType) == 0) {
+  if (Platform::ConsoleKeyboard(STDOUT_FILENO)) {
     usingKeyboard = true;
     setenv("TERM", "linux", 1);
   } else if (term != nullptr) {
@@ -69,9 +70,18 @@ void ChooseTerminalType() {
   }
   setenv("TERMINFO", "/usr/share/terminfo", 0);
   setenv("TERM", "vt102", 0);
+  // Curses cannot start on a type it has no description of, and the console
+  // would be started again and again without ever drawing: such a terminal
+  // is driven as a VT102, like one that names no type at all.
+  int error = 0;
+  if (setupterm(getenv("TERM"), STDOUT_FILENO, &error) == OK) {
+    del_curterm(cur_term);
+  } else {
+    setenv("TERM", "vt102", 1);
+  }
 }
 
-// Step 8.
+// Syslog and the host's logging library.
 void StartLogging() {
   Log_SetProductInfo(ProductState_GetName(), ProductState_GetVersion(),
                      ProductState_GetBuildNumberString(), ProductState_GetCompilationOption());
@@ -81,7 +91,7 @@ void StartLogging() {
   Platform::Syslog(LOG_INFO, "Starting MEREL");
 }
 
-// Step 9. A second instance still runs; it only leaves the pid file to the
+// Single instance. A second instance still runs; it only leaves the pid file to the
 // first, which is the one other tools signal.
 void ClaimPidFile() {
   const std::string path = Platform::HostPath(kPidFile);
@@ -104,7 +114,7 @@ void ClaimPidFile() {
   }
 }
 
-// Step 10. The switch itself belongs to the host (a simulated host only
+// The VT switch. The switch itself belongs to the host (a simulated host only
 // records it); a failed switch is not reported.
 void SwitchVirtualTerminal(int vt) {
   Platform::SwitchVirtualTerminal(vt);
@@ -113,7 +123,7 @@ void SwitchVirtualTerminal(int vt) {
   tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
 }
 
-// Step 11. The host has en_US.UTF-8; a machine without it still gets UTF-8.
+// The host has en_US.UTF-8; a machine without it still gets UTF-8.
 void SetLocale() {
   if (setlocale(LC_ALL, "en_US.UTF-8") == nullptr) {
     setlocale(LC_ALL, "C.UTF-8");
@@ -124,12 +134,14 @@ void EndCurses() {
   endwin();
 }
 
-// Step 12.
+// Curses in the mode every screen expects.
 void StartCurses() {
   initscr();
   start_color();
-  // Every exit(0) of the key wait must leave the terminal usable.
+  // Every exit(0) of the key wait must leave the terminal usable, and so
+  // must an exception nobody catches.
   atexit(EndCurses);
+  Merel::RestoreTerminalOnTerminate();
   curs_set(0);
   cbreak();
   noecho();
@@ -150,9 +162,6 @@ int main(int argc, char** argv) {
     fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
-  Merel::Frame::OpenKeyTrace();
-
-  // Step 1 (character-classification tables) needs nothing here.
   const int vt = ParseVirtualTerminal(argc, argv);
   Merel::Frame::InitSignals();
   Merel::Frame::LoadIdleTimeout();
@@ -167,7 +176,11 @@ int main(int argc, char** argv) {
   SetLocale();
   StartCurses();
 
-  // Step 13: the welcome screen covers the whole screen and has no parent;
+  // Smart-card events are checked from the start, not only once somebody
+  // has opened the login.
+  Merel::Frame::_smartCardCheck = Merel::SmartCardCheck;
+
+  // The welcome screen covers the whole screen and has no parent;
   // its loop is the program's main loop.
   std::unique_ptr<Merel::Frame> root = std::make_unique<Merel::WelcomeWindow>(0, 0, COLS, LINES);
   try {

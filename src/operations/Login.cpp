@@ -68,12 +68,6 @@ void SmartCardCheck() {
 }
 
 bool Login(Frame* parent) {
-  // Installed here rather than by a static initialiser: Frame's own statics
-  // live in another translation unit and may be constructed after ours. Card
-  // events before the first F2 only reach the front frame's Update().
-  if (!Frame::_smartCardCheck) {
-    Frame::_smartCardCheck = SmartCardCheck;
-  }
   try {
     if (!ConsoleLoginAllowed()) {
       LoginDisabledDialog dialog(parent);

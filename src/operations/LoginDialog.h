@@ -29,7 +29,7 @@ std::string CardUserId();
 
 // Run by the key wait after a smart-card event: ends the process when the
 // card of a smart-card session has gone, and notes a card that arrives while
-// nobody is logged in. Installed as Frame::_smartCardCheck by Login().
+// nobody is logged in. Installed as Frame::_smartCardCheck at start-up.
 void SmartCardCheck();
 
 class LoginDialog : public Dialog {

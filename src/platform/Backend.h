@@ -33,9 +33,12 @@ class Backend {
                            int level,
                            const std::string& message) = 0;
   virtual bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) = 0;
-  // Brings virtual terminal `vt` to the front; false when it cannot (a
-  // backend without a console of its own never can).
-  virtual bool SwitchVirtualTerminal(int /*vt*/) { return false; }
+  // Brings virtual terminal `vt` to the front; false when it cannot. The
+  // default is the real switch on the host's console (Platform.cpp).
+  virtual bool SwitchVirtualTerminal(int vt);
+  // Whether `fd` is the host's own console keyboard. The default asks the
+  // kernel (the keyboard-type query only a console answers).
+  virtual bool ConsoleKeyboard(int fd);
 
   // The host's state. Load reads it afresh; Modify is an atomic
   // read-modify-write (no update of another process is lost). Both throw

@@ -255,6 +255,7 @@ void Fields(HostState& s, V& v) {
   v("vms", s.vms);
   v("powerState", s.powerState);
   v("activeVirtualTerminal", s.activeVirtualTerminal);
+  v("consoleKeyboard", s.consoleKeyboard);
   v("bootCount", s.bootCount);
   v("firewall", s.firewall);
   v("alerts", s.alerts);

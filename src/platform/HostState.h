@@ -252,6 +252,9 @@ struct HostState {
   std::vector<VmState> vms;
   std::string powerState = "on";  // "on", "off", "rebooting"
   int activeVirtualTerminal = 0;   // 0: never switched
+  // The console runs on the host's own keyboard and screen (not a serial
+  // line or a remote session).
+  bool consoleKeyboard = false;
   int bootCount = 1;
   std::vector<FirewallRulesetState> firewall;
   std::vector<std::string> alerts;

@@ -1,5 +1,9 @@
 #include "Platform.h"
 
+#include <fcntl.h>
+#include <linux/kd.h>
+#include <linux/vt.h>
+#include <sys/ioctl.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -35,6 +39,8 @@ class NoHostBackend : public Backend {
   void Modify(const std::function<void(HostState&)>&) override {
     throw HostCtl::Lib::HostCtlException("No host selected");
   }
+  bool SwitchVirtualTerminal(int) override { return false; }
+  bool ConsoleKeyboard(int) override { return false; }
   bool EventServiceAvailable() override { return false; }
   void PostEvent(const std::string&) override {}
   void WriteAudit(const std::string&,
@@ -62,6 +68,23 @@ LogSettings& Log() {
 }
 
 }  // namespace
+
+bool Backend::SwitchVirtualTerminal(int vt) {
+  const int fd = open(HostPath("/dev/console").c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) {
+    return false;
+  }
+  // Activation can be refused while another switch is pending; waiting for
+  // the terminal then still brings the console to it.
+  bool switched = ioctl(fd, VT_ACTIVATE, vt) == 0 || ioctl(fd, VT_WAITACTIVE, vt) == 0;
+  close(fd);
+  return switched;
+}
+
+bool Backend::ConsoleKeyboard(int fd) {
+  char type = 0;
+  return ioctl(fd, KDGKBTYPE, &type) == 0;
+}
 
 bool Select(std::string& error) {
   const char* root = std::getenv("MEREL_SIM_ROOT");
@@ -173,6 +196,10 @@ bool ResolveHostname(const std::string& name, std::vector<std::string>& addresse
 
 bool SwitchVirtualTerminal(int vt) {
   return Current().SwitchVirtualTerminal(vt);
+}
+
+bool ConsoleKeyboard(int fd) {
+  return Current().ConsoleKeyboard(fd);
 }
 
 }  // namespace Platform

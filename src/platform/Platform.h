@@ -52,4 +52,9 @@ bool ResolveHostname(const std::string& name, std::vector<std::string>& addresse
 // only records it: the machine's own console is never switched.
 bool SwitchVirtualTerminal(int vt);
 
+// Whether the terminal on descriptor `fd` is the host's own console keyboard
+// (on a real host: the KDGKBTYPE query succeeds). A simulated host answers
+// from its state ("consoleKeyboard"), whatever terminal the console is in.
+bool ConsoleKeyboard(int fd);
+
 }  // namespace Platform

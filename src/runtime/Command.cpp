@@ -113,14 +113,11 @@ void WriteAll(int fd, const char* data, size_t length) {
   pthread_sigmask(SIG_SETMASK, &oldSet, nullptr);
 }
 
-// Reads until end of file or until `capacity` bytes are stored. After the
-// child was killed on time-out only what is already buffered is taken
-// (`drainOnly`): a grandchild may still hold the pipe open and would
-// otherwise keep the console waiting for its whole life.
-size_t ReadUpTo(int fd, char* buffer, size_t capacity, bool drainOnly) {
-  if (drainOnly) {
-    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
-  }
+// Reads until end of file or until `capacity` bytes are stored, whether the
+// child ended or was killed: what the tool wrote is its answer either way.
+// (A program the tool left running with the pipe open keeps the console
+// waiting until it ends, as the host tools are used with.)
+size_t ReadUpTo(int fd, char* buffer, size_t capacity) {
   size_t stored = 0;
   while (stored < capacity) {
     ssize_t n = read(fd, buffer + stored, capacity - stored);
@@ -128,16 +125,15 @@ size_t ReadUpTo(int fd, char* buffer, size_t capacity, bool drainOnly) {
       stored += static_cast<size_t>(n);
       continue;
     }
-    if (n < 0 && errno == EINTR) {
+    if (n < 0 && (errno == EINTR || errno == EAGAIN)) {
       continue;
     }
-    // End of file, an error, or (drainOnly) nothing more buffered.
-    break;
+    break;  // end of file or an error
   }
   return stored;
 }
 
-void Collect(Fd& fd, char* buffer, size_t* size, bool drainOnly) {
+void Collect(Fd& fd, char* buffer, size_t* size) {
   if (size == nullptr) {
     return;
   }
@@ -145,7 +141,7 @@ void Collect(Fd& fd, char* buffer, size_t* size, bool drainOnly) {
     *size = 0;
     return;
   }
-  *size = ReadUpTo(fd.Get(), buffer, *size, drainOnly);
+  *size = ReadUpTo(fd.Get(), buffer, *size);
 }
 
 const char* ErrnoText(int error, char* buffer, size_t length) {
@@ -199,7 +195,6 @@ int RunCommand(const char* path,
 
   int status = 0;
   bool ended = false;
-  bool killed = false;
   if (timeoutSeconds > 0) {
     long long budget = static_cast<long long>(timeoutSeconds) * 1000000;
     for (;;) {
@@ -222,7 +217,6 @@ int RunCommand(const char* path,
         // Deliberately not waited for: the result is -1 either way, and the
         // console must not block on a child that may not die promptly.
         kill(pid, SIGKILL);
-        killed = true;
         break;
       }
     }
@@ -243,8 +237,8 @@ int RunCommand(const char* path,
   // Output is collected only now, after the child has ended. A child that
   // writes more than a pipe holds therefore blocks until it is killed; that
   // is the behaviour the host tools are used with.
-  Collect(output.read, out, outSize, killed);
-  Collect(error.read, err, errSize, killed);
+  Collect(output.read, out, outSize);
+  Collect(error.read, err, errSize);
 
   if (ended && WIFEXITED(status)) {
     return WEXITSTATUS(status);

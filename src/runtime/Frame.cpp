@@ -6,7 +6,9 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <syslog.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +22,7 @@
 #include "NexCtl/AdvancedOptionImpl.h"
 #include "Platform.h"
 #include "StringFactory.h"
+#include "Terminal.h"
 
 namespace Merel {
 
@@ -63,10 +66,6 @@ constexpr unsigned int kDefaultIdleTimeout = 600;
 // time-out.
 constexpr long long kDimAfterMs = 60 * 1000;
 
-// The signals the signal thread takes; blocked in every thread.
-// MEREL_KEY_TRACE's file (see Frame::OpenKeyTrace); -1 = no trace.
-int keyTraceFd = -1;
-
 struct timeval AddMilliseconds(const struct timeval& start, long long ms) {
   struct timeval delta;
   delta.tv_sec = static_cast<time_t>(ms / 1000);
@@ -83,17 +82,6 @@ struct timeval TimeLeft(const struct timeval& now, const struct timeval& deadlin
     timersub(&deadline, &now, &left);
   }
   return left;
-}
-
-void TraceKey(int key) {
-  if (keyTraceFd < 0) {
-    return;
-  }
-  char line[16];
-  int length = snprintf(line, sizeof line, "%d\n", key);
-  if (write(keyTraceFd, line, static_cast<size_t>(length)) < 0) {
-    // A test aid only; losing a line must not disturb the console.
-  }
 }
 
 }  // namespace
@@ -216,7 +204,6 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
       frame->Refresh();
     }
     // The key that ends the dim is delivered, not swallowed.
-    TraceKey(key);
     return key;
   }
 }
@@ -315,6 +302,7 @@ void* Frame::SignalHandler(void*) {
       case SIGINT:
       case SIGQUIT:
       case SIGTERM:
+      case SIGHUP:  // the normal end of a serial or remote session
         byte = kTerminateByte;
         break;
       default:
@@ -340,6 +328,18 @@ void Frame::InitSignals() {
   sigaddset(&_signalSet, SIGUSR1);
   sigaddset(&_signalSet, SIGUSR2);
   sigaddset(&_signalSet, SIGWINCH);
+  sigaddset(&_signalSet, SIGHUP);
+  // Job control has no place in a console that owns its terminal: a
+  // suspended console would leave the terminal to nobody. Ignored (not just
+  // blocked) before curses starts, because curses installs a handler of its
+  // own for a default SIGTSTP, and that handler redraws the screen from
+  // signal context. Ignored, the stop character is simply dropped, and a
+  // write or mode change from the background cannot stop the process either.
+  // Programs started on the terminal get the default dispositions back
+  // (Platform::Spawn).
+  for (int jobControl : {SIGTSTP, SIGTTIN, SIGTTOU}) {
+    signal(jobControl, SIG_IGN);
+  }
   // Blocked before any other thread exists, so every thread inherits the mask
   // and the signals are only ever taken by sigwait below: no code runs in
   // signal-handler context.
@@ -380,11 +380,56 @@ void Frame::SetLoggedIn(bool loggedIn) {
   }
 }
 
-void Frame::OpenKeyTrace() {
-  const char* path = getenv("MEREL_KEY_TRACE");
-  if (path != nullptr && *path != '\0') {
-    keyTraceFd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+int Frame::RunOnTerminal(Frame* owner,
+                         const char* path,
+                         char* const argv[],
+                         char* const envp[]) {
+  // The program expects the terminal as the console found it, not in the
+  // mode curses keeps it in.
+  struct termios saved;
+  const bool haveSaved = tcgetattr(STDOUT_FILENO, &saved) == 0;
+  tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
+  clear();
+  refresh();
+  // Nobody in front: a smart-card event must not draw over the program.
+  fgFrame = nullptr;
+
+  int status = -1;
+  const pid_t pid = Platform::Spawn(path, argv, envp, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
+  if (pid > 0) {
+    for (;;) {
+      pid_t r = waitpid(pid, &status, WUNTRACED);
+      if (r < 0 && errno == EINTR) {
+        continue;
+      }
+      if (r == pid && WIFSTOPPED(status)) {
+        // Suspended from its own terminal (a program that takes the stop
+        // character): nobody else could ever continue it, and the console
+        // would wait for ever.
+        kill(pid, SIGCONT);
+        continue;
+      }
+      if (r != pid) {
+        status = -1;
+      }
+      break;
+    }
   }
+
+  if (haveSaved) {
+    tcsetattr(STDOUT_FILENO, TCSANOW, &saved);
+  }
+  tcsetpgrp(STDOUT_FILENO, getpgrp());
+  // Switching the keypad off and on makes curses send the keypad set-up
+  // again, which the program undid on its way out.
+  keypad(stdscr, FALSE);
+  keypad(stdscr, TRUE);
+  if (owner != nullptr) {
+    owner->Draw(false);
+    owner->Draw(true);
+    fgFrame = owner;
+  }
+  return status;
 }
 
 }  // namespace Merel

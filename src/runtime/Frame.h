@@ -70,11 +70,15 @@ class Frame : public Window {
   // the login code (the runtime knows nothing of smart cards itself).
   static std::function<void()> _smartCardCheck;
 
-  // Test aid for the terminal acceptance tests: when MEREL_KEY_TRACE names a
-  // file at start-up, every real key the key wait returns is appended to it
-  // as a decimal number and a line break, so a test can see exactly which key
-  // code a byte sequence became.
-  static void OpenKeyTrace();
+  // Lends the terminal to the program at `path` (a host path) with exactly
+  // `argv` and `envp`: the terminal goes back to the modes the console found
+  // at start-up, the program runs in the foreground with the console's own
+  // standard descriptors, and the console waits for it to end (signals wait
+  // in the pipe meanwhile). Then the terminal is taken back and `owner` is
+  // repainted and in front again. Returns the wait status, or -1 when the
+  // program could not be started.
+  static int RunOnTerminal(Frame* owner, const char* path, char* const argv[],
+                           char* const envp[]);
 
  protected:
   Frame* _parentFrame = nullptr;

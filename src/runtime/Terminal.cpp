@@ -5,6 +5,9 @@
 
 #include <curses.h>
 
+#include <cstdlib>
+#include <exception>
+
 bool bwColor = false;
 bool usingKeyboard = false;
 struct termios orig_termios;
@@ -33,6 +36,20 @@ constexpr short kPairOrder[] = {kWhite, kBlack, kYellow, kLightGrey, kDarkGrey, 
 
 int PairNumber(int background, int foreground) {
   return foreground + COLORS * background + 1;
+}
+
+std::terminate_handler previousTerminate = nullptr;
+
+[[noreturn]] void RestoreAndTerminate() {
+  // abort() runs no exit handlers, so the endwin registered at start-up
+  // would never run. The previous handler still reports and aborts.
+  if (!isendwin()) {
+    endwin();
+  }
+  if (previousTerminate != nullptr) {
+    previousTerminate();
+  }
+  std::abort();
 }
 
 }  // namespace
@@ -194,6 +211,13 @@ void SetBackground(WINDOW* window, int colorAttr) {
     }
   }
   wmove(window, cursorY, cursorX);
+}
+
+void RestoreTerminalOnTerminate() {
+  std::terminate_handler previous = std::set_terminate(RestoreAndTerminate);
+  if (previous != RestoreAndTerminate) {
+    previousTerminate = previous;
+  }
 }
 
 void SetAttributes(WINDOW* window, int colorAttr) {

@@ -37,6 +37,11 @@ void SetBackground(WINDOW* window, int colorAttr);
 // wattr_set with a ColorAttr value: what is written next uses these colours.
 void SetAttributes(WINDOW* window, int colorAttr);
 
+// An exception that nobody catches still ends the process abnormally, but
+// only after curses has given the terminal back (modes, cursor, screen).
+// Installed once curses has started.
+void RestoreTerminalOnTerminate();
+
 }  // namespace Merel
 
 // Process-wide flags, plain globals by convention.

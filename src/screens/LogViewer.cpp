@@ -3,18 +3,12 @@
 // and takes the terminal back, curses state and all, when the pager ends.
 #include "LogViewer.h"
 
-#include <curses.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 
 #include "Frame.h"
 #include "Platform.h"
-#include "Terminal.h"
 
 extern char** environ;
 
@@ -89,16 +83,8 @@ void LogViewer::Show(size_t index, Frame* menu) const {
   }
   const std::string logPath = Platform::HostPath(_logs[index].path);
 
-  // The pager expects the terminal as the console found it, not in the
-  // raw-ish mode curses keeps it in.
-  struct termios saved;
-  const bool haveSaved = tcgetattr(STDOUT_FILENO, &saved) == 0;
-  tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
-  clear();
-  refresh();
-  // Nobody in front: a smart-card event must not draw over the pager.
-  Frame::fgFrame = nullptr;
-
+  // The pager's secure mode (no shell escapes, editor or other files) is
+  // set in the console's own environment, which the pager inherits.
   const char* former = getenv("LESSSECURE");
   const std::string formerValue = former != nullptr ? former : "";
   setenv("LESSSECURE", "1", 1);
@@ -108,32 +94,11 @@ void LogViewer::Show(size_t index, Frame* menu) const {
   std::string arg2 = kPagerPrompt;
   std::string arg3 = logPath;
   char* const argv[] = {arg0.data(), arg1.data(), arg2.data(), arg3.data(), nullptr};
-  const pid_t pid =
-      Platform::Spawn(kPager, argv, environ, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
-  if (pid > 0) {
-    int status;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-  }
+  Frame::RunOnTerminal(menu, kPager, argv, environ);
 
   // An unset variable comes back as an empty one rather than being removed;
   // the pager treats both the same.
   setenv("LESSSECURE", formerValue.c_str(), 1);
-
-  if (haveSaved) {
-    tcsetattr(STDOUT_FILENO, TCSANOW, &saved);
-  }
-  tcsetpgrp(STDOUT_FILENO, getpgrp());
-  // Switching the keypad off and on makes curses send the keypad set-up
-  // again, which the pager undid on its way out.
-  keypad(stdscr, FALSE);
-  keypad(stdscr, TRUE);
-  if (menu != nullptr) {
-    menu->Draw(false);
-    menu->Draw(true);
-    // The menu is the innermost running frame again.
-    Frame::fgFrame = menu;
-  }
 }
 
 }  // namespace Merel

@@ -1,17 +1,22 @@
-// The console runtime seen from outside: how the process ends on signals and
-// resizes, the pid file, the virtual-terminal argument, the key table on the
-// three terminal types and the colour set-up.
+// The console runtime seen from outside: how the process ends (and leaves
+// the terminal) on signals, resizes and hang-ups, job-control characters,
+// the pid file, the virtual-terminal argument, the choice of terminal type,
+// the smart-card check and the colour set-up.
 #include <signal.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <random>
 #include <regex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Harness.h"
+#include "MenuScreenUtil.h"
 
 namespace {
 
@@ -19,12 +24,24 @@ using namespace MerelTest;
 
 const char kPidFile[] = "/var/run/merel.pid";
 
+// The terminal is back in the line mode the console found: echo and
+// canonical input on, the line characters as they were.
+void ExpectModesRestored(const Terminal& console) {
+  std::optional<struct termios> modes = console.Modes();
+  ASSERT_TRUE(modes.has_value());
+  EXPECT_TRUE(modes->c_lflag & ECHO) << "echo left off";
+  EXPECT_TRUE(modes->c_lflag & ICANON) << "canonical input left off";
+  EXPECT_TRUE(modes->c_lflag & ISIG);
+}
+
 // The process ended by itself with status 0 and left the terminal usable:
-// out of the alternate screen, cursor visible (the ncurses xterm sequences).
+// line modes restored, out of the alternate screen, cursor visible (the
+// ncurses xterm sequences).
 void ExpectBareExit(Terminal& console) {
   std::optional<ExitStatus> status = console.WaitForExit();
   ASSERT_TRUE(status.has_value()) << "still running; screen:\n" << console.Text();
   EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  ExpectModesRestored(console);
   const std::string& raw = console.Raw();
   const size_t left = raw.rfind("\x1b[?1049l");
   ASSERT_NE(left, std::string::npos) << "never left the alternate screen";
@@ -62,13 +79,28 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(EndingCase{"SIGTERM", Kill(SIGTERM), ""},
                       EndingCase{"SIGINT", Kill(SIGINT), ""},
                       EndingCase{"SIGQUIT", Kill(SIGQUIT), ""},
+                      // A hang-up is how a serial line or a remote session ends.
+                      EndingCase{"SIGHUP", Kill(SIGHUP), ""},
                       // The kernel's SIGWINCH on a real size change.
                       EndingCase{"SIGWINCH", [](Terminal& c) { c.Resize(100, 30); },
                                  "Resized window to 100x30"},
                       // A restart request with nobody logged in.
                       EndingCase{"SIGUSR2", Kill(SIGUSR2), ""},
                       // How a resized serial terminal asks for a restart.
-                      EndingCase{"EscR", [](Terminal& c) { c.Send("\x1bR"); }, ""}),
+                      EndingCase{"EscR", [](Terminal& c) { c.Send("\x1bR"); }, ""},
+                      // The interrupt character in the middle of pasted text:
+                      // the terminal throws the rest of the paste away.
+                      EndingCase{"CtrlCInPaste",
+                                 [](Terminal& c) { c.Send("\x1b[12~merel\x03\x1bOQroot\r"); },
+                                 ""},
+                      // The stop character does nothing; a later SIGTERM ends it.
+                      EndingCase{"CtrlZThenSIGTERM",
+                                 [](Terminal& c) {
+                                   c.Send("\x1a");
+                                   c.WaitUntilQuiet(Scaled(milliseconds(200)));
+                                   c.Signal(SIGTERM);
+                                 },
+                                 ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 pid_t DeadPid() {
@@ -132,50 +164,177 @@ TEST(RuntimeScreenTest, ValidVtSwitchesTheHostConsole) {
   EXPECT_EQ(host.Syslog().find("Invalid VT"), std::string::npos);
 }
 
-// A sample of the console's key table, from each of its families (CSI, SS3,
-// ESC plus one character, DEL) and including sequences the terminal
-// descriptions give another meaning or none, must reach the key wait as the
-// same key on every terminal type. The in-process key table test feeds every
-// sequence; this one checks the real program on the real descriptions.
-class KeyTableTest : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(KeyTableTest, SequencesArriveAsTheSameKeys) {
+// Ctrl-Z must neither suspend the console nor hand the terminal back for a
+// moment: the screen stays (no leaving the alternate screen) and the
+// console keeps answering keys.
+TEST(RuntimeScreenTest, StopCharacterIsIgnored) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
-  const std::string trace = host.Path("/key-trace.log");
-  auto console = host.StartConsole({.term = GetParam(), .env = {{"MEREL_KEY_TRACE", trace}}});
-  const int F1 = 265, kUp = 259, kHome = 262, kEnd = 360, kInsert = 331, kPageUp = 339;
-  const std::pair<std::string, int> cases[] = {
-      {"\033[11~", F1},     {"\033OP", F1},      {"\033[M", F1},     {"\0331", F1},
-      {"\0335", F1 + 4},    {"\0330", F1 + 9},   {"\033!", F1 + 10}, {"\033[24~", F1 + 11},
-      {"\033OY", F1 + 11},  {"\033[X", F1 + 11}, {"\033[A", kUp},    {"\033OA", kUp},
-      {"\033[1~", kHome},   {"\033h", kHome},    {"\033[4~", kEnd},  {"\033+", kInsert},
-      {"\033[5~", kPageUp}, {"\033?", kPageUp},  {"\177", 263}};
-  // One key at a time, each seen in the trace before the next is typed, so a
-  // sequence that curses splits or swallows is pinned down. A key the console
-  // threw away while redrawing is typed again: only its code matters here.
-  size_t seen = 0;
-  for (const auto& [bytes, code] : cases) {
-    std::vector<int> produced;
-    for (int attempt = 0; attempt < 3 && produced.empty(); ++attempt) {
-      console->Send(bytes);
-      console->WaitFor([&] { return ReadKeyTrace(trace).size() > seen; },
-                       Scaled(milliseconds(3000)));
-      console->WaitUntilQuiet(Scaled(milliseconds(100)));
-      std::vector<int> all = ReadKeyTrace(trace);
-      produced.assign(all.begin() + static_cast<long>(std::min(seen, all.size())), all.end());
-      seen = all.size();
-    }
-    const std::string shown = std::regex_replace(bytes, std::regex("\x1b"), "ESC ");
-    EXPECT_EQ(produced, std::vector<int>{code}) << shown << "; screen:\n" << console->Text();
+  auto console = host.StartConsole();
+  const size_t before = console->Raw().size();
+  for (const char* bytes : {"\x1a", "x\x1a\x1a", "\x1a\x1bOQ"}) {
+    console->Send(bytes);
+    console->WaitUntilQuiet(Scaled(milliseconds(200)));
   }
+  EXPECT_TRUE(console->Running());
+  EXPECT_EQ(console->Raw().find("\x1b[?1049l", before), std::string::npos)
+      << "left the screen on the stop character";
+  // The last F2 still opened the login.
+  EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();
+  std::optional<struct termios> modes = console->Modes();
+  ASSERT_TRUE(modes.has_value());
+  EXPECT_FALSE(modes->c_lflag & (ECHO | ICANON)) << "curses modes lost while running";
+  console->Signal(SIGTERM);
+  ExpectBareExit(*console);
+}
+
+// Bursts of random bytes, as a paste of garbage would be, with stop and
+// interrupt characters inside: whatever the console makes of the bytes, the
+// interrupt ends it cleanly (status 0, so no sanitizer report either) with
+// the terminal restored.
+TEST(RuntimeScreenTest, RandomPastesWithStopAndInterruptEndCleanly) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  for (unsigned seed = 1; seed <= 6; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::string burst;
+    while (burst.size() < 300) {
+      const char c = static_cast<char>(byte(random));
+      // Flow control (XON/XOFF) and the literal-next character would change
+      // what the terminal does with the rest, not what the console does.
+      if (c != '\x11' && c != '\x13' && c != '\x16' && c != '\x03') {
+        burst += c;
+      }
+      if (burst.size() % 40 == 0) {
+        burst += '\x1a';
+      }
+    }
+    burst.insert(burst.size() * 2 / 3, "\x03");
+    auto console = host.StartConsole();
+    console->Send(burst);
+    ExpectBareExit(*console);
+  }
+}
+
+// A hang-up while the log pager has the terminal: both the pager and the
+// console are in the terminal's foreground group, so both hear it. The pager
+// ends, the console takes its terminal back and ends on the pending
+// termination; nothing of the session is left running.
+struct HangUpCase {
+  const char* name;
+  std::function<void(Terminal&)> act;
+  bool terminalRemains;
+};
+
+class PagerHangUpTest : public ::testing::TestWithParam<HangUpCase> {};
+
+TEST_P(PagerHangUpTest, PagerAndConsoleEnd) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = MerelMenuTest::LogIn(host);
+  ASSERT_TRUE(console);
+  ASSERT_TRUE(MerelMenuTest::SelectEntry(*console, "View System Logs")) << console->Text();
+  console->SendText("1");
+  ASSERT_TRUE(console->WaitForText("<Q> Quit </> RegExp Search <H> Help")) << console->Text();
+  console->WaitUntilQuiet();
+  ASSERT_GE(console->SessionProcesses().size(), 2u) << "no pager running";
+  GetParam().act(*console);
+  std::optional<ExitStatus> status = console->WaitForExit();
+  ASSERT_TRUE(status.has_value()) << "the console is still running";
+  EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  EXPECT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }))
+      << "left running: " << console->SessionProcesses().size();
+  if (GetParam().terminalRemains) {
+    ExpectModesRestored(*console);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways,
+    PagerHangUpTest,
+    ::testing::Values(HangUpCase{"LineDropped", [](Terminal& c) { c.HangUp(); }, false},
+                      HangUpCase{"GroupSignalled",
+                                 [](Terminal& c) { kill(-c.Pid(), SIGHUP); }, true}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A card event is checked from start-up on, not only once somebody has
+// opened the login.
+TEST(RuntimeScreenTest, SmartCardEventBeforeAnyLoginIsChecked) {
+  SimHost host("smart-card");
+  ASSERT_TRUE(host.Ok());
+  auto console = host.StartConsole();
+  console->Signal(SIGUSR1);
+  EXPECT_TRUE(host.WaitForSyslog("user.info Found smart card with user id 'root'\n"))
+      << host.Syslog();
   EXPECT_TRUE(console->Running());
 }
 
-INSTANTIATE_TEST_SUITE_P(Terminals,
-                         KeyTableTest,
-                         ::testing::Values("linux", "vt102", "xterm"),
-                         [](const auto& info) { return std::string(info.param); });
+// The terminal type the console drives, and whether it treats the keyboard
+// as the host's own, follow from the console keyboard, TERM and SSH_CLIENT.
+// Seen from outside: the terminal's own sequences in the output (xterm's
+// alternate screen, the linux console's cursor mode; a VT102 has neither)
+// and the keyboard entry of the menu, offered only on the host's keyboard.
+struct TermCase {
+  const char* name;
+  std::string term;  // "" = unset
+  bool ssh;
+  bool consoleKeyboard;
+  const char* drives;  // "linux", "vt102" or "xterm"
+  bool keyboardEntry;
+};
+
+class TerminalTypeTest : public ::testing::TestWithParam<TermCase> {};
+
+TEST_P(TerminalTypeTest, DrivesTheTerminalAndOffersTheKeyboardEntry) {
+  const TermCase& c = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  MerelMenuTest::ModifyHost(host, [&](nlohmann::json& state) {
+    state["consoleKeyboard"] = c.consoleKeyboard;
+  });
+  TerminalOptions options{.term = c.term};
+  if (c.ssh) {
+    options.env["SSH_CLIENT"] = "192.0.2.7 50022 22";
+  }
+  auto console = MerelMenuTest::LogIn(host, options);
+  ASSERT_TRUE(console);
+  const std::string& raw = console->Raw();
+  const bool alternateScreen = raw.find("\x1b[?1049h") != std::string::npos;
+  const bool linuxCursor = raw.find("\x1b[?25l\x1b[?1c") != std::string::npos;
+  const bool cursorHidden = raw.find("\x1b[?25l") != std::string::npos;
+  const std::string drives = alternateScreen ? "xterm"
+                             : linuxCursor   ? "linux"
+                             : cursorHidden  ? "unknown"
+                                             : "vt102";
+  EXPECT_EQ(drives, c.drives);
+  const std::vector<std::string> rows = MerelMenuTest::MenuRows(*console);
+  EXPECT_EQ(std::find(rows.begin(), rows.end(), "Configure Keyboard") != rows.end(),
+            c.keyboardEntry)
+      << console->Text();
+  console->Signal(SIGTERM);
+  ASSERT_TRUE(console->WaitForExit().has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules,
+    TerminalTypeTest,
+    ::testing::Values(
+        // The host's own keyboard is always driven as the linux console.
+        TermCase{"ConsoleKeyboard", "xterm", false, true, "linux", true},
+        TermCase{"ConsoleKeyboardWithoutTerm", "", false, true, "linux", true},
+        // A remote terminal calling itself linux is driven as a VT102.
+        TermCase{"LinuxRemote", "linux", false, false, "vt102", false},
+        TermCase{"LinuxOverSsh", "linux", true, false, "vt102", false},
+        TermCase{"XtermLocal", "xterm", false, false, "xterm", true},
+        TermCase{"XtermOverSsh", "xterm", true, false, "xterm", false},
+        // Only plain "xterm" counts as a local keyboard.
+        TermCase{"Xterm256", "xterm-256color", false, false, "xterm", false},
+        TermCase{"Unset", "", false, false, "vt102", false},
+        // A type without a terminal description is driven as a VT102.
+        TermCase{"Unknown", "no-such-terminal", false, false, "vt102", false}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 // Where the terminal can redefine its palette the console gets its greys and
 // golden yellow that way; elsewhere it draws in black and white, and F4 (the

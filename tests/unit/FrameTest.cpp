@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/time.h>
+#include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 #include <vector>
 
 #include "CursesFixture.h"
+#include "Terminal.h"
 #include "SimHostTestSupport.h"
 
 namespace Merel {
@@ -118,6 +121,52 @@ TEST_F(FrameTest, RestartDuringASessionIsKeptAndCardEventsUpdateTheFront) {
   EXPECT_EQ(Frame::WaitForKey(&front, false), 'q');
   EXPECT_TRUE(Frame::_markForRestart);
   EXPECT_EQ(front.updates, 1);
+}
+
+// The hand-over of the terminal to a program: the program sees the modes
+// the console found at start-up, the console waits for it (continuing it
+// when it stops itself, as nobody else could), then takes its own modes back
+// and repaints the owner, which is in front again.
+TEST_F(FrameTest, RunOnTerminalLendsTheTerminalAndTakesItBack) {
+  SimHostTest::SimRoot root;
+  // Standard output is the terminal for the hand-over, as in the console.
+  const int savedStdout = dup(STDOUT_FILENO);
+  dup2(_screen.Slave(), STDOUT_FILENO);
+  const struct termios savedOrig = orig_termios;
+  tcgetattr(STDOUT_FILENO, &orig_termios);
+  orig_termios.c_lflag |= ECHO | ICANON;
+  const struct {
+    const char* script;
+    int exitCode;
+  } cases[] = {
+      // Reports whether echo is on, from the terminal it was given.
+      {"stty -a | grep -q ' -echo ' && exit 1; exit 3", 3},
+      {"kill -STOP $$; exit 4", 4},
+  };
+  for (const auto& c : cases) {
+    TestFrame owner(nullptr);
+    Frame::fgFrame = nullptr;
+    char sh[] = "sh", dashC[] = "-c";
+    std::string script = c.script;
+    char* const argv[] = {sh, dashC, script.data(), nullptr};
+    char path[] = "PATH=/usr/bin:/bin";
+    char* const envp[] = {path, nullptr};
+    const int status = Frame::RunOnTerminal(&owner, "/bin/sh", argv, envp);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == c.exitCode) << c.script << " " << status;
+    EXPECT_EQ(Frame::fgFrame, &owner);
+    EXPECT_EQ(owner.draws, (std::vector<bool>{false, true}));
+    struct termios after;
+    tcgetattr(STDOUT_FILENO, &after);
+    EXPECT_FALSE(after.c_lflag & (ECHO | ICANON)) << "the console's modes are not back";
+  }
+  TestFrame owner(nullptr);
+  char name[] = "missing";
+  char* const argv[] = {name, nullptr};
+  EXPECT_EQ(Frame::RunOnTerminal(&owner, "/bin/no-such-program", argv, argv + 1), -1);
+  EXPECT_EQ(Frame::fgFrame, &owner);
+  orig_termios = savedOrig;
+  dup2(savedStdout, STDOUT_FILENO);
+  close(savedStdout);
 }
 
 TEST(FrameDeadlinesTest, DimAfterAMinuteIdleNoSoonerThanAMinuteZeroDisables) {

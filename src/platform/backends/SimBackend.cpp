@@ -319,6 +319,14 @@ bool SimBackend::SwitchVirtualTerminal(int vt) {
   }
 }
 
+bool SimBackend::ConsoleKeyboard(int /*fd*/) {
+  try {
+    return Load().consoleKeyboard;
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    return false;
+  }
+}
+
 bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
   addresses.clear();
   if (name.empty()) {

@@ -37,7 +37,10 @@ class SimBackend : public Backend {
                    int level,
                    const std::string& message) override;
   bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) override;
+  // Recorded in the state; the machine's own console is never switched.
   bool SwitchVirtualTerminal(int vt) override;
+  // The host's "consoleKeyboard"; the terminal itself is not asked.
+  bool ConsoleKeyboard(int fd) override;
 
   HostState Load() override;
   void Modify(const std::function<void(HostState&)>& change) override;

@@ -120,13 +120,15 @@ Terminal::~Terminal() {
 
 bool Terminal::Start(const std::vector<std::string>& args) {
   std::map<std::string, std::string> env = {
-      {"TERM", _options.term},
       {"LANG", "C.UTF-8"},  // libvterm mis-shifts repeated characters otherwise
       {"ESCDELAY", std::to_string(kEscDelayMs)},
       {"PATH", "/usr/local/bin:/usr/bin:/bin"},
       {"HOME", getenv("HOME") != nullptr ? getenv("HOME") : "/tmp"},
       // Exits from the key wait leave screens allocated, on purpose.
       {"ASAN_OPTIONS", "detect_leaks=0"}};
+  if (!_options.term.empty()) {
+    env["TERM"] = _options.term;
+  }
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "TMPDIR"}) {
     if (const char* value = getenv(name)) {
       env[name] = value;
@@ -475,6 +477,50 @@ void Terminal::Feed(const char* bytes, size_t length) {
   vterm_input_write(_vt, out.data(), out.size());
 }
 
+void Terminal::HangUp() {
+  if (_master >= 0) {
+    close(_master);
+    _master = -1;
+  }
+  _eof = true;
+}
+
+std::optional<struct termios> Terminal::Modes() const {
+  struct termios modes;
+  if (_master < 0 || tcgetattr(_master, &modes) != 0) {
+    return std::nullopt;
+  }
+  return modes;
+}
+
+std::vector<pid_t> Terminal::SessionProcesses() const {
+  std::vector<pid_t> found;
+  if (_pid <= 0) {
+    return found;
+  }
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator("/proc", error)) {
+    const std::string name = entry.path().filename();
+    if (name.find_first_not_of("0123456789") != std::string::npos) {
+      continue;
+    }
+    // "pid (comm) state ppid pgrp session ...": the command may hold blanks
+    // and parentheses, so the fields are counted after its last ')'.
+    const std::string stat = ReadAll("/proc/" + name + "/stat");
+    const size_t close = stat.rfind(')');
+    if (close == std::string::npos) {
+      continue;
+    }
+    std::istringstream fields(stat.substr(close + 1));
+    char state = 0;
+    long parent = 0, group = 0, session = 0;
+    if (fields >> state >> parent >> group >> session && session == _pid && state != 'Z') {
+      found.push_back(static_cast<pid_t>(std::stol(name)));
+    }
+  }
+  return found;
+}
+
 std::string Terminal::CellText(int x, int y) const {
   VTermScreenCell cell;
   std::string text;
@@ -617,15 +663,6 @@ void ExpectGoldenScreen(const Terminal& terminal, const std::string& name) {
   }
   // gtest shows a line diff of the two.
   EXPECT_EQ(ReadAll(path), actual) << path << " (MEREL_UPDATE_GOLDEN=1 records it anew)";
-}
-
-std::vector<int> ReadKeyTrace(const std::string& path) {
-  std::vector<int> keys;
-  std::ifstream in(path);
-  for (int key; in >> key;) {
-    keys.push_back(key);
-  }
-  return keys;
 }
 
 }  // namespace MerelTest

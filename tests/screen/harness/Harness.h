@@ -4,6 +4,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <termios.h>
 
 #include <chrono>
 #include <cstdint>
@@ -75,7 +76,7 @@ enum class Key {
 };
 
 struct TerminalOptions {
-  std::string term = "xterm";
+  std::string term = "xterm";  // empty: no TERM at all
   int cols = 80;
   int rows = 25;
   // Added to the base environment (TERM, LANG, ESCDELAY, PATH, HOME, the
@@ -118,6 +119,16 @@ class Terminal {
   bool Running();
   void Signal(int signal);
   void Resize(int cols, int rows);  // the kernel sends SIGWINCH
+  // Closes the pty's master side, as a dropped serial line or SSH session
+  // does: the kernel hangs the terminal up (SIGHUP to the session leader and
+  // the foreground group). Nothing can be sent or read afterwards.
+  void HangUp();
+  // The terminal's modes as the program left them; readable through the
+  // master also after the program has ended (until HangUp).
+  std::optional<struct termios> Modes() const;
+  // Live (not zombie) processes of the program's session: the program and
+  // whatever it started on the terminal.
+  std::vector<pid_t> SessionProcesses() const;
 
   // Text trims each row's trailing blanks and joins rows with "\n" (the form
   // golden screens are kept in). Find gives the column of `text` in row y, or -1.
@@ -206,8 +217,5 @@ class SimHost {
 // Compares the screen text with tests/golden/NAME.txt; with
 // MEREL_UPDATE_GOLDEN=1 rewrites the file instead.
 void ExpectGoldenScreen(const Terminal& terminal, const std::string& name);
-
-// The key codes of a key trace file (MEREL_KEY_TRACE), one a line.
-std::vector<int> ReadKeyTrace(const std::string& path);
 
 }  // namespace MerelTest
