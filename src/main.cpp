@@ -91,8 +91,8 @@ void StartLogging() {
   Platform::Syslog(LOG_INFO, "Starting MEREL");
 }
 
-// Single instance. A second instance still runs; it only leaves the pid file to the
-// first, which is the one other tools signal.
+// Single instance. A second instance still runs; it only leaves the pid file
+// to the first, which is the one other tools signal.
 void ClaimPidFile() {
   const std::string path = Platform::HostPath(kPidFile);
   int pid = 0;
