@@ -8,6 +8,7 @@ PKGS=(
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   libpam-wrapper libvterm-dev faketime
   openssl openssh-client less
+  dialog whiptail
   clang libclang-rt-14-dev
 )
 missing=()

@@ -187,7 +187,7 @@ size_t Terminal::Pump(milliseconds wait) {
     ssize_t n = read(_master, buffer, sizeof(buffer));
     if (n > 0) {
       _raw.append(buffer, static_cast<size_t>(n));
-      vterm_input_write(_vt, buffer, static_cast<size_t>(n));
+      Feed(buffer, static_cast<size_t>(n));
       total += static_cast<size_t>(n);
     } else if (n == 0 || (errno != EINTR && errno != EAGAIN)) {
       _eof = true;  // EIO: every holder of the slave side has gone
@@ -305,6 +305,174 @@ void Terminal::Resize(int cols, int rows) {
   size.ws_row = static_cast<unsigned short>(rows);
   size.ws_col = static_cast<unsigned short>(cols);
   ioctl(_master, TIOCSWINSZ, &size);
+}
+
+struct Terminal::Tracking {
+  int rows = 0, cols = 0;
+  std::vector<uint8_t> damaged;        // one flag per cell, row by row
+  std::vector<VTermScreenCell> before;  // the cells at MarkScreen
+  bool cursorVisible = true;
+  bool altScreen = false;
+  Clock::time_point lastOutput = Clock::now();
+  bool dropPalette = false;
+  std::string held;  // the start of a sequence split over two reads
+  size_t skip = 0;   // palette digits still to drop
+
+  static int Damage(VTermRect rect, void* user) {
+    auto* self = static_cast<Tracking*>(user);
+    for (int y = std::max(rect.start_row, 0); y < std::min(rect.end_row, self->rows); ++y) {
+      for (int x = std::max(rect.start_col, 0); x < std::min(rect.end_col, self->cols); ++x) {
+        self->damaged[static_cast<size_t>(y * self->cols + x)] = 1;
+      }
+    }
+    return 1;
+  }
+
+  static int TermProp(VTermProp prop, VTermValue* value, void* user) {
+    auto* self = static_cast<Tracking*>(user);
+    if (prop == VTERM_PROP_CURSORVISIBLE) {
+      self->cursorVisible = value->boolean != 0;
+    } else if (prop == VTERM_PROP_ALTSCREEN) {
+      self->altScreen = value->boolean != 0;
+    }
+    return 1;
+  }
+
+  static bool Same(const VTermScreenCell& a, const VTermScreenCell& b) {
+    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL; ++i) {
+      if (a.chars[i] != b.chars[i]) {
+        return false;
+      }
+      if (a.chars[i] == 0) {
+        break;
+      }
+    }
+    const VTermScreenCellAttrs &p = a.attrs, &q = b.attrs;
+    return a.width == b.width && p.bold == q.bold && p.underline == q.underline &&
+           p.italic == q.italic && p.blink == q.blink && p.reverse == q.reverse &&
+           p.strike == q.strike && p.font == q.font &&
+           p.dwl == q.dwl && p.dhl == q.dhl && vterm_color_is_equal(&a.fg, &b.fg) &&
+           vterm_color_is_equal(&a.bg, &b.bg);
+  }
+};
+
+void Terminal::TrackScreen() {
+  if (_tracking) {
+    return;
+  }
+  _tracking = std::make_unique<Tracking>();
+  static const VTermScreenCallbacks kCallbacks = {
+      .damage = Tracking::Damage,
+      .moverect = nullptr,  // a scroll then damages the cells it moved
+      .movecursor = nullptr,
+      .settermprop = Tracking::TermProp,
+      .bell = nullptr,
+      .resize = nullptr,
+      .sb_pushline = nullptr,
+      .sb_popline = nullptr,
+  };
+  vterm_screen_set_callbacks(_screen, &kCallbacks, _tracking.get());
+  vterm_screen_set_damage_merge(_screen, VTERM_DAMAGE_CELL);
+  MarkScreen();
+}
+
+void Terminal::MarkScreen() {
+  TrackScreen();
+  Tracking& t = *_tracking;
+  t.rows = _options.rows;
+  t.cols = _options.cols;
+  t.damaged.assign(static_cast<size_t>(t.rows * t.cols), 0);
+  t.before.resize(t.damaged.size());
+  for (int y = 0; y < t.rows; ++y) {
+    for (int x = 0; x < t.cols; ++x) {
+      vterm_screen_get_cell(_screen, VTermPos{y, x}, &t.before[static_cast<size_t>(y * t.cols + x)]);
+    }
+  }
+}
+
+int Terminal::ChangedCells() const {
+  if (!_tracking) {
+    return 0;
+  }
+  const Tracking& t = *_tracking;
+  int changed = 0;
+  for (int y = 0; y < std::min(t.rows, _options.rows); ++y) {
+    for (int x = 0; x < std::min(t.cols, _options.cols); ++x) {
+      const size_t i = static_cast<size_t>(y * t.cols + x);
+      VTermScreenCell now;
+      if (t.damaged[i] != 0 && vterm_screen_get_cell(_screen, VTermPos{y, x}, &now) != 0 &&
+          !Tracking::Same(now, t.before[i])) {
+        ++changed;
+      }
+    }
+  }
+  return changed;
+}
+
+bool Terminal::CursorVisible() const {
+  return !_tracking || _tracking->cursorVisible;
+}
+
+bool Terminal::AltScreen() const {
+  return _tracking && _tracking->altScreen;
+}
+
+std::chrono::steady_clock::time_point Terminal::LastOutputTime() const {
+  return _tracking ? _tracking->lastOutput : Clock::time_point();
+}
+
+void Terminal::DropLinuxPaletteSequences(bool on) {
+  TrackScreen();
+  _tracking->dropPalette = on;
+}
+
+void Terminal::Feed(const char* bytes, size_t length) {
+  if (!_tracking) {
+    vterm_input_write(_vt, bytes, length);
+    return;
+  }
+  Tracking& t = *_tracking;
+  t.lastOutput = Clock::now();
+  if (!t.dropPalette) {
+    vterm_input_write(_vt, bytes, length);
+    return;
+  }
+  std::string out;
+  out.reserve(length);
+  for (size_t i = 0; i < length; ++i) {
+    const char c = bytes[i];
+    if (t.skip > 0) {
+      --t.skip;
+      continue;
+    }
+    if (t.held.empty()) {
+      if (c == '\x1b') {
+        t.held = c;
+      } else {
+        out += c;
+      }
+      continue;
+    }
+    if (t.held.size() == 1) {
+      if (c == ']') {
+        t.held += c;
+      } else {
+        out += t.held;
+        t.held.clear();
+        --i;  // looked at again on its own (it may start a sequence)
+      }
+      continue;
+    }
+    // ESC ] seen: P takes an index digit and six colour digits; R stands alone.
+    if (c == 'P') {
+      t.skip = 7;
+    } else if (c != 'R') {
+      out += t.held;
+      out += c;
+    }
+    t.held.clear();
+  }
+  vterm_input_write(_vt, out.data(), out.size());
 }
 
 std::string Terminal::CellText(int x, int y) const {

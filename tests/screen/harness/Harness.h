@@ -128,6 +128,26 @@ class Terminal {
   // Palette slots redefined through the output (OSC 4).
   std::map<int, Rgb> Palette() const;
 
+  // Measurement for the benchmark and the monkey test; nothing of it runs
+  // until TrackScreen is called, so the screen tests see the plain emulator.
+  // Follows libvterm's damage, the cursor's visibility and the alternate
+  // screen from now on.
+  void TrackScreen();
+  // Remembers every cell as it is now and forgets the damage seen so far.
+  void MarkScreen();
+  // Cells damaged since MarkScreen whose text or attributes differ from what
+  // they were then: a cell rewritten with what it already showed is not counted.
+  int ChangedCells() const;
+  bool CursorVisible() const;
+  bool AltScreen() const;
+  // When the last byte of output arrived (the start, before any).
+  std::chrono::steady_clock::time_point LastOutputTime() const;
+  // The Linux console's palette sequences (ESC ] P nrrggbb, ESC ] R) have no
+  // terminator, and libvterm swallows the text after them as part of an OSC
+  // string. When on, they are kept out of the emulator (Raw() still has them).
+  void DropLinuxPaletteSequences(bool on);
+  int MasterFd() const { return _master; }
+
  private:
   size_t Pump(milliseconds wait);  // reads what comes within `wait`
   void Reap(bool block);
@@ -141,6 +161,9 @@ class Terminal {
   VTerm* _vt = nullptr;
   VTermScreen* _screen = nullptr;
   std::string _raw;
+  struct Tracking;
+  std::unique_ptr<Tracking> _tracking;
+  void Feed(const char* bytes, size_t length);
 };
 
 // A fresh simulated host root for one test, removed at the end.
