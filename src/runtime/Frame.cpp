@@ -157,6 +157,8 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
       }
       dimmed = true;
     }
+    // Everything drawn since the last wait goes out now, in one update.
+    Window::UpdateTerminal();
     int key;
     if (!dimmed) {
       struct timeval left = TimeLeft(now, deadlines.dim);

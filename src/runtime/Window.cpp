@@ -8,17 +8,6 @@ bool Window::_cursor = false;
 int Window::_xCursor = 0;
 int Window::_yCursor = 0;
 
-namespace {
-
-// `move` only changes where stdscr's cursor is; refreshing the (otherwise
-// untouched) stdscr is what puts the terminal's cursor there now rather than
-// at the next key read.
-void PlaceTerminalCursor(int x, int y) {
-  move(y, x);
-  refresh();
-}
-
-}  // namespace
 
 Window::Window(int x, int y, int width, int height, int background, int foreground)
     : _window(newwin(height, width, y, x)),
@@ -76,9 +65,33 @@ void Window::RedrawLines() {
 
 void Window::Refresh() {
   // Overlapping frames share screen cells; mark every line changed so the
-  // whole window is put back even where curses thinks nothing moved.
+  // whole window is put back even where curses thinks nothing moved. This
+  // only reaches curses' picture of the screen: the terminal gets the
+  // difference once, at UpdateTerminal, so a cell drawn twice for one key, or
+  // erased and written again with the same text, costs nothing on the line.
   wtouchln(_window, 0, _height, 1);
-  wrefresh(_window);
+  wnoutrefresh(_window);
+}
+
+void Window::UpdateTerminal() {
+  // curs_set sends nothing when the visibility does not change. The cursor
+  // is hidden before the update, so it is not seen running over the screen,
+  // and shown after it, in its place.
+  if (!_cursor) {
+    curs_set(0);
+  }
+  // stdscr is never drawn into: refreshing it adds no line to the update and
+  // only says where the cursor ends, or, while it is hidden, that it may end
+  // wherever the update leaves it (no bytes spent on moving it).
+  leaveok(stdscr, _cursor ? FALSE : TRUE);
+  if (_cursor) {
+    wmove(stdscr, _yCursor, _xCursor);
+  }
+  wnoutrefresh(stdscr);
+  doupdate();
+  if (_cursor) {
+    curs_set(1);
+  }
 }
 
 void Window::PrintAt(int x, int y, const std::string& text) {
@@ -103,12 +116,10 @@ void Window::SetColors(int background, int foreground) {
 void Window::SetCursor(int x, int y) {
   _xCursor = _x + x;
   _yCursor = _y + y;
-  PlaceTerminalCursor(_xCursor, _yCursor);
 }
 
 void Window::ShowCursor(bool visible) {
   _cursor = visible;
-  curs_set(visible ? 1 : 0);
 }
 
 void Window::Draw(bool active) {
@@ -137,10 +148,6 @@ void Window::Draw(bool active) {
     _xCursor = _savedCursorX;
     _yCursor = _savedCursorY;
     _savedCursorVisible = -1;
-    ShowCursor(_cursor);
-    if (_cursor) {
-      PlaceTerminalCursor(_xCursor, _yCursor);
-    }
   }
   // Keys typed while the screen was changing were meant for what was shown
   // before; never hand them to the new screen.

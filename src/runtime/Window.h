@@ -41,7 +41,14 @@ class Window {
 
   virtual void Draw(bool active);
 
+  // Puts the window into curses' picture of the screen; nothing reaches the
+  // terminal before UpdateTerminal.
   void Refresh();
+  // Sends the terminal what changed since the last update, ends with the
+  // cursor where the last SetCursor put it (or hides it), in one go. The key
+  // wait calls it before it waits; call it directly only to show something
+  // before the next key wait (progress of a long operation).
+  static void UpdateTerminal();
   // Blanks the window in its background (what the children showed goes too:
   // they share its cells).
   void Clear();
@@ -50,6 +57,8 @@ class Window {
   void RedrawLines();
   void PrintAt(int x, int y, const std::string& text);
   void SetColors(int background, int foreground);
+  // Where the terminal cursor goes, and whether it shows, at the next
+  // UpdateTerminal: the last call before it wins, whatever is drawn after.
   void SetCursor(int x, int y);
   static void ShowCursor(bool visible);
 

@@ -154,6 +154,39 @@ TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   EXPECT_EQ(host.Syslog().find("Authentication of user"), std::string::npos) << host.Syslog();
 }
 
+// The screen goes out once per key and the cursor is placed at the end of
+// that update, so it must sit where the focused field types next, whatever
+// was drawn after the field; on the keyboard line there is nothing to type.
+TEST(LoginScreenTest, TerminalCursorSitsOnTheFocusedField) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenLogin(host);
+  console->TrackScreen();
+  EXPECT_EQ(console->CursorPosition(), std::pair(39, kPasswordRow)) << "first draw";
+  struct Step {
+    const char* name;
+    std::string keys;
+    bool visible;
+    std::pair<int, int> at;
+  };
+  const Step steps[] = {
+      {"typing", "mer", true, {42, kPasswordRow}},
+      {"up to the name", "\x1b[A", true, {43, kNameRow}},
+      {"left in the name", "\x1b[D\x1b[D", true, {41, kNameRow}},
+      {"up to the keyboard line", "\x1b[A", false, {}},
+      {"down to the name again", "\x1b[B", true, {41, kNameRow}},
+      {"tab to the password", "\t", true, {42, kPasswordRow}},
+  };
+  for (const Step& step : steps) {
+    console->Send(step.keys);
+    ASSERT_TRUE(console->WaitUntilQuiet(milliseconds(150))) << step.name;
+    EXPECT_EQ(console->CursorVisible(), step.visible) << step.name;
+    if (step.visible) {
+      EXPECT_EQ(console->CursorPosition(), step.at) << step.name << "\n" << console->Text();
+    }
+  }
+}
+
 // Without the host's permission for console logins F2 only informs; Enter,
 // not Esc, closes that.
 TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {

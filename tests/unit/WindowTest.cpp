@@ -130,6 +130,7 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   EXPECT_EQ(PairOf(&top), PairFor(kYellow, kWhite));
   EXPECT_EQ(PairOf(child), PairFor(kYellow, kBlack));
   EXPECT_TRUE(Window::_cursor);
+  Window::UpdateTerminal();
   EXPECT_EQ(getcurx(stdscr), 11);
   EXPECT_EQ(getcury(stdscr), 6);
   EXPECT_EQ(curs_set(1), 1) << "cursor hidden after the active draw";

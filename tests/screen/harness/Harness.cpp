@@ -415,6 +415,12 @@ bool Terminal::CursorVisible() const {
   return !_tracking || _tracking->cursorVisible;
 }
 
+std::pair<int, int> Terminal::CursorPosition() const {
+  VTermPos pos;
+  vterm_state_get_cursorpos(vterm_obtain_state(_vt), &pos);
+  return {pos.col, pos.row};
+}
+
 bool Terminal::AltScreen() const {
   return _tracking && _tracking->altScreen;
 }

@@ -150,6 +150,9 @@ class Terminal {
   // they were then: a cell rewritten with what it already showed is not counted.
   int ChangedCells() const;
   bool CursorVisible() const;
+  // Where the terminal's cursor is now, as (x, y); kept with or without
+  // TrackScreen.
+  std::pair<int, int> CursorPosition() const;
   bool AltScreen() const;
   // When the last byte of output arrived (the start, before any).
   std::chrono::steady_clock::time_point LastOutputTime() const;
