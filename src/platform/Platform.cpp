@@ -105,7 +105,7 @@ bool Select(std::string& error) {
     }
     if (access((stateRoot + "/host.json").c_str(), F_OK) != 0) {
       std::string simBinary = SelfDirectory() + "/merel-sim";
-      if (!InitHostRoot(stateRoot, DemoHostDescription(), "built-in demo host", simBinary, error,
+      if (!InitHostRoot(stateRoot, BundledDemoHost(), "built-in demo host", simBinary, error,
                         nullptr)) {
         return false;
       }

@@ -98,7 +98,7 @@ int Option(const HostState& s, const char* name) {
 TEST(SimHostStateTest, JsonRoundTripKeepsEveryMember) {
   HostState demo;
   std::string error;
-  ASSERT_TRUE(Platform::FromJson(Platform::DemoHostDescription(), demo, error)) << error;
+  ASSERT_TRUE(Platform::FromJson(Platform::BundledDemoHost(), demo, error)) << error;
   demo.counters["x"] = 7;
   demo.network.dns.records["a.test"] = {"10.0.0.1", "10.0.0.2"};
   std::string once = Platform::ToJson(demo);

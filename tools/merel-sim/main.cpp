@@ -38,7 +38,7 @@ std::string Absolute(const std::string& path) {
 int Init(const std::vector<std::string>& args) {
   if (args.empty() || args.size() > 2)
     return Usage();
-  std::string description = Platform::DemoHostDescription();
+  std::string description = Platform::BundledDemoHost();
   std::string name = "built-in demo host";
   if (args.size() == 2) {
     name = args[1];

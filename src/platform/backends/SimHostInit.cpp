@@ -199,7 +199,7 @@ std::string LogContent(const std::string& log, const HostState& state) {
 
 }  // namespace
 
-const char* DemoHostDescription() {
+const char* BundledDemoHost() {
   return kDemoHost;
 }
 

@@ -8,7 +8,7 @@
 namespace Platform {
 
 // The bundled demo host description (sim/demo-host.json, compiled in).
-const char* DemoHostDescription();
+const char* BundledDemoHost();
 
 // $XDG_STATE_HOME/merel/host, else ~/.local/state/merel/host; empty when
 // neither variable is set.
