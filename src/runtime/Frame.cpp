@@ -426,6 +426,10 @@ int Frame::RunOnTerminal(Frame* owner,
   // again, which the program undid on its way out.
   keypad(stdscr, FALSE);
   keypad(stdscr, TRUE);
+  // Curses still believes the screen is the one it cleared, but the program
+  // wrote over it: without this, cells the owner leaves blank would keep the
+  // program's text on a terminal without an alternate screen.
+  clearok(curscr, TRUE);
   if (owner != nullptr) {
     owner->Draw(false);
     owner->Draw(true);
