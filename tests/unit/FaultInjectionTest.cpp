@@ -43,6 +43,9 @@ void NicMac() {
 void PnicMac() {
   Net::PnicImpl("pnic0").GetMacAddress();
 }
+void Ipv6Switch() {
+  Net::NetworkInfoImpl().SetNexIpv6Enabled(false);
+}
 void Sysinfo() {
   NexCtl::Util::SysinfoSystemVersion record;
   if (NexCtl::Util::SysinfoUtil::SysinfoGet(record) == EIO)
@@ -62,6 +65,7 @@ TEST(FaultInjectionTest, NamedCallsFailAlwaysOrOnce) {
       {{"DnsConfigImpl.SetHostname busy --once"}, SetHostname, {"busy", "ok"}},
       {{"GetIpConfigs gone --once"}, NicIpConfigs, {"gone", "ok"}},
       {{"SysinfoGet x"}, Sysinfo, {"EIO"}},
+      {{"SetNexIpv6Enabled off --once"}, Ipv6Switch, {"off", "ok"}},
       // Class.Method wins over the bare name, whichever was set first.
       {{"GetMacAddress bare", "PnicImpl.GetMacAddress qualified"}, PnicMac, {"qualified"}},
       {{"PnicImpl.GetMacAddress qualified", "GetMacAddress bare"}, PnicMac, {"qualified"}},
