@@ -9,6 +9,8 @@ int StopVmsAndGoDown(Dialog* dialog, const std::string& title, const std::string
                      bool graceful, const char* command) {
   dialog->SetTitle(title);
   dialog->SetText(text);
+  // On screen before the virtual machines are stopped, which may take long.
+  Window::UpdateTerminal();
   StopVirtualMachines(graceful);
   if (Platform::System(command) == -1) {
     return 0;
