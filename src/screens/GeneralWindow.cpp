@@ -19,6 +19,7 @@
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PciInfoImpl.h"
 #include "Platform.h"
+#include "RestoreDialog.h"
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
 #include "Terminal.h"
@@ -304,13 +305,18 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuResetConfiguration: {
+      RestoreDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
       // (password, lockdown, DriverVM, network, test, restore,
-      // troubleshooting, reset): nothing opens.
+      // troubleshooting): nothing opens.
       return;
   }
   DrawContents();

@@ -119,3 +119,65 @@ TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
 }
 
 }  // namespace
+
+namespace {
+
+std::unique_ptr<Terminal> OpenReset(SimHost& host) {
+  auto console = LogIn(host);
+  if (!console)
+    return console;
+  EXPECT_TRUE(SelectEntry(*console, "Reset System Configuration"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Reset System Configuration now?")) << console->Text();
+  return console;
+}
+
+// Enter does not confirm and Esc goes back: nothing logged, run or changed.
+TEST(ResetScreenTest, OnlyF11Confirms) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenReset(host);
+  ASSERT_TRUE(console);
+  ExpectGoldenScreen(*console, "reset-confirm");
+  console->SendKey(Key::kEnter);
+  console->WaitUntilQuiet();
+  EXPECT_NE(console->Text().find("Reset System Configuration now?"), std::string::npos);
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(host.ReadFile("/var/log/tools.log").find("configReset"), std::string::npos);
+  EXPECT_EQ(host.Syslog().find("Restoring factory defaults"), std::string::npos);
+  EXPECT_EQ(host.HostJson()["configResets"], 0);
+}
+
+TEST(ResetScreenTest, F11ResetsToTheFactoryStateAndRestarts) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  SetIdleTimeout(host, 300);
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
+  auto console = OpenReset(host);
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "Default settings are restored.")) << console->Text();
+  ExpectGoldenScreen(*console, "reset-done");
+  EXPECT_NE(host.ObsvLog().find("[obsv.user.merel.restore.factory.defaults] Restoring factory "
+                                "defaults"),
+            std::string::npos);
+  // No way back: Esc is ignored, Enter restarts.
+  console->SendKey(Key::kEscape);
+  console->WaitUntilQuiet();
+  EXPECT_TRUE(console->Running());
+  console->SendKey(Key::kEnter);
+  auto status = console->WaitForExit();
+  ASSERT_TRUE(status) << console->Text();
+  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+
+  const auto state = host.HostJson();
+  EXPECT_EQ(state["configResets"], 1);
+  EXPECT_EQ(state["powerState"], "rebooting");
+  EXPECT_EQ(state["network"]["dns"]["hostname"], "merel-demo");
+  EXPECT_EQ(state["advancedOptions"][0]["value"], 600);
+  EXPECT_EQ(ToolsFrom(host, "configReset.sh"), "configReset.sh --reset-only\nreboot -f\n");
+  EXPECT_NE(host.Syslog().find("Restoring factory defaults"), std::string::npos);
+}
+
+}  // namespace
