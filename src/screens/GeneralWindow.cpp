@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Command.h"
+#include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
 #include "KeyboardDialog.h"
@@ -305,6 +306,11 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuConfigureDriverVm: {
+      DriverVMDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
     case Strings::kMenuResetConfiguration: {
       RestoreDialog dialog(this);
       Frame::Run(&dialog);
@@ -315,7 +321,7 @@ void GeneralWindow::Open(uint32_t key) {
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, DriverVM, network, test, restore,
+      // (password, lockdown, network, test, restore,
       // troubleshooting): nothing opens.
       return;
   }

@@ -3,6 +3,7 @@
 // host coming back up afterwards.
 #include <signal.h>
 
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -29,7 +30,7 @@ std::unique_ptr<Terminal> OpenShutdown(SimHost& host) {
 }
 
 std::string VmStop(const nlohmann::json& state, const std::string& name) {
-  for (const auto& vm : state["vms"]) {
+  for (const auto& vm : state.at("vms")) {
     if (vm["name"] == name)
       return vm.value("lastStop", "");
   }
@@ -178,6 +179,93 @@ TEST(ResetScreenTest, F11ResetsToTheFactoryStateAndRestarts) {
   EXPECT_EQ(state["advancedOptions"][0]["value"], 600);
   EXPECT_EQ(ToolsFrom(host, "configReset.sh"), "configReset.sh --reset-only\nreboot -f\n");
   EXPECT_NE(host.Syslog().find("Restoring factory defaults"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+struct DriverVmEntryCase {
+  const char* fixture;
+  bool shown;
+  bool usable;
+};
+
+// The entry follows the host's device assignment state: hidden, grey, usable.
+TEST(DriverVmScreenTest, EntryFollowsTheAssignmentState) {
+  const DriverVmEntryCase cases[] = {
+      {"", false, false}, {"device-assignment-1", true, false}, {"device-assignment-2", true, true}};
+  for (const auto& c : cases) {
+    SimHost host(c.fixture);
+    ASSERT_TRUE(host.Ok());
+    TerminalOptions options;
+    options.term = "xterm-256color";  // colours are checked
+    auto console = LogIn(host, options);
+    ASSERT_TRUE(console);
+    const auto rows = MenuRows(*console);
+    const auto row = std::find(rows.begin(), rows.end(), "Configure DriverVM Devices");
+    EXPECT_EQ(row != rows.end(), c.shown) << c.fixture;
+    if (row != rows.end()) {
+      const int y = kMenuTop + static_cast<int>(row - rows.begin());
+      const bool grey = console->CellAt(kMenuColumn, y).fg.Console() == ConsoleColor::kDarkGrey;
+      EXPECT_EQ(grey, !c.usable) << c.fixture;
+    }
+  }
+}
+
+std::unique_ptr<Terminal> OpenDriverVm(SimHost& host) {
+  auto console = LogIn(host);
+  if (!console)
+    return console;
+  EXPECT_TRUE(SelectEntry(*console, "Configure DriverVM Devices"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  return console;
+}
+
+nlohmann::json Device(const SimHost& host, const std::string& address) {
+  const auto state = host.HostJson();
+  for (const auto& device : state["hardware"]["pciDevices"]) {
+    if (device["address"] == address)
+      return device;
+  }
+  return nullptr;
+}
+
+// Space on the GPU takes its audio function along (after the warning);
+// Enter saves both for the next boot, which applies them.
+TEST(DriverVmScreenTest, ToggleSavedForTheNextBoot) {
+  SimHost host("device-assignment-2");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenDriverVm(host);
+  ASSERT_TRUE(console);
+  ExpectGoldenScreen(*console, "drivervm");
+  console->SendKey(Key::kSpace);
+  ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Warning")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "[X] 0000:3b:00.1")) << console->Text();
+  EXPECT_EQ(Device(host, "0000:3b:00.0").value("passthroughAfterReboot", -1), -1);  // not yet saved
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "The device assignment has been saved.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
+    EXPECT_EQ(Device(host, address).value("passthroughAfterReboot", -1), 1) << address;
+    EXPECT_EQ(Device(host, address)["passthrough"], false) << address;
+  }
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
+
+  // Opened again it shows the change waiting; Esc leaves what was saved.
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  EXPECT_NE(console->Text().find("Host -> DriverVM"), std::string::npos) << console->Text();
+  console->SendKeys({Key::kDown, Key::kDown});
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kSpace);
+  EXPECT_TRUE(WaitQuiet(*console, "[ ] 0000:af:00.0")) << console->Text();
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(WaitForMenu(*console));
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
 }
 
 }  // namespace
