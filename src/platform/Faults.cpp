@@ -11,7 +11,7 @@ namespace Platform {
 
 namespace {
 
-constexpr std::array<std::string_view, 109> kCalls = {
+constexpr std::array<std::string_view, 110> kCalls = {
     "AdvancedOptionImpl.FindOption",
     "AdvancedOptionImpl.SetIntegerOption",
     "CpuInfoImpl.GetDescription",
@@ -85,6 +85,7 @@ constexpr std::array<std::string_view, 109> kCalls = {
     "NexelNicInfoImpl.RemoveNexelNic",
     "PciInfoImpl.GetDeviceAssignmentState",
     "PciInfoImpl.GetDevices",
+    "PciInfoImpl.SaveAssignment",
     "PnicImpl.GetInfo",
     "PnicImpl.GetMacAddress",
     "PnicImpl.IsLinkUp",

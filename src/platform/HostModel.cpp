@@ -232,17 +232,76 @@ bool IsReachable(const HostState& state, const std::string& address) {
   return false;
 }
 
+namespace {
+
+void StopAllVms(HostState& state) {
+  for (auto& vm : state.vms) {
+    if (vm.poweredOn)
+      vm.lastStop = "host went down";
+    vm.poweredOn = false;
+  }
+}
+
+}  // namespace
+
 void PowerOff(HostState& state) {
   state.powerState = "off";
-  for (auto& vm : state.vms)
+  StopAllVms(state);
+}
+
+bool Boot(HostState& state) {
+  if (state.powerState == "on")
+    return false;
+  // A restart counted its boot when it began.
+  if (state.powerState == "off")
+    ++state.bootCount;
+  state.powerState = "on";
+  state.network.ipv6Enabled = state.network.ipv6EnabledAfterReboot;
+  for (auto& service : state.services)
+    service.running = service.enabled;
+  for (auto& device : state.hardware.pciDevices) {
+    if (device.passthroughAfterReboot >= 0)
+      device.passthrough = device.passthroughAfterReboot == 1;
+    device.passthroughAfterReboot = -1;
+  }
+  for (auto& nic : state.network.nics) {
+    if (nic.ipv4Mode == "dhcp" && state.network.dhcp.available) {
+      EnsureLease(state, nic);
+      ++nic.leaseRenewals;
+    }
+  }
+  return true;
+}
+
+int PowerOffVms(HostState& state, bool terminate) {
+  int running = 0;
+  for (auto& vm : state.vms) {
+    if (!vm.poweredOn)
+      continue;
+    if (vm.refusesSoftStop && !terminate) {
+      ++running;
+      continue;
+    }
     vm.poweredOn = false;
+    vm.lastStop = vm.refusesSoftStop ? "terminated" : "shut down";
+  }
+  return running;
+}
+
+bool HasNativeDriver(const HostState& state, const PciDeviceState& device) {
+  if (!device.driver.empty())
+    return true;
+  for (const auto& pnic : state.network.pnics) {
+    if (pnic.pciAddress == device.address && !pnic.driver.empty())
+      return true;
+  }
+  return false;
 }
 
 void Reboot(HostState& state) {
   state.powerState = "rebooting";
   ++state.bootCount;
-  for (auto& vm : state.vms)
-    vm.poweredOn = false;
+  StopAllVms(state);
   // Settings that only a boot applies.
   state.network.ipv6Enabled = state.network.ipv6EnabledAfterReboot;
   for (auto& service : state.services)
@@ -321,6 +380,40 @@ void ResetConfiguration(HostState& state) {
     if (service.name == "TarvikShell" || service.name == "SSH") {
       service.enabled = false;
     }
+  }
+}
+
+void ResetConfiguration(HostState& state, const HostState& factory) {
+  ++state.configResets;
+  auto& net = state.network;
+  const auto& base = factory.network;
+  net.ipv6Enabled = base.ipv6Enabled;
+  net.ipv6EnabledAfterReboot = base.ipv6EnabledAfterReboot;
+  net.netDumperEnabled = base.netDumperEnabled;
+  net.vswitches = base.vswitches;
+  net.nics = base.nics;
+  net.routing = base.routing;
+  // The records are the world's DNS, not the host's settings.
+  auto records = std::move(net.dns.records);
+  net.dns = base.dns;
+  net.dns.records = std::move(records);
+  for (auto& dvs : net.dvswitches)
+    dvs.uplinks.clear();
+  for (auto& nic : net.nics)
+    EnsureLease(state, nic);
+  state.advancedOptions = factory.advancedOptions;
+  state.lockdown.enabled = factory.lockdown.enabled;
+  state.keyboardLayout = factory.keyboardLayout;
+  state.welcomeMessage = factory.welcomeMessage;
+  state.services = factory.services;
+  state.firewall = factory.firewall;
+  for (auto& device : state.hardware.pciDevices) {
+    bool passthrough = false;
+    for (const auto& original : factory.hardware.pciDevices) {
+      if (original.address == device.address)
+        passthrough = original.passthrough;
+    }
+    device.passthroughAfterReboot = passthrough ? 1 : 0;
   }
 }
 

@@ -43,11 +43,27 @@ bool CanUseDns(const HostState& state);
 // Whether `nexping address` gets an answer.
 bool IsReachable(const HostState& state, const std::string& address);
 
+// The host goes down: virtual machines still running die with it.
 void PowerOff(HostState& state);
 void Reboot(HostState& state);
+// A host that is off or restarting comes up: the settings that only a boot
+// applies take effect (IPv6, services, the DriverVM assignment) and DHCP
+// interfaces renew their leases. True when it was down.
+bool Boot(HostState& state);
+// powerOffVms: a soft stop of every running virtual machine; with
+// `terminate` also those that ignore it. Returns how many remain running.
+int PowerOffVms(HostState& state, bool terminate);
+// Whether the device has a native driver of the host (only those without one
+// are offered to the DriverVM).
+bool HasNativeDriver(const HostState& state, const PciDeviceState& device);
 void ClearNetworkConfig(HostState& state);
 void AutoConfigNetwork(HostState& state);
 // What "configReset.sh --reset-only" resets.
 void ResetConfiguration(HostState& state);
+// The same towards the state the host was made from: its network, advanced
+// options, lockdown, services, firewall, keyboard and device assignment (for
+// the next boot). Hardware, virtual machines, logs and the world around the
+// host (DHCP, DNS records) stay.
+void ResetConfiguration(HostState& state, const HostState& factory);
 
 }  // namespace Platform::Model

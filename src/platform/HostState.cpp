@@ -66,6 +66,9 @@ void Fields(PciDeviceState& s, V& v) {
   v("vendorName", s.vendorName);
   v("deviceName", s.deviceName);
   v("passthrough", s.passthrough);
+  v("driver", s.driver);
+  v("group", s.group);
+  v("passthroughAfterReboot", s.passthroughAfterReboot);
 }
 template <class V>
 void Fields(SmartCardState& s, V& v) {
@@ -222,6 +225,8 @@ template <class V>
 void Fields(VmState& s, V& v) {
   v("name", s.name);
   v("poweredOn", s.poweredOn);
+  v("refusesSoftStop", s.refusesSoftStop);
+  v("lastStop", s.lastStop);
 }
 template <class V>
 void Fields(AccountState& s, V& v) {

@@ -50,7 +50,16 @@ struct PciDeviceState {
   std::string address;
   std::string vendorName;
   std::string deviceName;
+  // Handed to the DriverVM in the running boot.
   bool passthrough = false;
+  // The native driver that claims the device; empty when the host has none
+  // (a network adapter's driver also shows on its pnic).
+  std::string driver;
+  // Devices of one group (an isolation domain of the PCI bus) can only be
+  // handed over together; empty: a group of its own.
+  std::string group;
+  // The assignment saved for the next boot: -1 unchanged, else 0 or 1.
+  int passthroughAfterReboot = -1;
 };
 
 struct SmartCardState {
@@ -214,6 +223,11 @@ struct ServiceState {
 struct VmState {
   std::string name;
   bool poweredOn = false;
+  // Ignores a soft stop (a hung guest): only a terminate stops it, or the
+  // host going down under it.
+  bool refusesSoftStop = false;
+  // How it last stopped: "shut down", "terminated" or "host went down".
+  std::string lastStop;
 };
 
 struct AccountState {

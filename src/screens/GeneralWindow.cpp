@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Command.h"
+#include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
 #include "KeyboardDialog.h"
@@ -19,6 +20,7 @@
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PciInfoImpl.h"
 #include "Platform.h"
+#include "RestoreDialog.h"
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
 #include "Terminal.h"
@@ -304,13 +306,23 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuConfigureDriverVm: {
+      DriverVMDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
+    case Strings::kMenuResetConfiguration: {
+      RestoreDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, DriverVM, network, test, restore,
-      // troubleshooting, reset): nothing opens.
+      // (password, lockdown, network, test, restore,
+      // troubleshooting): nothing opens.
       return;
   }
   DrawContents();

@@ -19,6 +19,7 @@
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/SystemInfoImpl.h"
 #include "Platform.h"
+#include "ShutdownDialog.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 #include "TextArea.h"
@@ -336,9 +337,10 @@ int WelcomeWindow::Loop() {
         break;
       case KEY_F(12):
         if (LogIn()) {
-          // TODO(shutdown): run the shut-down/restart dialog here once it
-          // exists; until then the session ends at once.
-          RunSession([] {});
+          RunSession([this] {
+            ShutdownDialog dialog(this);
+            Frame::Run(&dialog);
+          });
         }
         Layout();
         break;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -43,10 +44,30 @@ void AppendToolsLog(const std::string& root, const std::string& line) {
   close(fd);
 }
 
-// A real shutdown ends the console with everything else; the simulated one
-// ends the console process of this root (and nothing that merely reuses its
-// old pid).
-void EndConsole(const std::string& root) {
+// The terminal as a shell wants it back: the console is killed, so nobody
+// else will undo its modes. Only when the terminal is ours to write to.
+void HandBackTerminal(const std::string& message) {
+  if (!isatty(STDOUT_FILENO))
+    return;
+  struct termios modes;
+  if (tcgetattr(STDOUT_FILENO, &modes) == 0) {
+    modes.c_lflag |= ICANON | ECHO | ECHOE | ISIG | IEXTEN;
+    modes.c_iflag |= ICRNL;
+    modes.c_oflag |= OPOST | ONLCR;
+    tcsetattr(STDOUT_FILENO, TCSANOW, &modes);
+  }
+  // Out of the alternate screen, cursor back, colours off.
+  std::string text = "\x1b[?1049l\x1b[?25h\x1b[0m\r\n" + message + "\n";
+  ssize_t ignored = write(STDOUT_FILENO, text.data(), text.size());
+  (void)ignored;
+}
+
+// A real shutdown takes the console down with everything else, without
+// asking it; the simulated one kills the console process of this root (and
+// nothing that merely reuses its old pid). The console waits for this tool
+// meanwhile, so the terminal can be handed back first: once the console is
+// gone the terminal hangs up for everyone left in its session.
+void EndConsole(const std::string& root, const std::string& message) {
   std::ifstream pidFile(root + "/var/run/merel.pid");
   long pid = 0;
   if (!(pidFile >> pid) || pid <= 1)
@@ -56,7 +77,9 @@ void EndConsole(const std::string& root) {
   std::getline(comm, command);
   if (command != "merel")
     return;
-  kill(static_cast<pid_t>(pid), SIGTERM);
+  signal(SIGHUP, SIG_IGN);
+  HandBackTerminal(message);
+  kill(static_cast<pid_t>(pid), SIGKILL);
 }
 
 Platform::ServiceState& Service(HostState& state, const std::string& name) {
@@ -163,11 +186,22 @@ int RoviCmd(Context& c) {
   return 1;
 }
 
+// powerOffVms [--terminate]: fails while a virtual machine is still running.
 int PowerOffVms(Context& c) {
-  c.host.Modify([](HostState& s) {
-    for (auto& vm : s.vms)
-      vm.poweredOn = false;
-  });
+  bool terminate = false;
+  for (const auto& arg : c.args) {
+    if (arg != "--terminate") {
+      std::cerr << "usage: powerOffVms [--terminate]\n";
+      return 1;
+    }
+    terminate = true;
+  }
+  int running = 0;
+  c.host.Modify([&](HostState& s) { running = Platform::Model::PowerOffVms(s, terminate); });
+  if (running > 0) {
+    std::cerr << "powerOffVms: " << running << " virtual machine(s) did not stop\n";
+    return 1;
+  }
   return 0;
 }
 
@@ -309,8 +343,34 @@ int BackupSh(Context& c) {
   return 0;
 }
 
+// configReset.sh --reset-only: back to the description the host was made
+// from (ROOT/factory.json), root password included; a root made before that
+// file existed falls back to the generic defaults.
 int ConfigReset(Context& c) {
-  c.host.Modify([](HostState& s) { Platform::Model::ResetConfiguration(s); });
+  if (c.args != std::vector<std::string>{"--reset-only"}) {
+    std::cerr << "usage: configReset.sh --reset-only\n";
+    return 1;
+  }
+  std::ifstream in(c.host.Root() + "/factory.json", std::ios::binary);
+  if (!in) {
+    c.host.Modify([](HostState& s) { Platform::Model::ResetConfiguration(s); });
+    return 0;
+  }
+  std::stringstream text;
+  text << in.rdbuf();
+  HostState factory;
+  std::string error;
+  if (!Platform::FromJson(text.str(), factory, error)) {
+    std::cerr << "configReset.sh: factory.json: " << error << "\n";
+    return 1;
+  }
+  Platform::FillDefaults(factory);
+  c.host.Modify([&](HostState& s) { Platform::Model::ResetConfiguration(s, factory); });
+  std::string passwd;
+  for (const auto& account : factory.accounts)
+    passwd += account.user + ":" + account.password + ":merel\n";
+  std::ofstream(c.host.Root() + "/etc/pam_matrix.passwd", std::ios::binary | std::ios::trunc)
+      << passwd;
   return 0;
 }
 
@@ -342,13 +402,15 @@ int Nexbacktrace(Context& c) {
 
 int PowerOff(Context& c) {
   c.host.Modify([](HostState& s) { Platform::Model::PowerOff(s); });
-  EndConsole(c.host.Root());
+  EndConsole(c.host.Root(), "merel-sim: the host is powered off; `merel-sim run " +
+                                c.host.Root() + "` powers it on.");
   return 0;
 }
 
 int Reboot(Context& c) {
   c.host.Modify([](HostState& s) { Platform::Model::Reboot(s); });
-  EndConsole(c.host.Root());
+  EndConsole(c.host.Root(), "merel-sim: the host is restarting; `merel-sim run " +
+                                c.host.Root() + "` waits for it, `--now` skips the wait.");
   return 0;
 }
 

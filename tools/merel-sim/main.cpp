@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Faults.h"
+#include "HostModel.h"
 #include "HostState.h"
 #include "Tools.h"
 #include "backends/HostStore.h"
@@ -25,7 +26,7 @@ namespace {
 
 const char kUsage[] =
     "usage: merel-sim init ROOT [DESCRIPTION.json]\n"
-    "       merel-sim run ROOT [ARGS...]\n"
+    "       merel-sim run [--now] ROOT [ARGS...]\n"
     "       merel-sim show ROOT\n"
     "       merel-sim tool ROOT NAME [ARGS...]\n"
     "       merel-sim fail ROOT CALL TEXT [--once]\n"
@@ -92,14 +93,58 @@ int Show(const std::vector<std::string>& args) {
   return 0;
 }
 
-int Run(const std::vector<std::string>& args) {
+void AppendLog(const std::string& root, const std::string& log, const std::string& line) {
+  std::ofstream(root + "/var/log/" + log, std::ios::app) << line << "\n";
+}
+
+// Brings a host that is off or restarting up before its console starts, as
+// pressing the power button (or waiting out a restart) would. A restart
+// takes a little while unless `now`.
+bool BootHost(const std::string& root, bool now, std::string& error) {
+  Platform::HostStore store(root);
+  Platform::HostState state;
+  if (!store.Read(state, error))
+    return false;
+  if (state.powerState == "on")
+    return true;
+  if (state.powerState == "rebooting" && !now) {
+    std::cerr << "merel-sim: the host is restarting...\n";
+    sleep(3);
+  } else if (state.powerState == "off") {
+    std::cerr << "merel-sim: powering the host on\n";
+  }
+  int boot = 0;
+  std::string host;
+  if (!store.Modify(
+          [&](Platform::HostState& s) {
+            Platform::Model::Boot(s);
+            boot = s.bootCount;
+            host = s.network.dns.hostname;
+          },
+          error)) {
+    return false;
+  }
+  const std::string stamp = "2024-05-14T07:10:00.000Z ";
+  AppendLog(root, "hostboot.log", stamp + "hostinit: boot " + std::to_string(boot) +
+                                      ": configuration complete");
+  AppendLog(root, "obsvd.log", stamp + "[obsv.system.boot] Host " + host + " booted");
+  AppendLog(root, "syslog.log", stamp + "syslogd[2101]: syslogd started, log files in /var/log");
+  return true;
+}
+
+int Run(std::vector<std::string> args) {
+  bool now = false;
+  if (!args.empty() && args[0] == "--now") {
+    now = true;
+    args.erase(args.begin());
+  }
   if (args.empty())
     return Usage();
   std::string root = Absolute(args[0]);
   Platform::HostStore store(root);
   Platform::HostState state;
   std::string error;
-  if (!store.Read(state, error)) {
+  if (!store.Read(state, error) || !BootHost(root, now, error)) {
     std::cerr << "merel-sim: " << error << "\n";
     return 1;
   }

@@ -31,7 +31,11 @@ struct PciDevice {
   std::string address;  // "0000:18:00.0"
   std::string vendorName;
   std::string deviceName;
-  bool passthrough = false;
+  bool passthrough = false;  // owned by the DriverVM in the running boot
+  // Owned by the DriverVM from the next boot on (what was last saved).
+  bool passthroughNextBoot = false;
+  bool nativeDriver = false;  // the host drives it itself
+  std::string group;          // devices that change owner together; "" alone
 };
 
 }  // namespace Hardware

@@ -1,5 +1,8 @@
 // The hardware facades: small reads of the host's hardware record.
+#include <algorithm>
+
 #include "FacadeSupport.h"
+#include "HostModel.h"
 #include "NexCtl/CpuInfoImpl.h"
 #include "NexCtl/HardwareInfoImpl.h"
 #include "NexCtl/MemoryInfoImpl.h"
@@ -40,10 +43,30 @@ int PciInfoImpl::GetDeviceAssignmentState() {
 
 std::vector<HostCtl::Hardware::PciDevice> PciInfoImpl::GetDevices() {
   std::vector<HostCtl::Hardware::PciDevice> devices;
-  for (const auto& device : Platform::LoadHost("PciInfoImpl.GetDevices").hardware.pciDevices) {
-    devices.push_back({device.address, device.vendorName, device.deviceName, device.passthrough});
+  const auto host = Platform::LoadHost("PciInfoImpl.GetDevices");
+  for (const auto& device : host.hardware.pciDevices) {
+    const bool next = device.passthroughAfterReboot < 0 ? device.passthrough
+                                                        : device.passthroughAfterReboot == 1;
+    devices.push_back({device.address, device.vendorName, device.deviceName, device.passthrough,
+                       next, Platform::Model::HasNativeDriver(host, device), device.group});
   }
   return devices;
+}
+
+void PciInfoImpl::SaveAssignment(const std::vector<HostCtl::Hardware::PciDevice>& devices) {
+  Platform::ModifyHost("PciInfoImpl.SaveAssignment", [&](Platform::HostState& host) {
+    if (host.hardware.deviceAssignmentState != 2)
+      throw HostCtl::Lib::HostCtlException("device assignment cannot be configured now");
+    for (const auto& wanted : devices) {
+      auto& all = host.hardware.pciDevices;
+      auto it = std::find_if(all.begin(), all.end(),
+                             [&](const auto& device) { return device.address == wanted.address; });
+      if (it == all.end())
+        throw HostCtl::Lib::HostCtlException("no PCI device " + wanted.address);
+      it->passthroughAfterReboot =
+          wanted.passthroughNextBoot == it->passthrough ? -1 : wanted.passthroughNextBoot;
+    }
+  });
 }
 
 bool SmartCardInfoImpl::IsSupported() {

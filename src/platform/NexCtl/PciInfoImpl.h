@@ -12,6 +12,10 @@ class PciInfoImpl {
   // 0 not supported, 1 supported but not configurable now, 2 configurable.
   int GetDeviceAssignmentState();
   std::vector<HostCtl::Hardware::PciDevice> GetDevices();
+  // Saves `passthroughNextBoot` of each device (by address) for the next
+  // boot; the running assignment does not change. Throws when device
+  // assignment cannot be configured now or an address is unknown.
+  void SaveAssignment(const std::vector<HostCtl::Hardware::PciDevice>& devices);
 };
 
 }  // namespace NexCtl::Hardware

@@ -17,7 +17,9 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <set>
 #include <sstream>
+#include <vector>
 
 #include "HostCtl/HostCtlException.h"
 #include "HostModel.h"
@@ -125,6 +127,85 @@ bool IsFileSystemPath(const std::string& word) {
   return false;
 }
 
+// `path` with "." and ".." resolved as words (no links followed); "" when
+// ".." climbs above "/".
+std::string Normalize(const std::string& path) {
+  std::vector<std::string> parts;
+  std::stringstream words(path);
+  std::string part;
+  while (std::getline(words, part, '/')) {
+    if (part.empty() || part == ".")
+      continue;
+    if (part == "..") {
+      if (parts.empty())
+        return "";
+      parts.pop_back();
+    } else {
+      parts.push_back(part);
+    }
+  }
+  std::string result;
+  for (const auto& p : parts)
+    result += "/" + p;
+  return result.empty() ? "/" : result;
+}
+
+// The programs a shell command could start: the first word of every simple
+// command, past assignments and redirections, and of every quoted string
+// (it may be a command for another shell), quotes removed. Assignments to
+// PATH are reported as "PATH=", and words that climb with ".." as "..", so
+// that they can be refused too.
+std::vector<std::string> CommandPrograms(const std::string& command) {
+  std::vector<std::string> programs;
+  std::string segment;
+  auto flush = [&] {
+    std::stringstream words(segment);
+    std::string word;
+    bool first = true;
+    while (words >> word) {
+      word.erase(std::remove_if(word.begin(), word.end(),
+                                [](char c) { return c == '\'' || c == '"' || c == '\\'; }),
+                 word.end());
+      if (word.empty())
+        continue;
+      if (("/" + word + "/").find("/../") != std::string::npos) {
+        programs.push_back("..");
+        continue;
+      }
+      if (word.rfind("PATH=", 0) == 0) {
+        programs.push_back("PATH=");
+        continue;
+      }
+      const auto equals = word.find('=');
+      if (equals != std::string::npos && equals > 0 && word.find('/') > equals)
+        continue;  // NAME=value
+      if (word.find_first_of("<>") != std::string::npos) {
+        // A redirection; its target may be the next word.
+        if (word.find_last_of("<>") == word.size() - 1)
+          words >> word;
+        continue;
+      }
+      if (first)
+        programs.push_back(word);
+      first = false;
+    }
+    segment.clear();
+  };
+  for (size_t i = 0; i < command.size(); ++i) {
+    const char c = command[i];
+    // "2>&1" is a redirection, not a background separator.
+    const bool redirectAmp = c == '&' && i > 0 && (command[i - 1] == '>' || command[i - 1] == '<');
+    if (std::string(";|()`\n{}'\"").find(c) != std::string::npos || (c == '&' && !redirectAmp) ||
+        (c == '$' && i + 1 < command.size() && command[i + 1] == '(')) {
+      flush();
+    } else {
+      segment += c;
+    }
+  }
+  flush();
+  return programs;
+}
+
 // Children start with no blocked signals and default dispositions: the
 // console blocks its termination signals in every thread (they are taken by
 // its signal thread), and a tool must not inherit that.
@@ -202,6 +283,9 @@ pid_t SimBackend::Spawn(const char* path,
     return -1;
   }
   std::string program = HostPath(path);
+  if (!IsHostProgram(program)) {
+    return -1;
+  }
   posix_spawn_file_actions_t actions;
   if (posix_spawn_file_actions_init(&actions) != 0) {
     return -1;
@@ -254,6 +338,11 @@ int SimBackend::System(const char* command) {
   if (!IsFile(shell))
     shell = "/bin/sh";
   std::string rewritten = RewriteCommand(command);
+  for (const auto& program : CommandPrograms(rewritten)) {
+    if (!IsHostProgram(program)) {
+      return 127 << 8;  // what the shell answers for a command it cannot find
+    }
+  }
   std::string pathVar = "PATH=" + _root + "/bin:" + _root + "/sbin";
   std::string rootVar = "MEREL_SIM_ROOT=" + _root;
   char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
@@ -272,6 +361,37 @@ int SimBackend::System(const char* command) {
     }
   }
   return status;
+}
+
+bool SimBackend::IsHostProgram(const std::string& program) {
+  // The shell's own words, which start nothing.
+  static const std::set<std::string> shellWords = {
+      ":",  "true", "false", "echo", "printf", "test", "[",  "exit", "read",  "while", "until",
+      "do", "done", "if",    "then", "else",   "elif", "fi", "for",  "case",  "esac",  "wait"};
+  if (program.find('/') == std::string::npos && program != "PATH=" && program != "..") {
+    // The shell looks a bare name up only among the root's tools, so it
+    // cannot reach the machine's; one that is not there is noted (the shell
+    // then answers 127 for it).
+    const bool name = std::all_of(program.begin(), program.end(), [](char c) {
+      return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
+    });
+    if (name && !shellWords.count(program) && !IsFile(_root + "/bin/" + program) &&
+        !IsFile(_root + "/sbin/" + program)) {
+      WriteSyslog("merel-sim", false, LOG_USER, LOG_WARNING,
+                  "refused to run " + program + ": not a program of the host root");
+    }
+    return true;
+  }
+  // Inside the root by its words (a tool entry, or a link to the genuine
+  // article that the root holds deliberately: bin/sh, bin/less), or a word
+  // that names no program of the machine (/UserVars/MerelTimeOut, /dev/null).
+  if (program[0] == '/' && (Normalize(program).rfind(_root + "/", 0) == 0 ||
+                            !IsFile(program) || program.rfind("/dev/", 0) == 0))
+    return true;
+  // Never run on the machine itself, whatever the console asked for.
+  WriteSyslog("merel-sim", false, LOG_USER, LOG_WARNING,
+              "refused to run " + program + ": not a program of the host root");
+  return false;
 }
 
 void SimBackend::AppendLine(const std::string& hostPath, const std::string& line) {

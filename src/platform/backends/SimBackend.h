@@ -55,6 +55,11 @@ class SimBackend : public Backend {
 
   // The command System() hands to the shell.
   std::string RewriteCommand(const std::string& command) const;
+  // Whether `program` (a path after HostPath, or a bare name for the shell)
+  // is one of the root's; a refusal is logged to the host's syslog. Spawn
+  // and System start nothing else, so no request can reach the machine's
+  // own programs ("/../sbin/poweroff", "PATH=/sbin poweroff").
+  bool IsHostProgram(const std::string& program);
 
  private:
   void AppendLine(const std::string& hostPath, const std::string& line);

@@ -419,6 +419,9 @@ bool InitHostRoot(const std::string& rootIn,
     passwd += account.user + ":" + account.password + ":merel\n";
   if (!WriteFile(passdb, passwd, 0600, error))
     return false;
+  // What a configuration reset goes back to; it holds the passwords too.
+  if (!WriteFile(root + "/factory.json", description, 0600, error))
+    return false;
 
   // The state last: a root with a host.json is a complete root.
   HostStore store(root);

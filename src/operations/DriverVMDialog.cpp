@@ -1,0 +1,174 @@
+#include "DriverVMDialog.h"
+
+#include <syslog.h>
+
+#include <memory>
+
+#include "HostCtl/HostCtlException.h"
+#include "ItemList.h"
+#include "MessageDialog.h"
+#include "NexCtl/PciInfoImpl.h"
+#include "Platform.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 76;
+constexpr int kHeight = 18;
+constexpr int kTitleHeight = 7;
+
+constexpr int kSpace = ' ';
+
+const char* const kKeys =
+    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
+    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
+const char* const kSavedNote =
+    "The device assignment has been saved. It takes effect when the host is restarted.";
+const char* const kNoDevices = "{color:dark-grey}No devices without a native driver{/color}";
+
+// A check line whose label follows the owner the device will have.
+class DeviceItem : public CheckItem {
+ public:
+  using CheckItem::CheckItem;
+  void SetLabel(std::string label) { _label = std::move(label); }
+};
+
+// One line per device in columns: address, names (cut to fit), and the
+// owner, as "Host -> DriverVM" while a saved change waits for the restart.
+constexpr size_t kNameWidth = 32;
+
+std::string Owner(bool passthrough) {
+  return passthrough ? "DriverVM" : "Host";
+}
+
+std::string Label(const HostCtl::Hardware::PciDevice& device, bool next) {
+  std::string name = device.vendorName + " " + device.deviceName;
+  if (name.size() > kNameWidth) {
+    name = name.substr(0, kNameWidth - 3) + "...";
+  }
+  name.resize(kNameWidth, ' ');
+  std::string owner = Owner(device.passthrough);
+  if (next != device.passthrough) {
+    owner += " -> " + Owner(next);
+  }
+  return device.address + "  " + name + "  " + owner;
+}
+
+}  // namespace
+
+DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  try {
+    for (auto& device : NexCtl::Hardware::PciInfoImpl().GetDevices()) {
+      if (!device.nativeDriver) {
+        _devices.push_back(device);
+        _saved.push_back(device.passthroughNextBoot);
+      }
+    }
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting PCI devices failed: %s", e.what());
+  }
+  if (_contentWindow == nullptr) {
+    return;
+  }
+  std::vector<std::unique_ptr<Item>> items;
+  for (const auto& device : _devices) {
+    auto item = std::make_unique<DeviceItem>(Label(device, device.passthroughNextBoot),
+                                             device.passthroughNextBoot);
+    item->SetHighlightFocus(true);
+    _checks.push_back(item.get());
+    items.push_back(std::move(item));
+  }
+  if (items.empty()) {
+    items.push_back(std::make_unique<LabelItem>(kNoDevices, false));
+  }
+  _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
+                                              _contentWindow->GetHeight());
+  _list->SetItems(std::move(items));
+}
+
+void DriverVMDialog::Relabel(size_t index) {
+  auto& device = _devices[index];
+  static_cast<DeviceItem*>(_checks[index])->SetLabel(Label(device, device.passthroughNextBoot));
+  _checks[index]->SetChecked(device.passthroughNextBoot);
+}
+
+void DriverVMDialog::Toggle(size_t index) {
+  const bool owner = !_devices[index].passthroughNextBoot;
+  const std::string group = _devices[index].group;
+  size_t members = 0;
+  for (const auto& device : _devices) {
+    members += !group.empty() && device.group == group;
+  }
+  if (members > 1) {
+    MessageDialog warning(this, Strings::kDeviceAssignmentWarningTitle,
+                          Strings::kDeviceAssignmentWarning);
+    Frame::Run(&warning);
+  }
+  for (size_t i = 0; i < _devices.size(); ++i) {
+    if (i == index || (!group.empty() && _devices[i].group == group)) {
+      _devices[i].passthroughNextBoot = owner;
+      Relabel(i);
+    }
+  }
+  _list->DrawItems();
+}
+
+bool DriverVMDialog::Save() {
+  try {
+    NexCtl::Hardware::PciInfoImpl().SaveAssignment(_devices);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Saving device assignment failed: %s", e.what());
+    MessageDialog error(this, Strings::kDriverVmTitle, e.what());
+    Frame::Run(&error);
+    return false;
+  }
+  bool changed = false;
+  for (size_t i = 0; i < _devices.size(); ++i) {
+    if (_devices[i].passthroughNextBoot != _saved[i]) {
+      changed = true;
+      Platform::Syslog(LOG_INFO, "Device %s assigned to the %s after the next restart",
+                       _devices[i].address.c_str(),
+                       _devices[i].passthroughNextBoot ? "DriverVM" : "host");
+    }
+  }
+  if (changed) {
+    MessageDialog note(this, Strings::kDriverVmTitle, std::string(kSavedNote));
+    Frame::Run(&note);
+  }
+  return true;
+}
+
+int DriverVMDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kDriverVmTitle));
+  SetText(_strings->GetString(Strings::kDriverVmText));
+  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  Window::ShowCursor(false);
+  for (;;) {
+    switch (Frame::WaitForKey(this, true)) {
+      case KEY_UP:
+        if (_list != nullptr)
+          _list->Prev();
+        break;
+      case KEY_DOWN:
+        if (_list != nullptr)
+          _list->Next();
+        break;
+      case kSpace:
+        if (_list != nullptr && !_checks.empty()) {
+          Toggle(static_cast<size_t>(_list->CurrentIndex()));
+        }
+        break;
+      case kKeyEnter:
+        return Save() ? 1 : 0;
+      case kKeyEscape:
+        return 0;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

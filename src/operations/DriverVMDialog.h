@@ -1,0 +1,34 @@
+// Configure DriverVM Devices: which of the host's PCI devices without a
+// native driver are handed to the DriverVM. Space toggles a device (a device
+// that shares its group with others takes them along, after a warning),
+// Enter saves the assignment for the next boot, Esc leaves it as it was.
+#pragma once
+
+#include <vector>
+
+#include "Dialog.h"
+#include "HostCtl/Host.h"
+
+namespace Merel {
+
+class CheckItem;
+class ItemList;
+
+class DriverVMDialog : public Dialog {
+ public:
+  explicit DriverVMDialog(Frame* parent);
+  // 1 when the assignment was saved, 0 when cancelled or when saving failed.
+  int Loop() override;
+
+ private:
+  void Toggle(size_t index);
+  void Relabel(size_t index);
+  bool Save();
+
+  std::vector<HostCtl::Hardware::PciDevice> _devices;  // only those offered
+  std::vector<CheckItem*> _checks;                     // one per device
+  std::vector<bool> _saved;                            // what was saved at opening
+  ItemList* _list = nullptr;
+};
+
+}  // namespace Merel

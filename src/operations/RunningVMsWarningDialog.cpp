@@ -1,0 +1,39 @@
+#include "RunningVMsWarningDialog.h"
+
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 60;
+constexpr int kHeight = 10;
+constexpr int kTitleHeight = 7;
+
+const char* const kFooter =
+    "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}"
+    "{align:right}{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+
+}  // namespace
+
+RunningVMsWarningDialog::RunningVMsWarningDialog(Frame* parent)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
+
+int RunningVMsWarningDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kVmsRunningTitle));
+  SetText(_strings->GetString(Strings::kVmsRunningQuestion));
+  SetFooter(kFooter);
+  for (;;) {
+    switch (Frame::WaitForKey(this, true)) {
+      case kKeyEnter:
+        return 1;
+      case kKeyEscape:
+        return 0;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

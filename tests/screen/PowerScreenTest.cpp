@@ -1,0 +1,271 @@
+// F12 on the welcome screen: after a login, shut the host down or restart
+// it, with or without forcing the virtual machines off; and the simulated
+// host coming back up afterwards.
+#include <signal.h>
+
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+constexpr const char* kF11 = "\x1b[23~";
+constexpr const char* kF12 = "\x1b[24~";
+
+// F12, the login, up to the shut-down dialog.
+std::unique_ptr<Terminal> OpenShutdown(SimHost& host) {
+  auto console = host.StartConsole();
+  console->Send(kF12);
+  EXPECT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  console->SendText("merel");
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Forcefully terminate")) << console->Text();
+  return console;
+}
+
+std::string VmStop(const nlohmann::json& state, const std::string& name) {
+  for (const auto& vm : state.at("vms")) {
+    if (vm["name"] == name)
+      return vm.value("lastStop", "");
+  }
+  return "?";
+}
+
+// The lines of tools.log from the first that begins with `first`.
+std::string ToolsFrom(const SimHost& host, const std::string& first) {
+  const std::string log = host.ReadFile("/var/log/tools.log");
+  const auto at = log.find(first);
+  return at == std::string::npos ? "" : log.substr(at);
+}
+
+TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenShutdown(host);
+  ExpectGoldenScreen(*console, "shutdown");
+  console->SendKey(Key::kF2);
+  auto status = console->WaitForExit();
+  ASSERT_TRUE(status) << console->Text();
+  // The host takes the console down; it is not asked to leave.
+  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+  EXPECT_NE(console->Raw().find("Shutdown in progress..."), std::string::npos);
+  EXPECT_NE(console->Text().find("the host is powered off"), std::string::npos) << console->Text();
+
+  const auto state = host.HostJson();
+  EXPECT_EQ(state["powerState"], "off");
+  EXPECT_EQ(VmStop(state, "web-01"), "shut down");
+  EXPECT_EQ(VmStop(state, "db-01"), "host went down");  // ignores a soft stop
+  EXPECT_EQ(ToolsFrom(host, "rovi-cmd -U root hostsvc/autostartmanager/autostop"),
+            "rovi-cmd -U root hostsvc/autostartmanager/autostop\npowerOffVms\npoweroff\n");
+  EXPECT_NE(host.Syslog().find("Shutting down host"), std::string::npos);
+  EXPECT_NE(host.ObsvLog().find("[obsv.user.merel.shutdown.host] Shutting down host"),
+            std::string::npos);
+
+  auto again = host.StartConsole();
+  EXPECT_TRUE(WaitQuiet(*again, "<F12>")) << again->Text();
+  EXPECT_EQ(host.HostJson()["powerState"], "on");
+  EXPECT_EQ(host.HostJson()["bootCount"], 2);
+  EXPECT_NE(host.ReadFile("/var/log/hostboot.log").find("boot 2"), std::string::npos);
+}
+
+TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenShutdown(host);
+  console->SendKey(Key::kSpace);
+  EXPECT_TRUE(console->WaitForText("[X] Forcefully")) << console->Text();
+  console->WaitUntilQuiet();
+  console->Send(kF11);
+  auto status = console->WaitForExit();
+  ASSERT_TRUE(status) << console->Text();
+  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+
+  const auto state = host.HostJson();
+  EXPECT_EQ(state["powerState"], "rebooting");
+  EXPECT_EQ(VmStop(state, "db-01"), "terminated");
+  EXPECT_EQ(ToolsFrom(host, "powerOffVms"), "powerOffVms --terminate\nreboot\n");
+  EXPECT_NE(host.ObsvLog().find("[obsv.user.merel.reboot.host] Rebooting host"), std::string::npos);
+
+  // With the flag the restart is over at once.
+  Terminal again;
+  ASSERT_TRUE(again.Start({MEREL_SIM_BIN, "run", "--now", host.Path("")}));
+  EXPECT_TRUE(WaitQuiet(again, "<F12>")) << again.Text();
+  EXPECT_EQ(host.HostJson()["powerState"], "on");
+}
+
+// Enter does not act; Esc leaves with nothing logged, stopped or changed.
+TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenShutdown(host);
+  console->SendKey(Key::kEnter);
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(console->WaitFor([&] { return console->Text().find("Forcefully") == std::string::npos; }))
+      << console->Text();
+  EXPECT_TRUE(WaitQuiet(*console, "<F12>"));
+  EXPECT_TRUE(console->Running());
+  EXPECT_EQ(host.HostJson()["powerState"], "on");
+  EXPECT_EQ(host.ReadFile("/var/log/tools.log").find("powerOffVms"), std::string::npos);
+  for (const char* text : {"Shutting down host", "Rebooting host"}) {
+    EXPECT_EQ(host.Syslog().find(text), std::string::npos) << text;
+    EXPECT_EQ(host.ObsvLog().find(text), std::string::npos) << text;
+  }
+}
+
+}  // namespace
+
+namespace {
+
+std::unique_ptr<Terminal> OpenReset(SimHost& host) {
+  auto console = LogIn(host);
+  if (!console)
+    return console;
+  EXPECT_TRUE(SelectEntry(*console, "Reset System Configuration"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Reset System Configuration now?")) << console->Text();
+  return console;
+}
+
+// Enter does not confirm and Esc goes back: nothing logged, run or changed.
+TEST(ResetScreenTest, OnlyF11Confirms) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenReset(host);
+  ASSERT_TRUE(console);
+  ExpectGoldenScreen(*console, "reset-confirm");
+  console->SendKey(Key::kEnter);
+  console->WaitUntilQuiet();
+  EXPECT_NE(console->Text().find("Reset System Configuration now?"), std::string::npos);
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(host.ReadFile("/var/log/tools.log").find("configReset"), std::string::npos);
+  EXPECT_EQ(host.Syslog().find("Restoring factory defaults"), std::string::npos);
+  EXPECT_EQ(host.HostJson()["configResets"], 0);
+}
+
+TEST(ResetScreenTest, F11ResetsToTheFactoryStateAndRestarts) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  SetIdleTimeout(host, 300);
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
+  auto console = OpenReset(host);
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "Default settings are restored.")) << console->Text();
+  ExpectGoldenScreen(*console, "reset-done");
+  EXPECT_NE(host.ObsvLog().find("[obsv.user.merel.restore.factory.defaults] Restoring factory "
+                                "defaults"),
+            std::string::npos);
+  // No way back: Esc is ignored, Enter restarts.
+  console->SendKey(Key::kEscape);
+  console->WaitUntilQuiet();
+  EXPECT_TRUE(console->Running());
+  console->SendKey(Key::kEnter);
+  auto status = console->WaitForExit();
+  ASSERT_TRUE(status) << console->Text();
+  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+
+  const auto state = host.HostJson();
+  EXPECT_EQ(state["configResets"], 1);
+  EXPECT_EQ(state["powerState"], "rebooting");
+  EXPECT_EQ(state["network"]["dns"]["hostname"], "merel-demo");
+  EXPECT_EQ(state["advancedOptions"][0]["value"], 600);
+  EXPECT_EQ(ToolsFrom(host, "configReset.sh"), "configReset.sh --reset-only\nreboot -f\n");
+  EXPECT_NE(host.Syslog().find("Restoring factory defaults"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+struct DriverVmEntryCase {
+  const char* fixture;
+  bool shown;
+  bool usable;
+};
+
+// The entry follows the host's device assignment state: hidden, grey, usable.
+TEST(DriverVmScreenTest, EntryFollowsTheAssignmentState) {
+  const DriverVmEntryCase cases[] = {
+      {"", false, false}, {"device-assignment-1", true, false}, {"device-assignment-2", true, true}};
+  for (const auto& c : cases) {
+    SimHost host(c.fixture);
+    ASSERT_TRUE(host.Ok());
+    TerminalOptions options;
+    options.term = "xterm-256color";  // colours are checked
+    auto console = LogIn(host, options);
+    ASSERT_TRUE(console);
+    const auto rows = MenuRows(*console);
+    const auto row = std::find(rows.begin(), rows.end(), "Configure DriverVM Devices");
+    EXPECT_EQ(row != rows.end(), c.shown) << c.fixture;
+    if (row != rows.end()) {
+      const int y = kMenuTop + static_cast<int>(row - rows.begin());
+      const bool grey = console->CellAt(kMenuColumn, y).fg.Console() == ConsoleColor::kDarkGrey;
+      EXPECT_EQ(grey, !c.usable) << c.fixture;
+    }
+  }
+}
+
+std::unique_ptr<Terminal> OpenDriverVm(SimHost& host) {
+  auto console = LogIn(host);
+  if (!console)
+    return console;
+  EXPECT_TRUE(SelectEntry(*console, "Configure DriverVM Devices"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  return console;
+}
+
+nlohmann::json Device(const SimHost& host, const std::string& address) {
+  const auto state = host.HostJson();
+  for (const auto& device : state["hardware"]["pciDevices"]) {
+    if (device["address"] == address)
+      return device;
+  }
+  return nullptr;
+}
+
+// Space on the GPU takes its audio function along (after the warning);
+// Enter saves both for the next boot, which applies them.
+TEST(DriverVmScreenTest, ToggleSavedForTheNextBoot) {
+  SimHost host("device-assignment-2");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenDriverVm(host);
+  ASSERT_TRUE(console);
+  ExpectGoldenScreen(*console, "drivervm");
+  console->SendKey(Key::kSpace);
+  ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Warning")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "[X] 0000:3b:00.1")) << console->Text();
+  EXPECT_EQ(Device(host, "0000:3b:00.0").value("passthroughAfterReboot", -1), -1);  // not yet saved
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "The device assignment has been saved.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
+    EXPECT_EQ(Device(host, address).value("passthroughAfterReboot", -1), 1) << address;
+    EXPECT_EQ(Device(host, address)["passthrough"], false) << address;
+  }
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
+
+  // Opened again it shows the change waiting; Esc leaves what was saved.
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  EXPECT_NE(console->Text().find("Host -> DriverVM"), std::string::npos) << console->Text();
+  console->SendKeys({Key::kDown, Key::kDown});
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kSpace);
+  EXPECT_TRUE(WaitQuiet(*console, "[ ] 0000:af:00.0")) << console->Text();
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(WaitForMenu(*console));
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
+}
+
+}  // namespace
