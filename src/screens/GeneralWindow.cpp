@@ -15,6 +15,7 @@
 #include "KeyboardDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
+#include "NetworkWindow.h"
 #include "NexCtl/AdvancedOptionImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PciInfoImpl.h"
@@ -291,6 +292,11 @@ void GeneralWindow::RestartManagementNetwork() {
 
 void GeneralWindow::Open(uint32_t key) {
   switch (key) {
+    case Strings::kMenuConfigureNetwork: {
+      NetworkWindow window(this);
+      Frame::Run(&window);
+      break;
+    }
     case Strings::kMenuRestartNetwork:
       RestartManagementNetwork();
       break;
@@ -309,7 +315,7 @@ void GeneralWindow::Open(uint32_t key) {
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, DriverVM, network, test, restore,
+      // (password, lockdown, DriverVM, test, restore,
       // troubleshooting, reset): nothing opens.
       return;
   }
