@@ -22,11 +22,8 @@
 #include "NexCtl/RoutingInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
 #include "Platform.h"
-#include "StringFactory.h"
-#if __has_include("RebootConfirmDialog.h")
 #include "RebootConfirmDialog.h"
-#define MEREL_HAVE_REBOOT_CONFIRM 1
-#endif
+#include "StringFactory.h"
 
 namespace Merel {
 
@@ -54,16 +51,11 @@ bool Contains(const std::vector<std::string>& list, const std::string& name) {
   return std::find(list.begin(), list.end(), name) != list.end();
 }
 
-// The restart question after IPv6 was switched on or off: the kernel takes
-// the new setting only when it boots.
-void ConfirmHostRestart(Frame* owner) {
-#ifdef MEREL_HAVE_REBOOT_CONFIRM
+// IPv6 switched on or off: the kernel takes the new setting only when it
+// boots, and the user already agreed to the restart.
+void RestartHost(Frame* owner) {
   RebootConfirmDialog dialog(owner, true);
   Frame::Run(&dialog);
-#else
-  (void)owner;
-  LogInfo("IPv6 setting changed; it takes effect when the host restarts");
-#endif
 }
 
 class ApplyPass {
@@ -90,7 +82,7 @@ class ApplyPass {
       ApplySuffixes();
     });
     if (_settings.ipv6EnabledPending != _settings.ipv6EnabledCurrent) {
-      ConfirmHostRestart(_owner);
+      RestartHost(_owner);
     }
     RoviRefresh();
   }

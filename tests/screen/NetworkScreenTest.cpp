@@ -238,6 +238,27 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   EXPECT_EQ(host.Syslog().find("Setting ipv4 configuration"), std::string::npos);
 }
 
+// Switching IPv6 off alone is a change; the host restarts once every other
+// step has run.
+TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "IPv6 Configuration", "Disable IPv6");
+  Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("IPv6 is disabled."), std::string::npos) << console->Text();
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and reboot host?")) << console->Text();
+  console->SendText("Y");
+  ASSERT_TRUE(console->WaitForExit()) << console->Text();
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ(state["network"]["ipv6EnabledAfterReboot"], false);
+  EXPECT_EQ(state["powerState"], "rebooting");
+  ExpectLines(host, {"Setting suffixes to example.test"});
+}
+
 // Nothing reaches the host unless the user says yes: an accepted dialog
 // without a change asks nothing, Esc in the question goes back to the
 // window, N drops the edits.
