@@ -14,13 +14,26 @@
 
 namespace Platform {
 
-inline HostState LoadHost() {
-  return Current().Load();
+// Every facade call names itself ("NexNic.SetIpConfig", listed in
+// Faults.cpp) when it reads or changes the host, so that a fault injected
+// for it fails the call before it does anything, from the very state the
+// call reads anyway: with no fault set this costs nothing.
+
+// Throws the injected fault of `call`, if `state` has one. A once-fault is
+// removed (atomically, Backend::Modify) by the call that it fails.
+void FailIfInjected(const char* call, const HostState& state);
+// The same for a call that does not read the host otherwise.
+void FailIfInjected(const char* call);
+
+inline HostState LoadHost(const char* call) {
+  HostState state = Current().Load();
+  FailIfInjected(call, state);
+  return state;
 }
 
-inline void ModifyHost(const std::function<void(HostState&)>& change) {
-  Current().Modify(change);
-}
+// `change` runs only when no fault is injected for `call`; the check and the
+// change are one read-modify-write.
+void ModifyHost(const char* call, const std::function<void(HostState&)>& change);
 
 [[noreturn]] inline void Fail(const std::string& what) {
   throw HostCtl::Lib::HostCtlException(what);

@@ -242,6 +242,12 @@ void Fields(LockdownState& s, V& v) {
   v("possible", s.possible);
 }
 template <class V>
+void Fields(FaultState& s, V& v) {
+  v("call", s.call);
+  v("text", s.text);
+  v("once", s.once);
+}
+template <class V>
 void Fields(HostState& s, V& v) {
   v("product", s.product);
   v("hardware", s.hardware);
@@ -266,6 +272,7 @@ void Fields(HostState& s, V& v) {
   v("showLoginMarker", s.showLoginMarker);
   v("configResets", s.configResets);
   v("counters", s.counters);
+  v("faults", s.faults);
 }
 
 template <class T>

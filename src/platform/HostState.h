@@ -233,6 +233,15 @@ struct LockdownState {
   bool possible = false;
 };
 
+// A host-library call made to fail on purpose (`merel-sim fail`): `call` is a
+// method name ("SetHostname") or Class.Method ("PnicImpl.GetMacAddress"),
+// `text` the exception text. A once-fault is removed by the call it fails.
+struct FaultState {
+  std::string call;
+  std::string text;
+  bool once = false;
+};
+
 struct HostState {
   ProductState product;
   HardwareState hardware;
@@ -251,7 +260,7 @@ struct HostState {
   LockdownState lockdown;
   std::vector<VmState> vms;
   std::string powerState = "on";  // "on", "off", "rebooting"
-  int activeVirtualTerminal = 0;   // 0: never switched
+  int activeVirtualTerminal = 0;  // 0: never switched
   // The console runs on the host's own keyboard and screen (not a serial
   // line or a remote session).
   bool consoleKeyboard = false;
@@ -270,6 +279,7 @@ struct HostState {
   int configResets = 0;
   // Free counters for tools and tests.
   std::map<std::string, int64_t> counters;
+  std::vector<FaultState> faults;
 };
 
 // Defaults that every host gets unless its description says otherwise:

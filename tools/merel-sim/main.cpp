@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Faults.h"
 #include "HostState.h"
 #include "Tools.h"
 #include "backends/HostStore.h"
@@ -26,7 +27,16 @@ int Usage() {
   std::cerr << "usage: merel-sim init ROOT [DESCRIPTION.json]\n"
                "       merel-sim run ROOT [ARGS...]\n"
                "       merel-sim show ROOT\n"
-               "       merel-sim tool ROOT NAME [ARGS...]\n";
+               "       merel-sim tool ROOT NAME [ARGS...]\n"
+               "       merel-sim fail ROOT CALL TEXT [--once]\n"
+               "       merel-sim fail ROOT --clear\n"
+               "       merel-sim calls\n"
+               "\n"
+               "fail: host-library call CALL (a method name such as SetHostname, or\n"
+               "Class.Method such as PnicImpl.GetMacAddress; `calls` lists them) throws\n"
+               "TEXT from now on, or only the next time with --once. A fault set for\n"
+               "Class.Method wins over one set for the bare method name. --clear\n"
+               "removes every fault.\n";
   return 2;
 }
 
@@ -110,6 +120,43 @@ int Run(const std::vector<std::string>& args) {
   return 127;
 }
 
+int Fail(const std::vector<std::string>& args) {
+  bool clear = args.size() == 2 && args[1] == "--clear";
+  bool once = args.size() == 4 && args[3] == "--once";
+  if (!clear && args.size() != 3 && !once)
+    return Usage();
+  if (!clear && !Platform::IsFaultableCall(args[1])) {
+    std::cerr << "merel-sim: fail: unknown host-library call '" << args[1]
+              << "' (merel-sim calls lists them)\n";
+    return 2;
+  }
+  Platform::HostStore store(Absolute(args[0]));
+  std::string error;
+  bool ok = store.Modify(
+      [&](Platform::HostState& state) {
+        if (clear) {
+          state.faults.clear();
+          return;
+        }
+        std::erase_if(state.faults, [&](const auto& fault) { return fault.call == args[1]; });
+        state.faults.push_back({args[1], args[2], once});
+      },
+      error);
+  if (!ok) {
+    std::cerr << "merel-sim: " << error << "\n";
+    return 1;
+  }
+  return 0;
+}
+
+int Calls(const std::vector<std::string>& args) {
+  if (!args.empty())
+    return Usage();
+  for (auto call : Platform::FaultableCalls())
+    std::cout << call << "\n";
+  return 0;
+}
+
 int Tool(const std::vector<std::string>& args) {
   if (args.size() < 2)
     return Usage();
@@ -132,5 +179,9 @@ int main(int argc, char** argv) {
     return Show(args);
   if (command == "tool")
     return Tool(args);
+  if (command == "fail")
+    return Fail(args);
+  if (command == "calls")
+    return Calls(args);
   return Usage();
 }

@@ -17,16 +17,18 @@ Platform::FirewallRulesetState& Require(Platform::HostState& state, const std::s
 }  // namespace
 
 bool FirewallRuleset::IsEnabled() const {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("FirewallRuleset.IsEnabled");
   return Require(state, _id).enabled;
 }
 
 void FirewallRuleset::Enable() {
-  Platform::ModifyHost([&](Platform::HostState& state) { Require(state, _id).enabled = true; });
+  Platform::ModifyHost("FirewallRuleset.Enable",
+                       [&](Platform::HostState& state) { Require(state, _id).enabled = true; });
 }
 
 void FirewallRuleset::Disable() {
-  Platform::ModifyHost([&](Platform::HostState& state) { Require(state, _id).enabled = false; });
+  Platform::ModifyHost("FirewallRuleset.Disable",
+                       [&](Platform::HostState& state) { Require(state, _id).enabled = false; });
 }
 
 }  // namespace HostCtl::System

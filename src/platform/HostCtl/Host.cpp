@@ -5,7 +5,7 @@
 namespace HostCtl {
 
 Hardware::HardwareInfo Host::GetHardwareInfo() const {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("Host.GetHardwareInfo");
   const auto& hw = state.hardware;
   Hardware::HardwareInfo info;
   info.vendor = hw.vendor;
@@ -19,7 +19,7 @@ Hardware::HardwareInfo Host::GetHardwareInfo() const {
 }
 
 Storage::StorageInfo Host::GetStorageInfo() const {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("Host.GetStorageInfo");
   Storage::StorageInfo info;
   for (const auto& adapter : state.hardware.storageAdapters) {
     info.adapters.push_back({adapter.name, adapter.model, adapter.driver});
@@ -28,7 +28,7 @@ Storage::StorageInfo Host::GetStorageInfo() const {
 }
 
 System::SystemInfo Host::GetSystemInfo() const {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("Host.GetSystemInfo");
   System::SystemInfo info;
   info.product = state.product.name;
   info.version = state.product.version;
@@ -41,7 +41,7 @@ System::SystemInfo Host::GetSystemInfo() const {
 
 std::unique_ptr<Host> HostFactory::GetHost() {
   // Fails here, like the host library, when there is no host to talk to.
-  Platform::LoadHost();
+  Platform::LoadHost("HostFactory.GetHost");
   return std::make_unique<Host>();
 }
 

@@ -37,7 +37,7 @@ IpConfig Live(const HostState& state, const NexNicState& nic) {
 }  // namespace
 
 void NexNic::GetIpConfigs(IpConfig& settings, IpConfig& addresses) const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.GetIpConfigs");
   const NexNicState& nic = Platform::RequireNic(state, _name);
   settings = Choices(nic);
   settings.SetIpv4Address(Ipv4Address(nic.ipv4Address));
@@ -51,7 +51,7 @@ void NexNic::GetIpConfigs(IpConfig& settings, IpConfig& addresses) const {
 }
 
 IpConfig NexNic::GetIpConfig() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.GetIpConfig");
   return Live(state, Platform::RequireNic(state, _name));
 }
 
@@ -62,7 +62,7 @@ void NexNic::SetIpConfig(const IpConfig& config) {
       Platform::Fail("Invalid netmask " + config.GetIpv4Netmask().GetStringAddress());
     }
   }
-  Platform::ModifyHost([&](HostState& state) {
+  Platform::ModifyHost("NexNic.SetIpConfig", [&](HostState& state) {
     NexNicState& nic = Platform::RequireNic(state, _name);
     auto automaticBefore = Platform::Model::AutomaticIpv6Of(state, nic);
     std::string mode = Platform::Ipv4ModeOf(config);
@@ -101,7 +101,7 @@ void NexNic::SetIpConfig(const IpConfig& config) {
 }
 
 std::unique_ptr<ConnectionPoint> NexNic::GetConnectionPoint() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.GetConnectionPoint");
   const NexNicState& nic = Platform::RequireNic(state, _name);
   if (!nic.portGroup.empty()) {
     Platform::VSwitchState* owner = nullptr;
@@ -125,33 +125,34 @@ std::unique_ptr<ConnectionPoint> NexNic::GetConnectionPoint() const {
 }
 
 MacAddress NexNic::GetMacAddress() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.GetMacAddress");
   const NexNicState& nic = Platform::RequireNic(state, _name);
   return nic.mac.empty() ? MacAddress() : MacAddress(nic.mac);
 }
 
 void NexNic::SetMacAddress(const MacAddress& mac) {
-  Platform::ModifyHost(
-      [&](HostState& state) { Platform::RequireNic(state, _name).mac = mac.GetStringAddress(); });
+  Platform::ModifyHost("NexNic.SetMacAddress", [&](HostState& state) {
+    Platform::RequireNic(state, _name).mac = mac.GetStringAddress();
+  });
 }
 
 int NexNic::GetMtu() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.GetMtu");
   return Platform::RequireNic(state, _name).mtu;
 }
 
 bool NexNic::IsEnabled() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.IsEnabled");
   return Platform::RequireNic(state, _name).enabled;
 }
 
 bool NexNic::IsManagement() const {
-  HostState state = Platform::LoadHost();
+  HostState state = Platform::LoadHost("NexNic.IsManagement");
   return Platform::RequireNic(state, _name).management;
 }
 
 void NexNic::Enable() {
-  Platform::ModifyHost([&](HostState& state) {
+  Platform::ModifyHost("NexNic.Enable", [&](HostState& state) {
     NexNicState& nic = Platform::RequireNic(state, _name);
     nic.enabled = true;
     Platform::Model::EnsureLease(state, nic);
@@ -159,12 +160,13 @@ void NexNic::Enable() {
 }
 
 void NexNic::Disable() {
-  Platform::ModifyHost(
-      [&](HostState& state) { Platform::RequireNic(state, _name).enabled = false; });
+  Platform::ModifyHost("NexNic.Disable", [&](HostState& state) {
+    Platform::RequireNic(state, _name).enabled = false;
+  });
 }
 
 void NexNic::Restart() {
-  Platform::ModifyHost([&](HostState& state) {
+  Platform::ModifyHost("NexNic.Restart", [&](HostState& state) {
     NexNicState& nic = Platform::RequireNic(state, _name);
     nic.enabled = true;
     ++nic.restarts;
@@ -173,7 +175,7 @@ void NexNic::Restart() {
 }
 
 void NexNic::RenewDhcpLease() {
-  Platform::ModifyHost([&](HostState& state) {
+  Platform::ModifyHost("NexNic.RenewDhcpLease", [&](HostState& state) {
     NexNicState& nic = Platform::RequireNic(state, _name);
     ++nic.leaseRenewals;
     if (!state.network.dhcp.available) {
@@ -184,8 +186,9 @@ void NexNic::RenewDhcpLease() {
 }
 
 void NexNic::RenewIpv6DhcpLease() {
-  Platform::ModifyHost(
-      [&](HostState& state) { ++Platform::RequireNic(state, _name).ipv6LeaseRenewals; });
+  Platform::ModifyHost("NexNic.RenewIpv6DhcpLease", [&](HostState& state) {
+    ++Platform::RequireNic(state, _name).ipv6LeaseRenewals;
+  });
 }
 
 }  // namespace HostCtl::Network

@@ -6,7 +6,7 @@ namespace NexCtl::Adv {
 
 std::unique_ptr<HostCtl::Adv::AdvancedOption> AdvancedOptionImpl::FindOption(
     const std::string& name) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("AdvancedOptionImpl.FindOption");
   const Platform::AdvancedOptionState* option = Platform::FindOption(state, name);
   if (!option) {
     return nullptr;
@@ -19,7 +19,7 @@ std::unique_ptr<HostCtl::Adv::AdvancedOption> AdvancedOptionImpl::FindOption(
 }
 
 void AdvancedOptionImpl::SetIntegerOption(const std::string& name, int64_t value) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("AdvancedOptionImpl.SetIntegerOption", [&](Platform::HostState& state) {
     Platform::AdvancedOptionState* option = Platform::FindOption(state, name);
     if (!option) {
       Platform::Fail("Advanced option '" + name + "' not found");

@@ -18,7 +18,7 @@ Platform::DVSwitchState& Require(Platform::HostState& state, const std::string& 
 }  // namespace
 
 std::vector<HostCtl::Network::DVPort> DVPortImpl::GetPorts(const std::string& dvSwitch) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("DVPortImpl.GetPorts");
   const auto& dvs = Require(state, dvSwitch);
   std::vector<HostCtl::Network::DVPort> ports;
   for (const auto& port : dvs.ports)
@@ -30,7 +30,7 @@ std::string DVPortImpl::AddHostLocalPort(const std::string& dvSwitch,
                                          const std::string& templatePortKey,
                                          const std::vector<std::string>& uplinks) {
   std::string key;
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DVPortImpl.AddHostLocalPort", [&](Platform::HostState& state) {
     auto& dvs = Require(state, dvSwitch);
     Platform::DVPortState port;
     for (const auto& existing : dvs.ports) {
@@ -56,7 +56,7 @@ std::string DVPortImpl::AddHostLocalPort(const std::string& dvSwitch,
 }
 
 void DVPortImpl::AddUplink(const std::string& dvSwitch, const std::string& pnic) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DVPortImpl.AddUplink", [&](Platform::HostState& state) {
     if (!Platform::FindPnic(state, pnic))
       Platform::Fail("Physical NIC '" + pnic + "' not found");
     auto& dvs = Require(state, dvSwitch);
@@ -72,7 +72,7 @@ void DVPortImpl::AddUplink(const std::string& dvSwitch, const std::string& pnic)
 }
 
 void DVPortImpl::RemoveUplink(const std::string& dvSwitch, const std::string& pnic) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DVPortImpl.RemoveUplink", [&](Platform::HostState& state) {
     auto& dvs = Require(state, dvSwitch);
     std::erase(dvs.uplinks, pnic);
     for (auto& port : dvs.ports) {

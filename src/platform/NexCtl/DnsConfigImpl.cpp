@@ -40,23 +40,24 @@ std::vector<std::string> SplitNames(const std::string& text) {
 
 std::string DnsConfigImpl::GetHostname() {
   Platform::RequireNetStack(_netStack);
-  return Platform::LoadHost().network.dns.hostname;
+  return Platform::LoadHost("DnsConfigImpl.GetHostname").network.dns.hostname;
 }
 
 std::string DnsConfigImpl::GetDomain() {
   Platform::RequireNetStack(_netStack);
-  return Platform::LoadHost().network.dns.domain;
+  return Platform::LoadHost("DnsConfigImpl.GetDomain").network.dns.domain;
 }
 
 std::vector<std::string> DnsConfigImpl::GetSearchDomains() {
   Platform::RequireNetStack(_netStack);
-  return Platform::LoadHost().network.dns.searchDomains;
+  return Platform::LoadHost("DnsConfigImpl.GetSearchDomains").network.dns.searchDomains;
 }
 
 std::vector<HostCtl::Network::Ipv4Address> DnsConfigImpl::GetNameServers() {
   Platform::RequireNetStack(_netStack);
   std::vector<HostCtl::Network::Ipv4Address> servers;
-  for (const auto& text : Platform::Model::EffectiveIpv4NameServers(Platform::LoadHost())) {
+  for (const auto& text : Platform::Model::EffectiveIpv4NameServers(
+           Platform::LoadHost("DnsConfigImpl.GetNameServers"))) {
     servers.emplace_back(text);
   }
   return servers;
@@ -65,7 +66,8 @@ std::vector<HostCtl::Network::Ipv4Address> DnsConfigImpl::GetNameServers() {
 std::vector<HostCtl::Network::Ipv6Address> DnsConfigImpl::GetIpv6NameServers() {
   Platform::RequireNetStack(_netStack);
   std::vector<HostCtl::Network::Ipv6Address> servers;
-  for (const auto& text : Platform::Model::EffectiveIpv6NameServers(Platform::LoadHost())) {
+  for (const auto& text : Platform::Model::EffectiveIpv6NameServers(
+           Platform::LoadHost("DnsConfigImpl.GetIpv6NameServers"))) {
     servers.emplace_back(text);
   }
   return servers;
@@ -76,7 +78,8 @@ void DnsConfigImpl::SetHostname(const std::string& hostname, bool /*fromDhcp*/) 
   if (!IsValidName(hostname) || hostname.find('.') != std::string::npos) {
     Platform::Fail("Invalid hostname '" + hostname + "'");
   }
-  Platform::ModifyHost([&](Platform::HostState& state) { state.network.dns.hostname = hostname; });
+  Platform::ModifyHost("DnsConfigImpl.SetHostname",
+                       [&](Platform::HostState& state) { state.network.dns.hostname = hostname; });
 }
 
 void DnsConfigImpl::SetFqdn(const std::string& fqdn, bool /*fromDhcp*/, const std::string& domain) {
@@ -87,7 +90,7 @@ void DnsConfigImpl::SetFqdn(const std::string& fqdn, bool /*fromDhcp*/, const st
   auto dot = fqdn.find('.');
   std::string host = fqdn.substr(0, dot);
   std::string dom = !domain.empty() ? domain : dot == std::string::npos ? "" : fqdn.substr(dot + 1);
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DnsConfigImpl.SetFqdn", [&](Platform::HostState& state) {
     state.network.dns.hostname = host;
     state.network.dns.domain = dom;
   });
@@ -98,7 +101,8 @@ void DnsConfigImpl::SetDomain(const std::string& domain) {
   if (!domain.empty() && !IsValidName(domain)) {
     Platform::Fail("Invalid domain '" + domain + "'");
   }
-  Platform::ModifyHost([&](Platform::HostState& state) { state.network.dns.domain = domain; });
+  Platform::ModifyHost("DnsConfigImpl.SetDomain",
+                       [&](Platform::HostState& state) { state.network.dns.domain = domain; });
 }
 
 void DnsConfigImpl::SetSearchDomainsString(const std::string& domains) {
@@ -108,8 +112,9 @@ void DnsConfigImpl::SetSearchDomainsString(const std::string& domains) {
     if (!IsValidName(name))
       Platform::Fail("Invalid search domain '" + name + "'");
   }
-  Platform::ModifyHost(
-      [&](Platform::HostState& state) { state.network.dns.searchDomains = names; });
+  Platform::ModifyHost("DnsConfigImpl.SetSearchDomainsString", [&](Platform::HostState& state) {
+    state.network.dns.searchDomains = names;
+  });
 }
 
 void DnsConfigImpl::AddSearchDomain(const std::string& domain) {
@@ -117,7 +122,7 @@ void DnsConfigImpl::AddSearchDomain(const std::string& domain) {
   if (!IsValidName(domain)) {
     Platform::Fail("Invalid search domain '" + domain + "'");
   }
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DnsConfigImpl.AddSearchDomain", [&](Platform::HostState& state) {
     auto& list = state.network.dns.searchDomains;
     if (std::find(list.begin(), list.end(), domain) == list.end())
       list.push_back(domain);
@@ -126,7 +131,7 @@ void DnsConfigImpl::AddSearchDomain(const std::string& domain) {
 
 void DnsConfigImpl::RemoveNameServers() {
   Platform::RequireNetStack(_netStack);
-  Platform::ModifyHost([](Platform::HostState& state) {
+  Platform::ModifyHost("DnsConfigImpl.RemoveNameServers", [](Platform::HostState& state) {
     state.network.dns.nameServers.clear();
     state.network.dns.ipv6NameServers.clear();
   });
@@ -137,7 +142,7 @@ void DnsConfigImpl::AddNameServer(const HostCtl::Network::IpAddress& server) {
   if (server.IsUnspecified()) {
     Platform::Fail("Invalid name server address " + server.GetStringAddress());
   }
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DnsConfigImpl.AddNameServer", [&](Platform::HostState& state) {
     auto& list =
         server.IsIpv4() ? state.network.dns.nameServers : state.network.dns.ipv6NameServers;
     std::string text =
@@ -150,7 +155,7 @@ void DnsConfigImpl::AddNameServer(const HostCtl::Network::IpAddress& server) {
 void DnsConfigImpl::SaveConfig() {
   Platform::RequireNetStack(_netStack);
   Platform::HostState saved;
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("DnsConfigImpl.SaveConfig", [&](Platform::HostState& state) {
     ++state.network.dns.saveCount;
     saved = state;
   });

@@ -9,54 +9,54 @@
 namespace NexCtl::Hardware {
 
 uint64_t MemoryInfoImpl::GetTotalPages() {
-  return Platform::LoadHost().hardware.memory.totalPages;
+  return Platform::LoadHost("MemoryInfoImpl.GetTotalPages").hardware.memory.totalPages;
 }
 
 uint64_t MemoryInfoImpl::GetPageSize() {
-  return Platform::LoadHost().hardware.memory.pageSize;
+  return Platform::LoadHost("MemoryInfoImpl.GetPageSize").hardware.memory.pageSize;
 }
 
 uint32_t CpuInfoImpl::GetNumCpuPackages() {
-  return Platform::LoadHost().hardware.cpu.packages;
+  return Platform::LoadHost("CpuInfoImpl.GetNumCpuPackages").hardware.cpu.packages;
 }
 
 uint32_t CpuInfoImpl::GetNumCpuCores() {
-  auto cpu = Platform::LoadHost().hardware.cpu;
+  auto cpu = Platform::LoadHost("CpuInfoImpl.GetNumCpuCores").hardware.cpu;
   return cpu.packages * cpu.coresPerPackage;
 }
 
 uint32_t CpuInfoImpl::GetNumCpuThreads() {
-  auto cpu = Platform::LoadHost().hardware.cpu;
+  auto cpu = Platform::LoadHost("CpuInfoImpl.GetNumCpuThreads").hardware.cpu;
   return cpu.packages * cpu.coresPerPackage * cpu.threadsPerCore;
 }
 
 std::string CpuInfoImpl::GetDescription() {
-  return Platform::LoadHost().hardware.cpu.description;
+  return Platform::LoadHost("CpuInfoImpl.GetDescription").hardware.cpu.description;
 }
 
 int PciInfoImpl::GetDeviceAssignmentState() {
-  return Platform::LoadHost().hardware.deviceAssignmentState;
+  return Platform::LoadHost("PciInfoImpl.GetDeviceAssignmentState").hardware.deviceAssignmentState;
 }
 
 std::vector<HostCtl::Hardware::PciDevice> PciInfoImpl::GetDevices() {
   std::vector<HostCtl::Hardware::PciDevice> devices;
-  for (const auto& device : Platform::LoadHost().hardware.pciDevices) {
+  for (const auto& device : Platform::LoadHost("PciInfoImpl.GetDevices").hardware.pciDevices) {
     devices.push_back({device.address, device.vendorName, device.deviceName, device.passthrough});
   }
   return devices;
 }
 
 bool SmartCardInfoImpl::IsSupported() {
-  return Platform::LoadHost().hardware.smartCard.supported;
+  return Platform::LoadHost("SmartCardInfoImpl.IsSupported").hardware.smartCard.supported;
 }
 
 bool SmartCardInfoImpl::IsCardPresent() {
-  auto card = Platform::LoadHost().hardware.smartCard;
+  auto card = Platform::LoadHost("SmartCardInfoImpl.IsCardPresent").hardware.smartCard;
   return card.supported && card.present;
 }
 
 std::vector<std::string> SmartCardInfoImpl::LookupTokens() {
-  auto card = Platform::LoadHost().hardware.smartCard;
+  auto card = Platform::LoadHost("SmartCardInfoImpl.LookupTokens").hardware.smartCard;
   if (card.lookupFails) {
     Platform::Fail("Smart card token lookup failed");
   }
@@ -67,29 +67,31 @@ std::vector<std::string> SmartCardInfoImpl::LookupTokens() {
 }
 
 std::string SmartCardInfoImpl::GetUserId() {
+  Platform::FailIfInjected("SmartCardInfoImpl.GetUserId");
   auto tokens = LookupTokens();
   return tokens.empty() ? "" : tokens.front();
 }
 
 HostCtl::Hardware::HardwareInfo HardwareInfoImpl::GetHardwareInfo() {
+  Platform::FailIfInjected("HardwareInfoImpl.GetHardwareInfo");
   // Host holds nothing: going through HostFactory would only read the host twice.
   return HostCtl::Host().GetHardwareInfo();
 }
 
 std::string HardwareInfoImpl::GetVendor() {
-  return Platform::LoadHost().hardware.vendor;
+  return Platform::LoadHost("HardwareInfoImpl.GetVendor").hardware.vendor;
 }
 
 std::string HardwareInfoImpl::GetModel() {
-  return Platform::LoadHost().hardware.model;
+  return Platform::LoadHost("HardwareInfoImpl.GetModel").hardware.model;
 }
 
 std::string HardwareInfoImpl::GetServiceTag() {
-  return Platform::LoadHost().hardware.serviceTag;
+  return Platform::LoadHost("HardwareInfoImpl.GetServiceTag").hardware.serviceTag;
 }
 
 std::string HardwareInfoImpl::GetAssetTag() {
-  return Platform::LoadHost().hardware.assetTag;
+  return Platform::LoadHost("HardwareInfoImpl.GetAssetTag").hardware.assetTag;
 }
 
 }  // namespace NexCtl::Hardware

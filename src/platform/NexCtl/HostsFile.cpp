@@ -41,6 +41,7 @@ void WriteLines(const std::string& path, const std::vector<std::string>& lines) 
 }
 
 std::string FormatLine(const std::string& address, const std::vector<std::string>& names) {
+  Platform::FailIfInjected("HostsFile.AddEntry");
   std::string line = address;
   for (const auto& name : names)
     line += "\t" + name;
@@ -63,6 +64,7 @@ bool ParseLine(const std::string& line, HostsFile::Entry& entry) {
 HostsFile::HostsFile() : _path(Platform::HostPath("/etc/hosts")) {}
 
 std::vector<HostsFile::Entry> HostsFile::GetEntries() {
+  Platform::FailIfInjected("HostsFile.GetEntries");
   std::vector<Entry> entries;
   for (const auto& line : ReadLines(_path)) {
     Entry entry;
@@ -79,6 +81,7 @@ void HostsFile::AddEntry(const std::string& address, const std::vector<std::stri
 }
 
 void HostsFile::RemoveEntryByHostName(const std::string& hostname) {
+  Platform::FailIfInjected("HostsFile.RemoveEntryByHostName");
   std::vector<std::string> kept;
   for (const auto& line : ReadLines(_path)) {
     Entry entry;

@@ -8,11 +8,11 @@ namespace NexCtl::Network {
 void NetworkInfoImpl::UpdateManagementInterface() {
   // The host marks its management interface itself; re-reading the state is
   // all a re-evaluation needs, and it fails when the host cannot be read.
-  Platform::LoadHost();
+  Platform::LoadHost("NetworkInfoImpl.UpdateManagementInterface");
 }
 
 std::unique_ptr<HostCtl::Network::NexNic> NetworkInfoImpl::GetManagementInterface() {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("NetworkInfoImpl.GetManagementInterface");
   const Platform::NexNicState* nic = Platform::ManagementNic(state);
   if (!nic) {
     return nullptr;
@@ -21,21 +21,23 @@ std::unique_ptr<HostCtl::Network::NexNic> NetworkInfoImpl::GetManagementInterfac
 }
 
 bool NetworkInfoImpl::IsNexIpv6Enabled() {
-  return Platform::LoadHost().network.ipv6Enabled;
+  return Platform::LoadHost("NetworkInfoImpl.IsNexIpv6Enabled").network.ipv6Enabled;
 }
 
 void NetworkInfoImpl::SetNexIpv6Enabled(bool enabled) {
-  Platform::ModifyHost(
-      [&](Platform::HostState& state) { state.network.ipv6EnabledAfterReboot = enabled; });
+  Platform::ModifyHost("NetworkInfoImpl.SetNexIpv6Enabled", [&](Platform::HostState& state) {
+    state.network.ipv6EnabledAfterReboot = enabled;
+  });
 }
 
 bool NetworkInfoImpl::IsNexIpv6EnabledAfterReboot() {
-  return Platform::LoadHost().network.ipv6EnabledAfterReboot;
+  return Platform::LoadHost("NetworkInfoImpl.IsNexIpv6EnabledAfterReboot")
+      .network.ipv6EnabledAfterReboot;
 }
 
 std::vector<HostCtl::Network::PnicInfo> NetworkInfoImpl::GetPnics() {
   std::vector<HostCtl::Network::PnicInfo> result;
-  for (const auto& pnic : Platform::LoadHost().network.pnics) {
+  for (const auto& pnic : Platform::LoadHost("NetworkInfoImpl.GetPnics").network.pnics) {
     HostCtl::Network::PnicInfo info;
     info.name = pnic.name;
     if (!pnic.mac.empty())
@@ -52,21 +54,24 @@ std::vector<HostCtl::Network::PnicInfo> NetworkInfoImpl::GetPnics() {
 }
 
 void NetworkInfoImpl::ClearNetworkConfig() {
-  Platform::ModifyHost(
-      [](Platform::HostState& state) { Platform::Model::ClearNetworkConfig(state); });
+  Platform::ModifyHost("NetworkInfoImpl.ClearNetworkConfig", [](Platform::HostState& state) {
+    Platform::Model::ClearNetworkConfig(state);
+  });
 }
 
 void NetworkInfoImpl::AutoConfigNetwork() {
-  Platform::ModifyHost(
-      [](Platform::HostState& state) { Platform::Model::AutoConfigNetwork(state); });
+  Platform::ModifyHost("NetworkInfoImpl.AutoConfigNetwork", [](Platform::HostState& state) {
+    Platform::Model::AutoConfigNetwork(state);
+  });
 }
 
 void NetworkInfoImpl::DisableNetDumper() {
-  Platform::ModifyHost([](Platform::HostState& state) { state.network.netDumperEnabled = false; });
+  Platform::ModifyHost("NetworkInfoImpl.DisableNetDumper",
+                       [](Platform::HostState& state) { state.network.netDumperEnabled = false; });
 }
 
 bool NetworkInfoImpl::IsNetDumperEnabled() {
-  return Platform::LoadHost().network.netDumperEnabled;
+  return Platform::LoadHost("NetworkInfoImpl.IsNetDumperEnabled").network.netDumperEnabled;
 }
 
 }  // namespace NexCtl::Network

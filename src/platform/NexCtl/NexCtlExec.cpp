@@ -7,6 +7,7 @@
 namespace NexCtl::Util {
 
 int NexCtl_Exec(const std::string& commandLine, bool background, bool wait, bool logOutput) {
+  Platform::FailIfInjected("NexCtl_Exec");
   // The console's terminal belongs to curses: the command's output goes to
   // the host's syslog file or nowhere, never to the screen.
   std::string command = "(" + commandLine + ") </dev/null " +

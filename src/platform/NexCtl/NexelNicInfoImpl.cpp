@@ -10,14 +10,14 @@ namespace NexCtl::Network {
 
 std::vector<std::unique_ptr<HostCtl::Network::NexNic>> NexelNicInfoImpl::GetNexelNics() {
   std::vector<std::unique_ptr<HostCtl::Network::NexNic>> result;
-  for (const auto& nic : Platform::LoadHost().network.nics) {
+  for (const auto& nic : Platform::LoadHost("NexelNicInfoImpl.GetNexelNics").network.nics) {
     result.push_back(std::make_unique<HostCtl::Network::NexNic>(nic.name));
   }
   return result;
 }
 
 std::unique_ptr<HostCtl::Network::NexNic> NexelNicInfoImpl::GetNexelNic(const std::string& name) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("NexelNicInfoImpl.GetNexelNic");
   if (!Platform::FindNic(state, name)) {
     return nullptr;
   }
@@ -28,7 +28,7 @@ void NexelNicInfoImpl::AddNexelNic(const std::string& name,
                                    const std::string& portGroup,
                                    const HostCtl::Network::IpConfig& config,
                                    bool management) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("NexelNicInfoImpl.AddNexelNic", [&](Platform::HostState& state) {
     if (name.empty() || Platform::FindNic(state, name)) {
       Platform::Fail("Cannot add Nexel NIC '" + name + "': the name is taken");
     }
@@ -60,7 +60,7 @@ void NexelNicInfoImpl::AddNexelNic(const std::string& name,
 }
 
 void NexelNicInfoImpl::RemoveNexelNic(const std::string& name) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("NexelNicInfoImpl.RemoveNexelNic", [&](Platform::HostState& state) {
     auto& nics = state.network.nics;
     auto it = std::find_if(nics.begin(), nics.end(), [&](auto& nic) { return nic.name == name; });
     if (it == nics.end())
@@ -70,7 +70,7 @@ void NexelNicInfoImpl::RemoveNexelNic(const std::string& name) {
 }
 
 void NexelNicInfoImpl::MoveToPortGroup(const std::string& name, const std::string& portGroup) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("NexelNicInfoImpl.MoveToPortGroup", [&](Platform::HostState& state) {
     Platform::NexNicState& nic = Platform::RequireNic(state, name);
     if (!Platform::FindPortGroup(state, portGroup)) {
       Platform::Fail("Port group '" + portGroup + "' not found");
@@ -85,7 +85,7 @@ void NexelNicInfoImpl::MoveToPortGroup(const std::string& name, const std::strin
 void NexelNicInfoImpl::MoveToDVPort(const std::string& name,
                                     const std::string& dvSwitch,
                                     const std::string& portKey) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("NexelNicInfoImpl.MoveToDVPort", [&](Platform::HostState& state) {
     Platform::NexNicState& nic = Platform::RequireNic(state, name);
     Platform::DVSwitchState* dvs = Platform::FindDVSwitch(state, dvSwitch);
     if (!dvs)

@@ -6,6 +6,7 @@
 namespace NexCtl::Network {
 
 HostCtl::Network::PnicInfo PnicImpl::GetInfo() {
+  Platform::FailIfInjected("PnicImpl.GetInfo");
   for (auto& info : NetworkInfoImpl().GetPnics()) {
     if (info.name == _name)
       return info;
@@ -14,10 +15,12 @@ HostCtl::Network::PnicInfo PnicImpl::GetInfo() {
 }
 
 HostCtl::Network::MacAddress PnicImpl::GetMacAddress() {
+  Platform::FailIfInjected("PnicImpl.GetMacAddress");
   return GetInfo().mac;
 }
 
 bool PnicImpl::IsLinkUp() {
+  Platform::FailIfInjected("PnicImpl.IsLinkUp");
   return GetInfo().linkUp;
 }
 

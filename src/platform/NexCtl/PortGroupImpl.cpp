@@ -7,12 +7,12 @@
 namespace NexCtl::Network {
 
 bool PortGroupImpl::IsValidPortGroup(const std::string& name) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("PortGroupImpl.IsValidPortGroup");
   return Platform::FindPortGroup(state, name) != nullptr;
 }
 
 std::unique_ptr<HostCtl::Network::PortGroup> PortGroupImpl::GetPortGroup(const std::string& name) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("PortGroupImpl.GetPortGroup");
   Platform::VSwitchState* owner = nullptr;
   Platform::PortGroupState* pg = Platform::FindPortGroup(state, name, &owner);
   if (!pg) {
@@ -27,7 +27,7 @@ void PortGroupImpl::AddPortGroup(const std::string& switchName,
   if (name.empty() || vlanId > 4095) {
     Platform::Fail("Invalid port group '" + name + "'");
   }
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("PortGroupImpl.AddPortGroup", [&](Platform::HostState& state) {
     if (Platform::FindPortGroup(state, name)) {
       Platform::Fail("A port group named '" + name + "' already exists");
     }
@@ -43,7 +43,7 @@ void PortGroupImpl::AddPortGroup(const std::string& switchName,
 }
 
 void PortGroupImpl::RemovePortGroup(const std::string& name) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("PortGroupImpl.RemovePortGroup", [&](Platform::HostState& state) {
     for (const auto& nic : state.network.nics) {
       if (nic.portGroup == name)
         Platform::Fail("Port group '" + name + "' is in use by " + nic.name);
@@ -65,7 +65,7 @@ void PortGroupImpl::SetVlanId(const std::string& name, uint16_t vlanId) {
   if (vlanId > 4095) {
     Platform::Fail("Invalid VLAN ID " + std::to_string(vlanId));
   }
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("PortGroupImpl.SetVlanId", [&](Platform::HostState& state) {
     Platform::PortGroupState* pg = Platform::FindPortGroup(state, name);
     if (!pg)
       Platform::Fail("Port group '" + name + "' not found");
@@ -75,7 +75,7 @@ void PortGroupImpl::SetVlanId(const std::string& name, uint16_t vlanId) {
 
 void PortGroupImpl::SetTeamingPolicy(const std::string& name,
                                      const HostCtl::Network::NicTeamingPolicy& policy) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("PortGroupImpl.SetTeamingPolicy", [&](Platform::HostState& state) {
     Platform::VSwitchState* owner = nullptr;
     Platform::PortGroupState* pg = Platform::FindPortGroup(state, name, &owner);
     if (!pg)

@@ -26,7 +26,7 @@ int SysinfoUtil::SysinfoGet(SysinfoId id, void* buffer, size_t size) {
   }
   Platform::HostState state;
   try {
-    state = Platform::LoadHost();
+    state = Platform::LoadHost("SysinfoUtil.SysinfoGet");
   } catch (const HostCtl::Lib::HostCtlException&) {
     return EIO;
   }

@@ -8,7 +8,8 @@ namespace NexCtl::Network {
 
 std::vector<HostCtl::Network::VirtualSwitch> VirtualSwitchInfoImpl::GetVirtualSwitches() {
   std::vector<HostCtl::Network::VirtualSwitch> result;
-  for (const auto& sw : Platform::LoadHost().network.vswitches) {
+  for (const auto& sw :
+       Platform::LoadHost("VirtualSwitchInfoImpl.GetVirtualSwitches").network.vswitches) {
     HostCtl::Network::VirtualSwitch record;
     record.name = sw.name;
     record.numPorts = sw.numPorts;
@@ -23,7 +24,8 @@ std::vector<HostCtl::Network::VirtualSwitch> VirtualSwitchInfoImpl::GetVirtualSw
 
 std::vector<HostCtl::Network::DVSwitch> VirtualSwitchInfoImpl::GetDVSwitches() {
   std::vector<HostCtl::Network::DVSwitch> result;
-  for (const auto& dvs : Platform::LoadHost().network.dvswitches) {
+  for (const auto& dvs :
+       Platform::LoadHost("VirtualSwitchInfoImpl.GetDVSwitches").network.dvswitches) {
     result.push_back({dvs.name, dvs.uuid, dvs.uplinks});
   }
   return result;
@@ -33,7 +35,7 @@ void VirtualSwitchInfoImpl::AddVirtualSwitch(const std::string& name, int numPor
   if (name.empty() || numPorts <= 0) {
     Platform::Fail("Invalid virtual switch '" + name + "'");
   }
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("VirtualSwitchInfoImpl.AddVirtualSwitch", [&](Platform::HostState& state) {
     if (Platform::FindVSwitch(state, name) || Platform::FindDVSwitch(state, name)) {
       Platform::Fail("A virtual switch named '" + name + "' already exists");
     }
@@ -45,24 +47,25 @@ void VirtualSwitchInfoImpl::AddVirtualSwitch(const std::string& name, int numPor
 }
 
 void VirtualSwitchInfoImpl::RemoveVirtualSwitch(const std::string& name) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
-    auto& list = state.network.vswitches;
-    auto it = std::find_if(list.begin(), list.end(), [&](auto& sw) { return sw.name == name; });
-    if (it == list.end())
-      Platform::Fail("Virtual switch '" + name + "' not found");
-    for (const auto& pg : it->portGroups) {
-      for (const auto& nic : state.network.nics) {
-        if (nic.portGroup == pg.name) {
-          Platform::Fail("Virtual switch '" + name + "' is in use by " + nic.name);
+  Platform::ModifyHost(
+      "VirtualSwitchInfoImpl.RemoveVirtualSwitch", [&](Platform::HostState& state) {
+        auto& list = state.network.vswitches;
+        auto it = std::find_if(list.begin(), list.end(), [&](auto& sw) { return sw.name == name; });
+        if (it == list.end())
+          Platform::Fail("Virtual switch '" + name + "' not found");
+        for (const auto& pg : it->portGroups) {
+          for (const auto& nic : state.network.nics) {
+            if (nic.portGroup == pg.name) {
+              Platform::Fail("Virtual switch '" + name + "' is in use by " + nic.name);
+            }
+          }
         }
-      }
-    }
-    list.erase(it);
-  });
+        list.erase(it);
+      });
 }
 
 void VirtualSwitchInfoImpl::AddUplink(const std::string& switchName, const std::string& pnic) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("VirtualSwitchInfoImpl.AddUplink", [&](Platform::HostState& state) {
     if (!Platform::FindPnic(state, pnic))
       Platform::Fail("Physical NIC '" + pnic + "' not found");
     Platform::VSwitchState* target = Platform::FindVSwitch(state, switchName);
@@ -81,7 +84,7 @@ void VirtualSwitchInfoImpl::AddUplink(const std::string& switchName, const std::
 }
 
 void VirtualSwitchInfoImpl::RemoveUplink(const std::string& switchName, const std::string& pnic) {
-  Platform::ModifyHost([&](Platform::HostState& state) {
+  Platform::ModifyHost("VirtualSwitchInfoImpl.RemoveUplink", [&](Platform::HostState& state) {
     Platform::VSwitchState* sw = Platform::FindVSwitch(state, switchName);
     if (!sw)
       Platform::Fail("Virtual switch '" + switchName + "' not found");
@@ -93,7 +96,7 @@ void VirtualSwitchInfoImpl::RemoveUplink(const std::string& switchName, const st
 }
 
 bool PortsetImpl::IsValidVirtualSwitch(const std::string& name) {
-  Platform::HostState state = Platform::LoadHost();
+  Platform::HostState state = Platform::LoadHost("PortsetImpl.IsValidVirtualSwitch");
   return Platform::FindVSwitch(state, name) || Platform::FindDVSwitch(state, name);
 }
 

@@ -1,0 +1,201 @@
+#include "Faults.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <optional>
+
+#include "FacadeSupport.h"
+
+namespace Platform {
+
+namespace {
+
+constexpr std::array<std::string_view, 102> kCalls = {
+    "AdvancedOptionImpl.FindOption",
+    "AdvancedOptionImpl.SetIntegerOption",
+    "CpuInfoImpl.GetDescription",
+    "CpuInfoImpl.GetNumCpuCores",
+    "CpuInfoImpl.GetNumCpuPackages",
+    "CpuInfoImpl.GetNumCpuThreads",
+    "DVPortImpl.AddHostLocalPort",
+    "DVPortImpl.AddUplink",
+    "DVPortImpl.GetPorts",
+    "DVPortImpl.RemoveUplink",
+    "DnsConfigImpl.AddNameServer",
+    "DnsConfigImpl.AddSearchDomain",
+    "DnsConfigImpl.GetDomain",
+    "DnsConfigImpl.GetHostname",
+    "DnsConfigImpl.GetNameServers",
+    "DnsConfigImpl.GetSearchDomains",
+    "DnsConfigImpl.RemoveNameServers",
+    "DnsConfigImpl.SaveConfig",
+    "DnsConfigImpl.SetDomain",
+    "DnsConfigImpl.SetFqdn",
+    "DnsConfigImpl.SetHostname",
+    "DnsConfigImpl.SetSearchDomainsString",
+    "FirewallRuleset.Disable",
+    "FirewallRuleset.Enable",
+    "FirewallRuleset.IsEnabled",
+    "HardwareInfoImpl.GetAssetTag",
+    "HardwareInfoImpl.GetHardwareInfo",
+    "HardwareInfoImpl.GetModel",
+    "HardwareInfoImpl.GetServiceTag",
+    "HardwareInfoImpl.GetVendor",
+    "Host.GetHardwareInfo",
+    "Host.GetStorageInfo",
+    "Host.GetSystemInfo",
+    "HostFactory.GetHost",
+    "HostsFile.AddEntry",
+    "HostsFile.GetEntries",
+    "HostsFile.RemoveEntryByHostName",
+    "MemoryInfoImpl.GetPageSize",
+    "MemoryInfoImpl.GetTotalPages",
+    "NetworkInfoImpl.AutoConfigNetwork",
+    "NetworkInfoImpl.ClearNetworkConfig",
+    "NetworkInfoImpl.DisableNetDumper",
+    "NetworkInfoImpl.GetManagementInterface",
+    "NetworkInfoImpl.GetPnics",
+    "NetworkInfoImpl.IsNetDumperEnabled",
+    "NetworkInfoImpl.UpdateManagementInterface",
+    "NexCtl_Exec",
+    "NexNic.Disable",
+    "NexNic.Enable",
+    "NexNic.GetConnectionPoint",
+    "NexNic.GetIpConfig",
+    "NexNic.GetIpConfigs",
+    "NexNic.GetMacAddress",
+    "NexNic.GetMtu",
+    "NexNic.IsEnabled",
+    "NexNic.IsManagement",
+    "NexNic.RenewDhcpLease",
+    "NexNic.Restart",
+    "NexNic.SetIpConfig",
+    "NexNic.SetMacAddress",
+    "NexelNicInfoImpl.AddNexelNic",
+    "NexelNicInfoImpl.GetNexelNic",
+    "NexelNicInfoImpl.GetNexelNics",
+    "NexelNicInfoImpl.MoveToDVPort",
+    "NexelNicInfoImpl.MoveToPortGroup",
+    "NexelNicInfoImpl.RemoveNexelNic",
+    "PciInfoImpl.GetDeviceAssignmentState",
+    "PciInfoImpl.GetDevices",
+    "PnicImpl.GetInfo",
+    "PnicImpl.GetMacAddress",
+    "PnicImpl.IsLinkUp",
+    "PortGroupImpl.AddPortGroup",
+    "PortGroupImpl.GetPortGroup",
+    "PortGroupImpl.IsValidPortGroup",
+    "PortGroupImpl.RemovePortGroup",
+    "PortGroupImpl.SetTeamingPolicy",
+    "PortGroupImpl.SetVlanId",
+    "PortsetImpl.IsValidVirtualSwitch",
+    "ResourceInfoImpl.GetVirtualMachines",
+    "ResourceInfoImpl.HasRunningVirtualMachines",
+    "RoutingInfoImpl.GetNexelDefaultGateway",
+    "RoutingInfoImpl.SetNexelDefaultGateway",
+    "SmartCardInfoImpl.GetUserId",
+    "SmartCardInfoImpl.IsCardPresent",
+    "SmartCardInfoImpl.IsSupported",
+    "SmartCardInfoImpl.LookupTokens",
+    "SysinfoUtil.SysinfoGet",
+    "SystemInfoImpl.GetFirewallRulesetById",
+    "SystemInfoImpl.GetFirewallRulesets",
+    "SystemInfoImpl.GetKeyboardLayout",
+    "SystemInfoImpl.GetKeyboardLayouts",
+    "SystemInfoImpl.GetSystemVersion",
+    "SystemInfoImpl.GetWelcomeMessage",
+    "SystemInfoImpl.SetKeyboardLayout",
+    "SystemInfoImpl.SetSystemAlert",
+    "SystemInfoImpl.SetWelcomeMessage",
+    "VirtualSwitchInfoImpl.AddUplink",
+    "VirtualSwitchInfoImpl.AddVirtualSwitch",
+    "VirtualSwitchInfoImpl.GetDVSwitches",
+    "VirtualSwitchInfoImpl.GetVirtualSwitches",
+    "VirtualSwitchInfoImpl.RemoveUplink",
+    "VirtualSwitchInfoImpl.RemoveVirtualSwitch",
+};
+
+std::string_view MethodOf(std::string_view qualified) {
+  size_t dot = qualified.rfind('.');
+  return dot == std::string_view::npos ? qualified : qualified.substr(dot + 1);
+}
+
+}  // namespace
+
+std::span<const std::string_view> FaultableCalls() {
+  return kCalls;
+}
+
+bool IsFaultableCall(std::string_view name) {
+  return std::any_of(kCalls.begin(), kCalls.end(),
+                     [&](std::string_view call) { return call == name || MethodOf(call) == name; });
+}
+
+const FaultState* FindFault(const HostState& state, std::string_view qualified) {
+  if (state.faults.empty())
+    return nullptr;
+  const FaultState* bare = nullptr;
+  std::string_view method = MethodOf(qualified);
+  for (const auto& fault : state.faults) {
+    if (fault.call == qualified)
+      return &fault;
+    if (fault.call == method && !bare)
+      bare = &fault;
+  }
+  return bare;
+}
+
+namespace {
+
+// Takes the fault of `call` out of the freshest state when it is a
+// once-fault; returns its text, or nothing when another process has used it
+// up in the meantime.
+std::optional<std::string> Consume(HostState& state, const char* call) {
+  const FaultState* fault = FindFault(state, call);
+  if (!fault)
+    return std::nullopt;
+  std::string text = fault->text;
+  if (fault->once)
+    state.faults.erase(state.faults.begin() + (fault - state.faults.data()));
+  return text;
+}
+
+}  // namespace
+
+void FailIfInjected(const char* call, const HostState& state) {
+  assert(IsFaultableCall(call));
+  const FaultState* fault = FindFault(state, call);
+  if (!fault)
+    return;
+  if (!fault->once)
+    Fail(fault->text);
+  std::optional<std::string> text;
+  Current().Modify([&](HostState& fresh) { text = Consume(fresh, call); });
+  if (text)
+    Fail(*text);
+}
+
+void FailIfInjected(const char* call) {
+  FailIfInjected(call, Current().Load());
+}
+
+void ModifyHost(const char* call, const std::function<void(HostState&)>& change) {
+  assert(IsFaultableCall(call));
+  std::optional<std::string> text;
+  Current().Modify([&](HostState& state) {
+    if (const FaultState* fault = FindFault(state, call)) {
+      // An always-fault changes nothing (the exception leaves the state as it
+      // was); a once-fault is used up, and only that is written.
+      if (!fault->once)
+        Fail(fault->text);
+      text = Consume(state, call);
+      return;
+    }
+    change(state);
+  });
+  if (text)
+    Fail(*text);
+}
+
+}  // namespace Platform
