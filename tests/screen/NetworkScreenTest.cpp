@@ -1,5 +1,7 @@
 // The management network window: what it shows of each host, leaving it with
 // and without changes, and applying the changes to the host step by step.
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -290,5 +292,67 @@ TEST(NetworkScreenTest, LeavingWithoutApplying) {
   EXPECT_EQ(host.HostJson()["network"], before["network"]);
   EXPECT_EQ(host.Syslog().find("Network settings changed."), std::string::npos);
 }
+
+struct FailCase {
+  const char* call;
+  const char* line;  // the error line, also the message's text
+};
+
+class ApplyFailureTest : public testing::TestWithParam<FailCase> {};
+
+// A failing step is logged and shown; the pass goes on, so the suffixes (or,
+// when the name settings failed, the agents' refresh) still reach the host.
+TEST_P(ApplyFailureTest, LaterStepsStillRun) {
+  const FailCase& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown});
+  TypeText(*console, "10.20.30.41");
+  Accept(*console);
+  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, "x.test");
+  Accept(*console);
+  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  TypeText(*console, "20");
+  Accept(*console);
+
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
+                           c.call + " 'disk on fire' --once";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes")) << console->Text();
+  console->SendText("y");
+  const std::string line = std::string(c.line) + "disk on fire";
+  ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+  EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  ExpectLines(host, {"user.err " + line, "Changed vlan, restarting management interface",
+                     "Network settings changed."});
+  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+  if (std::string(c.line) != "Setting DNS failed: ") {
+    EXPECT_EQ(host.HostJson()["network"]["dns"]["searchDomains"],
+              nlohmann::json({"lab.test", "x.test"}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps,
+    ApplyFailureTest,
+    testing::Values(FailCase{"NexNic.GetIpConfigs", "Setting ip configuration failed: "},
+                    FailCase{"NexNic.SetIpConfig", "Setting ip/ipv6 configuration failed: "},
+                    FailCase{"SetNexelDefaultGateway", "Setting default gateway failed: "},
+                    FailCase{"NexNic.Restart", "Restarting management interface failed: "},
+                    FailCase{"SetHostname", "Setting DNS failed: "},
+                    FailCase{"SaveConfig", "Setting DNS failed: "}),
+    [](const testing::TestParamInfo<FailCase>& info) {
+      std::string name = info.param.call;
+      name.erase(std::remove(name.begin(), name.end(), '.'), name.end());
+      return name;
+    });
 
 }  // namespace
