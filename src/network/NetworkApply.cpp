@@ -60,7 +60,9 @@ void RestartHost(Frame* owner) {
 
 class ApplyPass {
  public:
-  ApplyPass(Frame* owner, NetworkSettings& settings, NexNic& nic,
+  ApplyPass(Frame* owner,
+            NetworkSettings& settings,
+            NexNic& nic,
             const std::function<void()>& repaint)
       : _owner(owner), _settings(settings), _nic(nic), _repaint(repaint) {}
 
@@ -148,18 +150,18 @@ class ApplyPass {
   }
 
   bool AddUplink(const std::string& name) {
-    return EditTeaming("Adding uplink failed: ", [&](const PortGroup& group,
-                                                      NicTeamingPolicy& policy) {
-      // A port group can only team the adapters of its own switch.
-      NexCtl::Network::VirtualSwitchInfoImpl switches;
-      for (const auto& vswitch : switches.GetVirtualSwitches()) {
-        if (vswitch.name == group.GetVirtualSwitchName() && !Contains(vswitch.uplinks, name)) {
-          switches.AddUplink(vswitch.name, name);
-        }
-      }
-      policy.AddUplink(name);
-      return true;
-    });
+    return EditTeaming(
+        "Adding uplink failed: ", [&](const PortGroup& group, NicTeamingPolicy& policy) {
+          // A port group can only team the adapters of its own switch.
+          NexCtl::Network::VirtualSwitchInfoImpl switches;
+          for (const auto& vswitch : switches.GetVirtualSwitches()) {
+            if (vswitch.name == group.GetVirtualSwitchName() && !Contains(vswitch.uplinks, name)) {
+              switches.AddUplink(vswitch.name, name);
+            }
+          }
+          policy.AddUplink(name);
+          return true;
+        });
   }
 
   // The record's order (the first adapters active, the rest standby) and
@@ -210,9 +212,8 @@ class ApplyPass {
     // server keeps recognising the host through the adapter it sees.
     const std::vector<std::string>& wanted = _settings.uplinks;
     if (!wanted.empty() && (current.empty() || current.front() != wanted.front())) {
-      Try("Setting mac address of pnic failed: ", [&] {
-        _nic.SetMacAddress(NexCtl::Network::PnicImpl(wanted.front()).GetMacAddress());
-      });
+      Try("Setting mac address of pnic failed: ",
+          [&] { _nic.SetMacAddress(NexCtl::Network::PnicImpl(wanted.front()).GetMacAddress()); });
     }
 
     uint16_t vlanId = 0;
@@ -306,8 +307,7 @@ class ApplyPass {
     }
     if (_settings.ipv6EnabledPending && _settings.ipv6GatewayChanged) {
       Try("Setting default ipv6 gateway failed: ", [&] {
-        LogInfo("Setting default ipv6 gateway to " +
-                addresses.GetIpv6Gateway().GetStringAddress());
+        LogInfo("Setting default ipv6 gateway to " + addresses.GetIpv6Gateway().GetStringAddress());
         NexCtl::Network::RoutingInfoImpl(kNetStack).SetIpv6NexelDefaultGateway(
             addresses.GetIpv6Gateway());
       });

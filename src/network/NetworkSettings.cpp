@@ -75,15 +75,15 @@ bool IsDvsInUse() {
 }
 
 bool GetVlanId(const NexNic& nic, uint16_t& vlanId) {
-  return ReadPortGroup(nic, "Getting VlanID failed: ",
-                       [&](const PortGroup& group) { vlanId = group.GetVlanId(); });
+  return ReadPortGroup(
+      nic, "Getting VlanID failed: ", [&](const PortGroup& group) { vlanId = group.GetVlanId(); });
 }
 
 bool GetMaxActiveUplinks(const NexNic& nic, int& maxActive) {
-  return ReadPortGroup(nic, "Getting max number of active uplinks failed: ",
-                       [&](const PortGroup& group) {
-                         maxActive = group.GetTeamingPolicy().GetMaxActiveUplinks();
-                       });
+  return ReadPortGroup(
+      nic, "Getting max number of active uplinks failed: ", [&](const PortGroup& group) {
+        maxActive = group.GetTeamingPolicy().GetMaxActiveUplinks();
+      });
 }
 
 bool GetUplinks(const NexNic& nic, std::vector<std::string>& uplinks) {
@@ -107,7 +107,8 @@ bool GetSwitchName(const NexNic& nic, std::string& name) {
     }
     return true;
   } catch (const HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "%s", (std::string("Getting switch name failed: ") + e.what()).c_str());
+    Platform::Syslog(LOG_ERR, "%s",
+                     (std::string("Getting switch name failed: ") + e.what()).c_str());
     return false;
   }
 }

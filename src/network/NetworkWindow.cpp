@@ -208,7 +208,9 @@ void NetworkWindow::ShowSelection() {
 
 std::string NetworkWindow::PaneText(int entry) {
   const std::string notSet = _strings->GetString(Strings::kNotSet);
-  auto help = [&](uint32_t key) { return kHelp + std::string(_strings->GetString(key)) + kHelpEnd; };
+  auto help = [&](uint32_t key) {
+    return kHelp + std::string(_strings->GetString(key)) + kHelpEnd;
+  };
   auto valueOrNotSet = [&](const std::string& value) { return value.empty() ? notSet : value; };
   const IpConfig& choices = _settings.dhcpChoices;
   const IpConfig& addresses = _settings.addresses;
@@ -229,7 +231,7 @@ std::string NetworkWindow::PaneText(int entry) {
       return text + "\n\n" + help(Strings::kHelpNetVlan);
 
     case kIpv4: {
-      const uint32_t mode = choices.GetUseDhcp()          ? Strings::kAutomatic
+      const uint32_t mode = choices.GetUseDhcp()         ? Strings::kAutomatic
                             : addresses.GetIpv4UseNone() ? Strings::kNone
                                                          : Strings::kManual;
       auto line = [&](uint32_t label, const HostCtl::Network::Ipv4Address& value) {
@@ -244,8 +246,8 @@ std::string NetworkWindow::PaneText(int entry) {
     }
 
     case kIpv6: {
-      text += std::string(_strings->GetString(_settings.ipv6EnabledPending ? Strings::kIpv6Enabled
-                                                                           : Strings::kIpv6Disabled)) +
+      text += std::string(_strings->GetString(
+                  _settings.ipv6EnabledPending ? Strings::kIpv6Enabled : Strings::kIpv6Disabled)) +
               "\n\n";
       if (_settings.ipv6EnabledPending && !_settings.ipv6EnabledCurrent) {
         return text + help(Strings::kIpv6AfterReboot);
@@ -254,7 +256,8 @@ std::string NetworkWindow::PaneText(int entry) {
       try {
         enabledNow = NexCtl::Network::NetworkInfoImpl().IsNexIpv6Enabled();
       } catch (const HostCtlException& e) {
-        Platform::Syslog(LOG_ERR, "%s", (std::string("Getting IPv6 state failed: ") + e.what()).c_str());
+        Platform::Syslog(LOG_ERR, "%s",
+                         (std::string("Getting IPv6 state failed: ") + e.what()).c_str());
       }
       if (!enabledNow) {
         return text + help(Strings::kHelpNetIpv6Disabled);
@@ -283,8 +286,8 @@ std::string NetworkWindow::PaneText(int entry) {
     case kDns: {
       const auto& primary = _settings.primaryDns;
       const auto& alternate = _settings.alternateDns;
-      const bool mixed = primary != nullptr && primary->IsIpv4() && alternate != nullptr &&
-                         alternate->IsIpv6();
+      const bool mixed =
+          primary != nullptr && primary->IsIpv4() && alternate != nullptr && alternate->IsIpv6();
       text += std::string(_strings->GetString(choices.GetDhcpDns() ? Strings::kAutomatic
                                                                    : Strings::kManual)) +
               "\n\n";
@@ -427,10 +430,11 @@ void NetworkWindow::EditDns() {
     return;
   }
   const bool automatic = dialog.GetAutomatic();
-  const bool changed = automatic != choices.GetDhcpDns() ||
-                       (!automatic && (!SameAddress(_settings.primaryDns, dialog.GetPrimary()) ||
-                                       !SameAddress(_settings.alternateDns, dialog.GetAlternate()) ||
-                                       dialog.GetHostname() != _settings.hostname));
+  const bool changed =
+      automatic != choices.GetDhcpDns() ||
+      (!automatic && (!SameAddress(_settings.primaryDns, dialog.GetPrimary()) ||
+                      !SameAddress(_settings.alternateDns, dialog.GetAlternate()) ||
+                      dialog.GetHostname() != _settings.hostname));
   if (!changed) {
     return;
   }

@@ -79,7 +79,10 @@ TEST(NetworkSettingsTest, LoadFromHosts) {
       {"", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
       {"static-ipv4", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
       {"dvs", Merel::LoadResult::kLoaded, true, {}, ""},
-      {"no-mgmt", Merel::LoadResult::kNoInterface, false, {},
+      {"no-mgmt",
+       Merel::LoadResult::kNoInterface,
+       false,
+       {},
        "Could not get a suitable management interface"},
   };
   for (const LoadCase& c : cases) {
