@@ -10,6 +10,7 @@ PKGS=(
   openssl openssh-client less
   dialog whiptail
   clang libclang-rt-14-dev
+  lintian fakeroot dpkg-dev file systemd groff-base
 )
 missing=()
 for p in "${PKGS[@]}"; do

@@ -17,6 +17,8 @@ run_suite() {  # build-dir, extra cmake args...
 
 echo "== normal build"
 run_suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+echo "== packaging (the normal build's package, unpacked into a scratch folder)"
+bash scripts/check-package.sh build
 echo "== sanitizer build"
 run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DMEREL_SANITIZE=ON
 

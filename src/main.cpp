@@ -3,6 +3,7 @@
 // wait (resize, termination, restart request) and is started again by the
 // system.
 
+#include <cctype>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -43,6 +44,39 @@ int ParseVirtualTerminal(int argc, char** argv) {
     return 0;
   }
   return static_cast<int>(vt);
+}
+
+// --help and --version answer before anything touches the host or the
+// terminal; any other option is refused. A first argument that is not an
+// option is the virtual terminal, handled as it always was. Returns the exit
+// status, or -1 to go on.
+int HandleOptions(int argc, char** argv) {
+  if (argc < 2) {
+    return -1;
+  }
+  const char* arg = argv[1];
+  if (strcmp(arg, "--help") == 0 || strcmp(arg, "-h") == 0) {
+    printf(
+        "usage: merel [VT]\n"
+        "The host's full-screen console: the welcome screen, and after a login the\n"
+        "System Customization menu. VT (1 to 63) is the virtual terminal to bring\n"
+        "to the front. It runs on the host named by MEREL_SIM_ROOT, otherwise on\n"
+        "the demo host in the user's state directory. See merel(8).\n"
+        "\n"
+        "  -h, --help     show this help and exit\n"
+        "  -V, --version  show the version and exit\n");
+    return 0;
+  }
+  if (strcmp(arg, "--version") == 0 || strcmp(arg, "-V") == 0) {
+    printf("merel %s\n", MEREL_VERSION);
+    return 0;
+  }
+  // "-5" is a (bad) virtual terminal, not an option.
+  if (arg[0] == '-' && arg[1] != '\0' && !isdigit(static_cast<unsigned char>(arg[1]))) {
+    fprintf(stderr, "merel: unknown option '%s' (try 'merel --help')\n", arg);
+    return 2;
+  }
+  return -1;
 }
 
 // Nothing the program or its libraries print may reach the terminal.
@@ -154,6 +188,9 @@ void StartCurses() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (int status = HandleOptions(argc, argv); status >= 0) {
+    return status;
+  }
   // The host must exist before anything touches it (logging included). This
   // is the only message ever printed: curses has not started and standard
   // error is still the terminal.

@@ -7,8 +7,10 @@
 
 #include "Backend.h"
 #include "HostCtl/ConnectionPoint.h"
+#include "HostCtl/Host.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/IpConfig.h"
+#include "HostCtl/NetworkRecords.h"
 #include "HostState.h"
 #include "Platform.h"
 
@@ -30,6 +32,9 @@ inline HostState LoadHost(const char* call) {
   FailIfInjected(call, state);
   return state;
 }
+
+// Host::GetHardwareInfo, checked against the faults of `call`.
+HostCtl::Hardware::HardwareInfo ReadHardwareInfo(const char* call);
 
 // `change` runs only when no fault is injected for `call`; the check and the
 // change are one read-modify-write.
@@ -71,6 +76,20 @@ inline HostCtl::Network::DVPort DVPortOf(const DVSwitchState& dvs, const DVPortS
           port.vlanId,
           HostCtl::Network::NicTeamingPolicy(port.activeUplinks, port.standbyUplinks,
                                              static_cast<int>(port.activeUplinks.size()))};
+}
+
+inline HostCtl::Network::PnicInfo PnicInfoOf(const PnicState& pnic) {
+  HostCtl::Network::PnicInfo info;
+  info.name = pnic.name;
+  if (!pnic.mac.empty())
+    info.mac = HostCtl::Network::MacAddress(pnic.mac);
+  info.label = pnic.label;
+  info.pciAddress = pnic.pciAddress;
+  info.driver = pnic.driver;
+  info.linkUp = pnic.linkUp;
+  info.speedMbps = pnic.linkUp ? pnic.speedMbps : 0;
+  info.fullDuplex = pnic.fullDuplex;
+  return info;
 }
 
 // Takes adapter `pnic` off standard switch `sw` and out of the teaming of

@@ -104,7 +104,7 @@ bool Select(std::string& error) {
       return false;
     }
     if (access((stateRoot + "/host.json").c_str(), F_OK) != 0) {
-      std::string simBinary = SelfDirectory() + "/merel-sim";
+      std::string simBinary = SiblingProgram("merel-sim");
       if (!InitHostRoot(stateRoot, BundledDemoHost(), "built-in demo host", simBinary, error,
                         nullptr)) {
         return false;

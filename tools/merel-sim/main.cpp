@@ -23,20 +23,24 @@ extern char** environ;
 
 namespace {
 
+const char kUsage[] =
+    "usage: merel-sim init ROOT [DESCRIPTION.json]\n"
+    "       merel-sim run ROOT [ARGS...]\n"
+    "       merel-sim show ROOT\n"
+    "       merel-sim tool ROOT NAME [ARGS...]\n"
+    "       merel-sim fail ROOT CALL TEXT [--once]\n"
+    "       merel-sim fail ROOT --clear\n"
+    "       merel-sim calls\n"
+    "       merel-sim --help | --version\n"
+    "\n"
+    "fail: host-library call CALL (a method name such as SetHostname, or\n"
+    "Class.Method such as PnicImpl.GetMacAddress; `calls` lists them) throws\n"
+    "TEXT from now on, or only the next time with --once. A fault set for\n"
+    "Class.Method wins over one set for the bare method name. --clear\n"
+    "removes every fault.\n";
+
 int Usage() {
-  std::cerr << "usage: merel-sim init ROOT [DESCRIPTION.json]\n"
-               "       merel-sim run ROOT [ARGS...]\n"
-               "       merel-sim show ROOT\n"
-               "       merel-sim tool ROOT NAME [ARGS...]\n"
-               "       merel-sim fail ROOT CALL TEXT [--once]\n"
-               "       merel-sim fail ROOT --clear\n"
-               "       merel-sim calls\n"
-               "\n"
-               "fail: host-library call CALL (a method name such as SetHostname, or\n"
-               "Class.Method such as PnicImpl.GetMacAddress; `calls` lists them) throws\n"
-               "TEXT from now on, or only the next time with --once. A fault set for\n"
-               "Class.Method wins over one set for the bare method name. --clear\n"
-               "removes every fault.\n";
+  std::cerr << kUsage;
   return 2;
 }
 
@@ -64,7 +68,7 @@ int Init(const std::vector<std::string>& args) {
   std::string error;
   std::vector<std::string> notes;
   bool ok = Platform::InitHostRoot(args[0], description, name,
-                                   Platform::SelfDirectory() + "/merel-sim", error, &notes);
+                                   Platform::SiblingProgram("merel-sim"), error, &notes);
   for (const auto& note : notes)
     std::cerr << "merel-sim: note: " << note << "\n";
   if (!ok) {
@@ -100,7 +104,7 @@ int Run(const std::vector<std::string>& args) {
     return 1;
   }
   const char* bin = std::getenv("MEREL_BIN");
-  std::string merel = bin && *bin ? bin : Platform::SelfDirectory() + "/merel";
+  std::string merel = bin && *bin ? bin : Platform::SiblingProgram("merel");
 
   std::string preload = "libpam_wrapper.so";
   if (const char* asan = Platform::AsanRuntime())
@@ -170,6 +174,18 @@ int main(int argc, char** argv) {
   if (argc < 2)
     return Usage();
   std::string command = argv[1];
+  if (command == "--help" || command == "-h") {
+    std::cout << kUsage;
+    return 0;
+  }
+  if (command == "--version" || command == "-V") {
+    std::cout << "merel-sim " << MEREL_VERSION << "\n";
+    return 0;
+  }
+  if (command.size() > 1 && command[0] == '-') {
+    std::cerr << "merel-sim: unknown option '" << command << "' (try 'merel-sim --help')\n";
+    return 2;
+  }
   std::vector<std::string> args(argv + 2, argv + argc);
   if (command == "init")
     return Init(args);

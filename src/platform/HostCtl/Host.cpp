@@ -2,12 +2,12 @@
 
 #include "FacadeSupport.h"
 
-namespace HostCtl {
+namespace Platform {
 
-Hardware::HardwareInfo Host::GetHardwareInfo() const {
-  Platform::HostState state = Platform::LoadHost("Host.GetHardwareInfo");
+HostCtl::Hardware::HardwareInfo ReadHardwareInfo(const char* call) {
+  Platform::HostState state = Platform::LoadHost(call);
   const auto& hw = state.hardware;
-  Hardware::HardwareInfo info;
+  HostCtl::Hardware::HardwareInfo info;
   info.vendor = hw.vendor;
   info.model = hw.model;
   info.uuid = hw.uuid;
@@ -16,6 +16,14 @@ Hardware::HardwareInfo Host::GetHardwareInfo() const {
   info.assetTag = hw.assetTag;
   info.serviceTag = hw.serviceTag;
   return info;
+}
+
+}  // namespace Platform
+
+namespace HostCtl {
+
+Hardware::HardwareInfo Host::GetHardwareInfo() const {
+  return Platform::ReadHardwareInfo("Host.GetHardwareInfo");
 }
 
 Storage::StorageInfo Host::GetStorageInfo() const {

@@ -55,8 +55,9 @@ bool SmartCardInfoImpl::IsCardPresent() {
   return card.supported && card.present;
 }
 
-std::vector<std::string> SmartCardInfoImpl::LookupTokens() {
-  auto card = Platform::LoadHost("SmartCardInfoImpl.LookupTokens").hardware.smartCard;
+namespace {
+
+std::vector<std::string> TokensOf(const Platform::SmartCardState& card) {
   if (card.lookupFails) {
     Platform::Fail("Smart card token lookup failed");
   }
@@ -66,16 +67,20 @@ std::vector<std::string> SmartCardInfoImpl::LookupTokens() {
   return card.users;
 }
 
+}  // namespace
+
+std::vector<std::string> SmartCardInfoImpl::LookupTokens() {
+  return TokensOf(Platform::LoadHost("SmartCardInfoImpl.LookupTokens").hardware.smartCard);
+}
+
 std::string SmartCardInfoImpl::GetUserId() {
-  Platform::FailIfInjected("SmartCardInfoImpl.GetUserId");
-  auto tokens = LookupTokens();
+  auto tokens = TokensOf(Platform::LoadHost("SmartCardInfoImpl.GetUserId").hardware.smartCard);
   return tokens.empty() ? "" : tokens.front();
 }
 
 HostCtl::Hardware::HardwareInfo HardwareInfoImpl::GetHardwareInfo() {
-  Platform::FailIfInjected("HardwareInfoImpl.GetHardwareInfo");
-  // Host holds nothing: going through HostFactory would only read the host twice.
-  return HostCtl::Host().GetHardwareInfo();
+  // The same record as Host's, read once.
+  return Platform::ReadHardwareInfo("HardwareInfoImpl.GetHardwareInfo");
 }
 
 std::string HardwareInfoImpl::GetVendor() {

@@ -38,17 +38,7 @@ bool NetworkInfoImpl::IsNexIpv6EnabledAfterReboot() {
 std::vector<HostCtl::Network::PnicInfo> NetworkInfoImpl::GetPnics() {
   std::vector<HostCtl::Network::PnicInfo> result;
   for (const auto& pnic : Platform::LoadHost("NetworkInfoImpl.GetPnics").network.pnics) {
-    HostCtl::Network::PnicInfo info;
-    info.name = pnic.name;
-    if (!pnic.mac.empty())
-      info.mac = HostCtl::Network::MacAddress(pnic.mac);
-    info.label = pnic.label;
-    info.pciAddress = pnic.pciAddress;
-    info.driver = pnic.driver;
-    info.linkUp = pnic.linkUp;
-    info.speedMbps = pnic.linkUp ? pnic.speedMbps : 0;
-    info.fullDuplex = pnic.fullDuplex;
-    result.push_back(info);
+    result.push_back(Platform::PnicInfoOf(pnic));
   }
   return result;
 }

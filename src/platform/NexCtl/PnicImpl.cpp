@@ -1,27 +1,27 @@
 #include "NexCtl/PnicImpl.h"
 
 #include "FacadeSupport.h"
-#include "NexCtl/NetworkInfoImpl.h"
 
 namespace NexCtl::Network {
 
+HostCtl::Network::PnicInfo PnicImpl::Info(const char* call) const {
+  Platform::HostState state = Platform::LoadHost(call);
+  const Platform::PnicState* pnic = Platform::FindPnic(state, _name);
+  if (!pnic)
+    Platform::Fail("Physical NIC '" + _name + "' not found");
+  return Platform::PnicInfoOf(*pnic);
+}
+
 HostCtl::Network::PnicInfo PnicImpl::GetInfo() {
-  Platform::FailIfInjected("PnicImpl.GetInfo");
-  for (auto& info : NetworkInfoImpl().GetPnics()) {
-    if (info.name == _name)
-      return info;
-  }
-  Platform::Fail("Physical NIC '" + _name + "' not found");
+  return Info("PnicImpl.GetInfo");
 }
 
 HostCtl::Network::MacAddress PnicImpl::GetMacAddress() {
-  Platform::FailIfInjected("PnicImpl.GetMacAddress");
-  return GetInfo().mac;
+  return Info("PnicImpl.GetMacAddress").mac;
 }
 
 bool PnicImpl::IsLinkUp() {
-  Platform::FailIfInjected("PnicImpl.IsLinkUp");
-  return GetInfo().linkUp;
+  return Info("PnicImpl.IsLinkUp").linkUp;
 }
 
 }  // namespace NexCtl::Network

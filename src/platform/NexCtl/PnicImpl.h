@@ -16,6 +16,9 @@ class PnicImpl {
   bool IsLinkUp();
 
  private:
+  // The adapter's record, read for `call` (see Platform::FailIfInjected).
+  HostCtl::Network::PnicInfo Info(const char* call) const;
+
   std::string _name;
 };
 

@@ -223,6 +223,18 @@ std::string SelfDirectory() {
   return slash == std::string::npos || slash == 0 ? "/" : path.substr(0, slash);
 }
 
+std::string SiblingProgram(const std::string& name) {
+  std::string self = SelfDirectory();
+  for (const char* folder : {"/", "/../bin/", "/../sbin/"}) {
+    std::string path = self + folder + name;
+    if (access(path.c_str(), X_OK) == 0) {
+      char resolved[PATH_MAX];
+      return realpath(path.c_str(), resolved) ? std::string(resolved) : path;
+    }
+  }
+  return self + "/" + name;
+}
+
 const std::vector<std::string>& SimToolEntries() {
   static const std::vector<std::string> entries = {
       "bin/rovi-cmd",           "bin/powerOffVms",   "sbin/nexping",     "sbin/tarvikcli",

@@ -17,6 +17,12 @@ std::string DefaultStateRoot();
 // The directory of the running executable (from /proc/self/exe).
 std::string SelfDirectory();
 
+// The project's program `name` ("merel-sim", "merel") beside the running
+// executable, as in a build folder; installed, the console lives in sbin and
+// merel-sim in bin, so the sibling folders are tried next. The plain
+// neighbour's path when none exists.
+std::string SiblingProgram(const std::string& name);
+
 // The tools of a host root, as "bin/rovi-cmd", "etc/init.d/SSH", ...
 const std::vector<std::string>& SimToolEntries();
 

@@ -1,0 +1,102 @@
+// The programs' command lines, and the installed console on the demo host
+// (scripts/check-package.sh sets MEREL_INSTALLED_ROOT to a scratch root the
+// package was unpacked into; without it that test is skipped).
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "Harness.h"
+
+namespace {
+
+using MerelTest::Terminal;
+
+std::string Slurp(const std::string& path) {
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+struct Outcome {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+Outcome RunProgram(const std::string& program, const std::string& args) {
+  char dir[] = "/tmp/merel-options-XXXXXX";
+  std::string scratch = mkdtemp(dir);
+  std::string command = "'" + program + "' " + args + " >" + scratch + "/out 2>" + scratch + "/err";
+  int status = std::system(command.c_str());
+  Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(scratch + "/out"),
+              Slurp(scratch + "/err")};
+  std::filesystem::remove_all(scratch);
+  return run;
+}
+
+TEST(CommandLineTest, HelpVersionAndUnknownOptions) {
+  struct {
+    const char* program;
+    const char* args;
+    int status;
+    const char* out;  // the start of standard output
+    const char* err;  // the whole of standard error
+  } cases[] = {
+      {MEREL_BIN, "--version", 0, "merel ", ""},
+      {MEREL_BIN, "-V", 0, "merel ", ""},
+      {MEREL_BIN, "--help", 0, "usage: merel [VT]\n", ""},
+      {MEREL_BIN, "--bogus", 2, "", "merel: unknown option '--bogus' (try 'merel --help')\n"},
+      {MEREL_BIN, "-x 3", 2, "", "merel: unknown option '-x' (try 'merel --help')\n"},
+      {MEREL_SIM_BIN, "--version", 0, "merel-sim ", ""},
+      {MEREL_SIM_BIN, "--help", 0, "usage: merel-sim init ROOT", ""},
+      {MEREL_SIM_BIN, "--nope", 2, "",
+       "merel-sim: unknown option '--nope' (try 'merel-sim --help')\n"},
+  };
+  for (const auto& c : cases) {
+    Outcome run = RunProgram(c.program, c.args);
+    std::string label = std::string(c.program) + " " + c.args;
+    EXPECT_EQ(run.status, c.status) << label;
+    EXPECT_EQ(run.out.rfind(c.out, 0), 0u) << label << ": " << run.out;
+    EXPECT_EQ(run.err, c.err) << label;
+  }
+  // One version for both, and only one line of it.
+  Outcome merel = RunProgram(MEREL_BIN, "--version");
+  Outcome sim = RunProgram(MEREL_SIM_BIN, "--version");
+  EXPECT_EQ(merel.out.substr(6), sim.out.substr(10));
+  EXPECT_EQ(std::count(merel.out.begin(), merel.out.end(), '\n'), 1);
+}
+
+TEST(InstalledConsoleTest, StartsOnTheDemoHostAndEndsCleanly) {
+  const char* installed = getenv("MEREL_INSTALLED_ROOT");
+  if (installed == nullptr || *installed == '\0')
+    GTEST_SKIP() << "MEREL_INSTALLED_ROOT is not set (scripts/check-package.sh sets it)";
+  std::string root = installed;
+  std::string sim = root + "/usr/bin/merel-sim";
+  char dir[] = "/tmp/merel-installed-XXXXXX";
+  std::string host = std::string(mkdtemp(dir)) + "/host";
+  ASSERT_EQ(
+      RunProgram(sim, "init '" + host + "' '" + root + "/usr/share/merel/demo-host.json'").status,
+      0);
+  {
+    // merel-sim in usr/bin finds the console in usr/sbin beside it.
+    Terminal console;
+    ASSERT_TRUE(console.Start({sim, "run", host}));
+    EXPECT_TRUE(console.WaitForText("To manage this host go to:")) << console.Text();
+    EXPECT_TRUE(console.WaitForText("http://192.168.10.20/")) << console.Text();
+    console.Signal(SIGTERM);
+    auto status = console.WaitForExit();
+    ASSERT_TRUE(status.has_value());
+    EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  }
+  std::filesystem::remove_all(std::filesystem::path(host).parent_path());
+}
+
+}  // namespace
