@@ -16,6 +16,7 @@
 #include "KeyboardDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
+#include "NetworkWindow.h"
 #include "NexCtl/AdvancedOptionImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PciInfoImpl.h"
@@ -293,6 +294,11 @@ void GeneralWindow::RestartManagementNetwork() {
 
 void GeneralWindow::Open(uint32_t key) {
   switch (key) {
+    case Strings::kMenuConfigureNetwork: {
+      NetworkWindow window(this);
+      Frame::Run(&window);
+      break;
+    }
     case Strings::kMenuRestartNetwork:
       RestartManagementNetwork();
       break;
@@ -321,8 +327,7 @@ void GeneralWindow::Open(uint32_t key) {
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, network, test, restore,
-      // troubleshooting): nothing opens.
+      // (password, lockdown, test, restore, troubleshooting): nothing opens.
       return;
   }
   DrawContents();

@@ -1,0 +1,36 @@
+// The details of one physical adapter, opened with D from the adapters list.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Dialog.h"
+
+namespace Merel {
+
+// One physical adapter as the adapters dialogs show it. A value the host
+// could not give is empty (the name is always known).
+struct Adapter {
+  std::string name;
+  std::optional<std::string> label;
+  std::optional<std::string> mac;
+  std::optional<bool> connected;
+  // The switch whose uplink the adapter is; empty when none is.
+  std::string usedBy;
+};
+
+class AdapterInfoDialog : public Dialog {
+ public:
+  AdapterInfoDialog(Frame* parent, const Adapter& adapter);
+  // Closed by Enter; always 1.
+  int Loop() override;
+
+  // The body: one "Label: value" line per detail.
+  static std::string Body(const Adapter& adapter);
+
+ private:
+  Adapter _adapter;
+  TextArea* _body = nullptr;
+};
+
+}  // namespace Merel

@@ -1,0 +1,52 @@
+// Chooses the physical adapters (uplinks) of the management network's
+// switch, in the order they are to be used.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "AdapterInfoDialog.h"
+#include "Dialog.h"
+#include "ItemList.h"
+
+namespace Merel {
+
+class CheckItem;
+
+class AdaptersDialog : public Dialog {
+ public:
+  AdaptersDialog(Frame* parent, const std::vector<std::string>& uplinks, int maxActiveUplinks,
+                 const std::string& switchName);
+  // 1 when a choice was confirmed with Enter, 0 on Esc.
+  int Loop() override;
+  // In the chosen order: the uplinks kept in their old order, then those
+  // added in the order they were marked.
+  const std::vector<std::string>& GetUplinks() const { return _uplinks; }
+  int GetMaxActiveUplinks() const { return _maxActiveUplinks; }
+
+  // The listing order of adapter names: pnic2 before pnic10, other names
+  // byte by byte with a prefix first.
+  static bool ComesBefore(const std::string& a, const std::string& b);
+  // One row of the list (without its check box).
+  static std::string Row(const Adapter& adapter);
+  // `text` cut to `width` columns, ending in "..." when cut.
+  static std::string Shorten(const std::string& text, size_t width);
+
+ private:
+  // Reads the adapters and their users from the host, in listing order.
+  void ReadAdapters();
+  // Space on row `index`: marks or unmarks it, asking first when another
+  // switch uses the adapter.
+  void Toggle(size_t index);
+  void ShowDetails(size_t index);
+  bool Finish();
+
+  std::string _switchName;
+  std::vector<std::string> _uplinks;
+  int _maxActiveUplinks;
+  std::vector<Adapter> _adapters;
+  ItemList* _list = nullptr;
+  std::vector<CheckItem*> _checks;  // one per adapter, owned by _list
+};
+
+}  // namespace Merel

@@ -1,0 +1,59 @@
+// DNS servers and hostname of the management network: from DHCP, or two
+// fixed servers (IPv4 or IPv6) and a hostname typed in here.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Dialog.h"
+#include "FieldKeys.h"
+#include "HostCtl/IpAddress.h"
+#include "ItemList.h"
+
+namespace Merel {
+
+class RadioItem;
+class InputItem;
+
+class DNSConfigurationDialog : public Dialog {
+ public:
+  // Selection indices of the fields.
+  enum : int { kPrimaryField = 2, kAlternateField = 3, kHostnameField = 4 };
+
+  // `primary` and `alternate` may be null (no server); the dialog keeps
+  // copies of its own.
+  DNSConfigurationDialog(Frame* parent, bool automatic, bool usingDhcp,
+                         const HostCtl::Network::IpAddress* primary,
+                         const HostCtl::Network::IpAddress* alternate,
+                         const std::string& hostname);
+  // 1 when Enter was pressed on valid input, 0 on Esc.
+  int Loop() override;
+  bool GetAutomatic() const { return _automatic; }
+  const HostCtl::Network::IpAddress* GetPrimary() const { return _primary.get(); }
+  const HostCtl::Network::IpAddress* GetAlternate() const { return _alternate.get(); }
+  const std::string& GetHostname() const { return _hostname; }
+
+  // The first server field whose text is neither empty nor an IPv4 or IPv6
+  // address; nothing when both are usable.
+  static std::optional<FieldError> Check(const std::string& primary, const std::string& alternate);
+  // The server a field's text stands for: none when empty, IPv6 when the
+  // text is an IPv6 address, else IPv4. The text must have passed Check.
+  static std::unique_ptr<HostCtl::Network::IpAddress> ServerOf(const std::string& text);
+
+ private:
+  void Mark(bool automatic);
+  int Selection() const;
+  void Select(int selection);
+  bool Finish();
+
+  bool _automatic;
+  std::unique_ptr<HostCtl::Network::IpAddress> _primary;
+  std::unique_ptr<HostCtl::Network::IpAddress> _alternate;
+  std::string _hostname;
+  ItemList* _list = nullptr;
+  RadioItem* _radios[2] = {};
+  InputItem* _fields[3] = {};  // primary, alternate, hostname; owned by _list
+};
+
+}  // namespace Merel

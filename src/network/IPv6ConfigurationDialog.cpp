@@ -1,0 +1,244 @@
+// The IPv6 dialog. The choices are kept as the enable flag and the two
+// dynamic flags; every Space changes those and then the items are brought in
+// line with them, so the items can never disagree with what is returned.
+#include "IPv6ConfigurationDialog.h"
+
+#include <memory>
+#include <vector>
+
+#include "HostCtl/Ipv6Address.h"
+#include "HostCtl/Ipv6Network.h"
+#include "MessageDialog.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 78;
+constexpr int kHeight = 19;
+constexpr int kTitleHeight = 7;
+constexpr int kFieldWidth = 44;
+// An address with a prefix or a zone, with room to spare; nothing valid is
+// longer.
+constexpr size_t kLongestText = 64;
+constexpr int kAddressFields = 3;
+
+const char* const kKeys =
+    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
+    "{color:black}<Space>{/color} {color:dark-grey}Mark Selected{/color}";
+
+}  // namespace
+
+IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent, bool enabled,
+                                                 const HostCtl::Network::IpConfig& dhcpChoices,
+                                                 const HostCtl::Network::IpConfig& addresses)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight), _enabled(enabled), _config(addresses) {
+  _config.SetUseIpv6Dhcp(dhcpChoices.GetUseIpv6Dhcp());
+  _config.SetUseIpv6RouterAdvertised(dhcpChoices.GetUseIpv6RouterAdvertised());
+
+  std::vector<std::unique_ptr<Item>> items;
+  auto add = [&items](auto item) {
+    item->SetHighlightFocus(true);
+    auto* raw = item.get();
+    items.push_back(std::move(item));
+    return raw;
+  };
+  _disable = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Disable), false));
+  _dynamic = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Dynamic), false));
+  // The DHCPv6 box belongs to the dynamic choice and is drawn under it.
+  _dhcpv6 = add(std::make_unique<CheckItem>(_strings->GetString(Strings::kIpv6UseDhcpv6), false, 4));
+  _static = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Static), false));
+
+  // The fields show the static addresses; link-local ones are the
+  // interface's own and cannot be set here.
+  std::vector<std::string> networks;
+  for (const HostCtl::Network::Ipv6Network& network : addresses.GetIpv6Network()) {
+    if (!network.IsLinkLocal() && networks.size() < kAddressFields) {
+      networks.push_back(network.GetStringAddress());
+    }
+  }
+  networks.resize(kAddressFields);
+  for (int i = 0; i < kAddressFields; ++i) {
+    auto field = std::make_unique<InputItem>(
+        std::string(_strings->GetString(Strings::kStaticAddressLabel)) + " #" + std::to_string(i + 1),
+        networks[static_cast<size_t>(i)], kFieldWidth);
+    _fields[i] = field.get();
+    items.push_back(std::move(field));
+  }
+  auto gateway = std::make_unique<InputItem>(_strings->GetString(Strings::kIpv6GatewayLabel),
+                                             addresses.GetIpv6Gateway().GetScopedStringAddress(),
+                                             kFieldWidth);
+  _fields[3] = gateway.get();
+  items.push_back(std::move(gateway));
+
+  Sync();
+  if (_contentWindow != nullptr) {
+    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight());
+    _list->SetItems(std::move(items));
+  }
+}
+
+bool IPv6ConfigurationDialog::IsDynamic() const {
+  return _config.GetUseIpv6Dhcp() || _config.GetUseIpv6RouterAdvertised();
+}
+
+void IPv6ConfigurationDialog::Sync() {
+  const bool dynamic = IsDynamic();
+  _disable->SetChecked(!_enabled);
+  _dynamic->SetChecked(_enabled && dynamic);
+  _dhcpv6->SetChecked(_config.GetUseIpv6Dhcp());
+  _dhcpv6->SetSelectable(_enabled && dynamic);
+  _static->SetChecked(_enabled && !dynamic);
+  for (InputItem* field : _fields) {
+    field->SetSelectable(_enabled && !dynamic);
+  }
+}
+
+bool IPv6ConfigurationDialog::IsFieldKey(int key) {
+  return FieldKeys::IsLetter(key) || FieldKeys::IsDigit(key) || key == ':' || key == '/' ||
+         key == '%' || FieldKeys::IsEditing(key);
+}
+
+std::optional<FieldError> IPv6ConfigurationDialog::Check(const std::string (&addresses)[3],
+                                                         const std::string& gateway) {
+  using HostCtl::Network::Ipv6Network;
+  for (int i = 0; i < kAddressFields; ++i) {
+    const std::string& text = addresses[i];
+    if (text.empty()) {
+      continue;
+    }
+    if (!Ipv6Network::IsValidAddressAndNetmask(text)) {
+      return FieldError{kFirstAddressField + i, Strings::kInvalidIpTitle,
+                        Strings::kInvalidIpv6NetworkText};
+    }
+    if (Ipv6Network(text).IsLinkLocal()) {
+      return FieldError{kFirstAddressField + i, Strings::kInvalidScopeTitle,
+                        Strings::kLinkLocalStaticText};
+    }
+  }
+  if (!gateway.empty() && !HostCtl::Network::Ipv6Address::IsValidAddress(gateway)) {
+    return FieldError{kGatewayField, Strings::kInvalidGatewayTitle,
+                      Strings::kInvalidIpv6GatewayText};
+  }
+  return std::nullopt;
+}
+
+bool IPv6ConfigurationDialog::Finish() {
+  using HostCtl::Network::Ipv6Address;
+  using HostCtl::Network::Ipv6Network;
+  if (!_enabled || IsDynamic()) {
+    return true;
+  }
+  const std::string addresses[3] = {_fields[0]->GetValue(), _fields[1]->GetValue(),
+                                    _fields[2]->GetValue()};
+  const std::string& gateway = _fields[3]->GetValue();
+  if (const std::optional<FieldError> error = Check(addresses, gateway)) {
+    _list->SelectShown(error->field);
+    _list->DrawItems();
+    MessageDialog message(this, error->titleKey, error->textKey);
+    Frame::Run(&message);
+    Window::ShowCursor(true);
+    _list->DrawItems();
+    return false;
+  }
+  if (_addressesEdited) {
+    // The fields are the whole list of static addresses: one emptied there
+    // is one the user removed.
+    _config.ClearIpv6Networks();
+    for (const std::string& text : addresses) {
+      if (!text.empty()) {
+        Ipv6Network network(text);
+        network.SetIpv6AddressType(HostCtl::Network::kIpv6AddressPreferred);
+        network.SetIpv6Scope(HostCtl::Network::kIpv6ScopeGlobal);
+        _config.AddIpv6Network(network);
+      }
+    }
+  }
+  if (gateway != _config.GetIpv6Gateway().GetScopedStringAddress()) {
+    _config.SetIpv6Gateway(gateway.empty() ? Ipv6Address() : Ipv6Address(gateway));
+  }
+  return true;
+}
+
+int IPv6ConfigurationDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kIpv6DialogTitle));
+  SetText(_strings->GetString(Strings::kIpv6DialogText));
+  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  if (_list == nullptr) {
+    return 0;
+  }
+  Window::ShowCursor(false);
+  _list->DrawItems();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    const int selection = _list->CurrentIndex();
+    switch (key) {
+      case ' ':
+        switch (selection) {
+          case kDisable:
+            _enabled = false;
+            break;
+          case kDynamic:
+            _enabled = true;
+            // The box under the choice says which of the two dynamic modes.
+            _config.SetUseIpv6RouterAdvertised(!_dhcpv6->IsChecked());
+            _config.SetUseIpv6Dhcp(_dhcpv6->IsChecked());
+            break;
+          case kUseDhcpv6:
+            _config.SetUseIpv6Dhcp(!_dhcpv6->IsChecked());
+            _config.SetUseIpv6RouterAdvertised(_dhcpv6->IsChecked());
+            break;
+          case kStatic:
+            _enabled = true;
+            _config.SetUseIpv6Dhcp(false);
+            _config.SetUseIpv6RouterAdvertised(false);
+            break;
+          default:
+            break;
+        }
+        Sync();
+        _list->DrawItems();
+        break;
+      case KEY_DOWN:
+        _list->Next();
+        if (_list->CurrentIndex() >= kFirstAddressField) {
+          Window::ShowCursor(true);
+        }
+        _list->DrawItems();
+        break;
+      case KEY_UP:
+        _list->Prev();
+        if (_list->CurrentIndex() < kFirstAddressField) {
+          Window::ShowCursor(false);
+        }
+        _list->DrawItems();
+        break;
+      case kKeyEscape:
+        Window::ShowCursor(false);
+        return 0;
+      case kKeyEnter:
+        if (Finish()) {
+          Window::ShowCursor(false);
+          return 1;
+        }
+        break;
+      default:
+        if (selection >= kFirstAddressField && selection <= kGatewayField && IsFieldKey(key)) {
+          InputItem& field = *_fields[selection - kFirstAddressField];
+          if (FieldKeys::Fits(field, key, kLongestText)) {
+            field.HandleKey(key);
+            if (selection < kGatewayField) {
+              _addressesEdited = true;
+            }
+          }
+          _list->DrawItems();
+        }
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

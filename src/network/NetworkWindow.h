@@ -1,0 +1,49 @@
+// The "Configure Management Network" window: the settings of the management
+// network on the left, the selected one's value and help on the right. Its
+// dialogs only edit the window's settings record; nothing reaches the host
+// until the window is left and the user agrees.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "HostCtl/NexNic.h"
+#include "NetworkSettings.h"
+#include "RootWindow.h"
+
+namespace Merel {
+
+class NetworkWindow : public RootWindow {
+ public:
+  explicit NetworkWindow(Frame* parent);
+  ~NetworkWindow() override;
+  // Reads the host, then runs until Esc leads out. 1 when the window was
+  // shown, 0 when the host gave it nothing to show.
+  int Loop() override;
+  void UpdateFooter() override;
+
+  // The selection index of each entry (the spacer has none).
+  enum Entry { kAdapters, kVlan, kIpv4, kIpv6, kDns, kSuffixes };
+
+ private:
+  void BuildItems();
+  // Titles, list, right pane and footers for the current selection.
+  void DrawContents();
+  void ShowSelection();
+  int SelectedEntry() const;
+  std::string PaneText(int entry);
+  void Edit(int entry);
+  void EditAdapters();
+  void EditVlan();
+  void EditIpv4();
+  void EditIpv6();
+  void EditDns();
+  void EditSuffixes();
+  // Esc: true when the window is to be left.
+  bool Leave();
+
+  NetworkSettings _settings;
+  std::unique_ptr<HostCtl::Network::NexNic> _nic;
+};
+
+}  // namespace Merel

@@ -1,0 +1,99 @@
+// The VLAN dialog: digits only, a range check on Enter, and a warning that
+// does not block for 4095, the ID that receives every VLAN.
+#include "VlanDialog.h"
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "MessageDialog.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 11;
+constexpr int kTitleHeight = 6;
+constexpr int kFieldWidth = 5;
+// Five digits are enough to type an ID that is too large and be told so.
+constexpr size_t kLongestText = 5;
+constexpr unsigned long kAllVlans = 4095;
+
+}  // namespace
+
+VlanDialog::VlanDialog(Frame* parent, uint16_t vlanId) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  std::vector<std::unique_ptr<Item>> items;
+  auto field = std::make_unique<InputItem>(_strings->GetString(Strings::kVlanLabel),
+                                           vlanId == 0 ? "" : std::to_string(vlanId), kFieldWidth);
+  _field = field.get();
+  items.push_back(std::move(field));
+  if (_contentWindow != nullptr) {
+    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight());
+    _list->SetItems(std::move(items));
+  }
+}
+
+unsigned long VlanDialog::ValueOf(const std::string& text) {
+  return text.empty() ? 0 : static_cast<unsigned long>(strtol(text.c_str(), nullptr, 10));
+}
+
+std::optional<FieldError> VlanDialog::Check(const std::string& text) {
+  if (text.empty()) {
+    return std::nullopt;
+  }
+  const unsigned long value = ValueOf(text);
+  if (value == 0 || value > kAllVlans) {
+    return FieldError{0, Strings::kInvalidVlanTitle, Strings::kInvalidVlanText};
+  }
+  return std::nullopt;
+}
+
+uint16_t VlanDialog::GetVlanId() const {
+  const unsigned long value = ValueOf(_field->GetValue());
+  return value > kAllVlans ? 0 : static_cast<uint16_t>(value);
+}
+
+int VlanDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kNetVlan));
+  SetText(_strings->GetString(Strings::kVlanText));
+  SetFooter(kOkCancelFooter);
+  if (_list == nullptr) {
+    return 0;
+  }
+  Window::ShowCursor(true);
+  _list->DrawItems();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEscape) {
+      Window::ShowCursor(false);
+      return 0;
+    }
+    if (key == kKeyEnter) {
+      const std::string& text = _field->GetValue();
+      if (const std::optional<FieldError> error = Check(text)) {
+        MessageDialog message(this, error->titleKey, error->textKey);
+        Frame::Run(&message);
+        Window::ShowCursor(true);
+        _list->DrawItems();
+        continue;
+      }
+      if (ValueOf(text) == kAllVlans) {
+        MessageDialog warning(this, Strings::kWarningTitle, Strings::kVlan4095Warning);
+        Frame::Run(&warning);
+      }
+      Window::ShowCursor(false);
+      return 1;
+    }
+    if ((FieldKeys::IsDigit(key) || FieldKeys::IsEditing(key)) &&
+        FieldKeys::Fits(*_field, key, kLongestText)) {
+      _field->HandleKey(key);
+      _list->DrawItems();
+    }
+  }
+}
+
+}  // namespace Merel

@@ -1,0 +1,358 @@
+// The management network window: what it shows of each host, leaving it with
+// and without changes, and applying the changes to the host step by step.
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char* const kWindowTitle = "Configure Management Network";
+
+bool WaitForWindow(Terminal& console) {
+  return console.WaitFor([&] {
+    return CellText(console, 1, 3, 28) == kWindowTitle &&
+           console.Text().find("<Esc> Exit") != std::string::npos;
+  }) && console.WaitUntilQuiet();
+}
+
+// Logs in and opens the window from the menu.
+std::unique_ptr<Terminal> OpenWindow(SimHost& host, bool expectWindow = true) {
+  auto console = LogIn(host);
+  if (!console || !SelectEntry(*console, kWindowTitle)) {
+    ADD_FAILURE() << "menu entry not reached";
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  if (expectWindow && !WaitForWindow(*console)) {
+    ADD_FAILURE() << "no network window:\n" << console->Text();
+    return nullptr;
+  }
+  return console;
+}
+
+// The pane of `entry`, reached with Down and Up.
+std::string Pane(Terminal& console, const std::string& entry) {
+  EXPECT_TRUE(SelectEntry(console, entry)) << console.Text();
+  return RightText(console);
+}
+
+struct HostCase {
+  const char* fixture;
+  const char* firstEntry;  // selected when the window opens
+  std::vector<std::string> ipv4;
+  std::vector<std::string> dns;
+};
+
+class NetworkHostTest : public testing::TestWithParam<HostCase> {};
+
+// The window reads the live host: each fixture's own values, with the switch
+// entries greyed and skipped on a distributed switch.
+TEST_P(NetworkHostTest, ShowsTheLiveSettings) {
+  const HostCase& c = GetParam();
+  SimHost host(c.fixture);
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  EXPECT_EQ(RightTitle(*console), c.firstEntry);
+  if (*c.fixture == '\0') {
+    ExpectGoldenScreen(*console, "network");
+  }
+  console->SendKey(Key::kUp);
+  console->WaitUntilQuiet();
+  EXPECT_EQ(RightTitle(*console), c.firstEntry) << "Up from the first entry";
+  const std::string ipv4 = Pane(*console, "IPv4 Configuration");
+  for (const std::string& text : c.ipv4) {
+    EXPECT_NE(ipv4.find(text), std::string::npos) << text << " in\n" << ipv4;
+  }
+  const std::string dns = Pane(*console, "DNS Configuration");
+  for (const std::string& text : c.dns) {
+    EXPECT_NE(dns.find(text), std::string::npos) << text << " in\n" << dns;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hosts,
+    NetworkHostTest,
+    testing::Values(HostCase{"",
+                             "Network Adapters",
+                             {"Manual", "IPv4 Address: 192.168.10.20", "Subnet Mask: 255.255.255.0",
+                              "Default Gateway: 192.168.10.1"},
+                             {"Manual", "Primary DNS Server:\n192.168.10.2",
+                              "Alternate DNS Server:\n192.168.10.3", "Hostname\nmerel-demo"}},
+                    HostCase{"static-ipv4",
+                             "Network Adapters",
+                             {"Manual", "IPv4 Address: 10.20.30.40", "Default Gateway: 10.20.30.1"},
+                             {"Primary DNS Server:\n10.20.30.2", "Hostname\nstatic-host"}},
+                    HostCase{
+                        "dhcp",
+                        "Network Adapters",
+                        {"Automatic", "IPv4 Address: 172.16.5.50", "Default Gateway: 172.16.5.1"},
+                        {"Automatic", "Primary DNS Server:\n172.16.5.2"}},
+                    HostCase{"dvs", "IPv4 Configuration", {"IPv4 Address: 10.6.6.6"}, {}}),
+    [](const testing::TestParamInfo<HostCase>& info) {
+      std::string name = *info.param.fixture ? info.param.fixture : "demo";
+      name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+      return name;
+    });
+
+// The menu greys the entry on a host without a management interface; when
+// the interface goes away under a running menu, the window itself says so
+// and does not open.
+TEST(NetworkScreenTest, ManagementInterfaceGone) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = LogIn(host);
+  ASSERT_TRUE(console);
+  ModifyHost(host,
+             [](nlohmann::json& state) { state["network"]["nics"][0]["management"] = false; });
+  ASSERT_TRUE(SelectEntry(*console, kWindowTitle));
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Management network interface cannot be found."))
+      << console->Text();
+  EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
+  EXPECT_NE(host.Syslog().find("Could not get a suitable management interface"), std::string::npos);
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// Enter on `entry` and wait for its dialog.
+void OpenDialog(Terminal& console, const std::string& entry, const std::string& shown) {
+  ASSERT_TRUE(SelectEntry(console, entry)) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, shown)) << console.Text();
+}
+
+// Sends `keys` one at a time, each after the screen settled.
+void Type(Terminal& console, std::initializer_list<Key> keys) {
+  for (Key key : keys) {
+    console.SendKey(key);
+    console.WaitUntilQuiet();
+  }
+}
+
+void TypeText(Terminal& console, const std::string& text) {
+  console.SendText(text);
+  console.WaitUntilQuiet();
+}
+
+// Enter on the dialog, back in the window.
+void Accept(Terminal& console) {
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+}
+
+// Esc and Y: applied, and back in the menu.
+void ApplyChanges(Terminal& console,
+                  const char* question = "Apply changes and restart management network?") {
+  console.SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(console, question)) << console.Text();
+  console.SendText("y");
+  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+}
+
+void ExpectLines(const SimHost& host, const std::vector<std::string>& lines) {
+  const std::string log = host.Syslog();
+  for (const std::string& line : lines) {
+    EXPECT_NE(log.find(line), std::string::npos) << line << " not in\n" << log;
+  }
+}
+
+const nlohmann::json& Nex0(const nlohmann::json& state) {
+  return state["network"]["nics"][0];
+}
+
+// A DHCP host set to a static address, then back to DHCP: the host follows,
+// and the welcome screen shows the address leased anew.
+TEST(NetworkScreenTest, StaticAndBackToDhcp) {
+  SimHost host("dhcp");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+
+  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(*console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown});
+  TypeText(*console, "172.16.5.77");
+  ExpectGoldenScreen(*console, "network-ipv4");
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("IPv4 Address: 172.16.5.77"), std::string::npos)
+      << console->Text();
+  ApplyChanges(*console);
+  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "static");
+  EXPECT_EQ(Nex0(host.HostJson())["ipv4Address"], "172.16.5.77");
+  ExpectLines(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
+                     "Setting default gateway to 172.16.5.1", "Network settings changed."});
+
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(*console));
+  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(*console, {Key::kDown, Key::kSpace});
+  Accept(*console);
+  ApplyChanges(*console);
+  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "dhcp");
+  ExpectLines(host, {"Switching to DHCP on nex0"});
+
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "<F2> Customize System")) << console->Text();
+  const std::string lease = Nex0(host.HostJson()).value("leaseAddress", "");
+  ASSERT_FALSE(lease.empty());
+  EXPECT_NE(lease, "172.16.5.77");
+  EXPECT_NE(console->Text().find("http://" + lease + "/"), std::string::npos) << console->Text();
+}
+
+// DNS servers, a host name with its domain, and suffixes typed with every
+// separator: only the name settings are written.
+TEST(NetworkScreenTest, DnsAndSuffixes) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+
+  OpenDialog(*console, "DNS Configuration", "Use the following DNS server addresses");
+  // Manual DNS: the dialog starts on the first server.
+  TypeText(*console, "10.20.30.9");
+  Type(*console, {Key::kDown, Key::kDown});
+  TypeText(*console, "new-host.lab.test");
+  ExpectGoldenScreen(*console, "network-dns");
+  Accept(*console);
+
+  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, "a.test, b.test,,c.test");
+  ExpectGoldenScreen(*console, "network-suffixes");
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("a.test, b.test,,c.test"), std::string::npos);
+
+  ApplyChanges(*console);
+  const nlohmann::json dns = host.HostJson()["network"]["dns"];
+  EXPECT_EQ(dns["hostname"], "new-host");
+  EXPECT_EQ(dns["nameServers"], nlohmann::json({"10.20.30.9", "10.20.30.3"}));
+  EXPECT_EQ(dns["searchDomains"], nlohmann::json({"lab.test", "a.test", "b.test", "c.test"}));
+  ExpectLines(host, {"Setting adapters to pnic0 pnic1", "Setting hostname to new-host.lab.test",
+                     "Setting nameservers to 10.20.30.9 10.20.30.3",
+                     "Setting suffixes to a.test, b.test,,c.test", "Network settings changed."});
+  EXPECT_EQ(host.Syslog().find("Setting ipv4 configuration"), std::string::npos);
+}
+
+// Switching IPv6 off alone is a change; the host restarts once every other
+// step has run.
+TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "IPv6 Configuration", "Disable IPv6");
+  Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("IPv6 is disabled."), std::string::npos) << console->Text();
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and reboot host?")) << console->Text();
+  console->SendText("Y");
+  ASSERT_TRUE(console->WaitForExit()) << console->Text();
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ(state["network"]["ipv6EnabledAfterReboot"], false);
+  EXPECT_EQ(state["powerState"], "rebooting");
+  ExpectLines(host, {"Setting suffixes to example.test"});
+}
+
+// Nothing reaches the host unless the user says yes: an accepted dialog
+// without a change asks nothing, Esc in the question goes back to the
+// window, N drops the edits.
+TEST(NetworkScreenTest, LeavingWithoutApplying) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  const nlohmann::json before = host.HostJson();
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  Accept(*console);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(*console));
+  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, "other.test");
+  Accept(*console);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"));
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+  EXPECT_NE(RightText(*console).find("other.test"), std::string::npos);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"));
+  console->SendText("N");
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(host.HostJson()["network"], before["network"]);
+  EXPECT_EQ(host.Syslog().find("Network settings changed."), std::string::npos);
+}
+
+struct FailCase {
+  const char* call;
+  const char* line;  // the error line, also the message's text
+};
+
+class ApplyFailureTest : public testing::TestWithParam<FailCase> {};
+
+// A failing step is logged and shown; the pass goes on, so the suffixes (or,
+// when the name settings failed, the agents' refresh) still reach the host.
+TEST_P(ApplyFailureTest, LaterStepsStillRun) {
+  const FailCase& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown});
+  TypeText(*console, "10.20.30.41");
+  Accept(*console);
+  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, "x.test");
+  Accept(*console);
+  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  TypeText(*console, "20");
+  Accept(*console);
+
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
+                           c.call + " 'disk on fire' --once";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes")) << console->Text();
+  console->SendText("y");
+  const std::string line = std::string(c.line) + "disk on fire";
+  ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+  EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  ExpectLines(host, {"user.err " + line, "Changed vlan, restarting management interface",
+                     "Network settings changed."});
+  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+  if (std::string(c.line) != "Setting DNS failed: ") {
+    EXPECT_EQ(host.HostJson()["network"]["dns"]["searchDomains"],
+              nlohmann::json({"lab.test", "x.test"}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps,
+    ApplyFailureTest,
+    testing::Values(FailCase{"NexNic.GetIpConfigs", "Setting ip configuration failed: "},
+                    FailCase{"NexNic.SetIpConfig", "Setting ip/ipv6 configuration failed: "},
+                    FailCase{"SetNexelDefaultGateway", "Setting default gateway failed: "},
+                    FailCase{"NexNic.Restart", "Restarting management interface failed: "},
+                    FailCase{"SetHostname", "Setting DNS failed: "},
+                    FailCase{"SaveConfig", "Setting DNS failed: "}),
+    [](const testing::TestParamInfo<FailCase>& info) {
+      std::string name = info.param.call;
+      name.erase(std::remove(name.begin(), name.end(), '.'), name.end());
+      return name;
+    });
+
+}  // namespace

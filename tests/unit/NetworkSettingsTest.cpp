@@ -1,0 +1,100 @@
+// The management network record: which name servers are shown, the suffix
+// text both ways, and loading from simulated hosts.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "NetworkSettings.h"
+#include "SimHostTestSupport.h"
+
+namespace {
+
+using HostCtl::Network::Ipv4Address;
+using HostCtl::Network::Ipv6Address;
+using Merel::ChooseNameServers;
+
+struct ServerCase {
+  std::vector<const char*> ipv4;
+  std::vector<const char*> ipv6;
+  const char* primary;  // "" = none
+  const char* alternate;
+};
+
+TEST(NetworkSettingsTest, NameServerChoice) {
+  const ServerCase cases[] = {
+      {{}, {}, "", ""},
+      {{"10.0.0.1"}, {}, "10.0.0.1", ""},
+      {{"10.0.0.1", "10.0.0.2"}, {}, "10.0.0.1", "10.0.0.2"},
+      // One of each kind wins over a second IPv4 server.
+      {{"10.0.0.1", "10.0.0.2"}, {"fe80::1"}, "10.0.0.1", "fe80::1"},
+      {{"10.0.0.1"}, {"fe80::1", "fe80::2"}, "10.0.0.1", "fe80::1"},
+      {{}, {"2001:db8::a", "2001:db8::b", "2001:db8::c"}, "2001:db8::a", "2001:db8::b"},
+      {{}, {"2001:db8::a"}, "2001:db8::a", ""},
+  };
+  for (const ServerCase& c : cases) {
+    std::vector<Ipv4Address> ipv4;
+    std::vector<Ipv6Address> ipv6;
+    for (const char* text : c.ipv4) {
+      ipv4.emplace_back(text);
+    }
+    for (const char* text : c.ipv6) {
+      ipv6.emplace_back(text);
+    }
+    const Merel::NameServerChoice choice = ChooseNameServers(ipv4, ipv6);
+    const std::string label = std::string(c.primary) + " / " + c.alternate;
+    EXPECT_EQ(choice.primary ? choice.primary->GetStringAddress() : "", c.primary) << label;
+    EXPECT_EQ(choice.alternate ? choice.alternate->GetStringAddress() : "", c.alternate) << label;
+  }
+}
+
+TEST(NetworkSettingsTest, SuffixText) {
+  EXPECT_EQ(Merel::JoinSuffixes({}), "");
+  EXPECT_EQ(Merel::JoinSuffixes({"a.com"}), "a.com");
+  EXPECT_EQ(Merel::JoinSuffixes({"a.com", "b.com"}), "a.com, b.com");
+
+  const std::pair<const char*, std::vector<std::string>> splits[] = {
+      {"", {}},
+      {" ,, ", {}},
+      {"a.com, b.com,,c.com", {"a.com", "b.com", "c.com"}},
+      {"a.com\tb.com  c.com,", {"a.com", "b.com", "c.com"}},
+  };
+  for (const auto& [text, pieces] : splits) {
+    EXPECT_EQ(Merel::SplitSuffixes(text), pieces) << '"' << text << '"';
+  }
+}
+
+struct LoadCase {
+  const char* fixture;
+  Merel::LoadResult result;
+  bool distributed;
+  std::vector<std::string> uplinks;
+  const char* logLine;  // expected in the host's syslog, or ""
+};
+
+// Uplinks, maximum and VLAN are read only on a standard switch; without a
+// management interface nothing but the IPv6 state is read.
+TEST(NetworkSettingsTest, LoadFromHosts) {
+  const LoadCase cases[] = {
+      {"", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
+      {"static-ipv4", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
+      {"dvs", Merel::LoadResult::kLoaded, true, {}, ""},
+      {"no-mgmt",
+       Merel::LoadResult::kNoInterface,
+       false,
+       {},
+       "Could not get a suitable management interface"},
+  };
+  for (const LoadCase& c : cases) {
+    SimHostTest::SimRoot root(c.fixture);
+    Merel::NetworkSettings settings;
+    std::unique_ptr<HostCtl::Network::NexNic> nic;
+    EXPECT_EQ(Merel::LoadNetworkSettings(settings, nic), c.result) << c.fixture;
+    EXPECT_EQ(nic != nullptr, c.result == Merel::LoadResult::kLoaded) << c.fixture;
+    EXPECT_EQ(settings.distributedSwitch, c.distributed) << c.fixture;
+    EXPECT_EQ(settings.uplinks, c.uplinks) << c.fixture;
+    EXPECT_NE(root.File("/var/log/syslog.log").find(c.logLine), std::string::npos) << c.fixture;
+  }
+}
+
+}  // namespace
