@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <string>
 
+#include "ChangePasswordDialog.h"
 #include "Command.h"
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
@@ -304,12 +305,17 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuConfigurePassword: {
+      ChangePasswordDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, DriverVM, network, test, restore,
+      // (lockdown, DriverVM, network, test, restore,
       // troubleshooting, reset): nothing opens.
       return;
   }
