@@ -14,6 +14,7 @@
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
 #include "KeyboardDialog.h"
+#include "LockdownDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
 #include "NexCtl/AdvancedOptionImpl.h"
@@ -23,6 +24,7 @@
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
 #include "Terminal.h"
+#include "TroubleShootingWindow.h"
 
 namespace Merel {
 
@@ -310,13 +312,25 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuConfigureLockdown: {
+      LockdownDialog dialog(this);
+      Frame::Run(&dialog);
+      // The menu's rows follow the mode the host is in now.
+      _impl->flags.lockdownAvailable = LockdownAvailable();
+      Update();
+      return;
+    }
+    case Strings::kMenuTroubleshooting: {
+      TroubleShootingWindow window(this);
+      Frame::Run(&window);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (lockdown, DriverVM, network, test, restore,
-      // troubleshooting, reset): nothing opens.
+      // (DriverVM, network, test, restore, reset): nothing opens.
       return;
   }
   DrawContents();

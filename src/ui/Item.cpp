@@ -102,8 +102,11 @@ void InputItem::SetPassword(bool password) {
   if (password) {
     // Room for any password a person types: the buffer then never moves,
     // so no copy of the secret is left in freed memory.
-    Wipe();
-    _value.reserve(kSecretCapacity);
+    std::string room;
+    room.reserve(kSecretCapacity);
+    room = _value;
+    explicit_bzero(_value.data(), _value.capacity());
+    _value.swap(room);
   }
 }
 
