@@ -4,6 +4,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -28,6 +29,10 @@ void PreparePam(const SimHost& host, const std::string& rootState) {
   if (!rootState.empty()) {
     host.WriteFile("/etc/merel-test-accounts/root", rootState + "\n");
   }
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
 }
 
 std::unique_ptr<Terminal> LogInWith(SimHost& host, const std::string& password) {
@@ -134,6 +139,33 @@ TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
   EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
   Type(*console, kNew);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// The old password again as the new one needs a confirmation; Esc there
+// keeps all three fields as typed, Enter goes on with the change.
+TEST(PasswordScreenTest, SamePasswordAsksFirst) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  PreparePam(host, "");
+  auto console = LogInWith(host, kOld);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  Type(*console, kOld);
+  Type(*console, kOld);
+  Type(*console, kOld);
+  ASSERT_TRUE(WaitQuiet(*console, "New password is same as old password. Are you sure?"))
+      << console->Text();
+  ExpectGoldenScreen(*console, "password-same");
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Are you sure?"); }));
+  const std::string screen = console->Text();
+  EXPECT_EQ(std::count(screen.begin(), screen.end(), '*'), 3 * static_cast<long>(sizeof(kOld) - 1))
+      << screen;
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Are you sure?")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
 }
 
 // What the dialog answers for each input and each answer of the stack; after
