@@ -219,6 +219,9 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
         RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
         RefusalCase{"Empty", "", kOld, "", "", kEmpty},
+        // Only printable ASCII reaches a field.
+        RefusalCase{"Utf8AndControlDropped", "", kOld, "\u00e9\x01\x02", "\u00e9\x01\x02",
+                    kEmpty},
         RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
         RefusalCase{"TokenManipulation", "authtok", kOld, "x", "x", kFailed},
         RefusalCase{"ConversationError", "conv", kOld, std::string(512, 'p'),
