@@ -155,7 +155,12 @@ LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitle
   BuildItems("root");
 }
 
-LoginDialog::~LoginDialog() = default;
+LoginDialog::~LoginDialog() {
+  // The typed password (or PIN) does not outlive the dialog.
+  if (_passwordItem != nullptr) {
+    _passwordItem->Wipe();
+  }
+}
 
 void LoginDialog::BuildItems(const std::string& name) {
   StringFactory& strings = *_strings;
