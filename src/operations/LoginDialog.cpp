@@ -21,6 +21,7 @@
 #include <memory>
 #include <vector>
 
+#include "ChangePasswordDialog.h"
 #include "Command.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
@@ -154,7 +155,12 @@ LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitle
   BuildItems("root");
 }
 
-LoginDialog::~LoginDialog() = default;
+LoginDialog::~LoginDialog() {
+  // The typed password (or PIN) does not outlive the dialog.
+  if (_passwordItem != nullptr) {
+    _passwordItem->Wipe();
+  }
+}
 
 void LoginDialog::BuildItems(const std::string& name) {
   StringFactory& strings = *_strings;
@@ -252,9 +258,18 @@ bool LoginDialog::Submit() {
     MessageDialog message(this, outcome.titleKey, outcome.messageKey);
     Frame::Run(&message);
   }
-  // An expired password is where the password change will take over
-  // (Frame::_loginName = user, then the change dialog); until it exists the
-  // user is simply asked to log in again.
+  if (result == PAM_NEW_AUTHTOK_REQD) {
+    // The change dialog works on the frame's login name; nobody is logged in
+    // yet, so it is borrowed for the change only. Changed or not, the user
+    // then logs in again, with the new password.
+    const std::string previous = Frame::_loginName;
+    Frame::_loginName = user;
+    {
+      ChangePasswordDialog change(this);
+      Frame::Run(&change);
+    }
+    Frame::_loginName = previous;
+  }
   if (outcome.clearPassword) {
     _passwordItem->SetValue("");
   }

@@ -27,4 +27,29 @@ int LoginConversation(int numMsg,
 // (PAM_SILENT); pam_end with the last result, which is returned.
 int Authenticate(const std::string& user, const std::string& password);
 
+// The password-change conversation. `appdata` is a PasswordChangeSecrets:
+// the first echo-off prompt of the transaction (the authentication) is
+// answered with the old password, the second and third (the new password
+// and its repetition) with the new one; every other message gets an empty
+// answer. A module that only reports may pass no answer array.
+struct PasswordChangeSecrets {
+  const char* oldPassword;
+  const char* newPassword;
+  int answered;  // echo-off prompts answered so far
+};
+int ChangeConversation(int numMsg,
+                       const struct pam_message** msg,
+                       struct pam_response** resp,
+                       void* appdata);
+
+// Changes `user`'s password through PAM: authenticate with the old one
+// (an expired password is fine), the account check, pam_chauthtok, then
+// pam_setcred(PAM_REFRESH_CRED). True only when all of it succeeded; on any
+// failure the stack has not changed the password database. `pamStatus`
+// receives the last PAM result.
+bool ChangePassword(const std::string& user,
+                    const std::string& oldPassword,
+                    const std::string& newPassword,
+                    int* pamStatus = nullptr);
+
 }  // namespace Merel

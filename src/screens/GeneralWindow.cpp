@@ -9,11 +9,13 @@
 #include <algorithm>
 #include <string>
 
+#include "ChangePasswordDialog.h"
 #include "Command.h"
 #include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
 #include "KeyboardDialog.h"
+#include "LockdownDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
 #include "NetworkWindow.h"
@@ -25,6 +27,7 @@
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
 #include "Terminal.h"
+#include "TroubleShootingWindow.h"
 
 namespace Merel {
 
@@ -322,12 +325,30 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&dialog);
       break;
     }
+    case Strings::kMenuConfigurePassword: {
+      ChangePasswordDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
+    case Strings::kMenuConfigureLockdown: {
+      LockdownDialog dialog(this);
+      Frame::Run(&dialog);
+      // The menu's rows follow the mode the host is in now.
+      _impl->flags.lockdownAvailable = LockdownAvailable();
+      Update();
+      return;
+    }
+    case Strings::kMenuTroubleshooting: {
+      TroubleShootingWindow window(this);
+      Frame::Run(&window);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (password, lockdown, test, restore, troubleshooting): nothing opens.
+      // (test, restore): nothing opens.
       return;
   }
   DrawContents();

@@ -6,10 +6,15 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 #include "TextArea.h"
 
 namespace Merel {
+
+namespace {
+constexpr size_t kSecretCapacity = 8192;
+}  // namespace
 
 LabelItem::LabelItem(std::string label, bool selectable) : _label(std::move(label)) {
   _selectable = selectable;
@@ -36,6 +41,9 @@ InputItem::InputItem(std::string label, std::string value, int fieldWidth)
       _cursor(static_cast<int>(_value.size())) {}
 
 void InputItem::SetValue(const std::string& value) {
+  if (_password) {
+    Wipe();
+  }
   _value = value;
   _cursor = static_cast<int>(_value.size());
   _scroll = 0;
@@ -89,9 +97,32 @@ void InputItem::Draw(TextArea& area) {
   }
 }
 
+void InputItem::SetPassword(bool password) {
+  _password = password;
+  if (password) {
+    // Room for any password a person types: the buffer then never moves,
+    // so no copy of the secret is left in freed memory.
+    std::string room;
+    room.reserve(kSecretCapacity);
+    room = _value;
+    explicit_bzero(_value.data(), _value.capacity());
+    _value.swap(room);
+  }
+}
+
+void InputItem::Wipe() {
+  explicit_bzero(_value.data(), _value.capacity());
+  _value.clear();
+  _cursor = 0;
+  _scroll = 0;
+}
+
 void InputItem::HandleKey(int key) {
   const int length = static_cast<int>(_value.size());
   auto clear = [this]() {
+    if (_password) {
+      Wipe();
+    }
     _value.clear();
     _cursor = 0;
     _scroll = 0;
@@ -151,6 +182,14 @@ void InputItem::HandleKey(int key) {
         clear();
       }
       if (key >= 0 && key <= 255 && isprint(key)) {
+        if (_password && _value.size() == _value.capacity()) {
+          // Growing would free the old buffer with the secret in it.
+          std::string larger;
+          larger.reserve(_value.capacity() * 2);
+          larger = _value;
+          explicit_bzero(_value.data(), _value.capacity());
+          _value.swap(larger);
+        }
         _value.insert(static_cast<size_t>(_cursor), 1, static_cast<char>(key));
         _cursor += 1;
       }

@@ -82,7 +82,9 @@ class InputItem : public Item {
   void HandleKey(int key);
   const std::string& GetValue() const { return _value; }
   void SetValue(const std::string& value);
-  void SetPassword(bool password) { _password = password; }
+  void SetPassword(bool password);
+  // Overwrites every byte that held the value (a secret), then empties it.
+  void Wipe();
   const std::string& GetLabel() const { return _label; }
   void SetLabel(std::string label) { _label = std::move(label); }
   int GetCursor() const { return _cursor; }

@@ -4,14 +4,25 @@
  *
  * pam_sm_acct_mgmt reads DIR/<user>: "expired" gives PAM_NEW_AUTHTOK_REQD,
  * "denied" gives PAM_PERM_DENIED; anything else, or no file, PAM_SUCCESS.
- * In an auth stack it stays out of the way (PAM_IGNORE). */
+ * In an auth stack it stays out of the way (PAM_IGNORE).
+ *
+ *   password optional|required /path/pam_merel_test.so state=DIR
+ *
+ * pam_sm_chauthtok, in the preliminary pass (before any module has written
+ * a password): "authtok" fails with PAM_AUTHTOK_ERR, "conv" asks the
+ * application's conversation a malformed question (no messages) and fails
+ * with what it answers. In the update pass the user's state file goes: a new
+ * password ends an expiry. */
 #include <stdio.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <security/pam_modules.h>
 
-PAM_EXTERN int pam_sm_acct_mgmt(pam_handle_t* pamh, int flags, int argc, const char** argv) {
-  (void)flags;
+/* The user's state word into `state` (empty when none); its file's path
+ * into `path`. 0 when the module has no state directory or user. */
+static int ReadState(pam_handle_t* pamh, int argc, const char** argv, char* path, size_t size,
+                     char state[32]) {
   const char* dir = NULL;
   for (int i = 0; i < argc; ++i) {
     if (strncmp(argv[i], "state=", 6) == 0)
@@ -20,17 +31,25 @@ PAM_EXTERN int pam_sm_acct_mgmt(pam_handle_t* pamh, int flags, int argc, const c
   const char* user = NULL;
   if (dir == NULL || pam_get_user(pamh, &user, NULL) != PAM_SUCCESS || user == NULL ||
       strchr(user, '/') != NULL) {
-    return PAM_SUCCESS;
+    return 0;
   }
-  char path[4096];
-  char state[32] = "";
-  snprintf(path, sizeof path, "%s/%s", dir, user);
+  state[0] = '\0';
+  snprintf(path, size, "%s/%s", dir, user);
   FILE* file = fopen(path, "r");
-  if (file == NULL)
+  if (file != NULL) {
+    if (fscanf(file, "%31s", state) != 1)
+      state[0] = '\0';
+    fclose(file);
+  }
+  return 1;
+}
+
+PAM_EXTERN int pam_sm_acct_mgmt(pam_handle_t* pamh, int flags, int argc, const char** argv) {
+  (void)flags;
+  char path[4096];
+  char state[32];
+  if (!ReadState(pamh, argc, argv, path, sizeof path, state))
     return PAM_SUCCESS;
-  if (fscanf(file, "%31s", state) != 1)
-    state[0] = '\0';
-  fclose(file);
   if (strcmp(state, "expired") == 0)
     return PAM_NEW_AUTHTOK_REQD;
   if (strcmp(state, "denied") == 0)
@@ -46,4 +65,27 @@ PAM_EXTERN int pam_sm_authenticate(pam_handle_t* pamh, int flags, int argc, cons
 PAM_EXTERN int pam_sm_setcred(pam_handle_t* pamh, int flags, int argc, const char** argv) {
   (void)pamh, (void)flags, (void)argc, (void)argv;
   return PAM_IGNORE;
+}
+
+PAM_EXTERN int pam_sm_chauthtok(pam_handle_t* pamh, int flags, int argc, const char** argv) {
+  char path[4096];
+  char state[32];
+  if (!ReadState(pamh, argc, argv, path, sizeof path, state))
+    return PAM_IGNORE;
+  if (flags & PAM_PRELIM_CHECK) {
+    if (strcmp(state, "authtok") == 0)
+      return PAM_AUTHTOK_ERR;
+    if (strcmp(state, "conv") == 0) {
+      const struct pam_conv* conv = NULL;
+      if (pam_get_item(pamh, PAM_CONV, (const void**)&conv) != PAM_SUCCESS || conv == NULL)
+        return PAM_CONV_ERR;
+      struct pam_response* resp = NULL;
+      int result = conv->conv(0, NULL, &resp, conv->appdata_ptr);
+      return result == PAM_SUCCESS ? PAM_SUCCESS : PAM_CONV_ERR;
+    }
+    return PAM_SUCCESS;
+  }
+  if (flags & PAM_UPDATE_AUTHTOK)
+    unlink(path);
+  return PAM_SUCCESS;
 }

@@ -165,5 +165,23 @@ TEST_F(ItemListTest, StartsOnTheFirstShownSelectableItemAndWithoutOneNothingMove
   EXPECT_EQ(empty->Current(), nullptr);
 }
 
+// A password field's bytes are overwritten where they lie: while typing
+// (also past the first buffer's size) the secret never moves, and Wipe
+// leaves nothing of it behind.
+TEST(InputItemTest, PasswordBytesAreWipedInPlace) {
+  InputItem item("Password:", "", 20);
+  item.SetPassword(true);
+  for (int i = 0; i < 4096; ++i) {
+    item.HandleKey('s');
+  }
+  const char* bytes = item.GetValue().data();
+  const size_t capacity = item.GetValue().capacity();
+  item.HandleKey(KEY_BACKSPACE);
+  item.Wipe();
+  EXPECT_EQ(item.GetValue().data(), bytes);  // still the field's own buffer
+  EXPECT_EQ(std::string(bytes, capacity).find('s'), std::string::npos);
+  EXPECT_TRUE(item.GetValue().empty());
+}
+
 }  // namespace
 }  // namespace Merel

@@ -66,3 +66,39 @@ TEST(LoginConversation, AnswersPromptsWithOwnCopiesAndRefusesWhatItCannotAnswer)
 }
 
 }  // namespace
+
+namespace {
+
+// The change conversation over a whole transaction: the authentication's
+// prompt, the module asking for the current password again, the new one
+// and its repetition.
+TEST(ChangeConversation, AnswersOldThenNewAcrossCalls) {
+  Merel::PasswordChangeSecrets secrets{"old-pw", "new-pw", 0};
+  const struct {
+    int style;
+    const char* prompt;
+    const char* answer;
+  } steps[] = {
+      {PAM_PROMPT_ECHO_OFF, "Password: ", "old-pw"},
+      {PAM_TEXT_INFO, "Changing password", ""},
+      {PAM_PROMPT_ECHO_OFF, "Old password: ", "old-pw"},
+      {PAM_PROMPT_ECHO_OFF, "(current) UNIX password: ", "old-pw"},
+      {PAM_PROMPT_ECHO_OFF, "New password: ", "new-pw"},
+      {PAM_PROMPT_ECHO_OFF, "Retype new password: ", "new-pw"},
+      {PAM_PROMPT_ECHO_OFF, "One more: ", ""},
+  };
+  for (const auto& step : steps) {
+    struct pam_message message = {step.style, step.prompt};
+    const struct pam_message* pointer = &message;
+    struct pam_response* replies = nullptr;
+    ASSERT_EQ(PAM_SUCCESS, Merel::ChangeConversation(1, &pointer, &replies, &secrets));
+    EXPECT_STREQ(step.answer, replies[0].resp) << step.prompt;
+    free(replies[0].resp);
+    free(replies);
+  }
+  struct pam_response* replies = nullptr;
+  EXPECT_EQ(PAM_CONV_ERR, Merel::ChangeConversation(0, nullptr, &replies, &secrets));
+  EXPECT_EQ(nullptr, replies);
+}
+
+}  // namespace

@@ -25,6 +25,8 @@ namespace {
 
 using Platform::HostState;
 
+constexpr useconds_t kAgentStepMicroseconds = 400000;
+
 struct Context {
   std::string name;
   std::vector<std::string> args;
@@ -324,6 +326,9 @@ int ServicesSh(Context& c) {
     std::cerr << "usage: services.sh start|stop|restart|status\n";
     return 1;
   }
+  // Agents take a moment to stop and to come up, as on a real host; the
+  // console must show each step while it lasts.
+  usleep(kAgentStepMicroseconds);
   c.host.Modify([&](HostState& s) {
     for (const char* agent : {"mgmtd", "fdxa"}) {
       auto& service = Service(s, agent);

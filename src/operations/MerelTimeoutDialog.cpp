@@ -1,0 +1,114 @@
+// The console's idle time-out is a host advanced option; a change takes
+// effect on the running session at once, not only at the next login.
+#include "MerelTimeoutDialog.h"
+
+#include <syslog.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "HostCtl/AdvancedOption.h"
+#include "HostCtl/HostCtlException.h"
+#include "NexCtl/AdvancedOptionImpl.h"
+#include "Platform.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+#include "TimeoutInput.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 15;
+constexpr int kTitleHeight = 9;
+constexpr int kFieldLength = 5;
+
+}  // namespace
+
+MerelTimeoutDialog::MerelTimeoutDialog(Frame* parent)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  try {
+    auto option = NexCtl::Adv::AdvancedOptionImpl().FindOption(MEREL_TIMEOUT_VAR);
+    if (auto* integer = dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get())) {
+      currentSeconds = static_cast<int>(integer->GetValue());
+    }
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting MerelTimeOut failed: %s", e.what());
+  }
+  if (_contentWindow == nullptr) {
+    return;
+  }
+  auto field = std::make_unique<InputItem>(_strings->GetString(Strings::kMerelTimeoutLabel),
+                                           std::to_string(currentSeconds / 60), kFieldLength);
+  _field = field.get();
+  std::vector<std::unique_ptr<Item>> items;
+  items.push_back(std::move(field));
+  _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
+                                              _contentWindow->GetHeight());
+  _list->SetItems(std::move(items));
+}
+
+void MerelTimeoutDialog::Apply() {
+  const std::string& text = _field->GetValue();
+  if (text.empty()) {
+    return;
+  }
+  const int minutes = ParseTimeoutMinutes(text);
+  if (minutes > kMaxTimeoutMinutes) {
+    // The dialog closes: nothing is changed.
+    ShowInvalidTimeout(this);
+    return;
+  }
+  if (minutes * 60 == currentSeconds) {
+    return;
+  }
+  try {
+    NexCtl::Adv::AdvancedOptionImpl options;
+    auto option = options.FindOption(MEREL_TIMEOUT_VAR);
+    if (dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get()) == nullptr) {
+      return;
+    }
+    options.SetIntegerOption(MEREL_TIMEOUT_VAR, static_cast<int64_t>(minutes) * 60);
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    // The old time-out stays in force; there is nothing the user could do.
+    return;
+  }
+  Frame::LoadIdleTimeout();
+  if (minutes == 0) {
+    Platform::Syslog(LOG_INFO, "Disabled Merel timeout");
+  } else {
+    Platform::Syslog(LOG_INFO, "Modified Merel timeout to %d minutes", minutes);
+  }
+}
+
+int MerelTimeoutDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kMerelTimeoutTitle));
+  SetText(_strings->GetString(Strings::kMerelTimeoutText));
+  SetFooter(kOkCancelFooter);
+  if (_list == nullptr) {
+    return 0;
+  }
+  Window::ShowCursor(true);
+  _list->DrawItems();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEscape) {
+      Window::ShowCursor(false);
+      return 0;
+    }
+    if (key == kKeyEnter) {
+      break;
+    }
+    if (IsTimeoutFieldKey(key)) {
+      _field->HandleKey(key);
+      _list->DrawItems();
+    }
+  }
+  Apply();
+  Window::ShowCursor(false);
+  return 1;
+}
+
+}  // namespace Merel

@@ -1,0 +1,60 @@
+#include "TimeoutInput.h"
+
+#include <curses.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "MessageDialog.h"
+#include "StringFactory.h"
+
+namespace Merel {
+
+int ParseTimeoutMinutes(const std::string& digits) {
+  int minutes = 0;
+  for (char c : digits) {
+    if (c < '0' || c > '9') {
+      return kMaxTimeoutMinutes + 1;
+    }
+    minutes = minutes * 10 + (c - '0');
+    if (minutes > kMaxTimeoutMinutes) {
+      return kMaxTimeoutMinutes + 1;
+    }
+  }
+  return minutes;
+}
+
+int AdvcfgMinutes(std::string output) {
+  if (!output.empty()) {
+    output.pop_back();
+  }
+  errno = 0;
+  char* end = nullptr;
+  const long long seconds = std::strtoll(output.c_str(), &end, 10);
+  if (end == output.c_str() || errno != 0 || seconds < 0 || seconds / 60 > 1000000) {
+    return 0;
+  }
+  return static_cast<int>(seconds / 60);
+}
+
+bool IsTimeoutFieldKey(int key) {
+  switch (key) {
+    case KEY_DC:
+    case KEY_BACKSPACE:
+    case 8:
+    case KEY_LEFT:
+    case KEY_RIGHT:
+    case KEY_HOME:
+    case KEY_END:
+      return true;
+    default:
+      return key >= '0' && key <= '9';
+  }
+}
+
+void ShowInvalidTimeout(Frame* parent) {
+  MessageDialog message(parent, Strings::kInvalidTimeoutTitle, Strings::kInvalidTimeoutText);
+  Frame::Run(&message);
+}
+
+}  // namespace Merel

@@ -1,0 +1,36 @@
+// The troubleshooting options: the local shell and SSH on and off, their
+// time-outs, the console's own idle time-out and the agents' restart.
+#pragma once
+
+#include <cstdint>
+
+#include "RootWindow.h"
+
+namespace Merel {
+
+class LabelItem;
+
+class TroubleShootingWindow : public RootWindow {
+ public:
+  explicit TroubleShootingWindow(Frame* parent);
+  // 1 when the user leaves with Esc.
+  int Loop() override;
+  void UpdateFooter() override;
+  // Redraws the list and the pane of the focused entry.
+  void RefreshContents();
+
+ private:
+  void ToggleShell();
+  void ToggleSsh();
+  // The time-out entry can be chosen only while both services are off: a
+  // running service would keep its old time-outs.
+  void UpdateTimeoutEntry();
+  int FocusedIndex() const;
+  void Open(int index);
+
+  bool shellEnabled = false;
+  bool sshEnabled = false;
+  LabelItem* _entries[5] = {};
+};
+
+}  // namespace Merel

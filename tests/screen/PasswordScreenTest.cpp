@@ -1,0 +1,233 @@
+// The password change from the menu and from an expired login, through the
+// real PAM stack: pam_matrix keeps the passwords in the host root's password
+// file, and the tests' own module adds the outcomes pam_matrix cannot give.
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char kOld[] = "0ld-Secret-7q";
+const char kNew[] = "N3w-Secret-9z";
+
+// The password stack gets the tests' module; its state words are per user.
+void PreparePam(const SimHost& host, const std::string& rootState) {
+  host.WriteFile("/etc/pam_matrix.passwd", std::string("root:") + kOld + ":merel\n");
+  const std::string module = " " MEREL_PAM_TEST_MODULE " state=" +
+                             host.Path("/etc/merel-test-accounts") + "\n";
+  host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "account required" +
+                                         module + "password required" + module);
+  if (!rootState.empty()) {
+    host.WriteFile("/etc/merel-test-accounts/root", rootState + "\n");
+  }
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::unique_ptr<Terminal> LogInWith(SimHost& host, const std::string& password) {
+  auto console = OpenLogin(host);
+  console->SendText(password);
+  console->SendKey(Key::kEnter);
+  return console;
+}
+
+// Types `text` into the focused field and presses `key` (Enter or Tab).
+void Type(Terminal& console, const std::string& text, const std::string& key = "\r") {
+  console.SendText(text);
+  console.WaitUntilQuiet();
+  console.Send(key);
+  console.WaitUntilQuiet(milliseconds(150));
+}
+
+bool OpenPasswordDialog(Terminal& console) {
+  if (!SelectEntry(console, "Configure Password")) {
+    return false;
+  }
+  console.SendKey(Key::kEnter);
+  return WaitQuiet(console, "Old Password:");
+}
+
+// Every file of the host root but the password file itself.
+std::string FindSecretIn(const SimHost& host, const std::string& dir, const std::string& secret) {
+  DIR* listing = opendir(host.Path(dir).c_str());
+  if (listing == nullptr) {
+    return "";
+  }
+  std::string found;
+  while (dirent* entry = readdir(listing)) {
+    const std::string name = entry->d_name;
+    const std::string path = dir + "/" + name;
+    struct stat info;
+    if (name == "." || name == ".." || lstat(host.Path(path).c_str(), &info) != 0 ||
+        S_ISLNK(info.st_mode) || path == "/etc/pam_matrix.passwd") {
+      continue;
+    }
+    if (S_ISDIR(info.st_mode)) {
+      found += FindSecretIn(host, path, secret);
+    } else if (host.ReadFile(path).find(secret) != std::string::npos) {
+      found += path + " ";
+    }
+  }
+  closedir(listing);
+  return found;
+}
+
+TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  PreparePam(host, "");
+  auto console = LogInWith(host, kOld);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  ExpectGoldenScreen(*console, "password");
+  Type(*console, kOld);
+  Type(*console, kNew);
+  Type(*console, kNew);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  EXPECT_TRUE(host.WaitForSyslog("user.info Login password for user root has changed"))
+      << host.Syslog();
+  EXPECT_TRUE(host.WaitForFileText(
+      "/var/log/obsvd.log", "[obsv.user.merel.login.passwd.changed] Login password for user root changed"))
+      << host.ObsvLog();
+  const std::string tools = host.ReadFile("/var/log/tools.log");
+  EXPECT_NE(tools.find("backup.sh 0\n"), std::string::npos) << tools;
+  EXPECT_NE(tools.find("rovi-cmd -U root internalsvc/refresh\n"), std::string::npos) << tools;
+  EXPECT_EQ(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
+  for (const char* secret : {kOld, kNew}) {
+    EXPECT_EQ(FindSecretIn(host, "", secret), "") << secret;
+  }
+
+  // Log out; the old password is refused, the new one opens the menu.
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "<F2>")) << console->Text();
+  console->SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Type(*console, kOld);
+  ASSERT_TRUE(WaitQuiet(*console, "Invalid login or password.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  console->WaitUntilQuiet(milliseconds(150));
+  Type(*console, kNew);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  PreparePam(host, "expired");
+  auto console = LogInWith(host, kOld);
+  ASSERT_TRUE(WaitQuiet(*console, "Password has expired.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Old Password:")) << console->Text();
+  // The expired password passes the old-password check.
+  Type(*console, kOld);
+  Type(*console, kNew);
+  Type(*console, kNew);
+  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  EXPECT_EQ(console->Text().find("Old Password:"), std::string::npos) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
+  Type(*console, kNew);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// The old password again as the new one needs a confirmation; Esc there
+// keeps all three fields as typed, Enter goes on with the change.
+TEST(PasswordScreenTest, SamePasswordAsksFirst) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  PreparePam(host, "");
+  auto console = LogInWith(host, kOld);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  Type(*console, kOld);
+  Type(*console, kOld);
+  Type(*console, kOld);
+  ASSERT_TRUE(WaitQuiet(*console, "New password is same as old password. Are you sure?"))
+      << console->Text();
+  ExpectGoldenScreen(*console, "password-same");
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Are you sure?"); }));
+  const std::string screen = console->Text();
+  EXPECT_EQ(std::count(screen.begin(), screen.end(), '*'), 3 * static_cast<long>(sizeof(kOld) - 1))
+      << screen;
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Are you sure?")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
+}
+
+// What the dialog answers for each input and each answer of the stack; after
+// every refusal the old password still logs in.
+struct RefusalCase {
+  const char* name;
+  const char* state;  // the tests' module's word for root
+  std::string oldPassword, newPassword, confirm;
+  const char* message;
+};
+
+class PasswordRefusedTest : public ::testing::TestWithParam<RefusalCase> {};
+
+TEST_P(PasswordRefusedTest, ReportsAndKeepsTheOldPassword) {
+  const RefusalCase& c = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  PreparePam(host, c.state);
+  if (std::string(c.state) == "nomodule") {
+    host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "password required " +
+                                           host.Path("/missing/pam_gone.so") + "\n");
+  }
+  auto console = LogInWith(host, kOld);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  Type(*console, c.oldPassword);
+  if (std::string(c.message) != "The old password you entered is incorrect") {
+    Type(*console, c.newPassword);
+    Type(*console, c.confirm);
+  }
+  ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(console->WaitFor([&] { return console->Text().find(c.message) == std::string::npos; }))
+      << console->Text();
+  EXPECT_NE(console->Text().find("Old Password:"), std::string::npos) << "the dialog stays";
+  EXPECT_NE(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
+  EXPECT_EQ(host.Syslog().find("has changed"), std::string::npos) << host.Syslog();
+}
+
+const char kIncorrect[] = "The old password you entered is incorrect";
+const char kMismatch[] = "The new password and the confirmed password do not match.";
+const char kEmpty[] = "Empty passwords are not allowed.";
+const char kFailed[] = "The password change operation failed.";
+
+INSTANTIATE_TEST_SUITE_P(
+    Outcomes,
+    PasswordRefusedTest,
+    ::testing::Values(
+        RefusalCase{"WrongOld", "", "nope", "", "", kIncorrect},
+        RefusalCase{"EmptyOld", "", "", "", "", kIncorrect},
+        RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
+        RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
+        RefusalCase{"Empty", "", kOld, "", "", kEmpty},
+        // Only printable ASCII reaches a field.
+        RefusalCase{"Utf8AndControlDropped", "", kOld, "\u00e9\x01\x02", "\u00e9\x01\x02",
+                    kEmpty},
+        RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
+        RefusalCase{"TokenManipulation", "authtok", kOld, "x", "x", kFailed},
+        RefusalCase{"ConversationError", "conv", kOld, std::string(512, 'p'),
+                    std::string(512, 'p'), kFailed},
+        RefusalCase{"LongPasswordTokenError", "authtok", kOld, std::string(4096, 'q'),
+                    std::string(4096, 'q'), kFailed}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace

@@ -1,0 +1,328 @@
+// The troubleshooting window: the shell and SSH switched through the host's
+// management command (or its service scripts when that fails), the time-out
+// dialogs, the restart of the management agents, and lockdown mode from the
+// menu.
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char kF11[] = "\x1b[23~";
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::unique_ptr<Terminal> OpenTroubleshooting(SimHost& host, TerminalOptions options = {}) {
+  auto console = LogIn(host, options);
+  if (!console || !SelectEntry(*console, "Troubleshooting Options")) {
+    ADD_FAILURE() << "no troubleshooting entry";
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  return console;
+}
+
+// Enter on the entry whose heading (the first line of it) is `entry`,
+// waiting for `expected`.
+bool Choose(Terminal& console, const std::string& entry, const std::string& expected) {
+  if (!SelectEntry(console, entry)) {
+    return false;
+  }
+  console.SendKey(Key::kEnter);
+  return WaitQuiet(console, expected);
+}
+
+const nlohmann::json* Service(const nlohmann::json& state, const std::string& name) {
+  for (const auto& service : state["services"]) {
+    if (service["name"] == name) {
+      return &service;
+    }
+  }
+  return nullptr;
+}
+
+// The menu is in front again once the dialog's last text is gone (the menu
+// is asked afresh what the host allows before it is drawn).
+bool BackAtMenu(Terminal& console, const std::string& dialogText) {
+  return console.WaitFor([&] { return !Contains(console.Text(), dialogText); }) &&
+         WaitForMenu(console);
+}
+
+bool SshFirewallOpen(const SimHost& host) {
+  const nlohmann::json state = host.HostJson();
+  for (const auto& ruleset : state["firewall"]) {
+    if (ruleset["id"] == "sshServer") {
+      return ruleset["enabled"];
+    }
+  }
+  return false;
+}
+
+int64_t Option(const SimHost& host, const std::string& name) {
+  const nlohmann::json state = host.HostJson();
+  for (const auto& option : state["advancedOptions"]) {
+    if (option["name"] == name) {
+      return option["value"];
+    }
+  }
+  return -1;
+}
+
+TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  TerminalOptions options;
+  options.term = "xterm-256color";  // the greyed entry is checked
+  auto console = OpenTroubleshooting(host, options);
+  ASSERT_TRUE(console);
+  ExpectGoldenScreen(*console, "troubleshooting");
+
+  ASSERT_TRUE(Choose(*console, "Tarvik Shell", "Disable Tarvik Shell")) << console->Text();
+  ASSERT_TRUE(Choose(*console, "SSH Support", "Disable SSH")) << console->Text();
+  EXPECT_TRUE(Contains(RightText(*console), "SSH is Enabled")) << console->Text();
+  nlohmann::json state = host.HostJson();
+  for (const char* name : {"TarvikShell", "SSH"}) {
+    ASSERT_TRUE(Service(state, name)) << name;
+    EXPECT_TRUE((*Service(state, name))["running"]) << name;
+    EXPECT_TRUE((*Service(state, name))["enabled"]) << name;
+  }
+  EXPECT_TRUE(SshFirewallOpen(host));
+  const std::string tools = host.ReadFile("/var/log/tools.log");
+  EXPECT_TRUE(Contains(tools, "rovi-cmd -U root hostsvc/start_tarvik_shell\n")) << tools;
+  EXPECT_TRUE(Contains(tools, "rovi-cmd -U root hostsvc/enable_ssh\n")) << tools;
+  EXPECT_TRUE(host.WaitForSyslog("user.info User root enabled Tarvik Shell")) << host.Syslog();
+  EXPECT_TRUE(host.WaitForSyslog("user.info User root enabled SSH")) << host.Syslog();
+  // With a service on, the time-outs entry is grey and skipped.
+  EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 2).fg.Console(), ConsoleColor::kDarkGrey);
+  console->SendKey(Key::kDown);
+  ASSERT_TRUE(console->WaitFor([&] { return RightTitle(*console) == "Modify MEREL idle timeout"; }))
+      << console->Text();
+
+  // The management command now fails: SSH is stopped by its script, and the
+  // firewall closed by the console itself.
+  host.WriteFile("/bin/rovi-cmd", "#!/bin/sh\necho \"rovi-cmd: service unavailable\" >&2\nexit 1\n");
+  ASSERT_TRUE(Choose(*console, "SSH Support", "Enable SSH")) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to start/stop ssh"))
+      << host.Syslog();
+  EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to enable/disable ssh"))
+      << host.Syslog();
+  EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"), "SSH stop\n"));
+  state = host.HostJson();
+  EXPECT_FALSE((*Service(state, "SSH"))["running"]);
+  EXPECT_FALSE(SshFirewallOpen(host));
+  EXPECT_TRUE(host.WaitForSyslog("User root disabled SSH")) << host.Syslog();
+}
+
+// Typing into the console's idle time-out field: only digits reach it, and
+// only 0 to 1440 minutes are written.
+struct TimeoutCase {
+  const char* name;
+  std::string typed;
+  bool refused;
+  int64_t stored;  // seconds in the host afterwards
+  const char* syslog;
+};
+
+class MerelTimeoutTest : public ::testing::TestWithParam<TimeoutCase> {};
+
+TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
+  const TimeoutCase& c = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenTroubleshooting(host);
+  ASSERT_TRUE(console);
+  ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
+  console->SendKey(Key::kEnd);
+  for (int i = 0; i < 3; ++i) {
+    console->Send("\x7f");  // Backspace over the preset "10"
+  }
+  console->SendText(c.typed);
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  if (c.refused) {
+    ASSERT_TRUE(WaitQuiet(*console, "Timeout value must be between 0 (disabled) and 1440 minutes"))
+        << console->Text();
+    console->SendKey(Key::kEnter);
+  }
+  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), c.stored);
+  if (*c.syslog != '\0') {
+    EXPECT_TRUE(host.WaitForSyslog(c.syslog)) << host.Syslog();
+  } else {
+    EXPECT_FALSE(Contains(host.Syslog(), "Merel timeout")) << host.Syslog();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Inputs,
+    MerelTimeoutTest,
+    ::testing::Values(TimeoutCase{"UpperBound", "1440", false, 86400,
+                                  "Modified Merel timeout to 1440 minutes"},
+                      TimeoutCase{"OnePastUpperBound", "1441", true, 600, ""},
+                      TimeoutCase{"TwentyDigits", "99999999999999999999", true, 600, ""},
+                      TimeoutCase{"LettersAndSignIgnored", "-a5b", false, 300,
+                                  "Modified Merel timeout to 5 minutes"},
+                      TimeoutCase{"Zero", "0", false, 0, "Disabled Merel timeout"},
+                      TimeoutCase{"Unchanged", "10", false, 600, ""},
+                      TimeoutCase{"Empty", "", false, 600, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A time-out set in the window applies to the running session at once.
+TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenTroubleshooting(host, FastClock(host));
+  ASSERT_TRUE(console);
+  ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
+  console->SendText("1");  // replaces the preset value
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
+  // Sixty idle seconds pass in about three.
+  EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("logged out")) << host.Syslog();
+}
+
+TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenTroubleshooting(host);
+  ASSERT_TRUE(console);
+  ASSERT_TRUE(Choose(*console, "Modify Tarvik Shell and SSH", "Availability timeout"))
+      << console->Text();
+  ExpectGoldenScreen(*console, "shell-timeouts");
+  console->SendText("1440");
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kDown);
+  console->WaitUntilQuiet();
+  console->SendText("1441");
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Invalid timeout value")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
+  EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
+  EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
+                       "tarvikcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i "
+                       "86400\n"));
+  EXPECT_TRUE(host.WaitForSyslog("Modified Shell timeout to 1440 minutes")) << host.Syslog();
+}
+
+// With and without the live core of mgmtd: each step shows while it runs,
+// and the collecting thread never draws.
+class RestartAgentsTest : public ::testing::TestWithParam<bool> {};
+
+bool CoreFileWritten(const SimHost& host) {
+  DIR* dir = opendir(host.Path("/var/log").c_str());
+  bool found = false;
+  while (dirent* entry = dir ? readdir(dir) : nullptr) {
+    const std::string name = entry->d_name;
+    found = found || (name.rfind("mgmtd-restart", 0) == 0 && name.ends_with(".core"));
+  }
+  if (dir) {
+    closedir(dir);
+  }
+  return found;
+}
+
+TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
+  const bool core = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenTroubleshooting(host);
+  ASSERT_TRUE(console);
+  ASSERT_TRUE(Choose(*console, "Restart Management Agents", "Restart management agents now?"))
+      << console->Text();
+  if (core) {
+    ExpectGoldenScreen(*console, "restart-agents");
+    console->SendKey(Key::kSpace);
+    ASSERT_TRUE(WaitQuiet(*console, "[X] Collect extra")) << console->Text();
+  }
+  console->SendKey(Key::kEnter);  // only F11 confirms
+  console->WaitUntilQuiet(milliseconds(200));
+  EXPECT_TRUE(Contains(console->Text(), "Restart management agents now?"));
+  console->Send(kF11);
+  ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Starting management agents. Done."));
+  EXPECT_EQ(Contains(console->Text(), "Collecting host agent live core information. Done."), core);
+  ASSERT_TRUE(WaitQuiet(*console, "Starting management agents. Done.")) << console->Text();
+  if (core) {
+    ASSERT_TRUE(host.WaitForSyslog("Executing nexbacktrace -c against mgmtd")) << host.Syslog();
+    ASSERT_TRUE(console->WaitFor([&] { return CoreFileWritten(host); }));
+    ASSERT_TRUE(console->WaitUntilQuiet(milliseconds(300)));
+    ExpectGoldenScreen(*console, "restart-agents-done");
+  }
+  EXPECT_EQ(CoreFileWritten(host), core);
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ((*Service(state, "mgmtd"))["restarts"], 1);
+  EXPECT_TRUE(host.WaitForSyslog("user.info Restarting host agents")) << host.Syslog();
+  EXPECT_TRUE(host.WaitForFileText("/var/log/obsvd.log",
+                                   "[obsv.user.merel.restarting.hostagents] Restarting host agents"));
+  EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+}
+
+INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "WithCore" : "WithoutCore"; });
+
+// Lockdown on and off through the management command. Once the host can no
+// longer enter it (here: it stops being managed while the mode is on),
+// leaving it greys the menu's entry at once.
+TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
+  SimHost host("lockdown-possible");
+  ASSERT_TRUE(host.Ok());
+  TerminalOptions options;
+  options.term = "xterm-256color";
+  auto console = LogIn(host, options);
+  ASSERT_TRUE(console);
+  const struct {
+    const char* before;
+    const char* after;
+    const char* log;
+    const char* command;
+    ConsoleColor entry;
+  } steps[] = {
+      {"[ ] Enable lockdown mode", "[X] Enable lockdown mode", "Lockdown mode enabled",
+       "rovisvc/auth/lockdown_mode_enter", ConsoleColor::kBlack},
+      {"[X] Enable lockdown mode", "[ ] Enable lockdown mode", "Lockdown mode disabled",
+       "rovisvc/auth/lockdown_mode_exit", ConsoleColor::kDarkGrey},
+  };
+  for (const auto& step : steps) {
+    ASSERT_TRUE(SelectEntry(*console, "Configure Lockdown Mode"));
+    console->SendKey(Key::kEnter);
+    ASSERT_TRUE(WaitQuiet(*console, step.before)) << console->Text();
+    if (step.entry == ConsoleColor::kBlack) {
+      ExpectGoldenScreen(*console, "lockdown");
+    }
+    for (int i = 0; i < 3; ++i) {  // an even number of toggles would change nothing
+      console->SendKey(Key::kSpace);
+      console->WaitUntilQuiet();
+    }
+    ASSERT_TRUE(WaitQuiet(*console, step.after)) << console->Text();
+    console->SendKey(Key::kEnter);
+    ASSERT_TRUE(BackAtMenu(*console, "Enable lockdown mode")) << console->Text();
+    EXPECT_TRUE(host.WaitForSyslog(std::string("user.info ") + step.log)) << host.Syslog();
+    EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
+                         std::string("rovi-cmd -U root ") + step.command + "\n"));
+    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg.Console(), step.entry)
+        << console->Text();
+    ModifyHost(host, [](nlohmann::json& state) { state["lockdown"]["possible"] = false; });
+  }
+  EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
+}
+
+}  // namespace
