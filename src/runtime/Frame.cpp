@@ -234,14 +234,19 @@ int Frame::ReadKey(const struct timeval* interval) {
     wtimeout(stdscr, 0);
     int key = wgetch(stdscr);
     wtimeout(stdscr, -1);
-    if (key == ERR && (fds[0].revents & hangUp)) {
-      // The terminal is gone. Without this the wait would spin on a
-      // descriptor that is ready for ever; end like any termination request.
+    if (key == ERR && ((fds[0].revents & hangUp) || !isatty(STDIN_FILENO))) {
+      // The terminal is gone, or the input is a file or pipe that has ended
+      // (/dev/null is readable for ever without a hang-up). Without this the
+      // wait would spin on a descriptor that is always ready, and never get
+      // to the signal pipe; end like any termination request.
       return kTerminate;
     }
-    return key;
+    if (key != ERR || !(fds[1].revents & POLLIN)) {
+      return key;
+    }
+    // Nothing could be read after all: a pending signal is served now.
   }
-  if (fds[0].revents & hangUp) {
+  if (!(fds[0].revents & POLLIN) && (fds[0].revents & hangUp)) {
     return kTerminate;
   }
   if (fds[1].revents & POLLIN) {

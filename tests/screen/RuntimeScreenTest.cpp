@@ -2,6 +2,7 @@
 // the terminal) on signals, resizes and hang-ups, job-control characters,
 // the pid file, the virtual-terminal argument, the choice of terminal type,
 // the smart-card check and the colour set-up.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -371,6 +372,44 @@ TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
   EXPECT_TRUE(console->CellAt(0, 0).reverse);
   EXPECT_FALSE(console->CellAt(0, 24).reverse);
   EXPECT_EQ(console->CellAt(0, 24).bg.Console(), ConsoleColor::kDefault);
+}
+
+}  // namespace
+
+namespace {
+
+// Input that has ended without a hang-up (a file, /dev/null) is always
+// readable: the console must take it as the end of its terminal, not spin on
+// it for ever, deaf to signals.
+TEST(RuntimeScreenTest, InputAtEndOfFileEndsTheConsole) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  const pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    const int null = open("/dev/null", O_RDWR);
+    dup2(null, STDIN_FILENO);
+    dup2(null, STDOUT_FILENO);
+    dup2(null, STDERR_FILENO);
+    setenv("MEREL_SIM_ROOT", host.Path("").c_str(), 1);
+    setenv("TERM", "xterm", 1);
+    execl(MEREL_BIN, MEREL_BIN, static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  int status = 0;
+  pid_t done = 0;
+  // Generous: this checks that it ends at all, not how fast.
+  for (int i = 0; i < 600 && done == 0; ++i) {
+    done = waitpid(pid, &status, WNOHANG);
+    if (done == 0)
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  if (done == 0) {
+    kill(pid, SIGKILL);
+    waitpid(pid, &status, 0);
+    FAIL() << "still running with its input at end of file";
+  }
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 }  // namespace
