@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "AdaptersDialog.h"
 #include "CursesFixture.h"
 #include "DNSConfigurationDialog.h"
 #include "Frame.h"
@@ -21,8 +22,10 @@
 #include "HostCtl/Ipv6Address.h"
 #include "IPConfigurationDialog.h"
 #include "IPv6ConfigurationDialog.h"
+#include "SimHostTestSupport.h"
 #include "StringFactory.h"
 #include "SuffixesDialog.h"
+#include "UsedAdaptersDialog.h"
 #include "VlanDialog.h"
 
 namespace Merel {
@@ -135,6 +138,75 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
   for (const auto& c : cases) {
     EXPECT_EQ(IPv6ConfigurationDialog::Check(c.addresses, c.gateway), c.error)
         << c.addresses[0] << " " << c.addresses[1] << " " << c.addresses[2] << " " << c.gateway;
+  }
+}
+
+TEST(AdapterListTest, Order) {
+  const struct {
+    const char *a, *b;
+    bool before;
+  } cases[] = {
+      {"pnic2", "pnic10", true}, {"pnic10", "pnic9", false}, {"pnic1", "pnic1", false},
+      {"eth0", "pnic1", true},   {"pnic1", "eth0", false},   {"pnicx", "pnic1", false},
+      {"eth", "eth0", true},     {"eth0", "eth", false},     {"pnic01", "pnic1", true},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::ComesBefore(c.a, c.b), c.before) << c.a << " " << c.b;
+  }
+}
+
+TEST(AdapterListTest, RowsKeepTheirFieldWidths) {
+  auto adapter = [](const char* name, std::optional<std::string> label, std::optional<bool> connected,
+                    std::optional<std::string> usedBy) {
+    Adapter a;
+    a.name = name;
+    a.label = std::move(label);
+    a.mac = "b4:96:91:3a:10:20";
+    a.connected = connected;
+    a.usedBy = std::move(usedBy);
+    return a;
+  };
+  const std::string pad13 = "{align:padding:13}", pad30 = "{/align}{align:padding:30}";
+  const struct {
+    Adapter adapter;
+    std::string row;
+  } cases[] = {
+      {adapter("pnic0", "Intel", true, "vSwitch0"),
+       pad13 + "pnic0" + pad30 + "Intel (b4:96:91:3a:10:20){/align}Connected vSwitch0"},
+      {adapter("pnic3", "", false, ""),
+       pad13 + "pnic3" + pad30 + "(...) (b4:96:91:3a:10:20){/align}Disconnected"},
+      {adapter("pnic-with-a-long-name", "Intel Corporation X710", std::nullopt, std::nullopt),
+       pad13 + "pnic-with..." + pad30 + "Intel ... (b4:96:91:3a:10:20){/align}N/A N/A"},
+      {adapter("pnic1", "{color:red}", true, "a-switch-with-a-long-name"),
+       pad13 + "pnic1" + pad30 + "(color... (b4:96:91:3a:10:20){/align}Connected a-switch-with-..."},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::Row(c.adapter), c.row);
+  }
+  Adapter unread;
+  unread.name = "pnic7";
+  EXPECT_EQ(AdapterInfoDialog::Body(unread),
+            "Hardware Label: \nMAC Address: \nConnection Status: \nUsed By: None");
+  unread.usedBy.reset();
+  unread.connected = false;
+  EXPECT_EQ(AdapterInfoDialog::Body(unread),
+            "Hardware Label: \nMAC Address: \nConnection Status: Disconnected\nUsed By: ");
+}
+
+TEST(AdapterListTest, MaximumActiveUplinks) {
+  const struct {
+    int oldMax;
+    size_t oldCount, newCount;
+    int max;
+  } cases[] = {
+      {2, 2, 3, 3},  // all were active: all stay active
+      {1, 2, 3, 1},  // one active, the rest standby: so it stays
+      {2, 3, 1, 1},  // never more than there are
+      {0, 0, 2, 2},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::MaxActiveFor(c.oldMax, c.oldCount, c.newCount), c.max)
+        << c.oldMax << " " << c.oldCount << " " << c.newCount;
   }
 }
 
@@ -403,6 +475,37 @@ TEST_F(NetworkDialogsTest, Ipv6StaticAddresses) {
   EXPECT_FALSE(untouched.GetAddressesEdited());
   EXPECT_EQ(untouched.GetConfiguration().GetIpv6Network(), addresses.GetIpv6Network());
   EXPECT_TRUE(untouched.GetConfiguration().GetIpv6Gateway().IsUnspecified());
+}
+
+// On the distributed-switch host, for a standard switch with pnic2: pnic0 and
+// pnic1 belong to the distributed switch, so taking them needs a yes.
+TEST_F(NetworkDialogsTest, AdapterChoice) {
+  SimHostTest::SimRoot root("dvs");
+  const std::string kUp = "\x1b[A";
+  using Uplinks = std::vector<std::string>;
+  const struct {
+    const char* name;
+    std::string keys;
+    int result;
+    Uplinks uplinks;
+  } cases[] = {
+      {"taken after the yes", " " + kEnter + kEnter, 1, {"pnic2", "pnic0"}},
+      {"no keeps the list open", " " + kEnter + kEsc + " " + kEnter, 1, {"pnic2"}},
+      {"in the order marked", kDown + " " + kUp + " " + kEnter + kEnter, 1,
+       {"pnic2", "pnic1", "pnic0"}},
+      {"none is refused", kDown + kDown + " " + kEnter + kEnter + kEsc, 0, {"pnic2"}},
+      {"details", "d" + kEnter + kEnter, 1, {"pnic2"}},
+  };
+  for (const auto& c : cases) {
+    AdaptersDialog dialog(nullptr, {"pnic2"}, 1, "vSwitch0");
+    EXPECT_EQ(Drive(dialog, c.keys), c.result) << c.name;
+    if (c.result == 1) {
+      EXPECT_EQ(dialog.GetUplinks(), c.uplinks) << c.name;
+      EXPECT_EQ(dialog.GetMaxActiveUplinks(), static_cast<int>(c.uplinks.size())) << c.name;
+    }
+  }
+  EXPECT_EQ(UsedAdaptersDialog::Body({Adapter{"pnic0", {}, {}, {}, "DSwitch-Prod"}}, "vSwitch0"),
+            "pnic0 will be removed from DSwitch-Prod and added to vSwitch0.\n");
 }
 
 }  // namespace
