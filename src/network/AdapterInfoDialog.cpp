@@ -1,18 +1,49 @@
+// The details of one adapter: what the row of the list had to shorten, in
+// full.
 #include "AdapterInfoDialog.h"
 
 #include "Terminal.h"
 
 namespace Merel {
 
-AdapterInfoDialog::AdapterInfoDialog(Frame* parent, const Adapter& adapter)
-    : Dialog(parent, 70, 14, 6), _adapter(adapter) {}
+namespace {
 
-std::string AdapterInfoDialog::Body(const Adapter&) {
-  return "";
+constexpr int kWidth = 70;
+constexpr int kHeight = 14;
+constexpr int kTitleHeight = 5;
+
+}  // namespace
+
+AdapterInfoDialog::AdapterInfoDialog(Frame* parent, const Adapter& adapter)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight), _adapter(adapter) {
+  if (_contentWindow != nullptr) {
+    _body = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight(),
+                                                _contentWindow->GetForeground());
+  }
+}
+
+std::string AdapterInfoDialog::Body(const Adapter& adapter) {
+  std::string body = "Hardware Label: " + adapter.label.value_or("") + "\n";
+  body += "MAC Address: " + adapter.mac.value_or("") + "\n";
+  body += "Connection Status: ";
+  if (adapter.connected) {
+    body += *adapter.connected ? "Connected" : "Disconnected";
+  }
+  body += "\nUsed By: ";
+  if (adapter.usedBy) {
+    body += adapter.usedBy->empty() ? "None" : *adapter.usedBy;
+  }
+  return body;
 }
 
 int AdapterInfoDialog::Loop() {
+  SetTitle("Adapter Details");
+  SetText("Device Name: " + _adapter.name);
   SetFooter(kOkFooter);
+  if (_body != nullptr) {
+    _body->SetText(Body(_adapter));
+  }
   while (Frame::WaitForKey(this, true) != kKeyEnter) {
   }
   return 1;

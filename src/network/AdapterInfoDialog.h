@@ -15,8 +15,9 @@ struct Adapter {
   std::optional<std::string> label;
   std::optional<std::string> mac;
   std::optional<bool> connected;
-  // The switch whose uplink the adapter is; empty when none is.
-  std::string usedBy;
+  // The switch whose uplink the adapter is: "" when none is, nothing when
+  // the switches could not be read.
+  std::optional<std::string> usedBy = std::string();
 };
 
 class AdapterInfoDialog : public Dialog {
@@ -25,7 +26,8 @@ class AdapterInfoDialog : public Dialog {
   // Closed by Enter; always 1.
   int Loop() override;
 
-  // The body: one "Label: value" line per detail.
+  // The body: one "Label: value" line per detail; a value that could not
+  // be read leaves its line without one.
   static std::string Body(const Adapter& adapter);
 
  private:

@@ -31,12 +31,16 @@ class AdaptersDialog : public Dialog {
   static std::string Row(const Adapter& adapter);
   // `text` cut to `width` columns, ending in "..." when cut.
   static std::string Shorten(const std::string& text, size_t width);
+  // The maximum number of active uplinks once `oldCount` uplinks became
+  // `newCount`: all of them when all were active before, else the old
+  // maximum as far as the new list allows.
+  static int MaxActiveFor(int oldMax, size_t oldCount, size_t newCount);
 
  private:
   // Reads the adapters and their users from the host, in listing order.
   void ReadAdapters();
-  // Space on row `index`: marks or unmarks it, asking first when another
-  // switch uses the adapter.
+  // Space on row `index`: marks or unmarks it; a marked adapter goes to the
+  // end of the chosen order.
   void Toggle(size_t index);
   void ShowDetails(size_t index);
   bool Finish();
@@ -44,6 +48,7 @@ class AdaptersDialog : public Dialog {
   std::string _switchName;
   std::vector<std::string> _uplinks;
   int _maxActiveUplinks;
+  size_t _oldCount;
   std::vector<Adapter> _adapters;
   ItemList* _list = nullptr;
   std::vector<CheckItem*> _checks;  // one per adapter, owned by _list

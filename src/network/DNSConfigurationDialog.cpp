@@ -7,7 +7,6 @@
 
 #include "HostCtl/Ipv4Address.h"
 #include "HostCtl/Ipv6Address.h"
-#include "MessageDialog.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -124,9 +123,8 @@ int DNSConfigurationDialog::Selection() const {
   return index < kSpacer ? index : index - 1;
 }
 
-void DNSConfigurationDialog::Select(int selection) {
-  _list->SelectShown(selection < kSpacer ? selection : selection + 1);
-  _list->DrawItems();
+int DNSConfigurationDialog::ListIndex(int selection) {
+  return selection < kSpacer ? selection : selection + 1;
 }
 
 bool DNSConfigurationDialog::Finish() {
@@ -136,11 +134,7 @@ bool DNSConfigurationDialog::Finish() {
   const std::string& primary = _fields[0]->GetValue();
   const std::string& alternate = _fields[1]->GetValue();
   if (const std::optional<FieldError> error = Check(primary, alternate)) {
-    Select(error->field);
-    MessageDialog message(this, error->titleKey, error->textKey);
-    Frame::Run(&message);
-    Window::ShowCursor(true);
-    _list->DrawItems();
+    ShowFieldError(this, *_list, ListIndex(error->field), *error);
     return false;
   }
   _primary = ServerOf(primary);

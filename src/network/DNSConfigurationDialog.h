@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Dialog.h"
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "HostCtl/IpAddress.h"
 #include "ItemList.h"
 
@@ -44,7 +44,8 @@ class DNSConfigurationDialog : public Dialog {
  private:
   void Mark(bool automatic);
   int Selection() const;
-  void Select(int selection);
+  // The list position of selection index `selection` (the spacer has none).
+  static int ListIndex(int selection);
   bool Finish();
 
   bool _automatic;

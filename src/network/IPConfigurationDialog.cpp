@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "StringFactory.h"
-#include "MessageDialog.h"
 #include "Terminal.h"
 
 namespace Merel {
@@ -105,9 +104,8 @@ int IPConfigurationDialog::Selection() const {
   return index < kSpacer ? index : index - 1;
 }
 
-void IPConfigurationDialog::Select(int selection) {
-  _list->SelectShown(selection < kSpacer ? selection : selection + 1);
-  _list->DrawItems();
+int IPConfigurationDialog::ListIndex(int selection) {
+  return selection < kSpacer ? selection : selection + 1;
 }
 
 bool IPConfigurationDialog::Finish() {
@@ -124,11 +122,7 @@ bool IPConfigurationDialog::Finish() {
   const std::string& netmask = _fields[1]->GetValue();
   const std::string& gateway = _fields[2]->GetValue();
   if (const std::optional<FieldError> error = Check(address, netmask, gateway)) {
-    Select(error->field);
-    MessageDialog message(this, error->titleKey, error->textKey);
-    Frame::Run(&message);
-    Window::ShowCursor(true);
-    _list->DrawItems();
+    ShowFieldError(this, *_list, ListIndex(error->field), *error);
     return false;
   }
   _config.SetIpv4Address(HostCtl::Network::Ipv4Address(address));

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Dialog.h"
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "HostCtl/IpConfig.h"
 #include "ItemList.h"
 
@@ -36,7 +36,8 @@ class IPConfigurationDialog : public Dialog {
   void Mark(int choice);
   // The selection index of the focused item, -1 when there is none.
   int Selection() const;
-  void Select(int selection);
+  // The list position of selection index `selection` (the spacer has none).
+  static int ListIndex(int selection);
   bool Finish();
 
   HostCtl::Network::IpConfig _config;

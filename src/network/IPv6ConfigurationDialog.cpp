@@ -8,7 +8,6 @@
 
 #include "HostCtl/Ipv6Address.h"
 #include "HostCtl/Ipv6Network.h"
-#include "MessageDialog.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -136,12 +135,7 @@ bool IPv6ConfigurationDialog::Finish() {
                                     _fields[2]->GetValue()};
   const std::string& gateway = _fields[3]->GetValue();
   if (const std::optional<FieldError> error = Check(addresses, gateway)) {
-    _list->SelectShown(error->field);
-    _list->DrawItems();
-    MessageDialog message(this, error->titleKey, error->textKey);
-    Frame::Run(&message);
-    Window::ShowCursor(true);
-    _list->DrawItems();
+    ShowFieldError(this, *_list, error->field, *error);
     return false;
   }
   if (_addressesEdited) {

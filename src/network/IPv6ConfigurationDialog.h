@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Dialog.h"
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "HostCtl/IpConfig.h"
 #include "ItemList.h"
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 

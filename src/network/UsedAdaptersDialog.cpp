@@ -1,19 +1,48 @@
+// The confirmation before adapters are taken from other switches. It names
+// every adapter and the switch that loses it, so that nobody cuts off a
+// virtual machine network without seeing it.
 #include "UsedAdaptersDialog.h"
 
+#include "StringFactory.h"
 #include "Terminal.h"
 
 namespace Merel {
 
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 16;
+constexpr int kTitleHeight = 6;
+
+}  // namespace
+
 UsedAdaptersDialog::UsedAdaptersDialog(Frame* parent, const std::vector<Adapter>& adapters,
                                        const std::string& switchName)
-    : Dialog(parent, 70, 15, 6), _body(Body(adapters, switchName)) {}
+    : Dialog(parent, kWidth, kHeight, kTitleHeight), _body(Body(adapters, switchName)) {
+  if (_contentWindow != nullptr) {
+    _bodyText = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                                    _contentWindow->GetHeight(),
+                                                    _contentWindow->GetForeground());
+  }
+}
 
-std::string UsedAdaptersDialog::Body(const std::vector<Adapter>&, const std::string&) {
-  return "";
+std::string UsedAdaptersDialog::Body(const std::vector<Adapter>& adapters,
+                                     const std::string& switchName) {
+  std::string body;
+  for (const Adapter& adapter : adapters) {
+    body += adapter.name + " will be removed from " + adapter.usedBy.value_or("") +
+            " and added to " + switchName + ".\n";
+  }
+  return body;
 }
 
 int UsedAdaptersDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kAdaptersWarningTitle));
+  SetText(_strings->GetString(Strings::kAdaptersInUse));
   SetFooter(kOkCancelFooter);
+  if (_bodyText != nullptr) {
+    _bodyText->SetText(_body + "\n" + _strings->GetString(Strings::kAdaptersRemoveQuestion));
+  }
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEnter || key == kKeyEscape) {

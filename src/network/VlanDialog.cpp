@@ -75,10 +75,7 @@ int VlanDialog::Loop() {
     if (key == kKeyEnter) {
       const std::string& text = _field->GetValue();
       if (const std::optional<FieldError> error = Check(text)) {
-        MessageDialog message(this, error->titleKey, error->textKey);
-        Frame::Run(&message);
-        Window::ShowCursor(true);
-        _list->DrawItems();
+        ShowFieldError(this, *_list, 0, *error);
         continue;
       }
       if (ValueOf(text) == kAllVlans) {

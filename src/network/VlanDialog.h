@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Dialog.h"
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "ItemList.h"
 
 namespace Merel {

@@ -1,5 +1,5 @@
-// The keys the network dialogs let into their fields, and the outcome of
-// checking a dialog's fields. Each field takes only the characters its value
+// The keys the network dialogs let into their fields, and what a dialog does
+// when a field fails its check. Each field takes only the characters its value
 // can hold: a paste of a thousand characters, a control character or the bytes
 // of a UTF-8 character stop at the key filter and never reach the value.
 #pragma once
@@ -10,6 +10,8 @@
 #include <cstdint>
 
 #include "Item.h"
+#include "ItemList.h"
+#include "MessageDialog.h"
 
 namespace Merel::FieldKeys {
 
@@ -61,5 +63,16 @@ struct FieldError {
   uint32_t textKey = 0;
   bool operator==(const FieldError&) const = default;
 };
+
+// Focuses list item `listIndex`, shows the message of `error` over `dialog`,
+// and leaves the cursor in the field for the correction.
+inline void ShowFieldError(Frame* dialog, ItemList& list, int listIndex, const FieldError& error) {
+  list.SelectShown(listIndex);
+  list.DrawItems();
+  MessageDialog message(dialog, error.titleKey, error.textKey);
+  Frame::Run(&message);
+  Window::ShowCursor(true);
+  list.DrawItems();
+}
 
 }  // namespace Merel

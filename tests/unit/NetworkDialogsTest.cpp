@@ -1,0 +1,512 @@
+// The network dialogs: the checks behind their messages, and the dialogs
+// driven with typed keys (what a field lets in, where the focus goes after a
+// message, what is handed back).
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AdaptersDialog.h"
+#include "CursesFixture.h"
+#include "DNSConfigurationDialog.h"
+#include "Frame.h"
+#include "HostCtl/Ipv4Address.h"
+#include "HostCtl/Ipv6Address.h"
+#include "IPConfigurationDialog.h"
+#include "IPv6ConfigurationDialog.h"
+#include "SimHostTestSupport.h"
+#include "StringFactory.h"
+#include "SuffixesDialog.h"
+#include "UsedAdaptersDialog.h"
+#include "VlanDialog.h"
+
+namespace Merel {
+namespace {
+
+using HostCtl::Network::IpConfig;
+using HostCtl::Network::Ipv4Address;
+using HostCtl::Network::Ipv6Address;
+using HostCtl::Network::Ipv6Network;
+
+const std::optional<FieldError> kFine;
+
+std::string Repeat(const std::string& text, int times) {
+  std::string out;
+  for (int i = 0; i < times; ++i) {
+    out += text;
+  }
+  return out;
+}
+
+const std::string kDown = "\x1b[B";
+const std::string kBackspace = "\x7f";
+const std::string kEnter = "\n";
+const std::string kEsc = "\x1b";
+// Keys no field may take: a control character, the bytes of "é", a colon.
+const std::string kJunk = "\x01\xc3\xa9";
+
+TEST(NetworkChecksTest, Ipv4FirstBadFieldInScreenOrder) {
+  const struct {
+    const char *address, *netmask, *gateway;
+    std::optional<FieldError> error;
+  } cases[] = {
+      {"10.0.0.5", "255.255.255.0", "10.0.0.1", kFine},
+      {"10.0.0.5", "255.255.255.0", "192.168.9.1", kFine},  // outside the subnet: fine
+      {"10.0.0.300", "1.2.3", "", FieldError{3, Strings::kInvalidIpTitle, Strings::kInvalidIpv4Text}},
+      {"", "255.0.0.0", "10.0.0.1", FieldError{3, Strings::kInvalidIpTitle, Strings::kInvalidIpv4Text}},
+      {"10.0.0.5", "255.0.255.0", "10.0.0.1",
+       FieldError{4, Strings::kInvalidSubnetTitle, Strings::kInvalidSubnetText}},
+      {"10.0.0.5", "0.0.0.0", "10.0.0.1",
+       FieldError{4, Strings::kInvalidSubnetTitle, Strings::kInvalidSubnetText}},
+      {"10.0.0.5", "255.255.255.0", "",
+       FieldError{5, Strings::kInvalidGatewayTitle, Strings::kInvalidGatewayText}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(IPConfigurationDialog::Check(c.address, c.netmask, c.gateway), c.error)
+        << c.address << " " << c.netmask << " " << c.gateway;
+  }
+}
+
+TEST(NetworkChecksTest, DnsServersAreEmptyOrAnAddressOfEitherFamily) {
+  const FieldError primary{2, Strings::kInvalidDnsTitle, Strings::kInvalidDnsText};
+  const FieldError alternate{3, Strings::kInvalidDnsTitle, Strings::kInvalidDnsText};
+  const struct {
+    const char *primary, *alternate;
+    std::optional<FieldError> error;
+  } cases[] = {
+      {"10.0.0.1", "fe80::1", kFine},         {"", "10.0.0.2", kFine},
+      {"", "", kFine},                        {"10.0.0.300", "", primary},
+      {"10.0.0.300", "bad", primary},         {"10.0.0.1", "1.2.3", alternate},
+      {"::ffff:10.0.0.1", "2001:db8::53", kFine},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(DNSConfigurationDialog::Check(c.primary, c.alternate), c.error)
+        << c.primary << " " << c.alternate;
+  }
+  EXPECT_EQ(DNSConfigurationDialog::ServerOf(""), nullptr);
+  EXPECT_TRUE(DNSConfigurationDialog::ServerOf("fe80::1")->IsIpv6());
+  EXPECT_TRUE(DNSConfigurationDialog::ServerOf("10.0.0.1")->IsIpv4());
+}
+
+TEST(NetworkChecksTest, VlanIdsFromOneTo4095) {
+  const FieldError invalid{0, Strings::kInvalidVlanTitle, Strings::kInvalidVlanText};
+  const struct {
+    const char* text;
+    std::optional<FieldError> error;
+  } cases[] = {{"", kFine},         {"0", invalid},    {"00", invalid}, {"1", kFine},
+               {"4094", kFine},     {"4095", kFine},   {"4096", invalid},
+               {"99999", invalid},  {"007", kFine}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(VlanDialog::Check(c.text), c.error) << c.text;
+  }
+}
+
+TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
+  const FieldError invalid{4, Strings::kInvalidIpTitle, Strings::kInvalidIpv6NetworkText};
+  const FieldError scope{4, Strings::kInvalidScopeTitle, Strings::kLinkLocalStaticText};
+  const FieldError gateway{7, Strings::kInvalidGatewayTitle, Strings::kInvalidIpv6GatewayText};
+  auto at = [](FieldError error, int field) {
+    error.field = field;
+    return error;
+  };
+  const struct {
+    std::string addresses[3];
+    const char* gateway;
+    std::optional<FieldError> error;
+  } cases[] = {
+      {{"", "", ""}, "", kFine},
+      {{"2001:db8::5/64", "", "2001:db8::6/128"}, "2001:db8::1", kFine},
+      {{"", "", ""}, "fe80::1%nex0", kFine},  // a link-local gateway is let through
+      {{"fe80::1/64", "", ""}, "", scope},
+      {{"febf::1/64", "", ""}, "", scope},
+      {{"fec0::1/64", "", ""}, "", kFine},
+      {{"2001:db8::5", "", ""}, "", invalid},
+      {{"", "g/64", ""}, "", at(invalid, 5)},
+      {{"2001:db8::5/64", "fe80::1/64", "zzz"}, "", at(scope, 5)},
+      {{"", "", "2001:db8::5/129"}, "", at(invalid, 6)},
+      {{"2001:db8::5/64", "", ""}, "g::1", gateway},
+      {{"zzz", "", ""}, "g::1", invalid},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(IPv6ConfigurationDialog::Check(c.addresses, c.gateway), c.error)
+        << c.addresses[0] << " " << c.addresses[1] << " " << c.addresses[2] << " " << c.gateway;
+  }
+}
+
+TEST(AdapterListTest, Order) {
+  const struct {
+    const char *a, *b;
+    bool before;
+  } cases[] = {
+      {"pnic2", "pnic10", true}, {"pnic10", "pnic9", false}, {"pnic1", "pnic1", false},
+      {"eth0", "pnic1", true},   {"pnic1", "eth0", false},   {"pnicx", "pnic1", false},
+      {"eth", "eth0", true},     {"eth0", "eth", false},     {"pnic01", "pnic1", true},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::ComesBefore(c.a, c.b), c.before) << c.a << " " << c.b;
+  }
+}
+
+TEST(AdapterListTest, RowsKeepTheirFieldWidths) {
+  auto adapter = [](const char* name, std::optional<std::string> label, std::optional<bool> connected,
+                    std::optional<std::string> usedBy) {
+    Adapter a;
+    a.name = name;
+    a.label = std::move(label);
+    a.mac = "b4:96:91:3a:10:20";
+    a.connected = connected;
+    a.usedBy = std::move(usedBy);
+    return a;
+  };
+  const std::string pad13 = "{align:padding:13}", pad30 = "{/align}{align:padding:30}";
+  const struct {
+    Adapter adapter;
+    std::string row;
+  } cases[] = {
+      {adapter("pnic0", "Intel", true, "vSwitch0"),
+       pad13 + "pnic0" + pad30 + "Intel (b4:96:91:3a:10:20){/align}Connected vSwitch0"},
+      {adapter("pnic3", "", false, ""),
+       pad13 + "pnic3" + pad30 + "(...) (b4:96:91:3a:10:20){/align}Disconnected"},
+      {adapter("pnic-with-a-long-name", "Intel Corporation X710", std::nullopt, std::nullopt),
+       pad13 + "pnic-with..." + pad30 + "Intel ... (b4:96:91:3a:10:20){/align}N/A N/A"},
+      {adapter("pnic1", "{color:red}", true, "a-switch-with-a-long-name"),
+       pad13 + "pnic1" + pad30 + "(color... (b4:96:91:3a:10:20){/align}Connected a-switch-with-..."},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::Row(c.adapter), c.row);
+  }
+  Adapter unread;
+  unread.name = "pnic7";
+  EXPECT_EQ(AdapterInfoDialog::Body(unread),
+            "Hardware Label: \nMAC Address: \nConnection Status: \nUsed By: None");
+  unread.usedBy.reset();
+  unread.connected = false;
+  EXPECT_EQ(AdapterInfoDialog::Body(unread),
+            "Hardware Label: \nMAC Address: \nConnection Status: Disconnected\nUsed By: ");
+}
+
+TEST(AdapterListTest, MaximumActiveUplinks) {
+  const struct {
+    int oldMax;
+    size_t oldCount, newCount;
+    int max;
+  } cases[] = {
+      {2, 2, 3, 3},  // all were active: all stay active
+      {1, 2, 3, 1},  // one active, the rest standby: so it stays
+      {2, 3, 1, 1},  // never more than there are
+      {0, 0, 2, 2},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdaptersDialog::MaxActiveFor(c.oldMax, c.oldCount, c.newCount), c.max)
+        << c.oldMax << " " << c.oldCount << " " << c.newCount;
+  }
+}
+
+// Whether thread `tid` of this process sits in the key wait: a poll of the
+// terminal and the signal pipe together (curses' own waits poll one).
+bool InKeyWait(pid_t tid) {
+  std::ifstream file("/proc/self/task/" + std::to_string(tid) + "/syscall");
+  long number = -1;
+  std::string fds, count;
+  file >> number >> fds >> count;
+#ifdef SYS_poll
+  if (number == SYS_poll && count == "0x2") {
+    return true;
+  }
+#endif
+  return number == SYS_ppoll && count == "0x2";
+}
+
+// How often thread `tid` has blocked so far.
+long Sleeps(pid_t tid) {
+  std::ifstream file("/proc/self/task/" + std::to_string(tid) + "/status");
+  std::string line;
+  while (std::getline(file, line)) {
+    if (line.rfind("voluntary_ctxt_switches:", 0) == 0) {
+      return std::stol(line.substr(line.find(':') + 1));
+    }
+  }
+  return -1;
+}
+
+size_t Pending(int fd) {
+  int bytes = 0;
+  return ioctl(fd, FIONREAD, &bytes) == 0 ? static_cast<size_t>(bytes) : 0;
+}
+
+// The keys of `keys` one by one: an escape sequence is one key.
+std::vector<std::string> SplitKeys(const std::string& keys) {
+  std::vector<std::string> split;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    size_t length = 1;
+    if (keys[i] == '\x1b' && keys.compare(i + 1, 1, "[") == 0) {
+      length = 3;
+    }
+    split.push_back(keys.substr(i, length));
+    i += length - 1;
+  }
+  return split;
+}
+
+// Dialogs run for real. A frame drops keys typed while it draws, as a user's
+// keys meant for the screen before; so each key is typed only once the
+// dialog waits for it, as a person would.
+class NetworkDialogsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(_screen.Ok());
+    ASSERT_EQ(pipe(_pipe), 0);
+    std::swap(_pipe, Frame::_signalPipe);
+    Frame::fgFrame = nullptr;
+    _savedIdle = Frame::_idleTimeout;
+    Frame::_idleTimeout = 60;  // a dialog left waiting ends the test in a minute
+  }
+  void TearDown() override {
+    std::swap(_pipe, Frame::_signalPipe);
+    close(_pipe[0]);
+    close(_pipe[1]);
+    Frame::fgFrame = nullptr;
+    Frame::_idleTimeout = _savedIdle;
+  }
+  // Waits until thread `tid` waits for a key with no key pending, having
+  // blocked more than `sleeps` times; false when it is done or never does.
+  bool AwaitKeyWait(pid_t tid, const std::atomic<bool>& done, long sleeps) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (!done) {
+      if (Pending(_screen.Slave()) == 0 && Sleeps(tid) > sleeps && InKeyWait(tid)) {
+        return true;
+      }
+      if (std::chrono::steady_clock::now() > limit) {
+        return false;
+      }
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return false;
+  }
+  // Runs `dialog` on `keys`, followed by a safety Enter and Esc so that a
+  // dialog that wrongly stays open still ends; keys left over are not typed.
+  int Drive(Frame& dialog, const std::string& keys) {
+    const pid_t tid = static_cast<pid_t>(syscall(SYS_gettid));
+    std::atomic<bool> done = false;
+    std::thread typist([&] {
+      for (const std::string& key : SplitKeys(keys + kEnter + kEsc)) {
+        if (!AwaitKeyWait(tid, done, 0)) {
+          return;
+        }
+        // Typed bytes reach the terminal a moment later: the key has been
+        // taken once the thread has slept again since it was typed.
+        const long sleeps = Sleeps(tid);
+        _screen.Type(key);
+        if (!AwaitKeyWait(tid, done, sleeps)) {
+          return;
+        }
+      }
+    });
+    int result = -1;
+    try {
+      result = Frame::Run(&dialog);
+    } catch (const MerelTimeout&) {
+      ADD_FAILURE() << "the dialog waited for keys that never came";
+    }
+    done = true;
+    typist.join();
+    return result;
+  }
+
+  MerelTest::CursesScreen _screen{"xterm-256color", true};  // the key wait polls descriptor 0
+  int _pipe[2] = {-1, -1};
+  unsigned int _savedIdle = 0;
+};
+
+IpConfig StaticIpv4() {
+  IpConfig config;
+  config.SetIpv4Address(Ipv4Address("10.0.0.5"));
+  config.SetIpv4Netmask(Ipv4Address("255.255.255.0"));
+  config.SetIpv4Gateway(Ipv4Address("10.0.0.1"));
+  return config;
+}
+
+TEST_F(NetworkDialogsTest, Ipv4) {
+  const struct {
+    const char* name;
+    bool useNone, useDhcp;
+    std::string keys;
+    bool dhcp, none;
+    const char *address, *netmask, *gateway;
+  } cases[] = {
+      {"DHCP with a stale static address", false, true, kEnter, true, false, "10.0.0.5",
+       "255.255.255.0", "0.0.0.0"},
+      {"Space marks none", false, false, " " + kEnter, false, true, "10.0.0.5", "255.255.255.0",
+       "0.0.0.0"},
+      {"Space on a field keeps static", false, false, Repeat(kDown, 3) + " " + kEnter, false,
+       false, "10.0.0.5", "255.255.255.0", "10.0.0.1"},
+      // A long paste stops at the longest address, so fifteen backspaces empty
+      // the field; junk never reaches it; the bad subnet takes the focus.
+      {"typed, refused, corrected", true, false,
+       kDown + kDown + " " + kDown + Repeat("1", 1000) + Repeat(kBackspace, 15) +
+           "192.168abc.1:" + kJunk + ".1" + kDown + "255.0.255.0" + kEnter + kEnter +
+           Repeat(kBackspace, 11) + "255.255.0.0" + kEnter,
+       false, false, "192.168.1.1", "255.255.0.0", "10.0.0.1"},
+  };
+  for (const auto& c : cases) {
+    IPConfigurationDialog dialog(nullptr, c.useNone, c.useDhcp, StaticIpv4());
+    ASSERT_EQ(Drive(dialog, c.keys), 1) << c.name;
+    const IpConfig& result = dialog.GetConfiguration();
+    EXPECT_EQ(result.GetUseDhcp(), c.dhcp) << c.name;
+    EXPECT_EQ(result.GetIpv4UseNone(), c.none) << c.name;
+    EXPECT_EQ(result.GetIpv4Address().GetStringAddress(), c.address) << c.name;
+    EXPECT_EQ(result.GetIpv4Netmask().GetStringAddress(), c.netmask) << c.name;
+    EXPECT_EQ(result.GetIpv4Gateway().GetStringAddress(), c.gateway) << c.name;
+  }
+  IPConfigurationDialog cancelled(nullptr, false, false, StaticIpv4());
+  EXPECT_EQ(Drive(cancelled, Repeat(kDown, 3) + "1" + kEsc), 0);
+}
+
+TEST_F(NetworkDialogsTest, Dns) {
+  const Ipv4Address primary("10.0.0.1");
+  const Ipv6Address alternate("2001:db8::53");
+  // Static IPv4: the choices are locked and the primary field has the focus.
+  DNSConfigurationDialog dialog(nullptr, false, false, &primary, &alternate, "old");
+  // The bad primary server takes the focus back from the hostname.
+  ASSERT_EQ(Drive(dialog, "10.0.0.300" + kDown + "10.0.0.2g" + kJunk + kDown + "my_host!" + kJunk +
+                              ".lab" + kEnter + kEnter + Repeat(kBackspace, 3) + "1" + kEnter),
+            1);
+  EXPECT_FALSE(dialog.GetAutomatic());
+  ASSERT_NE(dialog.GetPrimary(), nullptr);
+  EXPECT_EQ(dialog.GetPrimary()->GetStringAddress(), "10.0.0.1");
+  ASSERT_NE(dialog.GetAlternate(), nullptr);
+  EXPECT_TRUE(dialog.GetAlternate()->IsIpv4());
+  EXPECT_EQ(dialog.GetAlternate()->GetStringAddress(), "10.0.0.2");
+  EXPECT_EQ(dialog.GetHostname(), "myhost.lab");
+
+  // Automatic and nothing selectable: Enter keeps what came in.
+  DNSConfigurationDialog automatic(nullptr, true, false, &primary, nullptr, "old");
+  ASSERT_EQ(Drive(automatic, " " + kEnter), 1);
+  EXPECT_TRUE(automatic.GetAutomatic());
+  EXPECT_EQ(automatic.GetPrimary()->GetStringAddress(), "10.0.0.1");
+  EXPECT_EQ(automatic.GetAlternate(), nullptr);
+  EXPECT_EQ(automatic.GetHostname(), "old");
+}
+
+TEST_F(NetworkDialogsTest, VlanAndSuffixes) {
+  const struct {
+    uint16_t initial;
+    std::string keys;
+    int result;
+    uint16_t id;
+  } vlans[] = {
+      {0, "abc4094" + kJunk + kEnter, 1, 4094},
+      {12, kBackspace + kEnter, 1, 0},
+      {0, "4095" + kEnter + kEnter, 1, 4095},  // the warning is dismissed, the ID kept
+      {7, "0" + kEnter + kEnter + kEsc, 0, 7},
+      {7, "4096" + kEnter + kEnter + Repeat(kBackspace, 4) + "99999" + kEnter + kEnter +
+              Repeat(kBackspace, 5) + "1" + kEnter,
+       1, 1},
+  };
+  for (const auto& v : vlans) {
+    VlanDialog dialog(nullptr, v.initial);
+    EXPECT_EQ(Drive(dialog, v.keys), v.result) << v.keys;
+    if (v.result == 1) {
+      EXPECT_EQ(dialog.GetVlanId(), v.id) << v.keys;
+    }
+  }
+
+  SuffixesDialog unchanged(nullptr, "a.com,b.com c.com");
+  ASSERT_EQ(Drive(unchanged, kEnter), 1);
+  EXPECT_EQ(unchanged.GetText(), "a.com,b.com c.com");
+  SuffixesDialog typed(nullptr, "a.com");
+  ASSERT_EQ(Drive(typed, "x_y.com, z-1.org" + kJunk + kEnter), 1);
+  EXPECT_EQ(typed.GetText(), "xy.com, z-1.org");
+}
+
+TEST_F(NetworkDialogsTest, Ipv6DynamicChoices) {
+  const struct {
+    bool dhcpv6, ra;
+    std::string keys;
+    bool enabled, dhcpv6After, raAfter;
+  } cases[] = {
+      {true, false, kDown + " " + kEnter, true, true, false},   // DHCPv6 checked: kept
+      {false, true, kDown + " " + kEnter, true, false, true},   // unchecked: RA
+      {false, true, kDown + kDown + " " + kEnter, true, true, false},  // the box toggles
+      {true, false, " " + kEnter, false, true, false},          // disabling keeps the flags
+  };
+  for (const auto& c : cases) {
+    IpConfig choices;
+    choices.SetUseIpv6Dhcp(c.dhcpv6);
+    choices.SetUseIpv6RouterAdvertised(c.ra);
+    IPv6ConfigurationDialog dialog(nullptr, true, choices, IpConfig());
+    ASSERT_EQ(Drive(dialog, c.keys), 1) << c.keys;
+    EXPECT_EQ(dialog.GetEnabled(), c.enabled) << c.keys;
+    EXPECT_EQ(dialog.GetConfiguration().GetUseIpv6Dhcp(), c.dhcpv6After) << c.keys;
+    EXPECT_EQ(dialog.GetConfiguration().GetUseIpv6RouterAdvertised(), c.raAfter) << c.keys;
+    EXPECT_FALSE(dialog.GetAddressesEdited());
+  }
+}
+
+TEST_F(NetworkDialogsTest, Ipv6StaticAddresses) {
+  IpConfig addresses;
+  addresses.AddIpv6Network(Ipv6Network("fe80::250:56ff:fe01:2/64"));  // the interface's own
+  addresses.AddIpv6Network(Ipv6Network("2001:db8::7/64"));
+  // Off at first; the box is skipped on the way down to the static choice.
+  IPv6ConfigurationDialog dialog(nullptr, false, IpConfig(), addresses);
+  ASSERT_EQ(Drive(dialog, kDown + kDown + " " + kDown + "fe80::1/64" + kEnter + kEnter +
+                              Repeat(kBackspace, 10) + "2001:db8::5/64" + kJunk + kDown + kDown +
+                              kDown + "2001:db8::1" + kEnter),
+            1);
+  EXPECT_TRUE(dialog.GetEnabled());
+  EXPECT_TRUE(dialog.GetAddressesEdited());
+  const IpConfig& result = dialog.GetConfiguration();
+  EXPECT_FALSE(result.GetUseIpv6Dhcp() || result.GetUseIpv6RouterAdvertised());
+  ASSERT_EQ(result.GetIpv6Network().size(), 1u) << "the fields are the whole static list";
+  EXPECT_EQ(result.GetIpv6Network()[0].GetStringAddress(), "2001:db8::5/64");
+  EXPECT_EQ(result.GetIpv6Gateway().GetStringAddress(), "2001:db8::1");
+
+  // Untouched fields hand back what came in; an empty gateway stays empty.
+  IPv6ConfigurationDialog untouched(nullptr, true, IpConfig(), addresses);
+  ASSERT_EQ(Drive(untouched, kEnter), 1);
+  EXPECT_FALSE(untouched.GetAddressesEdited());
+  EXPECT_EQ(untouched.GetConfiguration().GetIpv6Network(), addresses.GetIpv6Network());
+  EXPECT_TRUE(untouched.GetConfiguration().GetIpv6Gateway().IsUnspecified());
+}
+
+// On the distributed-switch host, for a standard switch with pnic2: pnic0 and
+// pnic1 belong to the distributed switch, so taking them needs a yes.
+TEST_F(NetworkDialogsTest, AdapterChoice) {
+  SimHostTest::SimRoot root("dvs");
+  const std::string kUp = "\x1b[A";
+  using Uplinks = std::vector<std::string>;
+  const struct {
+    const char* name;
+    std::string keys;
+    int result;
+    Uplinks uplinks;
+  } cases[] = {
+      {"taken after the yes", " " + kEnter + kEnter, 1, {"pnic2", "pnic0"}},
+      {"no keeps the list open", " " + kEnter + kEsc + " " + kEnter, 1, {"pnic2"}},
+      {"in the order marked", kDown + " " + kUp + " " + kEnter + kEnter, 1,
+       {"pnic2", "pnic1", "pnic0"}},
+      {"none is refused", kDown + kDown + " " + kEnter + kEnter + kEsc, 0, {"pnic2"}},
+      {"details", "d" + kEnter + kEnter, 1, {"pnic2"}},
+  };
+  for (const auto& c : cases) {
+    AdaptersDialog dialog(nullptr, {"pnic2"}, 1, "vSwitch0");
+    EXPECT_EQ(Drive(dialog, c.keys), c.result) << c.name;
+    if (c.result == 1) {
+      EXPECT_EQ(dialog.GetUplinks(), c.uplinks) << c.name;
+      EXPECT_EQ(dialog.GetMaxActiveUplinks(), static_cast<int>(c.uplinks.size())) << c.name;
+    }
+  }
+  EXPECT_EQ(UsedAdaptersDialog::Body({Adapter{"pnic0", {}, {}, {}, "DSwitch-Prod"}}, "vSwitch0"),
+            "pnic0 will be removed from DSwitch-Prod and added to vSwitch0.\n");
+}
+
+}  // namespace
+}  // namespace Merel
