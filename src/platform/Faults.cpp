@@ -11,7 +11,7 @@ namespace Platform {
 
 namespace {
 
-constexpr std::array<std::string_view, 102> kCalls = {
+constexpr std::array<std::string_view, 109> kCalls = {
     "AdvancedOptionImpl.FindOption",
     "AdvancedOptionImpl.SetIntegerOption",
     "CpuInfoImpl.GetDescription",
@@ -26,6 +26,7 @@ constexpr std::array<std::string_view, 102> kCalls = {
     "DnsConfigImpl.AddSearchDomain",
     "DnsConfigImpl.GetDomain",
     "DnsConfigImpl.GetHostname",
+    "DnsConfigImpl.GetIpv6NameServers",
     "DnsConfigImpl.GetNameServers",
     "DnsConfigImpl.GetSearchDomains",
     "DnsConfigImpl.RemoveNameServers",
@@ -57,6 +58,9 @@ constexpr std::array<std::string_view, 102> kCalls = {
     "NetworkInfoImpl.GetManagementInterface",
     "NetworkInfoImpl.GetPnics",
     "NetworkInfoImpl.IsNetDumperEnabled",
+    "NetworkInfoImpl.IsNexIpv6Enabled",
+    "NetworkInfoImpl.IsNexIpv6EnabledAfterReboot",
+    "NetworkInfoImpl.SetNexIpv6Enabled",
     "NetworkInfoImpl.UpdateManagementInterface",
     "NexCtl_Exec",
     "NexNic.Disable",
@@ -69,6 +73,7 @@ constexpr std::array<std::string_view, 102> kCalls = {
     "NexNic.IsEnabled",
     "NexNic.IsManagement",
     "NexNic.RenewDhcpLease",
+    "NexNic.RenewIpv6DhcpLease",
     "NexNic.Restart",
     "NexNic.SetIpConfig",
     "NexNic.SetMacAddress",
@@ -92,7 +97,9 @@ constexpr std::array<std::string_view, 102> kCalls = {
     "PortsetImpl.IsValidVirtualSwitch",
     "ResourceInfoImpl.GetVirtualMachines",
     "ResourceInfoImpl.HasRunningVirtualMachines",
+    "RoutingInfoImpl.GetIpv6NexelDefaultGateway",
     "RoutingInfoImpl.GetNexelDefaultGateway",
+    "RoutingInfoImpl.SetIpv6NexelDefaultGateway",
     "RoutingInfoImpl.SetNexelDefaultGateway",
     "SmartCardInfoImpl.GetUserId",
     "SmartCardInfoImpl.IsCardPresent",
