@@ -107,7 +107,7 @@ std::string AdapterLine(const std::string& name, int width) {
   try {
     HostCtl::Network::PnicInfo info = NexCtl::Network::PnicImpl(name).GetInfo();
     label = !info.label.empty() ? info.label : info.mac.GetStringAddress();
-  } catch (const HostCtlException& e) {
+  } catch (const HostCtlException&) {
     label = "N/A";
   }
   const size_t room = static_cast<size_t>(std::max(width, 0));

@@ -344,6 +344,7 @@ INSTANTIATE_TEST_SUITE_P(
     Steps,
     ApplyFailureTest,
     testing::Values(FailCase{"NexNic.GetIpConfigs", "Setting ip configuration failed: "},
+                    FailCase{"SetNexIpv6Enabled", "Setting ipv6 configuration failed: "},
                     FailCase{"NexNic.SetIpConfig", "Setting ip/ipv6 configuration failed: "},
                     FailCase{"SetNexelDefaultGateway", "Setting default gateway failed: "},
                     FailCase{"NexNic.Restart", "Restarting management interface failed: "},
