@@ -33,6 +33,25 @@ std::unique_ptr<Terminal> OpenTroubleshooting(SimHost& host, TerminalOptions opt
   return console;
 }
 
+// The window's own title shows behind its dialogs: a dialog is closed (and
+// has done its work) once its title is gone.
+bool Closed(Terminal& console, const std::string& dialogTitle) {
+  return console.WaitFor([&] { return !Contains(console.Text(), dialogTitle); }) &&
+         console.WaitUntilQuiet();
+}
+
+// Types `keys` one at a time, each after the screen showed the last one: the
+// console drops keys that arrive while it draws. A key the field ignores
+// changes nothing and costs a short wait.
+void TypeKeys(Terminal& console, const std::string& keys) {
+  for (char key : keys) {
+    const std::string before = console.Text();
+    console.Send(std::string(1, key));
+    console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
+    console.WaitUntilQuiet();
+  }
+}
+
 // Enter on the entry whose heading (the first line of it) is `entry`,
 // waiting for `expected`.
 bool Choose(Terminal& console, const std::string& entry, const std::string& expected) {
@@ -143,19 +162,14 @@ TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
   auto console = OpenTroubleshooting(host);
   ASSERT_TRUE(console);
   ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
-  console->SendKey(Key::kEnd);
-  for (int i = 0; i < 3; ++i) {
-    console->Send("\x7f");  // Backspace over the preset "10"
-  }
-  console->SendText(c.typed);
-  console->WaitUntilQuiet();
+  TypeKeys(*console, "\x7f" + c.typed);  // Backspace empties the preset "10"
   console->SendKey(Key::kEnter);
   if (c.refused) {
     ASSERT_TRUE(WaitQuiet(*console, "Timeout value must be between 0 (disabled) and 1440 minutes"))
         << console->Text();
     console->SendKey(Key::kEnter);
   }
-  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  ASSERT_TRUE(Closed(*console, "Set idle timeout for MEREL access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), c.stored);
   if (*c.syslog != '\0') {
     EXPECT_TRUE(host.WaitForSyslog(c.syslog)) << host.Syslog();
@@ -185,10 +199,9 @@ TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   auto console = OpenTroubleshooting(host, FastClock(host));
   ASSERT_TRUE(console);
   ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
-  console->SendText("1");  // replaces the preset value
-  console->WaitUntilQuiet();
+  TypeKeys(*console, "1");  // replaces the preset value
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  ASSERT_TRUE(Closed(*console, "Set idle timeout for MEREL access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
   // Sixty idle seconds pass in about three.
   EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
@@ -203,16 +216,14 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   ASSERT_TRUE(Choose(*console, "Modify Tarvik Shell and SSH", "Availability timeout"))
       << console->Text();
   ExpectGoldenScreen(*console, "shell-timeouts");
-  console->SendText("1440");
-  console->WaitUntilQuiet();
+  TypeKeys(*console, "1440");
   console->SendKey(Key::kDown);
-  console->WaitUntilQuiet();
-  console->SendText("1441");
-  console->WaitUntilQuiet();
+  console->WaitUntilQuiet(milliseconds(200));
+  TypeKeys(*console, "1441");
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Invalid timeout value")) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  ASSERT_TRUE(Closed(*console, "Set the timeouts for Tarvik Shell access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
   EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
@@ -273,7 +284,7 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
                                    "[obsv.user.merel.restarting.hostagents] Restarting host agents"));
   EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
   console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
+  EXPECT_TRUE(Closed(*console, "Restart Management Agents: Confirm")) << console->Text();
 }
 
 INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),
