@@ -37,6 +37,7 @@ TEST(MenuScreenTest, RemoteTerminalHasNoKeyboardEntry) {
   const std::vector<std::string> expected = {"Configure Password",
                                              "Configure Lockdown Mode",
                                              "",
+                                             "Configure DriverVM Devices",
                                              "Configure Management Network",
                                              "Restart Management Network",
                                              "Test Management Network",

@@ -194,7 +194,7 @@ struct DriverVmEntryCase {
 // The entry follows the host's device assignment state: hidden, grey, usable.
 TEST(DriverVmScreenTest, EntryFollowsTheAssignmentState) {
   const DriverVmEntryCase cases[] = {
-      {"", false, false}, {"device-assignment-1", true, false}, {"device-assignment-2", true, true}};
+      {"static-ipv4", false, false}, {"device-assignment-1", true, false}, {"", true, true}};
   for (const auto& c : cases) {
     SimHost host(c.fixture);
     ASSERT_TRUE(host.Ok());
