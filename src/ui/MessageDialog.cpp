@@ -2,7 +2,10 @@
 // message cannot be dismissed by a stray Escape meant for the screen below.
 #include "MessageDialog.h"
 
+#include <algorithm>
+
 #include "StringFactory.h"
+#include "TextArea.h"
 #include "Terminal.h"
 
 namespace Merel {
@@ -12,16 +15,31 @@ namespace {
 constexpr int kWidth = 70;
 constexpr int kHeight = 10;
 constexpr int kTitleHeight = 7;
+// The message sits in the title area, 3 columns in from either side and
+// below the title: 3 lines in the stock size.
+constexpr int kMessageWidth = kWidth - 6;
+constexpr int kMessageLines = kTitleHeight - 4;
+
+// Rows the box grows by so that a long message (a host's error text, the
+// two paragraphs of a warning) is shown whole instead of cut off; the stock
+// 70 x 10 box for everything that fits, and never taller than the screen.
+int ExtraRows(const std::string& message) {
+  const int lines =
+      TextArea::CountLines(TextArea::Layout(message, kMessageWidth, TextArea::Variables()));
+  return std::clamp(lines - kMessageLines, 0, std::max(0, LINES - kHeight));
+}
+
+const char* MessageText(uint32_t messageKey) {
+  return GetStringFactory("en_US")->GetString(messageKey);
+}
 
 }  // namespace
 
 MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, uint32_t messageKey)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
-      _titleKey(titleKey),
-      _message(_strings->GetString(messageKey)) {}
+    : MessageDialog(parent, titleKey, std::string(MessageText(messageKey))) {}
 
 MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string message)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+    : Dialog(parent, kWidth, kHeight + ExtraRows(message), kTitleHeight + ExtraRows(message)),
       _titleKey(titleKey),
       _message(std::move(message)) {}
 

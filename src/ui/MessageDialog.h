@@ -1,4 +1,5 @@
-// A 70 x 10 dialog with a title and a message, closed only by Enter.
+// A 70 x 10 dialog with a title and a message, closed only by Enter; taller
+// only when the message needs more than its three lines.
 #pragma once
 
 #include <cstdint>

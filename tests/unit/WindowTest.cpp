@@ -145,5 +145,14 @@ TEST_F(WindowTest, MessageDialogIsCentredAtFiveSeven) {
             (std::array{5, 7, 70, 10}));
 }
 
+// A message longer than the stock box's three lines (the VLAN 4095 warning
+// has two paragraphs) makes the box taller rather than being cut off.
+TEST_F(WindowTest, LongMessageGrowsTheBox) {
+  const std::string paragraph(120, 'x');
+  MessageDialog dialog(nullptr, 17, paragraph + "\n\n" + paragraph);
+  EXPECT_EQ(getmaxy(dialog.GetWindow()), 10 + 2);
+  EXPECT_EQ(getmaxx(dialog.GetWindow()), 70);
+}
+
 }  // namespace
 }  // namespace Merel
