@@ -261,6 +261,46 @@ TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
   ExpectLines(host, {"Setting suffixes to example.test"});
 }
 
+// The switch side and static IPv6 in one pass: a disconnected adapter added
+// to the uplinks, a VLAN, a second static IPv6 address.
+TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+
+  OpenDialog(*console, "Network Adapters", "pnic2");
+  Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("pnic2"), std::string::npos) << console->Text();
+
+  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  TypeText(*console, "20");
+  Accept(*console);
+
+  // The demo host's address stays in the first field; the second one is added.
+  // The dialog opens on its first choice; the DHCPv6 box is skipped.
+  OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
+  TypeText(*console, "2001:db8::5/64");
+  Accept(*console);
+  EXPECT_NE(RightText(*console).find("2001:db8::5/64"), std::string::npos) << console->Text();
+
+  ApplyChanges(*console);
+  const nlohmann::json state = host.HostJson();
+  const nlohmann::json& group = state["network"]["vswitches"][0]["portGroups"][0];
+  EXPECT_EQ(group["vlanId"], 20);
+  const nlohmann::json& active = group["activeUplinks"];
+  const nlohmann::json& standby = group.value("standbyUplinks", nlohmann::json::array());
+  EXPECT_TRUE(std::find(active.begin(), active.end(), "pnic2") != active.end() ||
+              std::find(standby.begin(), standby.end(), "pnic2") != standby.end())
+      << group.dump();
+  EXPECT_NE(Nex0(state).dump().find("2001:db8::5"), std::string::npos) << Nex0(state).dump();
+  ExpectLines(host, {"Setting adapters to pnic0 pnic1 pnic2",
+                     "Changed vlan, restarting management interface",
+                     "Setting ipv6 configuration"});
+}
+
 // Nothing reaches the host unless the user says yes: an accepted dialog
 // without a change asks nothing, Esc in the question goes back to the
 // window, N drops the edits.
