@@ -1,0 +1,196 @@
+// Restarting and testing the management network from the menu, on a
+// simulated host: what the screen shows, and what the host saw.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char kF11[] = "\x1b[23~";
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::unique_ptr<Terminal> OpenEntry(SimHost& host, const std::string& entry,
+                                    const std::string& expected) {
+  auto console = LogIn(host);
+  if (!console || !SelectEntry(*console, entry)) {
+    ADD_FAILURE() << "no entry " << entry;
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  return console;
+}
+
+const nlohmann::json& Nex0(const nlohmann::json& state) {
+  for (const auto& nic : state["network"]["nics"]) {
+    if (nic["name"] == "nex0") {
+      return nic;
+    }
+  }
+  static const nlohmann::json none;
+  return none;
+}
+
+// The dialog's line that starts with `step`, up to the dialog's border and
+// without trailing blanks; "" if none.
+std::string RowWith(const Terminal& console, const std::string& step) {
+  for (int y = 0; y < 25; ++y) {
+    const int x = console.Find(y, step);
+    if (x >= 0) {
+      std::string row = CellText(console, y, x, 80 - x);
+      row = row.substr(0, row.find("\u2502"));
+      return row.erase(row.find_last_not_of(' ') + 1);
+    }
+  }
+  return "";
+}
+
+// Only F11 confirms; Esc leaves the interface alone. The run shows the
+// steps and the static address; the host saw a stop and a start; only Enter
+// closes the result.
+TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 0);
+
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Restart management network now?"));
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  const std::string text = console->Text();
+  EXPECT_TRUE(Contains(text, "Stopping management network. Done.")) << text;
+  EXPECT_TRUE(Contains(text, "Starting management network.")) << text;
+  EXPECT_TRUE(Contains(text, "   IP address is  10.20.30.40")) << text;
+  ExpectGoldenScreen(*console, "restart-network-static");
+  const nlohmann::json nic = Nex0(host.HostJson());
+  EXPECT_EQ(nic.value("stops", 0), 1);
+  EXPECT_TRUE(nic.value("enabled", false));
+  EXPECT_TRUE(host.WaitForSyslog("Restarting nex0"));
+  EXPECT_TRUE(Contains(host.ObsvLog(), "obsv.user.merel.network.restart")) << host.ObsvLog();
+
+  console->SendKey(Key::kEscape);
+  console->WaitUntilQuiet(milliseconds(200));
+  EXPECT_TRUE(Contains(console->Text(), "<Enter> OK"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// Types `text` into the host-name field in place of what it holds.
+void ReplaceHostname(Terminal& console, const std::string& text) {
+  console.SendKeys({Key::kDown, Key::kDown, Key::kDown, Key::kEnd});
+  console.WaitUntilQuiet();
+  for (int i = 0; i < 30; ++i) {
+    console.Send("\x7f");
+  }
+  console.WaitUntilQuiet();
+  console.SendText(text);
+  console.WaitUntilQuiet();
+}
+
+struct TestCase {
+  const char* name;
+  const char* hostname;  // null: keep the default (the host's own name)
+  bool leftoverBackup;
+  std::vector<std::pair<std::string, std::string>> verdicts;  // step, verdict
+};
+
+class NetworkTestRun : public ::testing::TestWithParam<TestCase> {};
+
+// The fixture's gateway and first DNS server answer; its second DNS server
+// does not (taken out of the reachable list below).
+TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
+  const TestCase& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["reachable"] = {"10.20.30.2"};
+  });
+  const std::string hosts = host.ReadFile("/etc/hosts");
+  if (c.leftoverBackup) {
+    host.WriteFile("/etc/hosts.backup", "# kept from an earlier run\n");
+  }
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  if (c.hostname != nullptr) {
+    ReplaceHostname(*console, c.hostname);
+  }
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  for (const auto& [step, verdict] : c.verdicts) {
+    const std::string row = RowWith(*console, step);
+    EXPECT_TRUE(row.size() > verdict.size() &&
+                row.compare(row.size() - verdict.size(), verdict.size(), verdict) == 0)
+        << step << " -> " << row << "\n" << console->Text();
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  // The resolve step always leaves the hosts file as it found it.
+  EXPECT_EQ(host.ReadFile("/etc/hosts"), hosts);
+  if (c.leftoverBackup) {
+    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "# kept from an earlier run\n");
+    EXPECT_TRUE(host.WaitForSyslog("failed to backup /etc/hosts: "));
+  } else {
+    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkOpsTest,
+    NetworkTestRun,
+    ::testing::Values(
+        TestCase{"NameResolves",
+                 nullptr,
+                 false,
+                 {{"Pinging address #1 (10.20.30.1).", "OK."},
+                  {"Pinging address #2 (10.20.30.2).", "OK."},
+                  {"Pinging address #3 (10.20.30.3).", "Failed."},
+                  {"Resolving hostname (static-host.lab.test).", "OK."}}},
+        TestCase{"NameUnknown",
+                 "nowhere.lab.test",
+                 false,
+                 {{"Pinging address #1 (10.20.30.1).", "OK."},
+                  {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
+        TestCase{"LeftoverBackup",
+                 nullptr,
+                 true,
+                 {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A ping that does not end: Esc still leaves at once, and a later run works.
+TEST(NetworkOpsTest, EscInterruptsASlowPing) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["pingDelayMs"] = {{"10.20.30.1", 600000}};
+  });
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Pinging address #1 (10.20.30.1).")) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Pinging address #2"));
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["pingDelayMs"] = nlohmann::json::object(); });
+  ASSERT_TRUE(SelectEntry(*console, "Test Management Network"));
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Ping Address #0:"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+}
+
+}  // namespace
