@@ -20,7 +20,7 @@ class TestDialog : public Dialog {
   int Loop() override;
 
   // The addresses the fields start with: the first three candidates, in
-  // order, that are neither empty nor unspecified.
+  // order, that are neither empty nor 0.0.0.0 nor ::.
   static std::vector<std::string> DefaultTargets(const std::vector<std::string>& candidates);
 
  private:
