@@ -189,8 +189,9 @@ INSTANTIATE_TEST_SUITE_P(
                   {"Pinging address #2 (10.20.30.2).", "OK."},
                   {"Pinging address #3 (10.20.30.3).", "Failed."},
                   {"Resolving hostname (static-host.lab.test).", "OK."}}},
+        // A blank typed into the name never reaches it.
         TestCase{"NameUnknown",
-                 "nowhere.lab.test",
+                 "nowhere .lab.test",
                  false,
                  {{"Pinging address #1 (10.20.30.1).", "OK."},
                   {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
@@ -199,6 +200,26 @@ INSTANTIATE_TEST_SUITE_P(
                  true,
                  {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// A field that holds no address keeps the user in the dialog with the
+// message, the field in focus; nothing is run.
+TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKeys({Key::kDown, Key::kEnd});
+  console->WaitUntilQuiet();
+  console->SendText("::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Invalid IP or IPv6 address.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Invalid IP"); }));
+  console->WaitUntilQuiet();
+  EXPECT_TRUE(Contains(console->Text(), "Ping Address #1:")) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Pinging address")) << console->Text();
+}
 
 // Children of the console's session that have ended and not been reaped.
 int Zombies(const Terminal& console) {
