@@ -123,7 +123,16 @@ bool RunTestDialog::WaitStep(pid_t pid) {
       break;
     }
     ReapAbandoned();
-    const int key = Frame::WaitForKey(this, true);
+    int key;
+    try {
+      key = Frame::WaitForKey(this, true);
+    } catch (const MerelTimeout&) {
+      // The session ends with the step still running: reaped like an
+      // interrupted one.
+      _abandoned.push_back(childPid);
+      childPid = -1;
+      throw;
+    }
     if (key == kKeyEscape) {
       // Not killed and not awaited: the next run (or the end of the
       // console) reaps it.
@@ -218,7 +227,13 @@ bool RunTestDialog::ResolveStep() {
   const pid_t pid = fork();
   if (pid == 0) {
     ResetSignalsInChild();
-    _exit(ResolveInChild(_hostname));
+    int status = 1;
+    try {
+      status = ResolveInChild(_hostname);
+    } catch (...) {
+      // Nothing may unwind into the console's own code in the child.
+    }
+    _exit(status);
   }
   return WaitStep(pid);
 }

@@ -295,8 +295,16 @@ void GeneralWindow::RestartManagementNetwork() {
     Frame::Run(&dialog);
     return;
   }
-  RestartNetworkDialog dialog(this, _mgmtIntf.get());
-  Frame::Run(&dialog);
+  try {
+    RestartNetworkDialog dialog(this, _mgmtIntf.get());
+    Frame::Run(&dialog);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    // The interface may be left down: the user must be told, and can try again.
+    Platform::Syslog(LOG_ERR, "Restarting the management network failed: %s", e.what());
+    MessageDialog dialog(this, Strings::kRestartNetworkErrorTitle,
+                         Strings::kManagementInterfaceFailed);
+    Frame::Run(&dialog);
+  }
 }
 
 void GeneralWindow::Open(uint32_t key) {

@@ -1,6 +1,7 @@
 // Restarting and testing the management network from the menu, on a
 // simulated host: what the screen shows, and what the host saw.
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -117,6 +118,23 @@ TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
   EXPECT_LT(console->Find(starting, "Done."), 0) << text;
   EXPECT_GE(console->Find(starting + 1, "Done."), 0) << text;
   EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 1);
+}
+
+// A host call that fails during the restart ends it with the menu's message.
+TEST(NetworkOpsTest, AFailedRestartIsReported) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
+                           "' NexNic.Enable 'interface busy'";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  EXPECT_TRUE(WaitQuiet(*console, "Operation on the management network interface failed."))
+      << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Restarting the management network failed: interface busy"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }
 
 // Types `text` into the host-name field in place of what it holds.
