@@ -16,13 +16,13 @@ DoRestartNetworkDialog::DoRestartNetworkDialog(Frame* parent, HostCtl::Network::
   // static interface with an IPv6 address need all of it.
   const int height = _bodyWindow->GetHeight() - 2;
   if (height >= 1) {
-    _text = &_bodyWindow->AddChild<TextArea>(2, 0, _bodyWindow->GetWidth() - 4, height,
-                                             kDarkGrey);
+    _text = &_bodyWindow->AddChild<TextArea>(2, 0, _bodyWindow->GetWidth() - 4, height, kDarkGrey);
   }
 }
 
 std::string DoRestartNetworkDialog::Ipv6Lines(
-    const std::vector<HostCtl::Network::Ipv6Network>& networks, const std::string& label) {
+    const std::vector<HostCtl::Network::Ipv6Network>& networks,
+    const std::string& label) {
   std::string lines;
   int shown = 0;
   for (size_t i = 0; i < networks.size(); ++i) {
@@ -75,8 +75,7 @@ int DoRestartNetworkDialog::Loop() {
   append(" ");
   if (!useDhcp) {
     // A leased address is not awaited, so only a static one is shown.
-    append("\n   " + label + " " +
-                    _nic->GetIpConfig().GetIpv4Address().GetStringAddress() + "\n");
+    append("\n   " + label + " " + _nic->GetIpConfig().GetIpv4Address().GetStringAddress() + "\n");
   }
   const auto networks = _nic->GetIpConfig().GetIpv6Network();
   if (!networks.empty()) {

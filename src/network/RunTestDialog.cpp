@@ -78,7 +78,9 @@ RunTestDialog::RunTestDialog(Frame* parent,
                              HostCtl::Network::IpAddress* target2,
                              HostCtl::Network::IpAddress* target3,
                              std::string hostname)
-    : Dialog(parent, 75, 13, 5), _targets{target1, target2, target3}, _hostname(std::move(hostname)) {
+    : Dialog(parent, 75, 13, 5),
+      _targets{target1, target2, target3},
+      _hostname(std::move(hostname)) {
   if (_contentWindow != nullptr) {
     _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
                                                 _contentWindow->GetHeight(),
@@ -221,7 +223,8 @@ int RunTestDialog::ResolveInChild(const std::string& hostname) {
 
 bool RunTestDialog::ResolveStep() {
   if (_text != nullptr) {
-    _text->AppendText(std::string(_strings->GetString(Strings::kResolvingHostname)) + " (" + _hostname + ").");
+    _text->AppendText(std::string(_strings->GetString(Strings::kResolvingHostname)) + " (" +
+                      _hostname + ").");
   }
   Window::UpdateTerminal();
   const pid_t pid = fork();

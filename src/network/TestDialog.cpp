@@ -35,8 +35,8 @@ std::vector<std::string> Candidates() {
     NexCtl::Network::DnsConfigImpl dns("defaultNetStack");
     const bool ipv6 = NexCtl::Network::NetworkInfoImpl().IsNexIpv6Enabled();
     const auto servers = dns.GetNameServers();
-    const auto ipv6Servers = ipv6 ? dns.GetIpv6NameServers()
-                                  : std::vector<HostCtl::Network::Ipv6Address>();
+    const auto ipv6Servers =
+        ipv6 ? dns.GetIpv6NameServers() : std::vector<HostCtl::Network::Ipv6Address>();
     candidates.push_back(routing.GetNexelDefaultGateway().GetStringAddress());
     if (ipv6) {
       candidates.push_back(routing.GetIpv6NexelDefaultGateway().GetStringAddress());
@@ -100,7 +100,8 @@ TestDialog::TestDialog(Frame* parent) : Dialog(parent, 70, 14, 6) {
   for (int i = 0; i < kAddressFields; ++i) {
     // Numbered from 0 here, while the run numbers its lines from 1.
     auto field = std::make_unique<InputItem>(
-        std::string(_strings->GetString(Strings::kPingAddressLabel)) + " #" + std::to_string(i) + ":",
+        std::string(_strings->GetString(Strings::kPingAddressLabel)) + " #" + std::to_string(i) +
+            ":",
         static_cast<size_t>(i) < targets.size() ? targets[i] : "", kFieldLength);
     _fields.push_back(field.get());
     items.push_back(std::move(field));
@@ -180,8 +181,7 @@ int TestDialog::Loop() {
         return 1;
       }
       default: {
-        const bool accepted =
-            selection == kHostnameField ? IsHostnameKey(key) : IsAddressKey(key);
+        const bool accepted = selection == kHostnameField ? IsHostnameKey(key) : IsAddressKey(key);
         if (accepted && FieldKeys::Fits(*_fields[selection], key, kFieldLength)) {
           _fields[selection]->HandleKey(key);
         }

@@ -25,7 +25,8 @@ bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-std::unique_ptr<Terminal> OpenEntry(SimHost& host, const std::string& entry,
+std::unique_ptr<Terminal> OpenEntry(SimHost& host,
+                                    const std::string& entry,
                                     const std::string& expected) {
   auto console = LogIn(host);
   if (!console || !SelectEntry(*console, entry)) {
@@ -164,9 +165,7 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   const TestCase& c = GetParam();
   SimHost host("static-ipv4");
   ASSERT_TRUE(host.Ok());
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["network"]["reachable"] = {"10.20.30.2"};
-  });
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["reachable"] = {"10.20.30.2"}; });
   const std::string hosts = host.ReadFile("/etc/hosts");
   if (c.leftoverBackup) {
     host.WriteFile("/etc/hosts.backup", "# kept from an earlier run\n");
@@ -182,7 +181,8 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
     const std::string row = RowWith(*console, step);
     EXPECT_TRUE(row.size() > verdict.size() &&
                 row.compare(row.size() - verdict.size(), verdict.size(), verdict) == 0)
-        << step << " -> " << row << "\n" << console->Text();
+        << step << " -> " << row << "\n"
+        << console->Text();
   }
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
@@ -199,24 +199,23 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
 INSTANTIATE_TEST_SUITE_P(
     NetworkOpsTest,
     NetworkTestRun,
-    ::testing::Values(
-        TestCase{"NameResolves",
-                 nullptr,
-                 false,
-                 {{"Pinging address #1 (10.20.30.1).", "OK."},
-                  {"Pinging address #2 (10.20.30.2).", "OK."},
-                  {"Pinging address #3 (10.20.30.3).", "Failed."},
-                  {"Resolving hostname (static-host.lab.test).", "OK."}}},
-        // A blank typed into the name never reaches it.
-        TestCase{"NameUnknown",
-                 "nowhere .lab.test",
-                 false,
-                 {{"Pinging address #1 (10.20.30.1).", "OK."},
-                  {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
-        TestCase{"LeftoverBackup",
-                 nullptr,
-                 true,
-                 {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
+    ::testing::Values(TestCase{"NameResolves",
+                               nullptr,
+                               false,
+                               {{"Pinging address #1 (10.20.30.1).", "OK."},
+                                {"Pinging address #2 (10.20.30.2).", "OK."},
+                                {"Pinging address #3 (10.20.30.3).", "Failed."},
+                                {"Resolving hostname (static-host.lab.test).", "OK."}}},
+                      // A blank typed into the name never reaches it.
+                      TestCase{"NameUnknown",
+                               "nowhere .lab.test",
+                               false,
+                               {{"Pinging address #1 (10.20.30.1).", "OK."},
+                                {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
+                      TestCase{"LeftoverBackup",
+                               nullptr,
+                               true,
+                               {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // A field that holds no address keeps the user in the dialog with the

@@ -35,7 +35,8 @@ TEST(NetworkOpsUnitTest, RestartShowsTwoIpv6AddressesOrExactlyThree) {
   };
   const std::vector<Case> cases = {
       {"none", {}, ""},
-      {"two", {{"2001:db8::1", kPreferred, kGlobal}, {"2001:db8::2", kPreferred, kGlobal}},
+      {"two",
+       {{"2001:db8::1", kPreferred, kGlobal}, {"2001:db8::2", kPreferred, kGlobal}},
        "   L 2001:db8::1/64\n   L 2001:db8::2/64\n"},
       {"three shown whole",
        {{"2001:db8::1", kPreferred, kGlobal},
