@@ -138,6 +138,15 @@ TEST(NetworkOpsTest, AFailedRestartIsReported) {
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }
 
+// The run is over: its footer offers Enter only (the targets dialog behind
+// it offers Enter and Esc).
+bool WaitForRunEnd(Terminal& console) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return Contains(text, "<Enter> OK") && !Contains(text, "<Esc> Cancel");
+  }) && console.WaitUntilQuiet();
+}
+
 // Types `text` into the host-name field in place of what it holds.
 void ReplaceHostname(Terminal& console, const std::string& text) {
   console.SendKeys({Key::kDown, Key::kDown, Key::kDown, Key::kEnd});
@@ -176,7 +185,7 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
     ReplaceHostname(*console, c.hostname);
   }
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
   for (const auto& [step, verdict] : c.verdicts) {
     const std::string row = RowWith(*console, step);
     EXPECT_TRUE(row.size() > verdict.size() &&
@@ -284,7 +293,7 @@ TEST(NetworkOpsTest, EscInterruptsASlowPing) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Ping Address #0:"));
   console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  EXPECT_TRUE(WaitForRunEnd(*console)) << console->Text();
   EXPECT_EQ(Zombies(*console), 0);
 }
 
