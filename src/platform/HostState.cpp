@@ -157,6 +157,7 @@ void Fields(NexNicState& s, V& v) {
   v("leaseRenewals", s.leaseRenewals);
   v("ipv6LeaseRenewals", s.ipv6LeaseRenewals);
   v("restarts", s.restarts);
+  v("stops", s.stops);
 }
 template <class V>
 void Fields(DhcpServerState& s, V& v) {
@@ -201,6 +202,7 @@ void Fields(NetworkState& s, V& v) {
   v("dns", s.dns);
   v("dhcp", s.dhcp);
   v("reachable", s.reachable);
+  v("pingDelayMs", s.pingDelayMs);
   v("autoConfigCount", s.autoConfigCount);
 }
 template <class V>

@@ -151,6 +151,7 @@ struct NexNicState {
   int leaseRenewals = 0;
   int ipv6LeaseRenewals = 0;
   int restarts = 0;
+  int stops = 0;  // disabled (a restart from the console is a stop, then an enable)
 };
 
 // The network the host sits in: what DHCP and router advertisements give.
@@ -199,6 +200,9 @@ struct NetworkState {
   // Addresses that answer `nexping`. The host's own addresses and its
   // gateways are reachable in any case.
   std::vector<std::string> reachable;
+  // How long `nexping` takes for an address, in milliseconds (default: at
+  // once); a very large value is a ping that never ends.
+  std::map<std::string, int> pingDelayMs;
   int autoConfigCount = 0;
 };
 

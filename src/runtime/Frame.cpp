@@ -29,6 +29,7 @@ namespace Merel {
 const char* const MEREL_TIMEOUT_VAR = "/UserVars/MerelTimeOut";
 
 Frame* Frame::fgFrame = nullptr;
+bool Frame::_wakeOnChildExit = false;
 int Frame::_signalPipe[2] = {-1, -1};
 sigset_t Frame::_signalSet;
 unsigned int Frame::_idleTimeout = 600;
@@ -50,6 +51,7 @@ enum SignalByte : unsigned char {
   kRestartByte = 2,
   kResizeByte = 3,
   kTerminateByte = 4,
+  kChildExitByte = 5,
 };
 
 enum PseudoKey {
@@ -60,6 +62,7 @@ enum PseudoKey {
   kResized = -5,
   kTerminate = -6,
 };
+static_assert(Frame::kChildExited == -7);
 
 constexpr unsigned int kDefaultIdleTimeout = 600;
 // Milliseconds without a key before the screen dims; also the shortest idle
@@ -194,6 +197,11 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
         exit(0);
       case kTerminate:
         exit(0);
+      case kChildExited:
+        if (_wakeOnChildExit) {
+          return kChildExited;
+        }
+        continue;
       default:
         break;
     }
@@ -267,11 +275,24 @@ int Frame::ReadKey(const struct timeval* interval) {
         return kResized;
       case kTerminateByte:
         return kTerminate;
+      case kChildExitByte:
+        return kChildExited;
       default:
         return kIgnored;
     }
   }
   return kIgnored;
+}
+
+void Frame::NotifyChildExit() {
+  // Signal context: write(2) only, errno left as it was found.
+  const int saved = errno;
+  const unsigned char byte = kChildExitByte;
+  if (_signalPipe[1] >= 0) {
+    ssize_t ignored = write(_signalPipe[1], &byte, 1);
+    (void)ignored;
+  }
+  errno = saved;
 }
 
 void Frame::ResizeTerminal() {

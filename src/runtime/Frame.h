@@ -56,6 +56,14 @@ class Frame : public Window {
   static void SetLoggedIn(bool loggedIn);
   static void ResizeTerminal();
 
+  // While `_wakeOnChildExit` is set, the key wait returns kChildExited when a
+  // child of the console has ended, so that a screen can wait for a key and
+  // for its child at once. At other times that news is dropped.
+  static constexpr int kChildExited = -7;
+  static bool _wakeOnChildExit;
+  // For a SIGCHLD handler: only writes one byte to the signal pipe.
+  static void NotifyChildExit();
+
   static Frame* fgFrame;
   static int _signalPipe[2];
   static sigset_t _signalSet;

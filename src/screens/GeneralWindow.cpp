@@ -23,10 +23,12 @@
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PciInfoImpl.h"
 #include "Platform.h"
+#include "RestartNetworkDialog.h"
 #include "RestoreDialog.h"
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
 #include "Terminal.h"
+#include "TestDialog.h"
 #include "TroubleShootingWindow.h"
 
 namespace Merel {
@@ -291,8 +293,18 @@ void GeneralWindow::RestartManagementNetwork() {
   if (message != 0) {
     MessageDialog dialog(this, Strings::kRestartNetworkErrorTitle, message);
     Frame::Run(&dialog);
+    return;
   }
-  // With the interface found, the restart dialog takes over (not built yet).
+  try {
+    RestartNetworkDialog dialog(this, _mgmtIntf.get());
+    Frame::Run(&dialog);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    // The interface may be left down: the user must be told, and can try again.
+    Platform::Syslog(LOG_ERR, "Restarting the management network failed: %s", e.what());
+    MessageDialog dialog(this, Strings::kRestartNetworkErrorTitle,
+                         Strings::kManagementInterfaceFailed);
+    Frame::Run(&dialog);
+  }
 }
 
 void GeneralWindow::Open(uint32_t key) {
@@ -305,6 +317,11 @@ void GeneralWindow::Open(uint32_t key) {
     case Strings::kMenuRestartNetwork:
       RestartManagementNetwork();
       break;
+    case Strings::kMenuTestNetwork: {
+      TestDialog dialog(this);
+      Frame::Run(&dialog);
+      break;
+    }
     case Strings::kMenuSupportInformation: {
       SupportInformationDialog dialog(this);
       Frame::Run(&dialog);
@@ -348,7 +365,7 @@ void GeneralWindow::Open(uint32_t key) {
       return;
     default:
       // Separators, and entries whose screens this build does not have yet
-      // (test, restore): nothing opens.
+      // (restore): nothing opens.
       return;
   }
   DrawContents();

@@ -101,7 +101,7 @@ TEST_F(FrameTest, ReadKeyGivesKeysBeforeSignalsAndPipeBytesAsPseudoKeys) {
   EXPECT_EQ(Frame::ReadKey(&second), 'x');
   EXPECT_EQ(Frame::ReadKey(&second), -6);
   const std::pair<unsigned char, int> cases[] = {{1, -3}, {2, -4}, {3, -5},  {4, -6},
-                                                 {0, -1}, {5, -1}, {255, -1}};
+                                                 {5, -7}, {0, -1}, {6, -1}, {255, -1}};
   for (const auto& [byte, key] : cases) {
     Signal(byte);
     EXPECT_EQ(Frame::ReadKey(&second), key) << "byte " << int(byte);

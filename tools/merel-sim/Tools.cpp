@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -12,6 +13,8 @@
 #include <iostream>
 #include <map>
 #include <sstream>
+#include <string>
+#include <thread>
 
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/IpAddress.h"
@@ -225,6 +228,10 @@ int Nexping(Context& c) {
     return 2;
   }
   std::cout << "PING " << target << " (" << address << "): 56 data bytes\n";
+  auto delay = state.network.pingDelayMs.find(address);
+  if (delay != state.network.pingDelayMs.end() && delay->second > 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(delay->second));
+  }
   if (Platform::Model::IsReachable(state, address)) {
     for (int seq = 0; seq < 3; ++seq) {
       std::cout << "64 bytes from " << address << ": icmp_seq=" << seq << " ttl=64 time=0.21" << seq

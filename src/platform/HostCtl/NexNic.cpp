@@ -161,7 +161,9 @@ void NexNic::Enable() {
 
 void NexNic::Disable() {
   Platform::ModifyHost("NexNic.Disable", [&](HostState& state) {
-    Platform::RequireNic(state, _name).enabled = false;
+    NexNicState& nic = Platform::RequireNic(state, _name);
+    nic.enabled = false;
+    ++nic.stops;
   });
 }
 

@@ -1,0 +1,195 @@
+#include "TestDialog.h"
+
+#include <syslog.h>
+
+#include "FieldKeys.h"
+#include "HostCtl/HostCtlException.h"
+#include "MessageDialog.h"
+#include "NexCtl/DnsConfigImpl.h"
+#include "NexCtl/NetworkInfoImpl.h"
+#include "NexCtl/RoutingInfoImpl.h"
+#include "Platform.h"
+#include "RunTestDialog.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kAddressFields = 3;
+constexpr int kHostnameField = 3;
+constexpr int kFieldLength = 30;
+
+const char* const kFooter =
+    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}"
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
+    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+
+// The candidates for the address fields, in the order they are offered:
+// gateways first, then the DNS servers, IPv4 before IPv6 at each rank.
+std::vector<std::string> Candidates() {
+  std::vector<std::string> candidates;
+  try {
+    NexCtl::Network::RoutingInfoImpl routing("defaultNetStack");
+    NexCtl::Network::DnsConfigImpl dns("defaultNetStack");
+    const bool ipv6 = NexCtl::Network::NetworkInfoImpl().IsNexIpv6Enabled();
+    const auto servers = dns.GetNameServers();
+    const auto ipv6Servers =
+        ipv6 ? dns.GetIpv6NameServers() : std::vector<HostCtl::Network::Ipv6Address>();
+    candidates.push_back(routing.GetNexelDefaultGateway().GetStringAddress());
+    if (ipv6) {
+      candidates.push_back(routing.GetIpv6NexelDefaultGateway().GetStringAddress());
+    }
+    for (size_t i = 0; i < 2; ++i) {
+      if (i < servers.size()) {
+        candidates.push_back(servers[i].GetStringAddress());
+      }
+      if (i < ipv6Servers.size()) {
+        candidates.push_back(ipv6Servers[i].GetStringAddress());
+      }
+    }
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting the test addresses failed: %s", e.what());
+  }
+  return candidates;
+}
+
+std::string DefaultHostname() {
+  try {
+    NexCtl::Network::DnsConfigImpl dns("defaultNetStack");
+    std::string name = dns.GetHostname();
+    const std::string domain = dns.GetDomain();
+    if (!domain.empty()) {
+      name += "." + domain;
+    }
+    return name;
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "Getting the host name failed: %s", e.what());
+    return "";
+  }
+}
+
+bool IsAddressKey(int key) {
+  return FieldKeys::IsEditing(key) || FieldKeys::IsHexDigit(key) || key == '.' || key == ':';
+}
+
+// Printable and not white space: a host name never holds a blank.
+bool IsHostnameKey(int key) {
+  return FieldKeys::IsEditing(key) || (key > ' ' && key < 127);
+}
+
+}  // namespace
+
+std::vector<std::string> TestDialog::DefaultTargets(const std::vector<std::string>& candidates) {
+  std::vector<std::string> targets;
+  for (const auto& candidate : candidates) {
+    if (targets.size() == kAddressFields) {
+      break;
+    }
+    if (!candidate.empty() && candidate != "0.0.0.0" && candidate != "::") {
+      targets.push_back(candidate);
+    }
+  }
+  return targets;
+}
+
+TestDialog::TestDialog(Frame* parent) : Dialog(parent, 70, 14, 6) {
+  const std::vector<std::string> targets = DefaultTargets(Candidates());
+  std::vector<std::unique_ptr<Item>> items;
+  for (int i = 0; i < kAddressFields; ++i) {
+    // Numbered from 0 here, while the run numbers its lines from 1.
+    auto field = std::make_unique<InputItem>(
+        std::string(_strings->GetString(Strings::kPingAddressLabel)) + " #" + std::to_string(i) +
+            ":",
+        static_cast<size_t>(i) < targets.size() ? targets[i] : "", kFieldLength);
+    _fields.push_back(field.get());
+    items.push_back(std::move(field));
+  }
+  auto hostname = std::make_unique<InputItem>(_strings->GetString(Strings::kResolveHostnameLabel),
+                                              DefaultHostname(), kFieldLength);
+  _fields.push_back(hostname.get());
+  items.push_back(std::move(hostname));
+  if (_contentWindow != nullptr) {
+    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight());
+    _list->SetItems(std::move(items));
+  }
+}
+
+bool TestDialog::ParseTargets(HostCtl::Network::IpAddress* targets[3]) {
+  _addresses.clear();
+  for (int i = 0; i < kAddressFields; ++i) {
+    targets[i] = nullptr;
+    const std::string& text = _fields[i]->GetValue();
+    if (text.empty()) {
+      continue;
+    }
+    std::unique_ptr<HostCtl::Network::IpAddress> address;
+    if (HostCtl::Network::Ipv6Address::IsValidAddress(text)) {
+      address = std::make_unique<HostCtl::Network::Ipv6Address>(text);
+    } else if (HostCtl::Network::Ipv4Address::IsValidAddress(text)) {
+      address = std::make_unique<HostCtl::Network::Ipv4Address>(text);
+    } else {
+      _addresses.clear();
+      _list->SelectShown(i);
+      _list->DrawItems();
+      MessageDialog message(this, Strings::kInvalidIpTitle, Strings::kInvalidIpOrIpv6Text);
+      Frame::Run(&message);
+      Window::ShowCursor(true);
+      _list->DrawItems();
+      return false;
+    }
+    targets[i] = address.get();
+    _addresses.push_back(std::move(address));
+  }
+  return true;
+}
+
+int TestDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kTestTitle));
+  SetText(_strings->GetString(Strings::kTestText));
+  SetFooter(kFooter);
+  if (_list == nullptr) {
+    return 0;
+  }
+  Window::ShowCursor(true);
+  _list->DrawItems();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    const int selection = _list->CurrentIndex();
+    switch (key) {
+      case kKeyEscape:
+        Window::ShowCursor(false);
+        return 0;
+      case KEY_DOWN:
+        _list->Next();
+        break;
+      case KEY_UP:
+        _list->Prev();
+        break;
+      case kKeyEnter: {
+        HostCtl::Network::IpAddress* targets[3];
+        if (!ParseTargets(targets)) {
+          break;
+        }
+        RunTestDialog run(this, targets[0], targets[1], targets[2],
+                          _fields[kHostnameField]->GetValue());
+        Frame::Run(&run);
+        _addresses.clear();
+        Window::ShowCursor(false);
+        return 1;
+      }
+      default: {
+        const bool accepted = selection == kHostnameField ? IsHostnameKey(key) : IsAddressKey(key);
+        if (accepted && FieldKeys::Fits(*_fields[selection], key, kFieldLength)) {
+          _fields[selection]->HandleKey(key);
+        }
+        break;
+      }
+    }
+    _list->DrawItems();
+  }
+}
+
+}  // namespace Merel

@@ -1,0 +1,300 @@
+// Restarting and testing the management network from the menu, on a
+// simulated host: what the screen shows, and what the host saw.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char kF11[] = "\x1b[23~";
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::unique_ptr<Terminal> OpenEntry(SimHost& host,
+                                    const std::string& entry,
+                                    const std::string& expected) {
+  auto console = LogIn(host);
+  if (!console || !SelectEntry(*console, entry)) {
+    ADD_FAILURE() << "no entry " << entry;
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  return console;
+}
+
+const nlohmann::json& Nex0(const nlohmann::json& state) {
+  for (const auto& nic : state["network"]["nics"]) {
+    if (nic["name"] == "nex0") {
+      return nic;
+    }
+  }
+  static const nlohmann::json none;
+  return none;
+}
+
+// The dialog's line that starts with `step`, up to the dialog's border and
+// without trailing blanks; "" if none.
+std::string RowWith(const Terminal& console, const std::string& step) {
+  for (int y = 0; y < 25; ++y) {
+    const int x = console.Find(y, step);
+    if (x >= 0) {
+      std::string row = CellText(console, y, x, 80 - x);
+      row = row.substr(0, row.find("\u2502"));
+      return row.erase(row.find_last_not_of(' ') + 1);
+    }
+  }
+  return "";
+}
+
+// Only F11 confirms; Esc leaves the interface alone. The run shows the
+// steps and the static address; the host saw a stop and a start; only Enter
+// closes the result.
+TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 0);
+
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Restart management network now?"));
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  const std::string text = console->Text();
+  EXPECT_TRUE(Contains(text, "Stopping management network. Done.")) << text;
+  EXPECT_TRUE(Contains(text, "Starting management network.")) << text;
+  EXPECT_TRUE(Contains(text, "   IP address is  10.20.30.40")) << text;
+  ExpectGoldenScreen(*console, "restart-network-static");
+  const nlohmann::json nic = Nex0(host.HostJson());
+  EXPECT_EQ(nic.value("stops", 0), 1);
+  EXPECT_TRUE(nic.value("enabled", false));
+  EXPECT_TRUE(host.WaitForSyslog("Restarting nex0"));
+  EXPECT_TRUE(Contains(host.ObsvLog(), "obsv.user.merel.network.restart")) << host.ObsvLog();
+
+  console->SendKey(Key::kEscape);
+  console->WaitUntilQuiet(milliseconds(200));
+  EXPECT_TRUE(Contains(console->Text(), "<Enter> OK"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// A leased address is not awaited: no IPv4 line. The interface holds only
+// its link-local IPv6 address, which is not shown, but the line still breaks
+// before the IPv6 part, so "Done." goes on a line of its own.
+TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
+  SimHost host("dhcp");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  const std::string text = console->Text();
+  EXPECT_FALSE(std::regex_search(text, std::regex("IP address is  [0-9]+\\."))) << text;
+  int starting = -1;
+  for (int y = 0; y < 25 && starting < 0; ++y) {
+    if (console->Find(y, "Starting management network.") >= 0) {
+      starting = y;
+    }
+  }
+  ASSERT_GE(starting, 0) << text;
+  EXPECT_LT(console->Find(starting, "Done."), 0) << text;
+  EXPECT_GE(console->Find(starting + 1, "Done."), 0) << text;
+  EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 1);
+}
+
+// A host call that fails during the restart ends it with the menu's message.
+TEST(NetworkOpsTest, AFailedRestartIsReported) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
+                           "' NexNic.Enable 'interface busy'";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  EXPECT_TRUE(WaitQuiet(*console, "Operation on the management network interface failed."))
+      << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Restarting the management network failed: interface busy"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+// The run is over: its footer offers Enter only (the targets dialog behind
+// it offers Enter and Esc).
+bool WaitForRunEnd(Terminal& console) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return Contains(text, "<Enter> OK") && !Contains(text, "<Esc> Cancel");
+  }) && console.WaitUntilQuiet();
+}
+
+// Types `text` into the host-name field in place of what it holds.
+void ReplaceHostname(Terminal& console, const std::string& text) {
+  console.SendKeys({Key::kDown, Key::kDown, Key::kDown, Key::kEnd});
+  console.WaitUntilQuiet();
+  for (int i = 0; i < 30; ++i) {
+    console.Send("\x7f");
+  }
+  console.WaitUntilQuiet();
+  console.SendText(text);
+  console.WaitUntilQuiet();
+}
+
+struct TestCase {
+  const char* name;
+  const char* hostname;  // null: keep the default (the host's own name)
+  bool leftoverBackup;
+  std::vector<std::pair<std::string, std::string>> verdicts;  // step, verdict
+};
+
+class NetworkTestRun : public ::testing::TestWithParam<TestCase> {};
+
+// The fixture's gateway and first DNS server answer; its second DNS server
+// does not (taken out of the reachable list below).
+TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
+  const TestCase& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["reachable"] = {"10.20.30.2"}; });
+  const std::string hosts = host.ReadFile("/etc/hosts");
+  if (c.leftoverBackup) {
+    host.WriteFile("/etc/hosts.backup", "# kept from an earlier run\n");
+  }
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  if (c.hostname != nullptr) {
+    ReplaceHostname(*console, c.hostname);
+  }
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
+  for (const auto& [step, verdict] : c.verdicts) {
+    const std::string row = RowWith(*console, step);
+    EXPECT_TRUE(row.size() > verdict.size() &&
+                row.compare(row.size() - verdict.size(), verdict.size(), verdict) == 0)
+        << step << " -> " << row << "\n"
+        << console->Text();
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  // The resolve step always leaves the hosts file as it found it.
+  EXPECT_EQ(host.ReadFile("/etc/hosts"), hosts);
+  if (c.leftoverBackup) {
+    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "# kept from an earlier run\n");
+    EXPECT_TRUE(host.WaitForSyslog("failed to backup /etc/hosts: "));
+  } else {
+    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkOpsTest,
+    NetworkTestRun,
+    ::testing::Values(TestCase{"NameResolves",
+                               nullptr,
+                               false,
+                               {{"Pinging address #1 (10.20.30.1).", "OK."},
+                                {"Pinging address #2 (10.20.30.2).", "OK."},
+                                {"Pinging address #3 (10.20.30.3).", "Failed."},
+                                {"Resolving hostname (static-host.lab.test).", "OK."}}},
+                      // A blank typed into the name never reaches it.
+                      TestCase{"NameUnknown",
+                               "nowhere .lab.test",
+                               false,
+                               {{"Pinging address #1 (10.20.30.1).", "OK."},
+                                {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
+                      TestCase{"LeftoverBackup",
+                               nullptr,
+                               true,
+                               {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// A field that holds no address keeps the user in the dialog with the
+// message, the field in focus; nothing is run.
+TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKeys({Key::kDown, Key::kEnd});
+  console->WaitUntilQuiet();
+  console->SendText("::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Invalid IP or IPv6 address.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Invalid IP"); }));
+  console->WaitUntilQuiet();
+  EXPECT_TRUE(Contains(console->Text(), "Ping Address #1:")) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Pinging address")) << console->Text();
+}
+
+// Children of the console's session that have ended and not been reaped.
+int Zombies(const Terminal& console) {
+  const std::vector<pid_t> session = console.SessionProcesses();
+  int zombies = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    std::ifstream stat(entry.path() / "stat");
+    std::string line;
+    if (!std::getline(stat, line) || line.rfind(')') == std::string::npos) {
+      continue;
+    }
+    std::istringstream rest(line.substr(line.rfind(')') + 1));
+    char state = 0;
+    pid_t parent = 0;
+    rest >> state >> parent;
+    if (state == 'Z' && std::find(session.begin(), session.end(), parent) != session.end()) {
+      ++zombies;
+    }
+  }
+  return zombies;
+}
+
+// A slow ping: Esc leaves at once; the abandoned child, once it has ended,
+// is reaped by the next run, which works as usual.
+TEST(NetworkOpsTest, EscInterruptsASlowPing) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["pingDelayMs"] = {{"10.20.30.1", 1500}};
+  });
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Pinging address #1 (10.20.30.1).")) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Pinging address #2"));
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_FALSE(Contains(console->Text(), "Pinging address #2"));
+
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["pingDelayMs"] = nlohmann::json::object();
+  });
+  std::this_thread::sleep_for(milliseconds(2000));
+  ASSERT_TRUE(SelectEntry(*console, "Test Management Network"));
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Ping Address #0:"));
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForRunEnd(*console)) << console->Text();
+  EXPECT_EQ(Zombies(*console), 0);
+}
+
+}  // namespace
