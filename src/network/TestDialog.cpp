@@ -2,7 +2,7 @@
 
 #include <syslog.h>
 
-#include "FieldKeys.h"
+#include "DialogFields.h"
 #include "HostCtl/HostCtlException.h"
 #include "MessageDialog.h"
 #include "NexCtl/DnsConfigImpl.h"
