@@ -45,14 +45,9 @@ bool SuffixesDialog::IsFieldKey(int key) {
 }
 
 int SuffixesDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kNetSuffixes));
-  SetText(_strings->GetString(Strings::kSuffixesText));
-  SetFooter(kOkCancelFooter);
-  if (_list == nullptr) {
+  if (!OpenFields(Strings::kNetSuffixes, Strings::kSuffixesText, kOkCancelFooter, _list)) {
     return 0;
   }
-  Window::ShowCursor(true);
-  _list->DrawItems();
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEnter || key == kKeyEscape) {

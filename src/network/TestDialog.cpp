@@ -147,14 +147,9 @@ bool TestDialog::ParseTargets(HostCtl::Network::IpAddress* targets[3]) {
 }
 
 int TestDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kTestTitle));
-  SetText(_strings->GetString(Strings::kTestText));
-  SetFooter(kFooter);
-  if (_list == nullptr) {
+  if (!OpenFields(Strings::kTestTitle, Strings::kTestText, kFooter, _list)) {
     return 0;
   }
-  Window::ShowCursor(true);
-  _list->DrawItems();
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     const int selection = _list->CurrentIndex();

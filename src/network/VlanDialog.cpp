@@ -58,14 +58,9 @@ uint16_t VlanDialog::GetVlanId() const {
 }
 
 int VlanDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kNetVlan));
-  SetText(_strings->GetString(Strings::kVlanText));
-  SetFooter(kOkCancelFooter);
-  if (_list == nullptr) {
+  if (!OpenFields(Strings::kNetVlan, Strings::kVlanText, kOkCancelFooter, _list)) {
     return 0;
   }
-  Window::ShowCursor(true);
-  _list->DrawItems();
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEscape) {

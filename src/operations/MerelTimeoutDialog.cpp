@@ -84,14 +84,9 @@ void MerelTimeoutDialog::Apply() {
 }
 
 int MerelTimeoutDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kMerelTimeoutTitle));
-  SetText(_strings->GetString(Strings::kMerelTimeoutText));
-  SetFooter(kOkCancelFooter);
-  if (_list == nullptr) {
+  if (!OpenFields(Strings::kMerelTimeoutTitle, Strings::kMerelTimeoutText, kOkCancelFooter, _list)) {
     return 0;
   }
-  Window::ShowCursor(true);
-  _list->DrawItems();
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEscape) {

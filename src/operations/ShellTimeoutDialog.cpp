@@ -136,14 +136,9 @@ void ShellTimeoutDialog::ApplyIdle() {
 }
 
 int ShellTimeoutDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kShellTimeoutsTitle));
-  SetText(_strings->GetString(Strings::kShellTimeoutsText));
-  SetFooter(kOkCancelFooter);
-  if (_list == nullptr) {
+  if (!OpenFields(Strings::kShellTimeoutsTitle, Strings::kShellTimeoutsText, kOkCancelFooter, _list)) {
     return 0;
   }
-  Window::ShowCursor(true);
-  _list->DrawItems();
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEscape) {

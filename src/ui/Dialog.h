@@ -2,10 +2,14 @@
 // line; the stock layout of every dialog.
 #pragma once
 
+#include <cstdint>
+
 #include "Frame.h"
 #include "TextArea.h"
 
 namespace Merel {
+
+class ItemList;
 
 class Dialog : public Frame {
  public:
@@ -23,6 +27,11 @@ class Dialog : public Frame {
   void SetFooter(const std::string& text);
 
  protected:
+  // The opening of a dialog whose fields take typed text: its texts, then
+  // the text cursor shown and the list drawn. False when the body had no
+  // room for the list (nothing can be typed: the dialog ends at once).
+  bool OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list);
+
   Window* _titleWindow = nullptr;
   Window* _bodyWindow = nullptr;
   Window* _contentWindow = nullptr;  // null when the body is too low
