@@ -271,11 +271,13 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
 
   OpenDialog(*console, "Network Adapters", "pnic2");
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
+  ExpectGoldenScreen(*console, "network-adapters");
   Accept(*console);
   EXPECT_NE(RightText(*console).find("pnic2"), std::string::npos) << console->Text();
 
   OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
   TypeText(*console, "20");
+  ExpectGoldenScreen(*console, "network-vlan");
   Accept(*console);
 
   // The demo host's address stays in the first field; the second one is added.
@@ -283,6 +285,7 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
   Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
   TypeText(*console, "2001:db8::5/64");
+  ExpectGoldenScreen(*console, "network-ipv6");
   Accept(*console);
   EXPECT_NE(RightText(*console).find("2001:db8::5/64"), std::string::npos) << console->Text();
 
