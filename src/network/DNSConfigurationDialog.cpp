@@ -24,10 +24,6 @@ constexpr size_t kLongestServer = 45;
 constexpr size_t kLongestHostname = 253;
 constexpr int kSpacer = 2;
 
-const char* const kKeys =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Mark Selected{/color}";
-
 bool IsServerKey(int key) {
   return FieldKeys::IsHexDigit(key) || key == ':' || key == '.' || FieldKeys::IsEditing(key);
 }
@@ -39,7 +35,9 @@ bool IsHostnameKey(int key) {
 
 }  // namespace
 
-DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent, bool automatic, bool usingDhcp,
+DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent,
+                                               bool automatic,
+                                               bool usingDhcp,
                                                const HostCtl::Network::IpAddress* primary,
                                                const HostCtl::Network::IpAddress* alternate,
                                                const std::string& hostname)
@@ -51,8 +49,8 @@ DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent, bool automatic, bo
   std::vector<std::unique_ptr<Item>> items;
   const uint32_t radioKeys[2] = {Strings::kDnsAutomatic, Strings::kDnsManual};
   for (int i = 0; i < 2; ++i) {
-    auto radio = std::make_unique<RadioItem>(_strings->GetString(radioKeys[i]),
-                                             (i == 0) == _automatic);
+    auto radio =
+        std::make_unique<RadioItem>(_strings->GetString(radioKeys[i]), (i == 0) == _automatic);
     radio->SetHighlightFocus(true);
     // Without DHCP for IPv4 there is nothing to obtain DNS settings from.
     radio->SetSelectable(usingDhcp);
@@ -60,8 +58,8 @@ DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent, bool automatic, bo
     items.push_back(std::move(radio));
   }
   items.push_back(std::make_unique<LabelItem>("", false));
-  const bool ipv6Alternate = _primary != nullptr && _primary->IsIpv4() && _alternate != nullptr &&
-                             _alternate->IsIpv6();
+  const bool ipv6Alternate =
+      _primary != nullptr && _primary->IsIpv4() && _alternate != nullptr && _alternate->IsIpv6();
   const std::string labels[3] = {
       _strings->GetString(Strings::kPrimaryDnsLabel),
       _strings->GetString(ipv6Alternate ? Strings::kIpv6DnsLabel : Strings::kAlternateDnsLabel),
@@ -88,8 +86,7 @@ std::optional<FieldError> DNSConfigurationDialog::Check(const std::string& prima
   const std::string* texts[2] = {&primary, &alternate};
   for (int i = 0; i < 2; ++i) {
     const std::string& text = *texts[i];
-    if (!text.empty() && !Ipv4Address::IsValidAddress(text) &&
-        !Ipv6Address::IsValidAddress(text)) {
+    if (!text.empty() && !Ipv4Address::IsValidAddress(text) && !Ipv6Address::IsValidAddress(text)) {
       return FieldError{kPrimaryField + i, Strings::kInvalidDnsTitle, Strings::kInvalidDnsText};
     }
   }
@@ -146,7 +143,7 @@ bool DNSConfigurationDialog::Finish() {
 int DNSConfigurationDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kDnsDialogTitle));
   SetText(_strings->GetString(Strings::kDnsDialogText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  SetFooter(kMarkOkCancelFooter);
   if (_list == nullptr) {
     return 0;
   }

@@ -23,17 +23,15 @@ constexpr size_t kLongestAddress = 15;
 // after it are one more than their selection index.
 constexpr int kSpacer = 3;
 
-const char* const kKeys =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Mark Selected{/color}";
-
 bool IsFieldKey(int key) {
   return FieldKeys::IsDigit(key) || key == '.' || FieldKeys::IsEditing(key);
 }
 
 }  // namespace
 
-IPConfigurationDialog::IPConfigurationDialog(Frame* parent, bool useNone, bool useDhcp,
+IPConfigurationDialog::IPConfigurationDialog(Frame* parent,
+                                             bool useNone,
+                                             bool useDhcp,
                                              const HostCtl::Network::IpConfig& config)
     : Dialog(parent, kWidth, kHeight, kTitleHeight),
       _config(config),
@@ -45,7 +43,8 @@ IPConfigurationDialog::IPConfigurationDialog(Frame* parent, bool useNone, bool u
     _useNone = false;
   }
   std::vector<std::unique_ptr<Item>> items;
-  const uint32_t radioKeys[3] = {Strings::kIpv4Disable, Strings::kIpv4Dynamic, Strings::kIpv4Static};
+  const uint32_t radioKeys[3] = {Strings::kIpv4Disable, Strings::kIpv4Dynamic,
+                                 Strings::kIpv4Static};
   const bool marked[3] = {_useNone, _useDhcp, _useStatic};
   for (int i = 0; i < 3; ++i) {
     auto radio = std::make_unique<RadioItem>(_strings->GetString(radioKeys[i]), marked[i]);
@@ -134,7 +133,7 @@ bool IPConfigurationDialog::Finish() {
 int IPConfigurationDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kIpv4DialogTitle));
   SetText(_strings->GetString(Strings::kIpv4DialogText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  SetFooter(kMarkOkCancelFooter);
   if (_list == nullptr) {
     return 0;
   }

@@ -24,13 +24,10 @@ constexpr int kFieldWidth = 44;
 constexpr size_t kLongestText = 64;
 constexpr int kAddressFields = 3;
 
-const char* const kKeys =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Mark Selected{/color}";
-
 }  // namespace
 
-IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent, bool enabled,
+IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent,
+                                                 bool enabled,
                                                  const HostCtl::Network::IpConfig& dhcpChoices,
                                                  const HostCtl::Network::IpConfig& addresses)
     : Dialog(parent, kWidth, kHeight, kTitleHeight), _enabled(enabled), _config(addresses) {
@@ -47,7 +44,8 @@ IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent, bool enabled,
   _disable = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Disable), false));
   _dynamic = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Dynamic), false));
   // The DHCPv6 box belongs to the dynamic choice and is drawn under it.
-  _dhcpv6 = add(std::make_unique<CheckItem>(_strings->GetString(Strings::kIpv6UseDhcpv6), false, 4));
+  _dhcpv6 =
+      add(std::make_unique<CheckItem>(_strings->GetString(Strings::kIpv6UseDhcpv6), false, 4));
   _static = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Static), false));
 
   // The fields show the static addresses; link-local ones are the
@@ -60,15 +58,16 @@ IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent, bool enabled,
   }
   networks.resize(kAddressFields);
   for (int i = 0; i < kAddressFields; ++i) {
-    auto field = std::make_unique<InputItem>(
-        std::string(_strings->GetString(Strings::kStaticAddressLabel)) + " #" + std::to_string(i + 1),
-        networks[static_cast<size_t>(i)], kFieldWidth);
+    auto field =
+        std::make_unique<InputItem>(std::string(_strings->GetString(Strings::kStaticAddressLabel)) +
+                                        " #" + std::to_string(i + 1),
+                                    networks[static_cast<size_t>(i)], kFieldWidth);
     _fields[i] = field.get();
     items.push_back(std::move(field));
   }
-  auto gateway = std::make_unique<InputItem>(_strings->GetString(Strings::kIpv6GatewayLabel),
-                                             addresses.GetIpv6Gateway().GetScopedStringAddress(),
-                                             kFieldWidth);
+  auto gateway =
+      std::make_unique<InputItem>(_strings->GetString(Strings::kIpv6GatewayLabel),
+                                  addresses.GetIpv6Gateway().GetScopedStringAddress(), kFieldWidth);
   _fields[3] = gateway.get();
   items.push_back(std::move(gateway));
 
@@ -160,7 +159,7 @@ bool IPv6ConfigurationDialog::Finish() {
 int IPv6ConfigurationDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kIpv6DialogTitle));
   SetText(_strings->GetString(Strings::kIpv6DialogText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  SetFooter(kMarkOkCancelFooter);
   if (_list == nullptr) {
     return 0;
   }

@@ -28,7 +28,6 @@
 namespace Merel {
 
 using HostCtl::Lib::HostCtlException;
-using HostCtl::Network::ConnectionPoint;
 using HostCtl::Network::IpAddress;
 using HostCtl::Network::IpConfig;
 using HostCtl::Network::NexNic;
@@ -121,20 +120,12 @@ class ApplyPass {
     }
   }
 
-  std::unique_ptr<PortGroup> ManagementPortGroup() {
-    std::unique_ptr<ConnectionPoint> point = _nic.GetConnectionPoint();
-    if (point == nullptr || point->GetType() != ConnectionPoint::kPortGroup) {
-      throw HostCtlException("Unsupported vSwitch type");
-    }
-    return std::unique_ptr<PortGroup>(static_cast<PortGroup*>(point.release()));
-  }
-
   // Changes the management port group's teaming policy by `edit`, which
   // answers whether there is anything to write.
   template <class Edit>
   bool EditTeaming(const char* prefix, Edit edit) {
     return Quietly(prefix, [&] {
-      std::unique_ptr<PortGroup> group = ManagementPortGroup();
+      std::unique_ptr<PortGroup> group = ManagementPortGroup(_nic);
       NicTeamingPolicy policy = group->GetTeamingPolicy();
       if (edit(*group, policy)) {
         NexCtl::Network::PortGroupImpl().SetTeamingPolicy(group->GetName(), policy);
@@ -219,7 +210,7 @@ class ApplyPass {
     uint16_t vlanId = 0;
     if (GetVlanId(_nic, vlanId) && vlanId != _settings.vlanId) {
       _vlanChanged = Quietly("Setting VlanID failed: ", [&] {
-        NexCtl::Network::PortGroupImpl().SetVlanId(ManagementPortGroup()->GetName(),
+        NexCtl::Network::PortGroupImpl().SetVlanId(ManagementPortGroup(_nic)->GetName(),
                                                    _settings.vlanId);
       });
     }

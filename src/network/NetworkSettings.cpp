@@ -27,16 +27,6 @@ namespace {
 
 const char* const kNetStack = "defaultNetStack";
 
-// The interface's port group; throws when it is plugged in elsewhere, so
-// that every switch read fails the same way.
-std::unique_ptr<PortGroup> ManagementPortGroup(const NexNic& nic) {
-  std::unique_ptr<ConnectionPoint> point = nic.GetConnectionPoint();
-  if (point == nullptr || point->GetType() != ConnectionPoint::kPortGroup) {
-    throw HostCtlException("Unsupported vSwitch type");
-  }
-  return std::unique_ptr<PortGroup>(static_cast<PortGroup*>(point.release()));
-}
-
 // Runs `read` on the interface's port group; a failure is one error line of
 // `prefix` and the host's text.
 template <class Read>
@@ -51,6 +41,14 @@ bool ReadPortGroup(const NexNic& nic, const char* prefix, Read read) {
 }
 
 }  // namespace
+
+std::unique_ptr<PortGroup> ManagementPortGroup(const NexNic& nic) {
+  std::unique_ptr<ConnectionPoint> point = nic.GetConnectionPoint();
+  if (point == nullptr || point->GetType() != ConnectionPoint::kPortGroup) {
+    throw HostCtlException("Unsupported vSwitch type");
+  }
+  return std::unique_ptr<PortGroup>(static_cast<PortGroup*>(point.release()));
+}
 
 std::unique_ptr<NexNic> FindManagementInterface() {
   NexCtl::Network::NetworkInfoImpl info;

@@ -61,6 +61,11 @@ std::unique_ptr<HostCtl::Network::NexNic> FindManagementInterface();
 // logged and answer no.
 bool IsDvsInUse();
 
+// The interface's port group; throws "Unsupported vSwitch type" when it is
+// plugged in elsewhere, so that every switch read and write fails the same way.
+std::unique_ptr<HostCtl::Network::PortGroup> ManagementPortGroup(
+    const HostCtl::Network::NexNic& nic);
+
 // Reads from the interface's port group; false (and one error line) when the
 // host fails or the interface is not on a standard switch.
 bool GetVlanId(const HostCtl::Network::NexNic& nic, uint16_t& vlanId);

@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "AdaptersDialog.h"
 #include "ApplyChangesDialog.h"
@@ -18,7 +19,6 @@
 #include "MessageDialog.h"
 #include "NetworkApply.h"
 #include "NexCtl/NetworkInfoImpl.h"
-#include "NexCtl/PnicImpl.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "SuffixesDialog.h"
@@ -101,14 +101,17 @@ std::unique_ptr<IpAddress> Copy(const IpAddress* address) {
 }
 
 // "pnic0 (Intel Corporation I350 ...)", cut to `width` columns: the
-// adapter's PCI label, or its MAC address when the label is empty.
-std::string AdapterLine(const std::string& name, int width) {
-  std::string label;
-  try {
-    HostCtl::Network::PnicInfo info = NexCtl::Network::PnicImpl(name).GetInfo();
-    label = !info.label.empty() ? info.label : info.mac.GetStringAddress();
-  } catch (const HostCtlException&) {
-    label = "N/A";
+// adapter's PCI label, or its MAC address when the label is empty; "N/A"
+// for an adapter the host did not list.
+std::string AdapterLine(const std::string& name,
+                        const std::vector<HostCtl::Network::PnicInfo>& pnics,
+                        int width) {
+  const auto info =
+      std::find_if(pnics.begin(), pnics.end(),
+                   [&](const HostCtl::Network::PnicInfo& p) { return p.name == name; });
+  std::string label = "N/A";
+  if (info != pnics.end()) {
+    label = !info->label.empty() ? info->label : info->mac.GetStringAddress();
   }
   const size_t room = static_cast<size_t>(std::max(width, 0));
   const size_t fixed = name.size() + 3;
@@ -217,14 +220,24 @@ std::string NetworkWindow::PaneText(int entry) {
   std::string text = kValue;
 
   switch (entry) {
-    case kAdapters:
+    case kAdapters: {
+      // One read of the host for every line of the pane.
+      std::vector<HostCtl::Network::PnicInfo> pnics;
+      if (!_settings.uplinks.empty()) {
+        try {
+          pnics = NexCtl::Network::NetworkInfoImpl().GetPnics();
+        } catch (const HostCtlException&) {
+          // Every line says "N/A".
+        }
+      }
       for (const std::string& uplink : _settings.uplinks) {
-        text += AdapterLine(uplink, _rightText->GetWidth()) + "\n";
+        text += AdapterLine(uplink, pnics, _rightText->GetWidth()) + "\n";
       }
       if (!_settings.uplinks.empty()) {
         text += "\n";
       }
       return text + help(Strings::kHelpNetAdapters);
+    }
 
     case kVlan:
       text += _settings.vlanId == 0 ? notSet : std::to_string(_settings.vlanId);

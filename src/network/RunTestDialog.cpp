@@ -1,6 +1,7 @@
 #include "RunTestDialog.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <syslog.h>
@@ -168,19 +169,16 @@ bool RunTestDialog::PingStep(int index, HostCtl::Network::IpAddress& target) {
     argv.push_back(arg.data());
   }
   argv.push_back(nullptr);
-  // Everything the child needs is built before the fork: after it, only
-  // async-signal-safe calls.
-  const std::string path = Platform::HostPath("/sbin/nexping");
+  // Started like every host tool: the platform resolves the path on the
+  // host and gives the child clean signals. It reads and writes nothing of
+  // the console's terminal.
   char* const noEnv[] = {nullptr};
   Window::UpdateTerminal();
-  const pid_t pid = fork();
-  if (pid == 0) {
-    ResetSignalsInChild();
-    close(0);
-    close(1);
-    close(2);
-    execve(path.c_str(), argv.data(), noEnv);
-    _exit(1);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  const pid_t pid =
+      null < 0 ? -1 : Platform::Spawn("/sbin/nexping", argv.data(), noEnv, null, null, null);
+  if (null >= 0) {
+    close(null);
   }
   return WaitStep(pid);
 }

@@ -51,17 +51,9 @@ MerelTimeoutDialog::MerelTimeoutDialog(Frame* parent)
 }
 
 void MerelTimeoutDialog::Apply() {
-  const std::string& text = _field->GetValue();
-  if (text.empty()) {
-    return;
-  }
-  const int minutes = ParseTimeoutMinutes(text);
-  if (minutes > kMaxTimeoutMinutes) {
-    // The dialog closes: nothing is changed.
-    ShowInvalidTimeout(this);
-    return;
-  }
-  if (minutes * 60 == currentSeconds) {
+  // A refused value closes the dialog with nothing changed.
+  const std::optional<int> minutes = ChangedMinutes(this, _field->GetValue(), currentSeconds);
+  if (!minutes) {
     return;
   }
   try {
@@ -70,21 +62,18 @@ void MerelTimeoutDialog::Apply() {
     if (dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get()) == nullptr) {
       return;
     }
-    options.SetIntegerOption(MEREL_TIMEOUT_VAR, static_cast<int64_t>(minutes) * 60);
+    options.SetIntegerOption(MEREL_TIMEOUT_VAR, static_cast<int64_t>(*minutes) * 60);
   } catch (const HostCtl::Lib::HostCtlException&) {
     // The old time-out stays in force; there is nothing the user could do.
     return;
   }
   Frame::LoadIdleTimeout();
-  if (minutes == 0) {
-    Platform::Syslog(LOG_INFO, "Disabled Merel timeout");
-  } else {
-    Platform::Syslog(LOG_INFO, "Modified Merel timeout to %d minutes", minutes);
-  }
+  LogTimeoutChange("Merel timeout", *minutes);
 }
 
 int MerelTimeoutDialog::Loop() {
-  if (!OpenFields(Strings::kMerelTimeoutTitle, Strings::kMerelTimeoutText, kOkCancelFooter, _list)) {
+  if (!OpenFields(Strings::kMerelTimeoutTitle, Strings::kMerelTimeoutText, kOkCancelFooter,
+                  _list)) {
     return 0;
   }
   while (true) {

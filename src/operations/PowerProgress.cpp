@@ -2,23 +2,42 @@
 
 #include "Platform.h"
 #include "PowerOffVms.h"
+#include "StringFactory.h"
 
 namespace Merel {
 
-int StopVmsAndGoDown(Dialog* dialog, const std::string& title, const std::string& text,
-                     bool graceful, const char* command) {
-  dialog->SetTitle(title);
-  dialog->SetText(text);
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 10;
+constexpr int kTitleHeight = 7;
+
+}  // namespace
+
+PowerProgressDialog::PowerProgressDialog(Frame* parent,
+                                         bool graceful,
+                                         uint32_t titleKey,
+                                         uint32_t textKey,
+                                         const char* command)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+      _graceful(graceful),
+      _titleKey(titleKey),
+      _textKey(textKey),
+      _command(command) {}
+
+int PowerProgressDialog::Loop() {
+  SetTitle(_strings->GetString(_titleKey));
+  SetText(_strings->GetString(_textKey));
   // On screen before the virtual machines are stopped, which may take long.
   Window::UpdateTerminal();
-  StopVirtualMachines(graceful);
-  if (Platform::System(command) == -1) {
+  StopVirtualMachines(_graceful);
+  if (Platform::System(_command) == -1) {
     return 0;
   }
   // The host is on its way down and will end this process; a key (or the
   // idle limit) must not take the user back into a menu meanwhile.
   for (;;) {
-    Frame::WaitForKey(dialog, false);
+    Frame::WaitForKey(this, false);
   }
 }
 

@@ -1,17 +1,34 @@
 // The common body of the shut down and restart progress screens.
 #pragma once
 
-#include <string>
+#include <cstdint>
 
 #include "Dialog.h"
 
 namespace Merel {
 
-// Shows `title` and `text` on `dialog`, stops the virtual machines (forcing
-// only when not `graceful`) and runs `command` ("poweroff" or "reboot") on the
-// host. Returns 0 when the command could not be started; otherwise ignores
-// keys until the host takes the console down.
-int StopVmsAndGoDown(Dialog* dialog, const std::string& title, const std::string& text,
-                     bool graceful, const char* command);
+// Shows its title and text, stops the virtual machines (forcing only when not
+// `graceful`) and runs its command ("poweroff" or "reboot") on the host. It
+// stays up, ignoring keys, while the host goes down.
+class PowerProgressDialog : public Dialog {
+ public:
+  // 0 when the command could not be started; otherwise never returns.
+  int Loop() override;
+
+ protected:
+  // `graceful`: leave virtual machines that refuse a soft stop to the host's
+  // shutdown policy instead of terminating them.
+  PowerProgressDialog(Frame* parent,
+                      bool graceful,
+                      uint32_t titleKey,
+                      uint32_t textKey,
+                      const char* command);
+
+ private:
+  bool _graceful;
+  uint32_t _titleKey;
+  uint32_t _textKey;
+  const char* _command;
+};
 
 }  // namespace Merel

@@ -1,22 +1,21 @@
 // The progress screen of a host restart: it stops the virtual machines and
 // hands the host to "reboot". It stays up, ignoring keys, while the host goes
-// down; it returns only when "reboot" could not be started at all.
+// down; it returns (0) only when "reboot" could not be started at all.
 #pragma once
 
-#include "Dialog.h"
+#include "PowerProgress.h"
+#include "StringFactory.h"
 
 namespace Merel {
 
-class RebootConfirmDialog : public Dialog {
+class RebootConfirmDialog : public PowerProgressDialog {
  public:
-  // `graceful`: leave virtual machines that refuse a soft stop to the host's
-  // shutdown policy instead of terminating them.
-  RebootConfirmDialog(Frame* parent, bool graceful);
-  // 0 when "reboot" could not be started; otherwise never returns.
-  int Loop() override;
-
- private:
-  bool _graceful;
+  RebootConfirmDialog(Frame* parent, bool graceful)
+      : PowerProgressDialog(parent,
+                            graceful,
+                            Strings::kRestartHost,
+                            Strings::kRestartInProgress,
+                            "reboot") {}
 };
 
 }  // namespace Merel

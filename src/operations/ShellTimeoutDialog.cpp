@@ -2,8 +2,6 @@
 // host's own command-line tools so that the services see the same values.
 #include "ShellTimeoutDialog.h"
 
-#include <syslog.h>
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -48,7 +46,7 @@ int RunScript(const char* script, const char* action) {
 // With "tarvikcli", or "nexcli" when that fails; the retry is not checked.
 void SetOption(const char* option, int seconds) {
   const std::string value = std::to_string(seconds);
-  std::vector<const char*> words = {"tarvikcli", "system", "settings", "advanced", "set",
+  std::vector<const char*> words = {"tarvikcli", "system", "settings", "advanced",   "set",
                                     "-o",        option,   "-i",       value.c_str()};
   std::vector<char*> argv;
   for (const char* word : words) {
@@ -71,9 +69,9 @@ ShellTimeoutDialog::ShellTimeoutDialog(Frame* parent)
   if (_contentWindow == nullptr) {
     return;
   }
-  auto availability = std::make_unique<InputItem>(
-      _strings->GetString(Strings::kAvailabilityTimeoutLabel), std::to_string(currentAvailability),
-      kFieldLength);
+  auto availability =
+      std::make_unique<InputItem>(_strings->GetString(Strings::kAvailabilityTimeoutLabel),
+                                  std::to_string(currentAvailability), kFieldLength);
   auto idle = std::make_unique<InputItem>(_strings->GetString(Strings::kIdleTimeoutLabel),
                                           std::to_string(currentIdle), kFieldLength);
   _availability = availability.get();
@@ -87,19 +85,12 @@ ShellTimeoutDialog::ShellTimeoutDialog(Frame* parent)
 }
 
 void ShellTimeoutDialog::ApplyAvailability() {
-  const std::string& text = _availability->GetValue();
-  if (text.empty()) {
+  const std::optional<int> minutes =
+      ChangedMinutes(this, _availability->GetValue(), currentAvailability * 60);
+  if (!minutes) {
     return;
   }
-  const int minutes = ParseTimeoutMinutes(text);
-  if (minutes > kMaxTimeoutMinutes) {
-    ShowInvalidTimeout(this);
-    return;
-  }
-  if (minutes == currentAvailability) {
-    return;
-  }
-  SetOption(kAvailabilityOption, minutes * 60);
+  SetOption(kAvailabilityOption, *minutes * 60);
   // Running services read the time-out when they start.
   if (RunScript("/etc/init.d/TarvikShell", "status") == 0) {
     RunScript("/etc/init.d/TarvikShell", "restart");
@@ -107,36 +98,21 @@ void ShellTimeoutDialog::ApplyAvailability() {
   if (RunScript("/etc/init.d/SSH", "status") == 0) {
     RunScript("/etc/init.d/SSH", "restart");
   }
-  if (minutes == 0) {
-    Platform::Syslog(LOG_INFO, "Disabled Shell timeout");
-  } else {
-    Platform::Syslog(LOG_INFO, "Modified Shell timeout to %d minutes", minutes);
-  }
+  LogTimeoutChange("Shell timeout", *minutes);
 }
 
 void ShellTimeoutDialog::ApplyIdle() {
-  const std::string& text = _idle->GetValue();
-  if (text.empty()) {
+  const std::optional<int> minutes = ChangedMinutes(this, _idle->GetValue(), currentIdle * 60);
+  if (!minutes) {
     return;
   }
-  const int minutes = ParseTimeoutMinutes(text);
-  if (minutes > kMaxTimeoutMinutes) {
-    ShowInvalidTimeout(this);
-    return;
-  }
-  if (minutes == currentIdle) {
-    return;
-  }
-  SetOption(kIdleOption, minutes * 60);
-  if (minutes == 0) {
-    Platform::Syslog(LOG_INFO, "Disabled shell interactive timeout");
-  } else {
-    Platform::Syslog(LOG_INFO, "Modified shell interactive timeout to %d minutes", minutes);
-  }
+  SetOption(kIdleOption, *minutes * 60);
+  LogTimeoutChange("shell interactive timeout", *minutes);
 }
 
 int ShellTimeoutDialog::Loop() {
-  if (!OpenFields(Strings::kShellTimeoutsTitle, Strings::kShellTimeoutsText, kOkCancelFooter, _list)) {
+  if (!OpenFields(Strings::kShellTimeoutsTitle, Strings::kShellTimeoutsText, kOkCancelFooter,
+                  _list)) {
     return 0;
   }
   while (true) {

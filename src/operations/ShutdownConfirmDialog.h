@@ -1,22 +1,21 @@
 // The progress screen of a host shut down: it stops the virtual machines and
 // hands the host to "poweroff". It stays up, ignoring keys, while the host
-// goes down; it returns only when "poweroff" could not be started at all.
+// goes down; it returns (0) only when "poweroff" could not be started at all.
 #pragma once
 
-#include "Dialog.h"
+#include "PowerProgress.h"
+#include "StringFactory.h"
 
 namespace Merel {
 
-class ShutdownConfirmDialog : public Dialog {
+class ShutdownConfirmDialog : public PowerProgressDialog {
  public:
-  // `graceful`: leave virtual machines that refuse a soft stop to the host's
-  // shutdown policy instead of terminating them.
-  ShutdownConfirmDialog(Frame* parent, bool graceful);
-  // 0 when "poweroff" could not be started; otherwise never returns.
-  int Loop() override;
-
- private:
-  bool _graceful;
+  ShutdownConfirmDialog(Frame* parent, bool graceful)
+      : PowerProgressDialog(parent,
+                            graceful,
+                            Strings::kShutdownHost,
+                            Strings::kShutdownInProgress,
+                            "poweroff") {}
 };
 
 }  // namespace Merel

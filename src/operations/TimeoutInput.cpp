@@ -1,11 +1,13 @@
 #include "TimeoutInput.h"
 
 #include <curses.h>
+#include <syslog.h>
 
 #include <cerrno>
 #include <cstdlib>
 
 #include "MessageDialog.h"
+#include "Platform.h"
 #include "StringFactory.h"
 
 namespace Merel {
@@ -55,6 +57,29 @@ bool IsTimeoutFieldKey(int key) {
 void ShowInvalidTimeout(Frame* parent) {
   MessageDialog message(parent, Strings::kInvalidTimeoutTitle, Strings::kInvalidTimeoutText);
   Frame::Run(&message);
+}
+
+std::optional<int> ChangedMinutes(Frame* parent, const std::string& text, int currentSeconds) {
+  if (text.empty()) {
+    return std::nullopt;
+  }
+  const int minutes = ParseTimeoutMinutes(text);
+  if (minutes > kMaxTimeoutMinutes) {
+    ShowInvalidTimeout(parent);
+    return std::nullopt;
+  }
+  if (minutes * 60 == currentSeconds) {
+    return std::nullopt;
+  }
+  return minutes;
+}
+
+void LogTimeoutChange(const char* what, int minutes) {
+  if (minutes == 0) {
+    Platform::Syslog(LOG_INFO, "Disabled %s", what);
+  } else {
+    Platform::Syslog(LOG_INFO, "Modified %s to %d minutes", what, minutes);
+  }
 }
 
 }  // namespace Merel

@@ -2,6 +2,7 @@
 // (0 disables, at most 1440) and kept by the host in seconds.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace Merel {
@@ -24,5 +25,15 @@ bool IsTimeoutFieldKey(int key);
 
 // "Invalid timeout value".
 void ShowInvalidTimeout(Frame* parent);
+
+// The minutes typed as `text` when they are to be written: nothing for an
+// empty field or for the time-out the host already has (`currentSeconds`);
+// nothing either for a value beyond the limit, after telling the user (the
+// dialog then closes with nothing changed).
+std::optional<int> ChangedMinutes(Frame* parent, const std::string& text, int currentSeconds);
+
+// The log line of a written time-out: "Disabled <what>" for 0, else
+// "Modified <what> to N minutes".
+void LogTimeoutChange(const char* what, int minutes);
 
 }  // namespace Merel

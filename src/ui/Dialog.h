@@ -19,6 +19,12 @@ class Dialog : public Frame {
   static constexpr const char* kOkCancelFooter =
       "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
       "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+  // The footer of the dialogs whose choices are marked with Space.
+  static constexpr const char* kMarkOkCancelFooter =
+      "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
+      "{color:black}<Space>{/color} {color:dark-grey}Mark Selected{/color}"
+      "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
+      "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 
   Dialog(Frame* parent, int width, int height, int titleHeight);
   void Draw(bool active) override;

@@ -100,14 +100,18 @@ void InputItem::Draw(TextArea& area) {
 void InputItem::SetPassword(bool password) {
   _password = password;
   if (password) {
-    // Room for any password a person types: the buffer then never moves,
-    // so no copy of the secret is left in freed memory.
-    std::string room;
-    room.reserve(kSecretCapacity);
-    room = _value;
-    explicit_bzero(_value.data(), _value.capacity());
-    _value.swap(room);
+    // Room for any password a person types: the buffer then never moves.
+    MoveToBuffer(kSecretCapacity);
   }
+}
+
+void InputItem::MoveToBuffer(size_t capacity) {
+  std::string buffer;
+  buffer.reserve(capacity);
+  buffer = _value;
+  // The old buffer is freed with the swap: no copy of a secret stays in it.
+  explicit_bzero(_value.data(), _value.capacity());
+  _value.swap(buffer);
 }
 
 void InputItem::Wipe() {
@@ -120,12 +124,8 @@ void InputItem::Wipe() {
 void InputItem::HandleKey(int key) {
   const int length = static_cast<int>(_value.size());
   auto clear = [this]() {
-    if (_password) {
-      Wipe();
-    }
-    _value.clear();
-    _cursor = 0;
-    _scroll = 0;
+    // Wiped even when it holds no secret: a field is a few bytes.
+    Wipe();
     _pristine = false;
   };
   switch (key) {
@@ -183,12 +183,8 @@ void InputItem::HandleKey(int key) {
       }
       if (key >= 0 && key <= 255 && isprint(key)) {
         if (_password && _value.size() == _value.capacity()) {
-          // Growing would free the old buffer with the secret in it.
-          std::string larger;
-          larger.reserve(_value.capacity() * 2);
-          larger = _value;
-          explicit_bzero(_value.data(), _value.capacity());
-          _value.swap(larger);
+          // Growing in place would free the old buffer with the secret in it.
+          MoveToBuffer(_value.capacity() * 2);
         }
         _value.insert(static_cast<size_t>(_cursor), 1, static_cast<char>(key));
         _cursor += 1;

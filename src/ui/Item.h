@@ -94,6 +94,9 @@ class InputItem : public Item {
   std::string Render(int width);
 
  private:
+  // Moves the value into a new buffer of `capacity` bytes, wiping the old.
+  void MoveToBuffer(size_t capacity);
+
   // The field's width inside a text area `width` wide.
   int FieldWidth(int width) const;
 
