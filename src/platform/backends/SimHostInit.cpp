@@ -237,10 +237,10 @@ std::string SiblingProgram(const std::string& name) {
 
 const std::vector<std::string>& SimToolEntries() {
   static const std::vector<std::string> entries = {
-      "bin/rovi-cmd",           "bin/powerOffVms",   "sbin/nexping",     "sbin/tarvikcli",
-      "sbin/tarvikcfg-advcfg",  "sbin/nexcli",       "sbin/services.sh", "sbin/backup.sh",
-      "sbin/configReset.sh",    "sbin/nexbacktrace", "sbin/poweroff",    "sbin/reboot",
-      "etc/init.d/TarvikShell", "etc/init.d/SSH",
+      "bin/rovi-cmd",   "bin/powerOffVms",        "sbin/powerOffVms",  "sbin/nexping",
+      "sbin/tarvikcli", "sbin/tarvikcfg-advcfg",  "sbin/nexcli",       "sbin/services.sh",
+      "sbin/backup.sh", "sbin/configReset.sh",    "sbin/nexbacktrace", "sbin/poweroff",
+      "sbin/reboot",    "etc/init.d/TarvikShell", "etc/init.d/SSH",
   };
   return entries;
 }
