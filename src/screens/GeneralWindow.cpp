@@ -18,6 +18,7 @@
 #include "LockdownDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
+#include "NetworkRestoreWindow.h"
 #include "NetworkWindow.h"
 #include "NexCtl/AdvancedOptionImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -360,12 +361,16 @@ void GeneralWindow::Open(uint32_t key) {
       Frame::Run(&window);
       break;
     }
+    case Strings::kMenuNetworkRestore: {
+      NetworkRestoreWindow window(this);
+      Frame::Run(&window);
+      break;
+    }
     case Strings::kMenuSystemLogs:
       // The logs are opened by their number; the list is already on the right.
       return;
     default:
-      // Separators, and entries whose screens this build does not have yet
-      // (restore): nothing opens.
+      // Separators: nothing opens.
       return;
   }
   DrawContents();

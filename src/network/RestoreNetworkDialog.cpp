@@ -1,0 +1,61 @@
+#include "RestoreNetworkDialog.h"
+
+#include <syslog.h>
+
+#include "Command.h"
+#include "DoRestoreNetworkDialog.h"
+#include "HostLibraries.h"
+#include "Platform.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+
+namespace Merel {
+
+namespace {
+
+const char* const kFooter =
+    "{color:black}<F11>{/color} {color:dark-grey}Yes, Reset{/color}{align:right}"
+    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+const char* const kRestoring = "Restoring factory network settings";
+
+}  // namespace
+
+RestoreNetworkDialog::RestoreNetworkDialog(Frame* parent) : Dialog(parent, 60, 13, 7) {
+  // Two rows of body: the question takes two lines at this width.
+  if (_contentWindow != nullptr) {
+    _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight(),
+                                                _contentWindow->GetForeground());
+  }
+}
+
+int RestoreNetworkDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kFactoryRestoreTitle));
+  SetText(_strings->GetString(Strings::kFactoryRestoreText));
+  SetFooter(kFooter);
+  if (_text != nullptr) {
+    _text->SetText(_strings->GetString(Strings::kFactoryRestoreQuestion));
+  }
+  // Only F11 confirms, so that an Enter typed ahead cannot wipe the network.
+  for (;;) {
+    const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEscape) {
+      return 0;
+    }
+    if (key == KEY_F(11)) {
+      break;
+    }
+  }
+  DoRestoreNetworkDialog restore(this);
+  Frame::Run(&restore);
+  // Recorded after the attempt, whatever became of it: the progress dialog
+  // has already shown the user how far it got.
+  Platform::Syslog(LOG_INFO, "%s", kRestoring);
+  if (InitObsvLibrary() == 0) {
+    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.factory.network.restored)%s", kRestoring);
+    ObsvUserLib_Close();
+  }
+  return 1;
+}
+
+}  // namespace Merel
