@@ -1,0 +1,351 @@
+// Network Restore Options on a simulated host: the factory restore and the
+// move onto a new standard switch, as the screen shows them and as the host
+// and its logs saw them.
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+const char kF11[] = "\x1b[23~";
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+void Fail(const SimHost& host, const std::string& call, const std::string& text) {
+  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
+                              "' " + call + " '" + text + "'";
+  ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+// The window is in front: no dialog (which would offer OK or Cancel) is left.
+bool WaitForWindow(Terminal& console) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return CellText(console, 1, 3, 30) == "Network Restore Options" &&
+           Contains(text, "<Esc> Log Out") && !Contains(text, "Cancel") && !Contains(text, " OK");
+  }) && console.WaitUntilQuiet();
+}
+
+// Logs in and opens the window, then the dialog of `entry` if one is given.
+std::unique_ptr<Terminal> Open(SimHost& host, const std::string& entry = "") {
+  auto console = LogIn(host);
+  if (!console || !SelectEntry(*console, "Network Restore Options")) {
+    ADD_FAILURE() << "no restore entry in the menu";
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  if (!WaitForWindow(*console)) {
+    ADD_FAILURE() << console->Text();
+    return nullptr;
+  }
+  if (!entry.empty()) {
+    EXPECT_TRUE(SelectEntry(*console, entry)) << console->Text();
+    console->SendKey(Key::kEnter);
+    EXPECT_TRUE(WaitQuiet(*console, "<Esc> Cancel")) << console->Text();
+  }
+  return console;
+}
+
+// The result of the factory restore is up: its footer offers Enter only.
+bool WaitForResult(Terminal& console) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return Contains(text, "<Enter> OK") && !Contains(text, "Cancel");
+  }) && console.WaitUntilQuiet();
+}
+
+// The host's network as far as a restore changes it.
+nlohmann::json Network(const SimHost& host) {
+  nlohmann::json network = host.HostJson()["network"];
+  return {network["vswitches"], network["dvswitches"], network["nics"]};
+}
+
+const nlohmann::json* Named(const nlohmann::json& list, const std::string& name) {
+  for (const auto& entry : list) {
+    if (entry.value("name", "") == name) {
+      return &entry;
+    }
+  }
+  return nullptr;
+}
+
+TEST(NetworkRestoreTest, WindowListsTheThreeRestores) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = Open(host);
+  ASSERT_TRUE(console);
+  EXPECT_EQ(MenuRows(*console), (std::vector<std::string>{"Restore Network Settings",
+                                                          "Restore Standard Switch",
+                                                          "Restore DVS"}));
+  ExpectGoldenScreen(*console, "network-restore");
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+}
+
+struct FactoryCase {
+  const char* name;
+  nlohmann::json vms;
+  const char* fault;      // a host call that fails, or null
+  Key answer;             // to the running-VMs warning, when it comes
+  std::vector<std::string> shown;  // lines of the result; none: it never shows
+  bool networkReset;      // the factory layout replaced the network
+  std::vector<std::string> logged;
+  std::vector<std::string> notLogged;
+};
+
+class FactoryRestore : public ::testing::TestWithParam<FactoryCase> {};
+
+// After F11 and whatever the virtual machines make of it, the confirmation
+// logs and reports the restore: always, and only after the attempt.
+TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
+  const FactoryCase& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [&](nlohmann::json& state) { state["vms"] = c.vms; });
+  // The shut-down's tool is gone: only the restore's own may be used.
+  std::filesystem::remove(host.Path("/bin/powerOffVms"));
+  if (c.fault != nullptr) {
+    Fail(host, c.fault, "device busy");
+  }
+  const nlohmann::json before = Network(host);
+  auto console = Open(host, "Restore Network Settings");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  if (Named(c.vms, "web-01") != nullptr) {
+    ASSERT_TRUE(WaitQuiet(*console, "Warning: VMs running on the host")) << console->Text();
+    console->SendKey(c.answer);
+  }
+  if (!c.shown.empty()) {
+    ASSERT_TRUE(WaitForResult(*console)) << console->Text();
+    for (const auto& line : c.shown) {
+      EXPECT_TRUE(Contains(console->Text(), line)) << line << "\n" << console->Text();
+    }
+    // Without running machines the first step is the network's own.
+    EXPECT_EQ(Contains(console->Text(), "Powering Off VMs."), !c.vms.empty());
+    if (c.networkReset) {
+      ExpectGoldenScreen(*console, "network-restore-done");
+    }
+    console->SendKey(Key::kEscape);
+    console->WaitUntilQuiet(milliseconds(200));
+    EXPECT_TRUE(Contains(console->Text(), "<Enter> OK"));
+    console->SendKey(Key::kEnter);
+  }
+  ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+  ASSERT_TRUE(host.WaitForSyslog("Restoring factory network settings"));
+
+  const std::string syslog = host.Syslog();
+  for (const auto& line : c.logged) {
+    EXPECT_TRUE(Contains(syslog, line)) << line << "\n" << syslog;
+    EXPECT_LT(syslog.find(line), syslog.find("Restoring factory network settings")) << line;
+  }
+  for (const auto& line : c.notLogged) {
+    EXPECT_FALSE(Contains(syslog, line)) << line;
+  }
+  EXPECT_TRUE(Contains(host.ObsvLog(), "[obsv.user.merel.factory.network.restored] Restoring "
+                                       "factory network settings"))
+      << host.ObsvLog();
+
+  const nlohmann::json state = host.HostJson();
+  if (!c.networkReset) {
+    EXPECT_EQ(Network(host), before);
+    return;
+  }
+  const auto& net = state["network"];
+  ASSERT_EQ(net["vswitches"].size(), 1u) << net.dump(2);
+  EXPECT_EQ(net["vswitches"][0]["name"], "vSwitch0");
+  EXPECT_EQ(net["vswitches"][0]["uplinks"], nlohmann::json({"pnic0"}));
+  EXPECT_TRUE(Named(net["vswitches"][0]["portGroups"], "Management Network"));
+  ASSERT_EQ(net["nics"].size(), 1u);
+  EXPECT_EQ(net["nics"][0]["name"], "nex0");
+  EXPECT_EQ(net["nics"][0]["portGroup"], "Management Network");
+  EXPECT_EQ(net["nics"][0]["ipv4Mode"], "dhcp");
+  EXPECT_FALSE(net.value("netDumperEnabled", true));
+  for (const auto& vm : state["vms"]) {
+    EXPECT_FALSE(vm.value("poweredOn", true)) << vm.dump();
+  }
+}
+
+const nlohmann::json kRunning = {{{"name", "web-01"}, {"poweredOn", true}}};
+const nlohmann::json kStubborn = {
+    {{"name", "web-01"}, {"poweredOn", true}},
+    {{"name", "db-01"}, {"poweredOn", true}, {"refusesSoftStop", true}}};
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkRestoreTest,
+    FactoryRestore,
+    ::testing::Values(
+        FactoryCase{"PowersOffRunningVms",
+                    kRunning,
+                    nullptr,
+                    Key::kEnter,
+                    {"Powering Off VMs. Done.", "Auto-configuring network. Done."},
+                    true,
+                    {"Clearing Network Config", "Auto-Configuring Network"},
+                    {"Error powering off VMs", "Error auto-configuring network"}},
+        FactoryCase{"DecliningTheVmWarningChangesNothing",
+                    kRunning,
+                    nullptr,
+                    Key::kEscape,
+                    {},
+                    false,
+                    {},
+                    {"Clearing Network Config", "Error powering off VMs"}},
+        FactoryCase{"AFailedPowerOffLeavesTheNetwork",
+                    kStubborn,
+                    nullptr,
+                    Key::kEnter,
+                    {"Powering Off VMs. Failed."},
+                    false,
+                    {"Error powering off VMs"},
+                    {"Clearing Network Config"}},
+        FactoryCase{"AFailingHostCallIsReported",
+                    nlohmann::json::array(),
+                    "NetworkInfoImpl.ClearNetworkConfig",
+                    Key::kEnter,
+                    {"Auto-configuring network. Failed."},
+                    false,
+                    {"Clearing Network Config", "Error auto-configuring network"},
+                    {"Auto-Configuring Network", "Error powering off VMs"}}),
+    [](const auto& info) { return info.param.name; });
+
+// Only F11 confirms and only Esc cancels: nothing else leaves the dialogs,
+// and a cancelled one neither changes nor logs anything.
+TEST(NetworkRestoreTest, ConfirmationsIgnoreEveryKeyButF11AndEsc) {
+  struct Case {
+    const char* entry;
+    const char* question;
+    const char* golden;
+  };
+  const Case cases[] = {
+      {"Restore Network Settings", "Are you sure you want to reset the host network",
+       "restore-network-confirm"},
+      {"Restore Standard Switch", "Move the management network onto a standard switch?",
+       "restore-standard-switch"},
+  };
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  const nlohmann::json before = Network(host);
+  auto console = Open(host);
+  ASSERT_TRUE(console);
+  for (const Case& c : cases) {
+    ASSERT_TRUE(SelectEntry(*console, c.entry)) << c.entry;
+    console->SendKey(Key::kEnter);
+    ASSERT_TRUE(WaitQuiet(*console, c.question)) << console->Text();
+    if (c.golden != nullptr) {
+      ExpectGoldenScreen(*console, c.golden);
+    }
+    console->SendKeys({Key::kEnter, Key::kSpace, Key::kF2});
+    console->SendText("y");
+    console->SendText("Q");
+    console->WaitUntilQuiet(milliseconds(300));
+    EXPECT_TRUE(Contains(console->Text(), c.question)) << c.entry << "\n" << console->Text();
+    console->SendKey(Key::kEscape);
+    EXPECT_TRUE(WaitForWindow(*console)) << console->Text();
+  }
+  EXPECT_EQ(Network(host), before);
+  EXPECT_FALSE(Contains(host.Syslog(), "Restoring factory network settings"));
+  EXPECT_FALSE(Contains(host.Syslog(), "safe mode"));
+}
+
+struct SwitchCase {
+  const char* name;
+  const char* fixture;
+  const char* fault;       // "CALL" whose every call fails, or null
+  const char* newSwitch;   // "" when none is made
+  nlohmann::json uplinks;  // of the new switch
+  const char* logged;
+};
+
+class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
+
+// The demo host's management network sits on vSwitch0 beside "vSwitch1";
+// the distributed-switch host's on a port whose uplinks the new switch takes.
+TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
+  const SwitchCase& c = GetParam();
+  SimHost host(c.fixture);
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    auto& net = state["network"];
+    net["vswitches"].push_back({{"name", "vSwitch1"}, {"uplinks", nlohmann::json::array()}});
+    nlohmann::json other = net["nics"][0];
+    other["name"] = "nex1";
+    other["management"] = false;
+    other["mac"] = "00:50:56:6a:00:09";
+    other["ipv4Address"] = "10.9.9.9";
+    other["portGroup"] = "Guest Network";
+    other["dvSwitch"] = "";
+    other["dvPort"] = "";
+    net["nics"].push_back(other);
+  });
+  if (c.fault != nullptr) {
+    Fail(host, c.fault, "device busy");
+  }
+  const nlohmann::json before = Network(host);
+  auto console = Open(host, "Restore Standard Switch");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+  // On to the repair of the distributed switch.
+  EXPECT_EQ(RightTitle(*console), "Restore DVS");
+  EXPECT_TRUE(host.WaitForSyslog(
+      "Enabling safe mode networking by moving all uplinks to a new management vSwitch"));
+  EXPECT_TRUE(Contains(host.Syslog(), c.logged)) << host.Syslog();
+
+  const nlohmann::json net = host.HostJson()["network"];
+  if (*c.newSwitch == 0) {
+    EXPECT_EQ(Network(host), before);
+    return;
+  }
+  const nlohmann::json* created = Named(net["vswitches"], c.newSwitch);
+  ASSERT_TRUE(created) << net["vswitches"].dump(2);
+  EXPECT_EQ((*created)["uplinks"], c.uplinks);
+  ASSERT_EQ((*created)["portGroups"].size(), 1u) << created->dump(2);
+  EXPECT_EQ((*created)["portGroups"][0]["name"], "Management Network");
+  EXPECT_EQ((*created)["portGroups"][0]["activeUplinks"], c.uplinks);
+  for (const auto& sw : net["vswitches"]) {
+    if (sw["name"] != c.newSwitch) {
+      EXPECT_FALSE(Named(sw["portGroups"], "Management Network")) << sw.dump(2);
+      for (const auto& uplink : c.uplinks) {
+        EXPECT_FALSE(Contains(sw["uplinks"].dump(), uplink.get<std::string>())) << sw.dump(2);
+      }
+    }
+  }
+  for (const auto& dvs : net["dvswitches"]) {
+    for (const auto& uplink : c.uplinks) {
+      EXPECT_FALSE(Contains(dvs.dump(), uplink.get<std::string>())) << dvs.dump(2);
+    }
+  }
+  const nlohmann::json* nex0 = Named(net["nics"], "nex0");
+  ASSERT_TRUE(nex0);
+  EXPECT_EQ((*nex0)["portGroup"], "Management Network");
+  EXPECT_EQ((*nex0).value("dvSwitch", ""), "");
+  EXPECT_TRUE((*nex0).value("enabled", true));
+  EXPECT_FALSE((*Named(net["nics"], "nex1")).value("enabled", true));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkRestoreTest,
+    StandardSwitchMove,
+    ::testing::Values(
+        SwitchCase{"FromAStandardSwitch", "", nullptr, "vSwitch2", {"pnic0", "pnic1"},
+                   "Enabling safe mode"},
+        SwitchCase{"FromADistributedSwitch", "dvs", nullptr, "vSwitch2", {"pnic0", "pnic1"},
+                   "Enabling safe mode"},
+        SwitchCase{"AnUplinkThatWillNotMove", "dvs", "DVPortImpl.RemoveUplink", "vSwitch2",
+                   nlohmann::json::array(), "Moving uplink pnic1 failed: device busy"},
+        SwitchCase{"AFailingHostCall", "", "VirtualSwitchInfoImpl.AddVirtualSwitch", "",
+                   nlohmann::json::array(),
+                   "Changing to legacy virtual switch failed: device busy"}),
+    [](const auto& info) { return info.param.name; });
+
+}  // namespace
