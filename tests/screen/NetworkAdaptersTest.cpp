@@ -1,0 +1,166 @@
+// The switch side of the management network on a host with more adapters
+// than the list shows at once: choosing the uplinks, the VLAN ID, and static
+// IPv6 with every address field filled.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "NetworkScreenUtil.h"
+
+namespace {
+
+using namespace MerelNetworkTest;
+
+// The adapter dialog's list on an 80 x 25 terminal: ten rows under the
+// header, the device name after the check box.
+constexpr int kFirstRow = 10;
+constexpr int kRows = 10;
+constexpr int kNameColumn = 7;
+
+std::vector<std::string> ShownAdapters(const Terminal& console) {
+  std::vector<std::string> names;
+  for (int y = kFirstRow; y < kFirstRow + kRows; ++y) {
+    names.push_back(CellText(console, y, kNameColumn, 12));
+  }
+  return names;
+}
+
+// The row of `name` as shown, or "" when it is scrolled away.
+std::string AdapterRow(const Terminal& console, const std::string& name) {
+  for (int y = kFirstRow; y < kFirstRow + kRows; ++y) {
+    if (CellText(console, y, kNameColumn, 12) == name) {
+      return CellText(console, y, 3, 74);
+    }
+  }
+  return "";
+}
+
+void ExpectShown(const Terminal& console, const std::vector<std::string>& texts) {
+  const std::string screen = console.Text();
+  for (const std::string& text : texts) {
+    EXPECT_NE(screen.find(text), std::string::npos) << text << " not in\n" << screen;
+  }
+}
+
+// D on the focused adapter: its details, closed again with Enter.
+void ExpectDetails(Terminal& console, const std::vector<std::string>& lines,
+                   const char* golden = nullptr) {
+  console.SendText("d");
+  ASSERT_TRUE(WaitQuiet(console, "Adapter Details")) << console.Text();
+  ExpectShown(console, lines);
+  if (golden != nullptr) {
+    ExpectGoldenScreen(console, golden);
+  }
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(console.WaitFor([&] { return console.Text().find("Adapter Details") ==
+                                           std::string::npos; }))
+      << console.Text();
+  console.WaitUntilQuiet();
+}
+
+const nlohmann::json* Find(const nlohmann::json& list, const std::string& name) {
+  for (const nlohmann::json& item : list) {
+    if (item.value("name", "") == name) {
+      return &item;
+    }
+  }
+  return nullptr;
+}
+
+bool Has(const nlohmann::json& list, const std::string& name) {
+  return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+// Twelve adapters in listing order, scrolled to the last; details of the
+// focused one; the refusal of no adapter; adapters taken from another
+// standard switch and from a distributed switch after the confirmation;
+// and the host's switches afterwards.
+TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
+  SimHost host("many-adapters");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "Network Adapters", "Device Name");
+
+  const std::vector<std::string> order = {"eth0",  "pnic0", "pnic1", "pnic2", "pnic3",  "pnic4",
+                                          "pnic5", "pnic6", "pnic7", "pnic8", "pnic9", "pnic10"};
+  EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.begin(), order.begin() + kRows));
+  EXPECT_EQ(AdapterRow(*console, "pnic0"),
+            "[X] pnic0        Intel ... (00:50:56:a1:00:20) Connected vSwitch0");
+  EXPECT_EQ(AdapterRow(*console, "pnic3"),
+            "[ ] pnic3        Intel ... (00:50:56:a1:00:23) Disconnected");
+  EXPECT_EQ(AdapterRow(*console, "pnic5"),
+            "[ ] pnic5        Broadc... (00:50:56:a1:00:25) Connected DSwitch-Lab");
+  EXPECT_EQ(AdapterRow(*console, "pnic6"),
+            "[ ] pnic6        (...) (00:50:56:a1:00:26)     Disconnected");
+
+  // What the row shortened, the details show whole.
+  Type(*console, {Key::kDown});
+  ExpectDetails(*console,
+                {"Device Name: pnic0", "Connection Status: Connected", "Used By: vSwitch0"},
+                "network-adapter-info");
+
+  // Neither management adapter left: refused, and the list stays open.
+  Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
+  EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "No adapter")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(console->WaitFor([&] { return console->Text().find("No adapter") == std::string::npos; }));
+  console->WaitUntilQuiet();
+  ExpectShown(*console, {"Toggle Selected"});
+
+  // pnic4 (another standard switch), pnic5 (a distributed switch), and the
+  // last adapter, reached by scrolling.
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace});
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown});
+  EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.end() - kRows, order.end()));
+  Type(*console, {Key::kSpace});
+  EXPECT_EQ(AdapterRow(*console, "pnic10"),
+            "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
+  ExpectDetails(*console, {"Device Name: pnic10", "Hardware Label: Intel I350",
+                           "MAC Address: 00:50:56:a1:00:2a", "Connection Status: Disconnected",
+                           "Used By: None"});
+
+  // Taking adapters from other switches asks first; Esc keeps the list open.
+  const std::vector<std::string> warning = {
+      "Network Adapters: Warning", "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
+      "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."};
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  ExpectShown(*console, warning);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(console->WaitFor([&] { return console->Text().find("Remove these") == std::string::npos; }));
+  console->WaitUntilQuiet();
+  ExpectShown(*console, {"Toggle Selected"});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  Accept(*console);
+  ExpectShown(*console, {"pnic4 (Broadcom BCM5720)", "pnic5 (Broadcom BCM5720)",
+                         "pnic10 (Intel I350)"});
+  EXPECT_EQ(RightText(*console).find("pnic0"), std::string::npos) << console->Text();
+
+  ApplyChanges(*console);
+  const nlohmann::json state = host.HostJson();
+  const nlohmann::json& network = state["network"];
+  const nlohmann::json* vSwitch0 = Find(network["vswitches"], "vSwitch0");
+  const nlohmann::json* vSwitch1 = Find(network["vswitches"], "vSwitch1");
+  const nlohmann::json* dvSwitch = Find(network["dvswitches"], "DSwitch-Lab");
+  ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
+  const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
+  EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
+  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic10"})) << group.dump();
+  for (const char* uplink : {"pnic4", "pnic5", "pnic10"}) {
+    EXPECT_TRUE(Has((*vSwitch0)["uplinks"], uplink)) << uplink << " " << vSwitch0->dump();
+  }
+  EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4")) << vSwitch1->dump();
+  EXPECT_FALSE(Has((*dvSwitch)["uplinks"], "pnic5")) << dvSwitch->dump();
+  // The interface follows its first adapter's address.
+  EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
+  ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic10", "Network settings changed."});
+}
+
+}  // namespace
