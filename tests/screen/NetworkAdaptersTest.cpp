@@ -163,4 +163,71 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic10", "Network settings changed."});
 }
 
+struct VlanCase {
+  const char* name;
+  const char* typed;    // into the emptied field
+  const char* title;    // of the message Enter shows, or ""
+  const char* message;  // its text
+  bool accepted;
+  int hostVlan;  // after leaving the window; 30 is the host's own
+};
+
+class VlanTest : public testing::TestWithParam<VlanCase> {};
+
+// The ID typed over the host's 30: what the user is told, and what the host
+// holds once the window is left (with Esc and Y when it was accepted).
+TEST_P(VlanTest, TypedOverTheHostsId) {
+  const VlanCase& c = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["vswitches"][0]["portGroups"][0]["vlanId"] = 30;
+  });
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  ASSERT_NE(console->Text().find("[ 30    ]"), std::string::npos) << console->Text();
+  TypeText(*console, "\b");
+  TypeText(*console, "\b");
+  TypeText(*console, c.typed);
+  console->SendKey(Key::kEnter);
+  if (*c.title != '\0') {
+    ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+    ExpectShown(*console, {c.title});
+    console->SendKey(Key::kEnter);
+  }
+  if (!c.accepted) {
+    // Back in the dialog with the text kept; Esc drops it.
+    ASSERT_TRUE(console->WaitFor(
+        [&] { return console->Text().find(c.message) == std::string::npos; }));
+    ASSERT_TRUE(WaitQuiet(*console, std::string("[ ") + c.typed)) << console->Text();
+    console->SendKey(Key::kEscape);
+    ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+    EXPECT_NE(RightText(*console).find("30"), std::string::npos) << console->Text();
+    console->SendKey(Key::kEscape);
+    ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  } else {
+    ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+    const std::string shown = c.hostVlan == 0 ? "Not set" : std::to_string(c.hostVlan);
+    EXPECT_EQ(RightText(*console).rfind(shown, 0), 0u) << console->Text();
+    ApplyChanges(*console);
+    ExpectLines(host, {"Changed vlan, restarting management interface"});
+  }
+  EXPECT_EQ(host.HostJson()["network"]["vswitches"][0]["portGroups"][0]["vlanId"], c.hostVlan);
+}
+
+const char* const kInvalidVlan = "Invalid VLAN ID";
+const char* const kInvalidVlanText = "Please reenter a valid VLAN ID (1-4095).";
+
+INSTANTIATE_TEST_SUITE_P(
+    Ids,
+    VlanTest,
+    testing::Values(VlanCase{"Zero", "0", kInvalidVlan, kInvalidVlanText, false, 30},
+                    VlanCase{"Highest", "4094", "", "", true, 4094},
+                    VlanCase{"AllVlans", "4095", "Warning", "You entered a VLAN ID of 4095.", true,
+                             4095},
+                    VlanCase{"TooHigh", "4096", kInvalidVlan, kInvalidVlanText, false, 30},
+                    VlanCase{"Empty", "", "", "", true, 0}),
+    [](const testing::TestParamInfo<VlanCase>& info) { return info.param.name; });
+
 }  // namespace
