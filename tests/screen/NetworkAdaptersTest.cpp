@@ -158,6 +158,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   }
   EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4")) << vSwitch1->dump();
   EXPECT_FALSE(Has((*dvSwitch)["uplinks"], "pnic5")) << dvSwitch->dump();
+  EXPECT_FALSE(Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5")) << dvSwitch->dump();
   // The interface follows its first adapter's address.
   EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
   ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic10", "Network settings changed."});
@@ -229,5 +230,73 @@ INSTANTIATE_TEST_SUITE_P(
                     VlanCase{"TooHigh", "4096", kInvalidVlan, kInvalidVlanText, false, 30},
                     VlanCase{"Empty", "", "", "", true, 0}),
     [](const testing::TestParamInfo<VlanCase>& info) { return info.param.name; });
+
+struct Ipv6Case {
+  const char* name;
+  const char* failingCall;  // made to fail once while applying, or ""
+  const char* failure;      // its error line and message, before the fault's text
+  const char* hostGateway;  // afterwards
+};
+
+class StaticIpv6Test : public testing::TestWithParam<Ipv6Case> {};
+
+// Three static addresses and a gateway on a host without IPv6 addresses. A
+// failing IPv6 step is shown, and the steps after it still run: the
+// addresses (or the gateway) and the suffixes reach the host all the same.
+TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
+  const Ipv6Case& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  const std::vector<std::string> addresses = {"2001:db8:30::10/64", "2001:db8:30::11/64",
+                                              "2001:db8:31::12/48"};
+  OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown});
+  for (const std::string& address : addresses) {
+    TypeText(*console, address);
+    Type(*console, {Key::kDown});
+  }
+  TypeText(*console, "\b\b2001:db8:30::1");
+  Accept(*console);
+  const std::string pane = RightText(*console);
+  EXPECT_NE(pane.find("IPv6 Addresses:\n" + addresses[0] + "\n" + addresses[1] + "\n" +
+                      addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"),
+            std::string::npos)
+      << pane;
+
+  if (*c.failingCall != '\0') {
+    FailOnce(host, c.failingCall, "disk on fire");
+  }
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"))
+      << console->Text();
+  console->SendText("y");
+  if (*c.failingCall != '\0') {
+    const std::string line = std::string(c.failure) + "disk on fire";
+    ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+    ExpectShown(*console, {"Enable Management Network: Error"});
+    console->SendKey(Key::kEnter);
+    ExpectLines(host, {"user.err " + line});
+  }
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ(Nex0(state)["ipv6Addresses"], nlohmann::json(addresses)) << Nex0(state).dump();
+  EXPECT_EQ(state["network"]["routing"]["ipv6Gateway"], c.hostGateway);
+  ExpectLines(host, {"Setting ipv6 configuration", "Setting default ipv6 gateway to 2001:db8:30::1",
+                     "Setting suffixes to lab.test, corp.test", "Network settings changed."});
+  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps,
+    StaticIpv6Test,
+    testing::Values(Ipv6Case{"Applied", "", "", "2001:db8:30::1"},
+                    Ipv6Case{"EnablingFails", "SetNexIpv6Enabled",
+                             "Setting ipv6 configuration failed: ", "2001:db8:30::1"},
+                    Ipv6Case{"GatewayFails", "SetIpv6NexelDefaultGateway",
+                             "Setting default ipv6 gateway failed: ", "::"}),
+    [](const testing::TestParamInfo<Ipv6Case>& info) { return info.param.name; });
 
 }  // namespace
