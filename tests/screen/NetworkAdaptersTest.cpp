@@ -113,10 +113,11 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   console->WaitUntilQuiet();
   ExpectShown(*console, {"Toggle Selected"});
 
-  // pnic4 (another standard switch), pnic5 (a distributed switch), and the
-  // last adapter, reached by scrolling.
-  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace});
-  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown});
+  // pnic4 (another standard switch), pnic5 (a distributed switch), pnic6
+  // (no label), and the last adapter, reached by scrolling.
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace,
+                  Key::kDown, Key::kSpace});
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
   EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.end() - kRows, order.end()));
   Type(*console, {Key::kSpace});
   EXPECT_EQ(AdapterRow(*console, "pnic10"),
@@ -139,9 +140,12 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
   Accept(*console);
-  ExpectShown(*console, {"pnic4 (Broadcom BCM5720)", "pnic5 (Broadcom BCM5720)",
-                         "pnic10 (Intel I350)"});
-  EXPECT_EQ(RightText(*console).find("pnic0"), std::string::npos) << console->Text();
+  // An adapter without a label goes by its MAC address.
+  EXPECT_EQ(RightText(*console).rfind("pnic4 (Broadcom BCM5720)\npnic5 (Broadcom BCM5720)\n"
+                                      "pnic6 (00:50:56:a1:00:26)\npnic10 (Intel I350)\n",
+                                      0),
+            0u)
+      << console->Text();
 
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
@@ -152,8 +156,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
   const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
   EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
-  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic10"})) << group.dump();
-  for (const char* uplink : {"pnic4", "pnic5", "pnic10"}) {
+  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic6", "pnic10"}))
+      << group.dump();
+  for (const char* uplink : {"pnic4", "pnic5", "pnic6", "pnic10"}) {
     EXPECT_TRUE(Has((*vSwitch0)["uplinks"], uplink)) << uplink << " " << vSwitch0->dump();
   }
   EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4")) << vSwitch1->dump();
@@ -161,7 +166,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   EXPECT_FALSE(Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5")) << dvSwitch->dump();
   // The interface follows its first adapter's address.
   EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
-  ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic10", "Network settings changed."});
+  ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
 }
 
 struct VlanCase {
