@@ -45,8 +45,15 @@ void ExpectShown(const Terminal& console, const std::vector<std::string>& texts)
   }
 }
 
+// `text` went away and the screen settled.
+bool WaitGone(Terminal& console, const std::string& text) {
+  return console.WaitFor([&] { return console.Text().find(text) == std::string::npos; }) &&
+         console.WaitUntilQuiet();
+}
+
 // D on the focused adapter: its details, closed again with Enter.
-void ExpectDetails(Terminal& console, const std::vector<std::string>& lines,
+void ExpectDetails(Terminal& console,
+                   const std::vector<std::string>& lines,
                    const char* golden = nullptr) {
   console.SendText("d");
   ASSERT_TRUE(WaitQuiet(console, "Adapter Details")) << console.Text();
@@ -55,10 +62,7 @@ void ExpectDetails(Terminal& console, const std::vector<std::string>& lines,
     ExpectGoldenScreen(console, golden);
   }
   console.SendKey(Key::kEnter);
-  ASSERT_TRUE(console.WaitFor([&] { return console.Text().find("Adapter Details") ==
-                                           std::string::npos; }))
-      << console.Text();
-  console.WaitUntilQuiet();
+  ASSERT_TRUE(WaitGone(console, "Adapter Details")) << console.Text();
 }
 
 const nlohmann::json* Find(const nlohmann::json& list, const std::string& name) {
@@ -85,9 +89,10 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ASSERT_TRUE(console);
   OpenDialog(*console, "Network Adapters", "Device Name");
 
-  const std::vector<std::string> order = {"eth0",  "pnic0", "pnic1", "pnic2", "pnic3",  "pnic4",
+  const std::vector<std::string> order = {"eth0",  "pnic0", "pnic1", "pnic2", "pnic3", "pnic4",
                                           "pnic5", "pnic6", "pnic7", "pnic8", "pnic9", "pnic10"};
-  EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.begin(), order.begin() + kRows));
+  EXPECT_EQ(ShownAdapters(*console),
+            std::vector<std::string>(order.begin(), order.begin() + kRows));
   EXPECT_EQ(AdapterRow(*console, "pnic0"),
             "[X] pnic0        Intel ... (00:50:56:a1:00:20) Connected vSwitch0");
   EXPECT_EQ(AdapterRow(*console, "pnic3"),
@@ -108,9 +113,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "No adapter")) << console->Text();
+  ExpectShown(*console, {"Select at least one adapter."});
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(console->WaitFor([&] { return console->Text().find("No adapter") == std::string::npos; }));
-  console->WaitUntilQuiet();
+  ASSERT_TRUE(WaitGone(*console, "No adapter")) << console->Text();
   ExpectShown(*console, {"Toggle Selected"});
 
   // pnic4 (another standard switch), pnic5 (a distributed switch), pnic6
@@ -134,8 +139,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
   ExpectShown(*console, warning);
   console->SendKey(Key::kEscape);
-  ASSERT_TRUE(console->WaitFor([&] { return console->Text().find("Remove these") == std::string::npos; }));
-  console->WaitUntilQuiet();
+  ASSERT_TRUE(WaitGone(*console, "Remove these")) << console->Text();
   ExpectShown(*console, {"Toggle Selected"});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
@@ -156,8 +160,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
   const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
   EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
-  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic6", "pnic10"}))
-      << group.dump();
+  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic6", "pnic10"})) << group.dump();
   for (const char* uplink : {"pnic4", "pnic5", "pnic6", "pnic10"}) {
     EXPECT_TRUE(Has((*vSwitch0)["uplinks"], uplink)) << uplink << " " << vSwitch0->dump();
   }
@@ -204,8 +207,7 @@ TEST_P(VlanTest, TypedOverTheHostsId) {
   }
   if (!c.accepted) {
     // Back in the dialog with the text kept; Esc drops it.
-    ASSERT_TRUE(console->WaitFor(
-        [&] { return console->Text().find(c.message) == std::string::npos; }));
+    ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
     ASSERT_TRUE(WaitQuiet(*console, std::string("[ ") + c.typed)) << console->Text();
     console->SendKey(Key::kEscape);
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();

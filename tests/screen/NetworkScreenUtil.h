@@ -89,8 +89,8 @@ inline const nlohmann::json& Nex0(const nlohmann::json& state) {
 
 // Makes the next call of the host library named `call` fail with `text`.
 inline void FailOnce(const SimHost& host, const std::string& call, const std::string& text) {
-  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
-                              "' " + call + " '" + text + "' --once";
+  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
+                              call + " '" + text + "' --once";
   ASSERT_EQ(std::system(command.c_str()), 0) << command;
 }
 
