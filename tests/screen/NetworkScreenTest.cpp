@@ -8,35 +8,11 @@
 #include <gtest/gtest.h>
 
 #include "Harness.h"
-#include "MenuScreenUtil.h"
+#include "NetworkScreenUtil.h"
 
 namespace {
 
-using namespace MerelMenuTest;
-
-const char* const kWindowTitle = "Configure Management Network";
-
-bool WaitForWindow(Terminal& console) {
-  return console.WaitFor([&] {
-    return CellText(console, 1, 3, 28) == kWindowTitle &&
-           console.Text().find("<Esc> Exit") != std::string::npos;
-  }) && console.WaitUntilQuiet();
-}
-
-// Logs in and opens the window from the menu.
-std::unique_ptr<Terminal> OpenWindow(SimHost& host, bool expectWindow = true) {
-  auto console = LogIn(host);
-  if (!console || !SelectEntry(*console, kWindowTitle)) {
-    ADD_FAILURE() << "menu entry not reached";
-    return nullptr;
-  }
-  console->SendKey(Key::kEnter);
-  if (expectWindow && !WaitForWindow(*console)) {
-    ADD_FAILURE() << "no network window:\n" << console->Text();
-    return nullptr;
-  }
-  return console;
-}
+using namespace MerelNetworkTest;
 
 // The pane of `entry`, reached with Down and Up.
 std::string Pane(Terminal& console, const std::string& entry) {
@@ -121,52 +97,6 @@ TEST(NetworkScreenTest, ManagementInterfaceGone) {
   EXPECT_NE(host.Syslog().find("Could not get a suitable management interface"), std::string::npos);
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
-}
-
-// Enter on `entry` and wait for its dialog.
-void OpenDialog(Terminal& console, const std::string& entry, const std::string& shown) {
-  ASSERT_TRUE(SelectEntry(console, entry)) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, shown)) << console.Text();
-}
-
-// Sends `keys` one at a time, each after the screen settled.
-void Type(Terminal& console, std::initializer_list<Key> keys) {
-  for (Key key : keys) {
-    console.SendKey(key);
-    console.WaitUntilQuiet();
-  }
-}
-
-void TypeText(Terminal& console, const std::string& text) {
-  console.SendText(text);
-  console.WaitUntilQuiet();
-}
-
-// Enter on the dialog, back in the window.
-void Accept(Terminal& console) {
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
-}
-
-// Esc and Y: applied, and back in the menu.
-void ApplyChanges(Terminal& console,
-                  const char* question = "Apply changes and restart management network?") {
-  console.SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(console, question)) << console.Text();
-  console.SendText("y");
-  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
-}
-
-void ExpectLines(const SimHost& host, const std::vector<std::string>& lines) {
-  const std::string log = host.Syslog();
-  for (const std::string& line : lines) {
-    EXPECT_NE(log.find(line), std::string::npos) << line << " not in\n" << log;
-  }
-}
-
-const nlohmann::json& Nex0(const nlohmann::json& state) {
-  return state["network"]["nics"][0];
 }
 
 // A DHCP host set to a static address, then back to DHCP: the host follows,
@@ -362,9 +292,7 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   TypeText(*console, "20");
   Accept(*console);
 
-  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
-                           c.call + " 'disk on fire' --once";
-  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  FailOnce(host, c.call, "disk on fire");
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitQuiet(*console, "Apply changes")) << console->Text();
   console->SendText("y");

@@ -75,8 +75,15 @@ void VirtualSwitchInfoImpl::AddUplink(const std::string& switchName, const std::
       if (sw.name != switchName)
         Platform::DetachUplink(sw, pnic);
     }
-    for (auto& dvs : state.network.dvswitches)
+    // An adapter serves one switch: taken from a distributed switch, it
+    // leaves that switch's ports as well.
+    for (auto& dvs : state.network.dvswitches) {
       std::erase(dvs.uplinks, pnic);
+      for (auto& port : dvs.ports) {
+        std::erase(port.activeUplinks, pnic);
+        std::erase(port.standbyUplinks, pnic);
+      }
+    }
     if (std::find(target->uplinks.begin(), target->uplinks.end(), pnic) == target->uplinks.end()) {
       target->uplinks.push_back(pnic);
     }

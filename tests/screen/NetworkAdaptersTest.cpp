@@ -1,0 +1,309 @@
+// The switch side of the management network on a host with more adapters
+// than the list shows at once: choosing the uplinks, the VLAN ID, and static
+// IPv6 with every address field filled.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "NetworkScreenUtil.h"
+
+namespace {
+
+using namespace MerelNetworkTest;
+
+// The adapter dialog's list on an 80 x 25 terminal: ten rows under the
+// header, the device name after the check box.
+constexpr int kFirstRow = 10;
+constexpr int kRows = 10;
+constexpr int kNameColumn = 7;
+
+std::vector<std::string> ShownAdapters(const Terminal& console) {
+  std::vector<std::string> names;
+  for (int y = kFirstRow; y < kFirstRow + kRows; ++y) {
+    names.push_back(CellText(console, y, kNameColumn, 12));
+  }
+  return names;
+}
+
+// The row of `name` as shown, or "" when it is scrolled away.
+std::string AdapterRow(const Terminal& console, const std::string& name) {
+  for (int y = kFirstRow; y < kFirstRow + kRows; ++y) {
+    if (CellText(console, y, kNameColumn, 12) == name) {
+      return CellText(console, y, 3, 74);
+    }
+  }
+  return "";
+}
+
+void ExpectShown(const Terminal& console, const std::vector<std::string>& texts) {
+  const std::string screen = console.Text();
+  for (const std::string& text : texts) {
+    EXPECT_NE(screen.find(text), std::string::npos) << text << " not in\n" << screen;
+  }
+}
+
+// `text` went away and the screen settled.
+bool WaitGone(Terminal& console, const std::string& text) {
+  return console.WaitFor([&] { return console.Text().find(text) == std::string::npos; }) &&
+         console.WaitUntilQuiet();
+}
+
+// D on the focused adapter: its details, closed again with Enter.
+void ExpectDetails(Terminal& console,
+                   const std::vector<std::string>& lines,
+                   const char* golden = nullptr) {
+  console.SendText("d");
+  ASSERT_TRUE(WaitQuiet(console, "Adapter Details")) << console.Text();
+  ExpectShown(console, lines);
+  if (golden != nullptr) {
+    ExpectGoldenScreen(console, golden);
+  }
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(console, "Adapter Details")) << console.Text();
+}
+
+const nlohmann::json* Find(const nlohmann::json& list, const std::string& name) {
+  for (const nlohmann::json& item : list) {
+    if (item.value("name", "") == name) {
+      return &item;
+    }
+  }
+  return nullptr;
+}
+
+bool Has(const nlohmann::json& list, const std::string& name) {
+  return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+// Twelve adapters in listing order, scrolled to the last; details of the
+// focused one; the refusal of no adapter; adapters taken from another
+// standard switch and from a distributed switch after the confirmation;
+// and the host's switches afterwards.
+TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
+  SimHost host("many-adapters");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "Network Adapters", "Device Name");
+
+  const std::vector<std::string> order = {"eth0",  "pnic0", "pnic1", "pnic2", "pnic3", "pnic4",
+                                          "pnic5", "pnic6", "pnic7", "pnic8", "pnic9", "pnic10"};
+  EXPECT_EQ(ShownAdapters(*console),
+            std::vector<std::string>(order.begin(), order.begin() + kRows));
+  EXPECT_EQ(AdapterRow(*console, "pnic0"),
+            "[X] pnic0        Intel ... (00:50:56:a1:00:20) Connected vSwitch0");
+  EXPECT_EQ(AdapterRow(*console, "pnic3"),
+            "[ ] pnic3        Intel ... (00:50:56:a1:00:23) Disconnected");
+  EXPECT_EQ(AdapterRow(*console, "pnic5"),
+            "[ ] pnic5        Broadc... (00:50:56:a1:00:25) Connected DSwitch-Lab");
+  EXPECT_EQ(AdapterRow(*console, "pnic6"),
+            "[ ] pnic6        (...) (00:50:56:a1:00:26)     Disconnected");
+
+  // What the row shortened, the details show whole.
+  Type(*console, {Key::kDown});
+  ExpectDetails(*console,
+                {"Device Name: pnic0", "Connection Status: Connected", "Used By: vSwitch0"},
+                "network-adapter-info");
+
+  // Neither management adapter left: refused, and the list stays open.
+  Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
+  EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "No adapter")) << console->Text();
+  ExpectShown(*console, {"Select at least one adapter."});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(*console, "No adapter")) << console->Text();
+  ExpectShown(*console, {"Toggle Selected"});
+
+  // pnic4 (another standard switch), pnic5 (a distributed switch), pnic6
+  // (no label), and the last adapter, reached by scrolling.
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace,
+                  Key::kDown, Key::kSpace});
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
+  EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.end() - kRows, order.end()));
+  Type(*console, {Key::kSpace});
+  EXPECT_EQ(AdapterRow(*console, "pnic10"),
+            "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
+  ExpectDetails(*console, {"Device Name: pnic10", "Hardware Label: Intel I350",
+                           "MAC Address: 00:50:56:a1:00:2a", "Connection Status: Disconnected",
+                           "Used By: None"});
+
+  // Taking adapters from other switches asks first; Esc keeps the list open.
+  const std::vector<std::string> warning = {
+      "Network Adapters: Warning", "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
+      "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."};
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  ExpectShown(*console, warning);
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitGone(*console, "Remove these")) << console->Text();
+  ExpectShown(*console, {"Toggle Selected"});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  Accept(*console);
+  // An adapter without a label goes by its MAC address.
+  EXPECT_EQ(RightText(*console).rfind("pnic4 (Broadcom BCM5720)\npnic5 (Broadcom BCM5720)\n"
+                                      "pnic6 (00:50:56:a1:00:26)\npnic10 (Intel I350)\n",
+                                      0),
+            0u)
+      << console->Text();
+
+  ApplyChanges(*console);
+  const nlohmann::json state = host.HostJson();
+  const nlohmann::json& network = state["network"];
+  const nlohmann::json* vSwitch0 = Find(network["vswitches"], "vSwitch0");
+  const nlohmann::json* vSwitch1 = Find(network["vswitches"], "vSwitch1");
+  const nlohmann::json* dvSwitch = Find(network["dvswitches"], "DSwitch-Lab");
+  ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
+  const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
+  EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
+  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic6", "pnic10"})) << group.dump();
+  for (const char* uplink : {"pnic4", "pnic5", "pnic6", "pnic10"}) {
+    EXPECT_TRUE(Has((*vSwitch0)["uplinks"], uplink)) << uplink << " " << vSwitch0->dump();
+  }
+  EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4")) << vSwitch1->dump();
+  EXPECT_FALSE(Has((*dvSwitch)["uplinks"], "pnic5")) << dvSwitch->dump();
+  EXPECT_FALSE(Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5")) << dvSwitch->dump();
+  // The interface follows its first adapter's address.
+  EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
+  ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
+}
+
+struct VlanCase {
+  const char* name;
+  const char* typed;    // into the emptied field
+  const char* title;    // of the message Enter shows, or ""
+  const char* message;  // its text
+  bool accepted;
+  int hostVlan;  // after leaving the window; 30 is the host's own
+};
+
+class VlanTest : public testing::TestWithParam<VlanCase> {};
+
+// The ID typed over the host's 30: what the user is told, and what the host
+// holds once the window is left (with Esc and Y when it was accepted).
+TEST_P(VlanTest, TypedOverTheHostsId) {
+  const VlanCase& c = GetParam();
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["vswitches"][0]["portGroups"][0]["vlanId"] = 30;
+  });
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  ASSERT_NE(console->Text().find("[ 30    ]"), std::string::npos) << console->Text();
+  TypeText(*console, "\b");
+  TypeText(*console, "\b");
+  TypeText(*console, c.typed);
+  console->SendKey(Key::kEnter);
+  if (*c.title != '\0') {
+    ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+    ExpectShown(*console, {c.title});
+    console->SendKey(Key::kEnter);
+  }
+  if (!c.accepted) {
+    // Back in the dialog with the text kept; Esc drops it.
+    ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
+    ASSERT_TRUE(WaitQuiet(*console, std::string("[ ") + c.typed)) << console->Text();
+    console->SendKey(Key::kEscape);
+    ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+    EXPECT_NE(RightText(*console).find("30"), std::string::npos) << console->Text();
+    console->SendKey(Key::kEscape);
+    ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  } else {
+    ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+    const std::string shown = c.hostVlan == 0 ? "Not set" : std::to_string(c.hostVlan);
+    EXPECT_EQ(RightText(*console).rfind(shown, 0), 0u) << console->Text();
+    ApplyChanges(*console);
+    ExpectLines(host, {"Changed vlan, restarting management interface"});
+  }
+  EXPECT_EQ(host.HostJson()["network"]["vswitches"][0]["portGroups"][0]["vlanId"], c.hostVlan);
+}
+
+const char* const kInvalidVlan = "Invalid VLAN ID";
+const char* const kInvalidVlanText = "Please reenter a valid VLAN ID (1-4095).";
+
+INSTANTIATE_TEST_SUITE_P(
+    Ids,
+    VlanTest,
+    testing::Values(VlanCase{"Zero", "0", kInvalidVlan, kInvalidVlanText, false, 30},
+                    VlanCase{"Highest", "4094", "", "", true, 4094},
+                    VlanCase{"AllVlans", "4095", "Warning", "You entered a VLAN ID of 4095.", true,
+                             4095},
+                    VlanCase{"TooHigh", "4096", kInvalidVlan, kInvalidVlanText, false, 30},
+                    VlanCase{"Empty", "", "", "", true, 0}),
+    [](const testing::TestParamInfo<VlanCase>& info) { return info.param.name; });
+
+struct Ipv6Case {
+  const char* name;
+  const char* failingCall;  // made to fail once while applying, or ""
+  const char* failure;      // its error line and message, before the fault's text
+  const char* hostGateway;  // afterwards
+};
+
+class StaticIpv6Test : public testing::TestWithParam<Ipv6Case> {};
+
+// Three static addresses and a gateway on a host without IPv6 addresses. A
+// failing IPv6 step is shown, and the steps after it still run: the
+// addresses (or the gateway) and the suffixes reach the host all the same.
+TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
+  const Ipv6Case& c = GetParam();
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  const std::vector<std::string> addresses = {"2001:db8:30::10/64", "2001:db8:30::11/64",
+                                              "2001:db8:31::12/48"};
+  OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown});
+  for (const std::string& address : addresses) {
+    TypeText(*console, address);
+    Type(*console, {Key::kDown});
+  }
+  TypeText(*console, "2001:db8:30::1");  // the host has none
+  Accept(*console);
+  const std::string pane = RightText(*console);
+  EXPECT_NE(pane.find("IPv6 Addresses:\n" + addresses[0] + "\n" + addresses[1] + "\n" +
+                      addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"),
+            std::string::npos)
+      << pane;
+
+  if (*c.failingCall != '\0') {
+    FailOnce(host, c.failingCall, "disk on fire");
+  }
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"))
+      << console->Text();
+  console->SendText("y");
+  if (*c.failingCall != '\0') {
+    const std::string line = std::string(c.failure) + "disk on fire";
+    ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+    ExpectShown(*console, {"Enable Management Network: Error"});
+    console->SendKey(Key::kEnter);
+    ExpectLines(host, {"user.err " + line});
+  }
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ(Nex0(state)["ipv6Addresses"], nlohmann::json(addresses)) << Nex0(state).dump();
+  EXPECT_EQ(state["network"]["routing"]["ipv6Gateway"], c.hostGateway);
+  ExpectLines(host, {"Setting ipv6 configuration", "Setting default ipv6 gateway to 2001:db8:30::1",
+                     "Setting suffixes to lab.test, corp.test", "Network settings changed."});
+  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps,
+    StaticIpv6Test,
+    testing::Values(Ipv6Case{"Applied", "", "", "2001:db8:30::1"},
+                    Ipv6Case{"EnablingFails", "SetNexIpv6Enabled",
+                             "Setting ipv6 configuration failed: ", "2001:db8:30::1"},
+                    Ipv6Case{"GatewayFails", "SetIpv6NexelDefaultGateway",
+                             "Setting default ipv6 gateway failed: ", "::"}),
+    [](const testing::TestParamInfo<Ipv6Case>& info) { return info.param.name; });
+
+}  // namespace
