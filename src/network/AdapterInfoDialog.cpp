@@ -44,8 +44,8 @@ int AdapterInfoDialog::Loop() {
   if (_body != nullptr) {
     _body->SetText(Body(_adapter));
   }
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  // Read-only details: any key closes them, whatever the footer offers.
+  Frame::WaitForKey(this, true);
   return 1;
 }
 

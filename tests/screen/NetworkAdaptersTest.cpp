@@ -51,17 +51,18 @@ bool WaitGone(Terminal& console, const std::string& text) {
          console.WaitUntilQuiet();
 }
 
-// D on the focused adapter: its details, closed again with Enter.
+// D on the focused adapter: its details, closed again by `close` (any key).
 void ExpectDetails(Terminal& console,
                    const std::vector<std::string>& lines,
-                   const char* golden = nullptr) {
+                   const char* golden = nullptr,
+                   Key close = Key::kEnter) {
   console.SendText("d");
   ASSERT_TRUE(WaitQuiet(console, "Adapter Details")) << console.Text();
   ExpectShown(console, lines);
   if (golden != nullptr) {
     ExpectGoldenScreen(console, golden);
   }
-  console.SendKey(Key::kEnter);
+  console.SendKey(close);
   ASSERT_TRUE(WaitGone(console, "Adapter Details")) << console.Text();
 }
 
@@ -129,7 +130,11 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
             "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
   ExpectDetails(*console, {"Device Name: pnic10", "Hardware Label: Intel I350",
                            "MAC Address: 00:50:56:a1:00:2a", "Connection Status: Disconnected",
-                           "Used By: None"});
+                           "Used By: None"},
+                nullptr, Key::kSpace);
+  // The Space that closed the details did not reach the list.
+  EXPECT_EQ(AdapterRow(*console, "pnic10"),
+            "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
 
   // Taking adapters from other switches asks first; Esc keeps the list open.
   const std::vector<std::string> warning = {
