@@ -239,6 +239,10 @@ struct AccountState {
   // Only from a host description, to seed the PAM password database; never
   // stored in host.json (empty in a state read from there).
   std::string password;
+  // Only from a host description: the password has expired, so the next
+  // login leads into a change. Kept by the host's PAM module from then on,
+  // which ends it with the change.
+  bool expired = false;
 };
 
 struct FirewallRulesetState {
