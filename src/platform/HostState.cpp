@@ -203,6 +203,7 @@ void Fields(NetworkState& s, V& v) {
   v("dhcp", s.dhcp);
   v("reachable", s.reachable);
   v("pingDelayMs", s.pingDelayMs);
+  v("resolveDelayMs", s.resolveDelayMs);
   v("autoConfigCount", s.autoConfigCount);
 }
 template <class V>

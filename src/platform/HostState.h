@@ -203,6 +203,9 @@ struct NetworkState {
   // How long `nexping` takes for an address, in milliseconds (default: at
   // once); a very large value is a ping that never ends.
   std::map<std::string, int> pingDelayMs;
+  // How long the resolver takes for a name the hosts file does not hold, in
+  // milliseconds (default: at once).
+  std::map<std::string, int> resolveDelayMs;
   int autoConfigCount = 0;
 };
 
