@@ -1,6 +1,7 @@
 # Installation and the Debian package. `cmake --install build` (default
 # prefix /usr) and `cpack -G DEB` put the same files in the same places:
-#   /usr/sbin/merel, /usr/bin/merel-sim, /usr/share/merel/ (host descriptions),
+#   /usr/sbin/merel, /usr/bin/merel-sim and its PAM module in /usr/lib/merel,
+#   /usr/share/merel/ (host descriptions),
 #   /etc/pam.d/merel, /lib/systemd/system/merel@.service, the manual pages.
 # Nothing only the tests need is installed.
 include(GNUInstallDirs)
@@ -33,8 +34,12 @@ add_custom_target(merel_docs ALL DEPENDS ${MEREL_GENERATED_DOCS})
 
 install(TARGETS merel RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(TARGETS merel-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# Found by merel-sim (and the console making its demo host) as
+# ../lib/merel/pam_merel_sim.so from its own folder.
+install(TARGETS pam_merel_sim LIBRARY DESTINATION lib/merel)
 # The installed programs carry no debug information, whatever the build type.
-foreach(program ${CMAKE_INSTALL_SBINDIR}/merel ${CMAKE_INSTALL_BINDIR}/merel-sim)
+foreach(program ${CMAKE_INSTALL_SBINDIR}/merel ${CMAKE_INSTALL_BINDIR}/merel-sim
+                lib/merel/pam_merel_sim.so)
   install(CODE "execute_process(COMMAND ${CMAKE_STRIP} --strip-all
                 --remove-section=.comment --remove-section=.note
                 \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${program}\")")

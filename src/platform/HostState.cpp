@@ -203,6 +203,7 @@ void Fields(NetworkState& s, V& v) {
   v("dhcp", s.dhcp);
   v("reachable", s.reachable);
   v("pingDelayMs", s.pingDelayMs);
+  v("resolveDelayMs", s.resolveDelayMs);
   v("autoConfigCount", s.autoConfigCount);
 }
 template <class V>
@@ -237,6 +238,7 @@ void Fields(AccountState& s, V& v) {
   // password database (mode 0600); host.json is world-readable and never
   // gets it back.
   v(ReadOnly{"password"}, s.password);
+  v(ReadOnly{"expired"}, s.expired);
 }
 template <class V>
 void Fields(FirewallRulesetState& s, V& v) {
@@ -558,11 +560,14 @@ void ValidateOrThrow(const HostState& s) {
   for (size_t i = 0; i < s.accounts.size(); ++i) {
     const auto& account = s.accounts[i];
     std::string where = "accounts[" + std::to_string(i) + "]";
-    if (account.user.empty() || account.user.find(':') != std::string::npos ||
+    // The user names a file of the account module too.
+    if (account.user.empty() || account.user.find_first_of(":/\n") != std::string::npos ||
+        account.user == "." || account.user == ".." ||
         account.password.find(':') != std::string::npos ||
         account.password.find('\n') != std::string::npos) {
       throw FormatError(where +
-                        ": user must be non-empty; neither may contain ':' or a line break");
+                        ": user must be a non-empty file name; neither may contain ':' "
+                        "or a line break");
     }
   }
   for (const auto& log : s.logs) {

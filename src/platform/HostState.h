@@ -203,6 +203,9 @@ struct NetworkState {
   // How long `nexping` takes for an address, in milliseconds (default: at
   // once); a very large value is a ping that never ends.
   std::map<std::string, int> pingDelayMs;
+  // How long the resolver takes for a name the hosts file does not hold, in
+  // milliseconds (default: at once).
+  std::map<std::string, int> resolveDelayMs;
   int autoConfigCount = 0;
 };
 
@@ -239,6 +242,10 @@ struct AccountState {
   // Only from a host description, to seed the PAM password database; never
   // stored in host.json (empty in a state read from there).
   std::string password;
+  // Only from a host description: the password has expired, so the next
+  // login leads into a change. Kept by the host's PAM module from then on,
+  // which ends it with the change.
+  bool expired = false;
 };
 
 struct FirewallRulesetState {

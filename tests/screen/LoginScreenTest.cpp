@@ -1,6 +1,6 @@
 // The console login from the welcome screen through the real PAM stack
 // (pam_wrapper + pam_matrix on the simulated host's password file, plus the
-// tests' own account module for expired and refused accounts), and the
+// host's account module for expired and refused accounts), and the
 // keyboard layout dialog reached from the login's first line.
 #include <cstdio>
 #include <string>
@@ -81,10 +81,7 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
   host.WriteFile("/etc/pam_matrix.passwd", host.ReadFile("/etc/pam_matrix.passwd") + c.passwd);
-  host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") +
-                                         "account required " MEREL_PAM_TEST_MODULE " state=" +
-                                         host.Path("/etc/merel-test-accounts") + "\n");
-  host.WriteFile(std::string("/etc/merel-test-accounts/") + c.user, std::string(c.state) + "\n");
+  host.WriteFile(std::string("/etc/account-states/") + c.user, std::string(c.state) + "\n");
   auto console = OpenLogin(host);
   if (std::string(c.user) != "root") {
     console->SendKey(Key::kUp);

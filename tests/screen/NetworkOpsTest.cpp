@@ -1,5 +1,7 @@
 // Restarting and testing the management network from the menu, on a
 // simulated host: what the screen shows, and what the host saw.
+#include <signal.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -295,6 +297,47 @@ TEST(NetworkOpsTest, EscInterruptsASlowPing) {
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitForRunEnd(*console)) << console->Text();
   EXPECT_EQ(Zombies(*console), 0);
+}
+
+// The console killed outright while the resolve child has taken the host's
+// entry out of the hosts file: the console was the terminal's session leader,
+// so its end hangs the terminal up and the child, in the foreground group,
+// dies of the hang-up before it can put the file back. The original is then
+// in the backup alone, which no later run overwrites: every resolve step
+// fails until somebody puts it back.
+TEST(NetworkOpsTest, KilledDuringTheResolveTheBackupKeepsTheHostsFile) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["resolveDelayMs"] = {{"static-host.lab.test", 4000}};
+  });
+  const std::string original = host.ReadFile("/etc/hosts");
+  ASSERT_TRUE(Contains(original, "static-host.lab.test")) << original;
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Resolving hostname (static-host.lab.test).")) << console->Text();
+  ASSERT_TRUE(console->WaitFor([&] {
+    return !Contains(host.ReadFile("/etc/hosts"), "static-host.lab.test") &&
+           host.ReadFile("/etc/hosts.backup") == original;
+  })) << host.ReadFile("/etc/hosts");
+  console->Signal(SIGKILL);
+  ASSERT_TRUE(console->WaitForExit());
+  ASSERT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }));
+  EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), original);
+  const std::string left = host.ReadFile("/etc/hosts");
+  EXPECT_FALSE(Contains(left, "static-host.lab.test")) << left;
+  EXPECT_TRUE(Contains(left, "localhost")) << left;
+
+  console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
+  EXPECT_TRUE(RowWith(*console, "Resolving hostname (static-host.lab.test).").ends_with("Failed."))
+      << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("failed to backup /etc/hosts: ")) << host.Syslog();
+  EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), original);
+  EXPECT_EQ(host.ReadFile("/etc/hosts"), left);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The password change from the menu and from an expired login, through the
-// real PAM stack: pam_matrix keeps the passwords in the host root's password
-// file, and the tests' own module adds the outcomes pam_matrix cannot give.
+// real PAM stack of the simulated host: pam_matrix keeps the passwords in the
+// host root's password file, and the host's account module adds the outcomes
+// pam_matrix cannot give (its word per user in etc/account-states).
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -19,15 +20,11 @@ using namespace MerelMenuTest;
 const char kOld[] = "0ld-Secret-7q";
 const char kNew[] = "N3w-Secret-9z";
 
-// The password stack gets the tests' module; its state words are per user.
+// root's password, and the account module's word for root.
 void PreparePam(const SimHost& host, const std::string& rootState) {
   host.WriteFile("/etc/pam_matrix.passwd", std::string("root:") + kOld + ":merel\n");
-  const std::string module = " " MEREL_PAM_TEST_MODULE " state=" +
-                             host.Path("/etc/merel-test-accounts") + "\n";
-  host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "account required" +
-                                         module + "password required" + module);
   if (!rootState.empty()) {
-    host.WriteFile("/etc/merel-test-accounts/root", rootState + "\n");
+    host.WriteFile("/etc/account-states/root", rootState + "\n");
   }
 }
 
@@ -122,21 +119,31 @@ TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }
 
+// A host whose root password has expired: the login leads through the
+// change back to the login, the new password opens the menu, and the
+// expiry is over for the next login.
 TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
-  SimHost host;
+  SimHost host("expired-password");
   ASSERT_TRUE(host.Ok());
-  PreparePam(host, "expired");
-  auto console = LogInWith(host, kOld);
+  auto console = OpenLogin(host);
+  Type(*console, "merel");
   ASSERT_TRUE(WaitQuiet(*console, "Password has expired.")) << console->Text();
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Old Password:")) << console->Text();
   // The expired password passes the old-password check.
-  Type(*console, kOld);
+  Type(*console, "merel");
   Type(*console, kNew);
   Type(*console, kNew);
   ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
   EXPECT_EQ(console->Text().find("Old Password:"), std::string::npos) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
+  Type(*console, kNew);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(*console, "<F2>")) << console->Text();
+  console->SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
   Type(*console, kNew);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }

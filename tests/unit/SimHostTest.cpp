@@ -252,11 +252,20 @@ TEST(SimHostInitTest, PasswordsStayInThePrivatePasswordDatabase) {
   TempDir dir;
   const std::string root = dir.Path() + "/root";
   std::ofstream(dir.Path() + "/host.json") << R"({"accounts": [
-      {"user": "root", "password": "Pa55 w0rd!"}, {"user": "ops", "password": "s3cret-ops"}]})";
+      {"user": "root", "password": "Pa55 w0rd!"},
+      {"user": "ops", "password": "s3cret-ops", "expired": true}]})";
   ASSERT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/host.json'"), 0);
+  const std::string expiry = root + "/etc/account-states/ops";
+  EXPECT_EQ(ReadFile(expiry), "expired\n");
+  EXPECT_NE(ReadFile(root + "/etc/pam.d/merel").find("pam_merel_sim.so state=" + root),
+            std::string::npos);
   Platform::Install(std::make_unique<Platform::SimBackend>(root));
   // A tool run rewrites host.json; the accounts (without passwords) are still known.
   EXPECT_EQ(RunTool({"/bin/rovi-cmd", "-U", "ops", "internalsvc/refresh"}).status, 0);
+  // A configuration reset brings the description's expiry back after a change ended it.
+  std::remove(expiry.c_str());
+  EXPECT_EQ(RunTool({"/sbin/configReset.sh", "--reset-only"}).status, 0);
+  EXPECT_EQ(ReadFile(expiry), "expired\n");
   Platform::Install(nullptr);
   std::string shown = dir.Path() + "/shown";
   ASSERT_EQ(ExitCode(std::system(

@@ -21,6 +21,7 @@
 #include "HostModel.h"
 #include "backends/RecordText.h"
 #include "backends/SimBackend.h"
+#include "backends/SimHostInit.h"
 
 namespace MerelSim {
 
@@ -378,11 +379,10 @@ int ConfigReset(Context& c) {
   }
   Platform::FillDefaults(factory);
   c.host.Modify([&](HostState& s) { Platform::Model::ResetConfiguration(s, factory); });
-  std::string passwd;
-  for (const auto& account : factory.accounts)
-    passwd += account.user + ":" + account.password + ":merel\n";
-  std::ofstream(c.host.Root() + "/etc/pam_matrix.passwd", std::ios::binary | std::ios::trunc)
-      << passwd;
+  if (!Platform::WriteAccounts(c.host.Root(), factory.accounts, error)) {
+    std::cerr << "configReset.sh: " << error << "\n";
+    return 1;
+  }
   return 0;
 }
 

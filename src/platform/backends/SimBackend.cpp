@@ -477,6 +477,12 @@ bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::strin
   } catch (const HostCtl::Lib::HostCtlException&) {
     return false;
   }
+  if (auto delay = state.network.resolveDelayMs.find(name);
+      delay != state.network.resolveDelayMs.end() && delay->second > 0) {
+    struct timespec left = {delay->second / 1000, (delay->second % 1000) * 1000000L};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+  }
   if (!Model::CanUseDns(state)) {
     return false;
   }

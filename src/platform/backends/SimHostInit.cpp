@@ -154,6 +154,19 @@ std::string PamMatrixModule() {
   return "/usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so";
 }
 
+// The host's own account module, built beside merel-sim and installed in
+// lib/merel next to its bin folder; "" when there is none.
+std::string SimPamModule() {
+  const std::string self = SelfDirectory();
+  for (const char* candidate : {"/pam_merel_sim.so", "/../lib/merel/pam_merel_sim.so"}) {
+    char resolved[PATH_MAX];
+    const std::string path = self + candidate;
+    if (access(path.c_str(), R_OK) == 0 && realpath(path.c_str(), resolved))
+      return resolved;
+  }
+  return "";
+}
+
 // A few lines per log, so the log viewer has something to page through.
 std::string LogContent(const std::string& log, const HostState& state) {
   const std::string fqdn = state.network.dns.hostname +
@@ -263,6 +276,14 @@ bool InitHostRoot(const std::string& rootIn,
   if (!Validate(state, problem)) {
     error = name + ": invalid host description: " + problem;
     return false;
+  }
+  const std::string accountModule = SimPamModule();
+  for (const auto& account : state.accounts) {
+    if (account.expired && accountModule.empty()) {
+      error = name + ": the expired account " + account.user +
+              " needs pam_merel_sim.so beside merel-sim";
+      return false;
+    }
   }
 
   if (!MakeDirs(rootIn, error))
@@ -399,13 +420,20 @@ bool InitHostRoot(const std::string& rootIn,
   }
 
   // PAM: pam_wrapper reads services from etc/pam.d; pam_matrix checks the
-  // description's accounts. "other" must exist, or pam_wrapper complains
-  // on standard error at every start.
-  std::string matrix = PamMatrixModule();
-  std::string passdb = root + "/etc/pam_matrix.passwd";
-  std::string module = matrix + " passdb=" + passdb;
-  std::string service = "auth\trequired\t" + module + "\naccount\trequired\t" + module +
-                        "\npassword\trequired\t" + module + "\nsession\trequired\tpam_permit.so\n";
+  // description's accounts, and the host's account module adds what
+  // pam_matrix cannot say (an expired password). "other" must exist, or
+  // pam_wrapper complains on standard error at every start.
+  std::string matrix = PamMatrixModule() + " passdb=" + root + "/etc/pam_matrix.passwd";
+  std::string service = "auth\trequired\t" + matrix + "\naccount\trequired\t" + matrix + "\n";
+  if (!accountModule.empty()) {
+    const std::string accounts = accountModule + " state=" + root + "/" + kAccountStates;
+    // requisite: a password pam_matrix did not take leaves an expiry alone.
+    service += "account\trequired\t" + accounts + "\npassword\trequisite\t" + matrix +
+               "\npassword\trequired\t" + accounts + "\n";
+  } else {
+    service += "password\trequired\t" + matrix + "\n";
+  }
+  service += "session\trequired\tpam_permit.so\n";
   if (!WriteFile(root + "/etc/pam.d/merel", service, 0644, error))
     return false;
   if (!WriteFile(root + "/etc/pam.d/other",
@@ -414,10 +442,7 @@ bool InitHostRoot(const std::string& rootIn,
                  0644, error)) {
     return false;
   }
-  std::string passwd;
-  for (const auto& account : state.accounts)
-    passwd += account.user + ":" + account.password + ":merel\n";
-  if (!WriteFile(passdb, passwd, 0600, error))
+  if (!WriteAccounts(root, state.accounts, error))
     return false;
   // What a configuration reset goes back to; it holds the passwords too.
   if (!WriteFile(root + "/factory.json", description, 0600, error))
@@ -426,6 +451,30 @@ bool InitHostRoot(const std::string& rootIn,
   // The state last: a root with a host.json is a complete root.
   HostStore store(root);
   return store.Write(state, error);
+}
+
+bool WriteAccounts(const std::string& root,
+                   const std::vector<AccountState>& accounts,
+                   std::string& error) {
+  std::string passwd;
+  for (const auto& account : accounts)
+    passwd += account.user + ":" + account.password + ":merel\n";
+  if (!WriteFile(root + "/etc/pam_matrix.passwd", passwd, 0600, error))
+    return false;
+  const std::string states = root + "/" + kAccountStates;
+  if (!MakeDirs(states, error))
+    return false;
+  for (const auto& account : accounts) {
+    const std::string path = states + "/" + account.user;
+    if (account.expired) {
+      if (!WriteFile(path, "expired\n", 0644, error))
+        return false;
+    } else if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+      error = path + ": cannot remove: " + std::strerror(errno);
+      return false;
+    }
+  }
+  return true;
 }
 
 const char* AsanRuntime() {

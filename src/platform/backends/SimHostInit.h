@@ -7,6 +7,8 @@
 
 namespace Platform {
 
+struct AccountState;
+
 // The bundled demo host description (sim/demo-host.json, compiled in).
 const char* BundledDemoHost();
 
@@ -37,6 +39,15 @@ bool InitHostRoot(const std::string& root,
                   const std::string& simBinary,
                   std::string& error,
                   std::vector<std::string>* notes);
+
+// Where the host's account module keeps one word per user ("expired").
+inline constexpr char kAccountStates[] = "etc/account-states";
+
+// The PAM view of `accounts`: pam_matrix's password file and the account
+// module's words (an expiry written, any other word of the user removed).
+bool WriteAccounts(const std::string& root,
+                   const std::vector<AccountState>& accounts,
+                   std::string& error);
 
 // The AddressSanitizer runtime that must be preloaded before pam_wrapper in
 // a sanitizer build; null otherwise.

@@ -1,18 +1,20 @@
-/* A PAM module for the tests: account results pam_matrix cannot give.
+/* The simulated host's account module: the account states pam_matrix
+ * cannot give. merel-sim init puts it in the host's PAM service after
+ * pam_matrix:
  *
- *   account required /path/pam_merel_test.so state=DIR
+ *   account required /path/pam_merel_sim.so state=DIR
+ *   password required /path/pam_merel_sim.so state=DIR
  *
- * pam_sm_acct_mgmt reads DIR/<user>: "expired" gives PAM_NEW_AUTHTOK_REQD,
- * "denied" gives PAM_PERM_DENIED; anything else, or no file, PAM_SUCCESS.
- * In an auth stack it stays out of the way (PAM_IGNORE).
- *
- *   password optional|required /path/pam_merel_test.so state=DIR
+ * DIR/<user> holds one word for the account. pam_sm_acct_mgmt: "expired"
+ * gives PAM_NEW_AUTHTOK_REQD, "denied" gives PAM_PERM_DENIED; anything else,
+ * or no file, PAM_SUCCESS. In an auth stack it stays out of the way
+ * (PAM_IGNORE).
  *
  * pam_sm_chauthtok, in the preliminary pass (before any module has written
- * a password): "authtok" fails with PAM_AUTHTOK_ERR, "conv" asks the
- * application's conversation a malformed question (no messages) and fails
- * with what it answers. In the update pass the user's state file goes: a new
- * password ends an expiry. */
+ * a password): "authtok" refuses every new password with PAM_AUTHTOK_ERR,
+ * as strict quality rules would; "conv" asks the application's conversation
+ * a malformed question (no messages) and fails with what it answers. In the
+ * update pass the user's word goes: a new password ends an expiry. */
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
