@@ -29,6 +29,7 @@ constexpr int kWidth = 70;
 constexpr int kHeight = 20;
 constexpr int kTitleHeight = 6;
 
+const char* const kQuestion = "Choose the uplinks of the new port?";
 const char* const kFooter =
     "{align:right}{color:black}<Enter>{/color} {color:dark-grey}Choose Uplinks{/color}  "
     "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
@@ -56,11 +57,10 @@ std::string Summary(const DvsRepair& repair) {
   return "{align:padding:23}Management interface:{/align}" + repair.nic +
          "\n{align:padding:23}Distributed switch:{/align}" + repair.dvSwitch +
          "\n{align:padding:23}Port:{/align}" + port + "\n{align:padding:23}Port state:{/align}" +
-         StateText(repair.health) + "\n\nA new host-local port of " + repair.dvSwitch +
-         " will carry the management interface, unblocked, on the uplinks you choose; its other "
-         "settings come from " +
-         settings +
-         ". The old port is left to the switch's manager.\n\nChoose the uplinks of the new port?";
+         StateText(repair.health) +
+         "\n\nA new host-local port, unblocked and on the uplinks you choose, takes over; its "
+         "other settings come from " +
+         settings + ". The old port stays for the switch's manager.\n\n" + kQuestion;
 }
 
 }  // namespace
@@ -83,7 +83,7 @@ void RestoreDVSDialog::ShowFailure(const char* text) {
 int RestoreDVSDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kRestoreDvsTitle));
   SetText(_strings->GetString(Strings::kRestoreDvsText));
-  SetFooter(kFooter);
+  SetFooter("");
   DvsRepair repair;
   DvsReadResult read = DvsReadResult::kNoInterface;
   try {
@@ -103,14 +103,16 @@ int RestoreDVSDialog::Loop() {
     Frame::Run(&message);
     return 0;
   }
+  // The port's state stays in view behind a refusal.
+  if (_body != nullptr) {
+    _body->SetText(Summary(repair));
+  }
   if (repair.candidates.empty()) {
     NoUplinksDialog refusal(this, repair.dvSwitch);
     Frame::Run(&refusal);
     return 0;
   }
-  if (_body != nullptr) {
-    _body->SetText(Summary(repair));
-  }
+  SetFooter(kFooter);
   while (true) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEscape) {
