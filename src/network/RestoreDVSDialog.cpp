@@ -50,12 +50,11 @@ std::string StateText(const DvsPortHealth& health) {
 }
 
 std::string Summary(const DvsRepair& repair) {
-  const std::string port =
-      repair.portKey + (IsHostLocalPort(repair.portKey) ? " (host-local)" : "");
-  const std::string settings =
-      repair.health.missing ? "the switch's defaults" : "port " + repair.portKey;
-  return "{align:padding:23}Management interface:{/align}" + repair.nic +
-         "\n{align:padding:23}Distributed switch:{/align}" + repair.dvSwitch +
+  const std::string key = UplinksDialog::Plain(repair.portKey);
+  const std::string port = key + (IsHostLocalPort(repair.portKey) ? " (host-local)" : "");
+  const std::string settings = repair.health.missing ? "the switch's defaults" : "port " + key;
+  return "{align:padding:23}Management interface:{/align}" + UplinksDialog::Plain(repair.nic) +
+         "\n{align:padding:23}Distributed switch:{/align}" + UplinksDialog::Plain(repair.dvSwitch) +
          "\n{align:padding:23}Port:{/align}" + port + "\n{align:padding:23}Port state:{/align}" +
          StateText(repair.health) +
          "\n\nA new host-local port, unblocked and on the uplinks you choose, takes over; its "
@@ -76,7 +75,8 @@ RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, kWidth, kHeig
 void RestoreDVSDialog::ShowFailure(const char* text) {
   Platform::Syslog(LOG_ERR, "%s", (std::string("Restoring DVS port failed: ") + text).c_str());
   MessageDialog message(this, Strings::kRestoreDvsErrorTitle,
-                        std::string(_strings->GetString(Strings::kRestoreDvsFailed)) + "\n" + text);
+                        std::string(_strings->GetString(Strings::kRestoreDvsFailed)) + "\n" +
+                            UplinksDialog::Plain(text));
   Frame::Run(&message);
 }
 
@@ -96,7 +96,7 @@ int RestoreDVSDialog::Loop() {
     const std::string text =
         read == DvsReadResult::kNoInterface
             ? "The host has no management interface. Nothing was changed."
-            : "The management interface " + repair.nic +
+            : "The management interface " + UplinksDialog::Plain(repair.nic) +
                   " is not on a distributed switch; there is no port to repair. Nothing was "
                   "changed.";
     MessageDialog message(this, Strings::kRestoreDvsTitle, text);
@@ -108,7 +108,7 @@ int RestoreDVSDialog::Loop() {
     _body->SetText(Summary(repair));
   }
   if (repair.candidates.empty()) {
-    NoUplinksDialog refusal(this, repair.dvSwitch);
+    NoUplinksDialog refusal(this, UplinksDialog::Plain(repair.dvSwitch));
     Frame::Run(&refusal);
     return 0;
   }
@@ -133,9 +133,9 @@ int RestoreDVSDialog::Loop() {
       return 0;
     }
     MessageDialog done(this, Strings::kRestoreDvsTitle,
-                       "The management interface " + repair.nic +
-                           " was moved to the host-local port " + portKey + " of " +
-                           repair.dvSwitch + ".");
+                       "The management interface " + UplinksDialog::Plain(repair.nic) +
+                           " was moved to the host-local port " + UplinksDialog::Plain(portKey) +
+                           " of " + UplinksDialog::Plain(repair.dvSwitch) + ".");
     Frame::Run(&done);
     return 1;
   }

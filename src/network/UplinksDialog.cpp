@@ -40,9 +40,14 @@ const char* const kChooseOne =
     " Choose at least one: without an uplink the management interface cannot reach the network.";
 const char* const kNotAvailable = "N/A";
 
-// Host texts go into markup and fixed-width fields: no braces, nothing
-// unprintable.
-std::string Plain(const std::string& text) {
+std::string Field(const std::string& text, size_t width) {
+  return "{align:padding:" + std::to_string(width) + "}" +
+         AdaptersDialog::Shorten(UplinksDialog::Plain(text), width - 1) + "{/align}";
+}
+
+}  // namespace
+
+std::string UplinksDialog::Plain(const std::string& text) {
   std::string plain = text;
   for (char& c : plain) {
     if (c == '{' || c == '}') {
@@ -53,13 +58,6 @@ std::string Plain(const std::string& text) {
   }
   return plain;
 }
-
-std::string Field(const std::string& text, size_t width) {
-  return "{align:padding:" + std::to_string(width) + "}" +
-         AdaptersDialog::Shorten(Plain(text), width - 1) + "{/align}";
-}
-
-}  // namespace
 
 UplinksDialog::UplinksDialog(Frame* parent, const DvsRepair& repair)
     : Dialog(parent, kWidth, kHeight, kTitleHeight), _repair(repair) {

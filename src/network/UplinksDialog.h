@@ -25,6 +25,9 @@ class UplinksDialog : public Dialog {
   // One row of the list (without its check box): name, link state, speed,
   // MAC address and the switch that uses the adapter.
   static std::string Row(const DvsUplinkCandidate& candidate);
+  // A host's text made safe for markup and fixed-width fields: no braces,
+  // nothing unprintable.
+  static std::string Plain(const std::string& text);
 
  private:
   bool Finish();

@@ -1,6 +1,7 @@
 // "Restore DVS" from the network restore window, on a host whose management
 // port is blocked and whose uplinks have no link: the repair as an
 // administrator does it, and the refusal when no adapter could carry it.
+#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -118,6 +119,26 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitQuiet(*console, "Network Restore Options")) << console->Text();
   EXPECT_EQ(host.HostJson(), before);
+}
+
+// The host refuses the new port: its text is logged and shown, and the
+// interface stays where it was.
+TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
+  SimHost host("dvs-broken");
+  ASSERT_TRUE(host.Ok());
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
+                           "' DVPortImpl.AddHostLocalPort 'no free port'";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Restore DVS: Error")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "no free port")) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Restoring DVS port failed: no free port"));
+  const nlohmann::json nics = host.HostJson()["network"]["nics"];
+  EXPECT_EQ(Named(nics, "name", "nex0").value("dvPort", ""), "12");
 }
 
 }  // namespace
