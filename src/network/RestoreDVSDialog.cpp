@@ -1,16 +1,144 @@
+// The repair of the management interface's port on a distributed switch.
+// Every opening reads the host afresh. When the interface is not on a
+// distributed switch there is nothing to repair: a message says so and
+// nothing changes. Otherwise the dialog names the switch and the port and
+// says what is wrong with it, and Enter goes on to choose the uplinks of
+// the replacement host-local port (see RestoreDvs.h for why a host-local
+// port). The host is changed only after the uplinks are confirmed; a host
+// failure is logged and shown with its text.
 #include "RestoreDVSDialog.h"
 
+#include <syslog.h>
+
+#include <string>
+
+#include "HostCtl/HostCtlException.h"
+#include "MessageDialog.h"
+#include "NoUplinksDialog.h"
+#include "Platform.h"
+#include "RestoreDvs.h"
+#include "StringFactory.h"
 #include "Terminal.h"
+#include "UplinksDialog.h"
 
 namespace Merel {
 
-RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, 70, 12, 7) {}
+namespace {
+
+constexpr int kWidth = 70;
+constexpr int kHeight = 20;
+constexpr int kTitleHeight = 6;
+
+const char* const kQuestion = "Choose the uplinks of the new port?";
+const char* const kFooter =
+    "{align:right}{color:black}<Enter>{/color} {color:dark-grey}Choose Uplinks{/color}  "
+    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+
+std::string StateText(const DvsPortHealth& health) {
+  std::string text;
+  auto add = [&](const char* part) { text += (text.empty() ? "" : "; ") + std::string(part); };
+  if (health.missing) {
+    add("missing on the switch");
+  }
+  if (health.blocked) {
+    add("blocked");
+  }
+  if (health.noLink) {
+    add("none of its uplinks has link");
+  }
+  return text.empty() ? "no fault found" : text;
+}
+
+std::string Summary(const DvsRepair& repair) {
+  const std::string key = UplinksDialog::Plain(repair.portKey);
+  const std::string port = key + (IsHostLocalPort(repair.portKey) ? " (host-local)" : "");
+  const std::string settings = repair.health.missing ? "the switch's defaults" : "port " + key;
+  return "{align:padding:23}Management interface:{/align}" + UplinksDialog::Plain(repair.nic) +
+         "\n{align:padding:23}Distributed switch:{/align}" + UplinksDialog::Plain(repair.dvSwitch) +
+         "\n{align:padding:23}Port:{/align}" + port + "\n{align:padding:23}Port state:{/align}" +
+         StateText(repair.health) +
+         "\n\nA new host-local port, unblocked and on the uplinks you choose, takes over; its "
+         "other settings come from " +
+         settings + ". The old port stays for the switch's manager.\n\n" + kQuestion;
+}
+
+}  // namespace
+
+RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+  if (_contentWindow != nullptr) {
+    _body = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight(),
+                                                _contentWindow->GetForeground());
+  }
+}
+
+void RestoreDVSDialog::ShowFailure(const char* text) {
+  Platform::Syslog(LOG_ERR, "%s", (std::string("Restoring DVS port failed: ") + text).c_str());
+  MessageDialog message(this, Strings::kRestoreDvsErrorTitle,
+                        std::string(_strings->GetString(Strings::kRestoreDvsFailed)) + "\n" +
+                            UplinksDialog::Plain(text));
+  Frame::Run(&message);
+}
 
 int RestoreDVSDialog::Loop() {
-  // Placeholder until the repair is built: Esc leaves, nothing changes.
-  while (Frame::WaitForKey(this, true) != kKeyEscape) {
+  SetTitle(_strings->GetString(Strings::kRestoreDvsTitle));
+  SetText(_strings->GetString(Strings::kRestoreDvsText));
+  SetFooter("");
+  DvsRepair repair;
+  DvsReadResult read = DvsReadResult::kNoInterface;
+  try {
+    read = ReadDvsRepair(repair);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    ShowFailure(e.what());
+    return 0;
   }
-  return 0;
+  if (read != DvsReadResult::kReady) {
+    const std::string text =
+        read == DvsReadResult::kNoInterface
+            ? "The host has no management interface. Nothing was changed."
+            : "The management interface " + UplinksDialog::Plain(repair.nic) +
+                  " is not on a distributed switch; there is no port to repair. Nothing was "
+                  "changed.";
+    MessageDialog message(this, Strings::kRestoreDvsTitle, text);
+    Frame::Run(&message);
+    return 0;
+  }
+  // The port's state stays in view behind a refusal.
+  if (_body != nullptr) {
+    _body->SetText(Summary(repair));
+  }
+  if (repair.candidates.empty()) {
+    NoUplinksDialog refusal(this, UplinksDialog::Plain(repair.dvSwitch));
+    Frame::Run(&refusal);
+    return 0;
+  }
+  SetFooter(kFooter);
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEscape) {
+      return 0;
+    }
+    if (key != kKeyEnter) {
+      continue;
+    }
+    UplinksDialog uplinks(this, repair);
+    if (Frame::Run(&uplinks) == 0) {
+      continue;  // back to the question; Esc here leaves
+    }
+    std::string portKey;
+    try {
+      portKey = ApplyDvsRepair(repair, uplinks.GetChosen());
+    } catch (const HostCtl::Lib::HostCtlException& e) {
+      ShowFailure(e.what());
+      return 0;
+    }
+    MessageDialog done(this, Strings::kRestoreDvsTitle,
+                       "The management interface " + UplinksDialog::Plain(repair.nic) +
+                           " was moved to the host-local port " + UplinksDialog::Plain(portKey) +
+                           " of " + UplinksDialog::Plain(repair.dvSwitch) + ".");
+    Frame::Run(&done);
+    return 1;
+  }
 }
 
 }  // namespace Merel

@@ -12,6 +12,12 @@ class RestoreDVSDialog : public Dialog {
   explicit RestoreDVSDialog(Frame* parent);
   // 1 when the management interface was moved, 0 when nothing changed.
   int Loop() override;
+
+ private:
+  // Logs the host's failure text and shows it.
+  void ShowFailure(const char* text);
+
+  TextArea* _body = nullptr;
 };
 
 }  // namespace Merel

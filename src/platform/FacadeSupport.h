@@ -75,7 +75,8 @@ inline HostCtl::Network::DVPort DVPortOf(const DVSwitchState& dvs, const DVPortS
           port.portgroupKey,
           port.vlanId,
           HostCtl::Network::NicTeamingPolicy(port.activeUplinks, port.standbyUplinks,
-                                             static_cast<int>(port.activeUplinks.size()))};
+                                             static_cast<int>(port.activeUplinks.size())),
+          port.blocked};
 }
 
 inline HostCtl::Network::PnicInfo PnicInfoOf(const PnicState& pnic) {

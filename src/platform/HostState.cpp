@@ -127,6 +127,7 @@ void Fields(DVPortState& s, V& v) {
   v("vlanId", s.vlanId);
   v("activeUplinks", s.activeUplinks);
   v("standbyUplinks", s.standbyUplinks);
+  v("blocked", s.blocked);
 }
 template <class V>
 void Fields(DVSwitchState& s, V& v) {

@@ -118,6 +118,8 @@ struct DVPortState {
   uint16_t vlanId = 0;
   std::vector<std::string> activeUplinks;
   std::vector<std::string> standbyUplinks;
+  // The switch's manager blocked the port: no traffic passes it.
+  bool blocked = false;
 };
 
 struct DVSwitchState {

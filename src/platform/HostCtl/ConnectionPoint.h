@@ -47,13 +47,15 @@ class DVPort : public ConnectionPoint {
          std::string portKey,
          std::string portgroupKey,
          uint16_t vlanId,
-         NicTeamingPolicy policy)
+         NicTeamingPolicy policy,
+         bool blocked = false)
       : _switch(std::move(switchName)),
         _uuid(std::move(switchUuid)),
         _portKey(std::move(portKey)),
         _portgroupKey(std::move(portgroupKey)),
         _vlanId(vlanId),
-        _policy(std::move(policy)) {}
+        _policy(std::move(policy)),
+        _blocked(blocked) {}
   int GetType() const override { return kDVPort; }
   const std::string& GetDVSwitchName() const { return _switch; }
   const std::string& GetDVSwitchUuid() const { return _uuid; }
@@ -61,6 +63,8 @@ class DVPort : public ConnectionPoint {
   const std::string& GetPortgroupKey() const { return _portgroupKey; }
   uint16_t GetVlanId() const { return _vlanId; }
   const NicTeamingPolicy& GetTeamingPolicy() const { return _policy; }
+  // Blocked by the switch's manager: the port passes no traffic.
+  bool IsBlocked() const { return _blocked; }
 
  private:
   std::string _switch;
@@ -69,6 +73,7 @@ class DVPort : public ConnectionPoint {
   std::string _portgroupKey;
   uint16_t _vlanId;
   NicTeamingPolicy _policy;
+  bool _blocked;
 };
 
 // A network of an external controller; the console cannot configure it.

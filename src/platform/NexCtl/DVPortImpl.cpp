@@ -43,6 +43,8 @@ std::string DVPortImpl::AddHostLocalPort(const std::string& dvSwitch,
     } while (std::any_of(dvs.ports.begin(), dvs.ports.end(),
                          [&](const Platform::DVPortState& p) { return p.key == key; }));
     port.key = key;
+    // A host-local port starts unblocked whatever its template was.
+    port.blocked = false;
     port.activeUplinks = uplinks;
     port.standbyUplinks.clear();
     for (const auto& uplink : uplinks) {

@@ -12,7 +12,8 @@ class DVPortImpl {
  public:
   std::vector<HostCtl::Network::DVPort> GetPorts(const std::string& dvSwitch);
   // Creates a host-local port ("hlp-<switch>#<n>") copying the settings of
-  // `templatePortKey` with `uplinks` as its active uplinks; returns its key.
+  // `templatePortKey` (when the switch has it) with `uplinks` as its active
+  // uplinks, unblocked; returns its key.
   std::string AddHostLocalPort(const std::string& dvSwitch,
                                const std::string& templatePortKey,
                                const std::vector<std::string>& uplinks);

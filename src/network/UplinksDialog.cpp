@@ -1,0 +1,168 @@
+// The uplink chooser of the port repair. The rows look like the adapter
+// list of the network window, with the speed in place of the hardware label
+// (what matters when picking a way out is which adapter has link and how
+// fast). The broken port's active uplinks come checked; an adapter of a
+// standard switch may be chosen, but Enter first says which switch loses it.
+// Choosing nothing is refused: the interface would have no way out at all.
+#include "UplinksDialog.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "AdaptersDialog.h"
+#include "ItemList.h"
+#include "MessageDialog.h"
+#include "StringFactory.h"
+#include "Terminal.h"
+#include "UsedUplinksDialog.h"
+
+namespace Merel {
+
+namespace {
+
+constexpr int kWidth = 78;
+constexpr int kHeight = 20;
+constexpr int kTitleHeight = 6;
+constexpr size_t kNameField = 13;
+constexpr size_t kStatusField = 14;
+constexpr size_t kSpeedField = 12;
+constexpr size_t kMacField = 19;
+// The check box takes the first four columns of the content line.
+constexpr size_t kRowWidth = kWidth - 4 - 4;
+
+const char* const kHeader =
+    "    {align:padding:13}Device Name{/align}{align:padding:14}Status{/align}"
+    "{align:padding:12}Speed{/align}{align:padding:19}MAC Address{/align}Used By";
+const char* const kKeys =
+    "{color:black}<D>{/color} {color:dark-grey}View Details{/color}  "
+    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
+const char* const kChooseOne =
+    " Choose at least one: without an uplink the management interface cannot reach the network.";
+const char* const kNotAvailable = "N/A";
+
+std::string Field(const std::string& text, size_t width) {
+  return "{align:padding:" + std::to_string(width) + "}" +
+         AdaptersDialog::Shorten(UplinksDialog::Plain(text), width - 1) + "{/align}";
+}
+
+}  // namespace
+
+std::string UplinksDialog::Plain(const std::string& text) {
+  std::string plain = text;
+  for (char& c : plain) {
+    if (c == '{' || c == '}') {
+      c = c == '{' ? '(' : ')';
+    } else if (c < ' ' || c > '~') {
+      c = '?';
+    }
+  }
+  return plain;
+}
+
+UplinksDialog::UplinksDialog(Frame* parent, const DvsRepair& repair)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight), _repair(repair) {
+  std::vector<std::unique_ptr<Item>> items;
+  for (const DvsUplinkCandidate& candidate : _repair.candidates) {
+    auto check = std::make_unique<CheckItem>(Row(candidate), candidate.active);
+    check->SetHighlightFocus(true);
+    _checks.push_back(check.get());
+    items.push_back(std::move(check));
+  }
+  if (_contentWindow != nullptr && _contentWindow->GetHeight() > 1) {
+    _contentWindow
+        ->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(), 1, _contentWindow->GetForeground())
+        .SetText(kHeader);
+    _list = &_contentWindow->AddChild<ItemList>(0, 1, _contentWindow->GetWidth(),
+                                                _contentWindow->GetHeight() - 1);
+    _list->SetItems(std::move(items));
+  }
+}
+
+std::string UplinksDialog::Row(const DvsUplinkCandidate& candidate) {
+  const Adapter& adapter = candidate.adapter;
+  std::string status = kNotAvailable;
+  if (adapter.connected) {
+    status = *adapter.connected ? "Connected" : "Disconnected";
+  }
+  const std::string speed =
+      candidate.speedMbps > 0 ? std::to_string(candidate.speedMbps) + " Mbps" : kNotAvailable;
+  std::string row = Field(adapter.name, kNameField) + Field(status, kStatusField) +
+                    Field(speed, kSpeedField) +
+                    Field(adapter.mac.value_or(kNotAvailable), kMacField);
+  const std::string user = adapter.usedBy ? Plain(*adapter.usedBy) : kNotAvailable;
+  constexpr size_t used = kNameField + kStatusField + kSpeedField + kMacField;
+  if (!user.empty()) {
+    row += AdaptersDialog::Shorten(user, kRowWidth - used);
+  }
+  return row;
+}
+
+bool UplinksDialog::Finish() {
+  _chosen.clear();
+  for (size_t i = 0; i < _checks.size(); ++i) {
+    if (_checks[i]->IsChecked()) {
+      _chosen.push_back(_repair.candidates[i].adapter.name);
+    }
+  }
+  if (_chosen.empty()) {
+    MessageDialog message(
+        this, Strings::kDvsUplinksWarningTitle,
+        std::string(_strings->GetString(Strings::kNoUplinksSelected)) + kChooseOne);
+    Frame::Run(&message);
+    return false;
+  }
+  const std::vector<Adapter> taken = TakenFromStandardSwitches(_repair.candidates, _chosen);
+  if (!taken.empty()) {
+    UsedUplinksDialog confirm(this, taken, _repair.dvSwitch);
+    return Frame::Run(&confirm) != 0;
+  }
+  return true;
+}
+
+int UplinksDialog::Loop() {
+  SetTitle(_strings->GetString(Strings::kDvsUplinksTitle));
+  SetText(_strings->GetString(Strings::kDvsUplinksText));
+  SetFooter(std::string(kKeys) + kOkCancelFooter);
+  Window::ShowCursor(false);
+  if (_list == nullptr) {
+    return 0;
+  }
+  _list->DrawItems();
+  while (true) {
+    const int key = Frame::WaitForKey(this, true);
+    const bool onRow = _list->Count() > 0;
+    const size_t index = static_cast<size_t>(_list->CurrentIndex());
+    switch (key) {
+      case KEY_UP:
+        _list->Prev();
+        break;
+      case KEY_DOWN:
+        _list->Next();
+        break;
+      case ' ':
+        if (onRow) {
+          _checks[index]->SetChecked(!_checks[index]->IsChecked());
+          _list->DrawItems();
+        }
+        break;
+      case 'd':
+      case 'D':
+        if (onRow) {
+          AdapterInfoDialog details(this, _repair.candidates[index].adapter);
+          Frame::Run(&details);
+        }
+        break;
+      case kKeyEnter:
+        if (Finish()) {
+          return 1;
+        }
+        break;
+      case kKeyEscape:
+        return 0;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace Merel

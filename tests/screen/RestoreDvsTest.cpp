@@ -1,0 +1,144 @@
+// "Restore DVS" from the network restore window, on a host whose management
+// port is blocked and whose uplinks have no link: the repair as an
+// administrator does it, and the refusal when no adapter could carry it.
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Harness.h"
+#include "MenuScreenUtil.h"
+
+namespace {
+
+using namespace MerelMenuTest;
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+const nlohmann::json& Named(const nlohmann::json& list,
+                            const char* field,
+                            const std::string& name) {
+  for (const auto& entry : list) {
+    if (entry.value(field, "") == name) {
+      return entry;
+    }
+  }
+  static const nlohmann::json none = nlohmann::json::object();
+  return none;
+}
+
+// From the menu into "Network Restore Options", then its third entry.
+std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expected) {
+  auto console = LogIn(host);
+  if (!console || !SelectEntry(*console, "Network Restore Options")) {
+    ADD_FAILURE() << "no restore entry";
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Restore DVS")) << console->Text();
+  console->SendKey(Key::kDown);
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kDown);
+  console->WaitUntilQuiet();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  return console;
+}
+
+void Press(Terminal& console, Key key) {
+  console.SendKey(key);
+  console.WaitUntilQuiet();
+}
+
+// The dead uplinks come checked and are unchecked; choosing nothing is
+// refused; the free adapter and vSwitch0's adapter are chosen, the latter
+// after its confirmation. The host then has the new port with the VLAN of
+// the old one, nex0 on it, and pnic3 moved.
+TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
+  SimHost host("dvs-broken");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
+  ASSERT_TRUE(console);
+  const std::string summary = console->Text();
+  EXPECT_TRUE(Contains(summary, "DSwitch-Prod")) << summary;
+  EXPECT_TRUE(Contains(summary, "blocked; none of its uplinks has link")) << summary;
+
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  ExpectGoldenScreen(*console, "dvs-uplinks");
+  Press(*console, Key::kSpace);
+  Press(*console, Key::kDown);
+  Press(*console, Key::kSpace);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "No uplinks were selected.")) << console->Text();
+  Press(*console, Key::kEnter);
+  Press(*console, Key::kDown);
+  Press(*console, Key::kSpace);
+  Press(*console, Key::kDown);
+  Press(*console, Key::kSpace);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "pnic3 will be removed from vSwitch0 and added to DSwitch-Prod."))
+      << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "hlp-DSwitch-Prod#0 of DSwitch-Prod.")) << console->Text();
+
+  const nlohmann::json network = host.HostJson()["network"];
+  EXPECT_EQ(Named(network["nics"], "name", "nex0").value("dvPort", ""), "hlp-DSwitch-Prod#0");
+  EXPECT_EQ(Named(network["vswitches"], "name", "vSwitch0")["uplinks"], nlohmann::json::array());
+  const auto& dvs = Named(network["dvswitches"], "name", "DSwitch-Prod");
+  const auto& port = Named(dvs["ports"], "key", "hlp-DSwitch-Prod#0");
+  EXPECT_EQ(port["activeUplinks"], nlohmann::json({"pnic2", "pnic3"}));
+  EXPECT_EQ(port.value("vlanId", 0), 20);
+  EXPECT_TRUE(
+      host.WaitForSyslog("Restoring DVS port: moving management interface nex0 to host-local port "
+                         "hlp-DSwitch-Prod#0"));
+  EXPECT_TRUE(Contains(host.ObsvLog(), "obsv.user.merel.dvs.port.restored")) << host.ObsvLog();
+
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Network Restore Options")) << console->Text();
+}
+
+// Every adapter belongs to another distributed switch and the broken port's
+// switch has none: the refusal says why, and the host is left alone.
+TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
+  SimHost host("dvs-broken");
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    auto& network = state["network"];
+    network["vswitches"] = nlohmann::json::array();
+    network["dvswitches"][0]["uplinks"] = nlohmann::json::array();
+    network["dvswitches"].push_back(
+        {{"name", "DSwitch-Lab"}, {"uplinks", {"pnic0", "pnic1", "pnic2", "pnic3"}}});
+  });
+  const nlohmann::json before = host.HostJson();
+  auto console = OpenRestoreDvs(host, "No DVS Uplinks: Error");
+  ASSERT_TRUE(console);
+  EXPECT_TRUE(Contains(console->Text(), "Nothing was changed.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, "Network Restore Options")) << console->Text();
+  EXPECT_EQ(host.HostJson(), before);
+}
+
+// The host refuses the new port: its text is logged and shown, and the
+// interface stays where it was.
+TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
+  SimHost host("dvs-broken");
+  ASSERT_TRUE(host.Ok());
+  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
+                           "' DVPortImpl.AddHostLocalPort 'no free port'";
+  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
+  ASSERT_TRUE(console);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Restore DVS: Error")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "no free port")) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Restoring DVS port failed: no free port"));
+  const nlohmann::json nics = host.HostJson()["network"]["nics"];
+  EXPECT_EQ(Named(nics, "name", "nex0").value("dvPort", ""), "12");
+}
+
+}  // namespace
