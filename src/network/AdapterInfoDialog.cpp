@@ -16,11 +16,7 @@ constexpr int kTitleHeight = 5;
 
 AdapterInfoDialog::AdapterInfoDialog(Frame* parent, const Adapter& adapter)
     : Dialog(parent, kWidth, kHeight, kTitleHeight), _adapter(adapter) {
-  if (_contentWindow != nullptr) {
-    _body = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _body = AddContentText();
 }
 
 std::string AdapterInfoDialog::Body(const Adapter& adapter) {

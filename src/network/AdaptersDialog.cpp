@@ -11,9 +11,9 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <memory>
 
 #include "HostCtl/HostCtlException.h"
+#include "ItemList.h"
 #include "MessageDialog.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
@@ -37,56 +37,34 @@ constexpr size_t kRowWidth = kWidth - 4 - 4;
 const char* const kHeader =
     "    {align:padding:13}Device Name{/align}{align:padding:30}Hardware Label (MAC "
     "Address){/align}Status";
-const char* const kKeys =
-    "{color:black}<D>{/color} {color:dark-grey}View Details{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 const char* const kNoAdapterText =
     "Select at least one adapter. Without an adapter the management network cannot reach this "
     "host.";
 const char* const kNotAvailable = "N/A";
 
-// Host texts go into markup: braces would be read as tags, and anything
-// that is not plain printable text would upset the fixed-width fields.
-std::string Plain(const std::string& text) {
-  std::string plain = text;
-  for (char& c : plain) {
-    if (c == '{') {
-      c = '(';
-    } else if (c == '}') {
-      c = ')';
-    } else if (c < ' ' || c > '~') {
-      c = '?';
-    }
-  }
-  return plain;
-}
-
 }  // namespace
 
-AdaptersDialog::AdaptersDialog(Frame* parent, const std::vector<std::string>& uplinks,
-                               int maxActiveUplinks, const std::string& switchName)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+AdaptersDialog::AdaptersDialog(Frame* parent,
+                               const std::vector<std::string>& uplinks,
+                               int maxActiveUplinks,
+                               const std::string& switchName)
+    : AdapterChoiceDialog(parent,
+                          kWidth,
+                          kHeight,
+                          kTitleHeight,
+                          Strings::kAdaptersTitle,
+                          Strings::kAdaptersText),
       _switchName(switchName),
       _uplinks(uplinks),
       _maxActiveUplinks(maxActiveUplinks),
       _oldCount(uplinks.size()) {
   ReadAdapters();
-  std::vector<std::unique_ptr<Item>> items;
+  std::vector<std::pair<std::string, bool>> rows;
   for (const Adapter& adapter : _adapters) {
-    const bool chosen = std::find(_uplinks.begin(), _uplinks.end(), adapter.name) != _uplinks.end();
-    auto check = std::make_unique<CheckItem>(Row(adapter), chosen);
-    check->SetHighlightFocus(true);
-    _checks.push_back(check.get());
-    items.push_back(std::move(check));
+    rows.emplace_back(Row(adapter),
+                      std::find(_uplinks.begin(), _uplinks.end(), adapter.name) != _uplinks.end());
   }
-  if (_contentWindow != nullptr && _contentWindow->GetHeight() > 1) {
-    _contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(), 1,
-                                       _contentWindow->GetForeground())
-        .SetText(kHeader);
-    _list = &_contentWindow->AddChild<ItemList>(0, 1, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight() - 1);
-    _list->SetItems(std::move(items));
-  }
+  SetRows(kHeader, rows);
 }
 
 bool AdaptersDialog::ComesBefore(const std::string& a, const std::string& b) {
@@ -99,16 +77,6 @@ bool AdaptersDialog::ComesBefore(const std::string& a, const std::string& b) {
   const size_t shorter = std::min(a.size(), b.size());
   const int order = memcmp(a.data(), b.data(), shorter);
   return order != 0 ? order < 0 : a.size() < b.size();
-}
-
-std::string AdaptersDialog::Shorten(const std::string& text, size_t width) {
-  if (text.size() <= width) {
-    return text;
-  }
-  if (width <= 3) {
-    return std::string(width, '.');
-  }
-  return text.substr(0, width - 3) + "...";
 }
 
 std::string AdaptersDialog::Row(const Adapter& adapter) {
@@ -213,19 +181,12 @@ void AdaptersDialog::ReadAdapters() {
 }
 
 void AdaptersDialog::Toggle(size_t index) {
-  CheckItem& check = *_checks[index];
   const std::string& name = _adapters[index].name;
   _uplinks.erase(std::remove(_uplinks.begin(), _uplinks.end(), name), _uplinks.end());
-  if (!check.IsChecked()) {
+  if (!_checks[index]->IsChecked()) {
     _uplinks.push_back(name);
   }
-  check.SetChecked(!check.IsChecked());
-  _list->DrawItems();
-}
-
-void AdaptersDialog::ShowDetails(size_t index) {
-  AdapterInfoDialog details(this, _adapters[index]);
-  Frame::Run(&details);
+  AdapterChoiceDialog::Toggle(index);
 }
 
 bool AdaptersDialog::Finish() {
@@ -251,50 +212,6 @@ bool AdaptersDialog::Finish() {
   }
   _maxActiveUplinks = MaxActiveFor(_maxActiveUplinks, _oldCount, _uplinks.size());
   return true;
-}
-
-int AdaptersDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kAdaptersTitle));
-  SetText(_strings->GetString(Strings::kAdaptersText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
-  Window::ShowCursor(false);
-  if (_list == nullptr) {
-    return 0;
-  }
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const bool onRow = _list->Count() > 0;
-    const size_t index = static_cast<size_t>(_list->CurrentIndex());
-    switch (key) {
-      case KEY_UP:
-        _list->Prev();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        break;
-      case ' ':
-        if (onRow) {
-          Toggle(index);
-        }
-        break;
-      case 'd':
-      case 'D':
-        if (onRow) {
-          ShowDetails(index);
-        }
-        break;
-      case kKeyEnter:
-        if (Finish()) {
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
-  }
 }
 
 }  // namespace Merel

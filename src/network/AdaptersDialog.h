@@ -5,20 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "AdapterInfoDialog.h"
-#include "Dialog.h"
-#include "ItemList.h"
+#include "AdapterChoiceDialog.h"
 
 namespace Merel {
 
-class CheckItem;
-
-class AdaptersDialog : public Dialog {
+class AdaptersDialog : public AdapterChoiceDialog {
  public:
-  AdaptersDialog(Frame* parent, const std::vector<std::string>& uplinks, int maxActiveUplinks,
+  AdaptersDialog(Frame* parent,
+                 const std::vector<std::string>& uplinks,
+                 int maxActiveUplinks,
                  const std::string& switchName);
-  // 1 when a choice was confirmed with Enter, 0 on Esc.
-  int Loop() override;
   // In the chosen order: the uplinks kept in their old order, then those
   // added in the order they were marked.
   const std::vector<std::string>& GetUplinks() const { return _uplinks; }
@@ -29,8 +25,6 @@ class AdaptersDialog : public Dialog {
   static bool ComesBefore(const std::string& a, const std::string& b);
   // One row of the list (without its check box).
   static std::string Row(const Adapter& adapter);
-  // `text` cut to `width` columns, ending in "..." when cut.
-  static std::string Shorten(const std::string& text, size_t width);
   // The maximum number of active uplinks once `oldCount` uplinks became
   // `newCount`: all of them when all were active before, else the old
   // maximum as far as the new list allows.
@@ -41,17 +35,15 @@ class AdaptersDialog : public Dialog {
   void ReadAdapters();
   // Space on row `index`: marks or unmarks it; a marked adapter goes to the
   // end of the chosen order.
-  void Toggle(size_t index);
-  void ShowDetails(size_t index);
-  bool Finish();
+  void Toggle(size_t index) override;
+  const Adapter& AdapterAt(size_t index) const override { return _adapters[index]; }
+  bool Finish() override;
 
   std::string _switchName;
   std::vector<std::string> _uplinks;
   int _maxActiveUplinks;
   size_t _oldCount;
   std::vector<Adapter> _adapters;
-  ItemList* _list = nullptr;
-  std::vector<CheckItem*> _checks;  // one per adapter, owned by _list
 };
 
 }  // namespace Merel

@@ -50,13 +50,14 @@ std::string StateText(const DvsPortHealth& health) {
 }
 
 std::string Summary(const DvsRepair& repair) {
-  const std::string key = UplinksDialog::Plain(repair.portKey);
+  const std::string key = AdapterChoiceDialog::Plain(repair.portKey);
   const std::string port = key + (IsHostLocalPort(repair.portKey) ? " (host-local)" : "");
   const std::string settings = repair.health.missing ? "the switch's defaults" : "port " + key;
-  return "{align:padding:23}Management interface:{/align}" + UplinksDialog::Plain(repair.nic) +
-         "\n{align:padding:23}Distributed switch:{/align}" + UplinksDialog::Plain(repair.dvSwitch) +
-         "\n{align:padding:23}Port:{/align}" + port + "\n{align:padding:23}Port state:{/align}" +
-         StateText(repair.health) +
+  return "{align:padding:23}Management interface:{/align}" +
+         AdapterChoiceDialog::Plain(repair.nic) +
+         "\n{align:padding:23}Distributed switch:{/align}" +
+         AdapterChoiceDialog::Plain(repair.dvSwitch) + "\n{align:padding:23}Port:{/align}" + port +
+         "\n{align:padding:23}Port state:{/align}" + StateText(repair.health) +
          "\n\nA new host-local port, unblocked and on the uplinks you choose, takes over; its "
          "other settings come from " +
          settings + ". The old port stays for the switch's manager.\n\n" + kQuestion;
@@ -65,18 +66,14 @@ std::string Summary(const DvsRepair& repair) {
 }  // namespace
 
 RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  if (_contentWindow != nullptr) {
-    _body = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _body = AddContentText();
 }
 
 void RestoreDVSDialog::ShowFailure(const char* text) {
   Platform::Syslog(LOG_ERR, "%s", (std::string("Restoring DVS port failed: ") + text).c_str());
   MessageDialog message(this, Strings::kRestoreDvsErrorTitle,
                         std::string(_strings->GetString(Strings::kRestoreDvsFailed)) + "\n" +
-                            UplinksDialog::Plain(text));
+                            AdapterChoiceDialog::Plain(text));
   Frame::Run(&message);
 }
 
@@ -96,7 +93,7 @@ int RestoreDVSDialog::Loop() {
     const std::string text =
         read == DvsReadResult::kNoInterface
             ? "The host has no management interface. Nothing was changed."
-            : "The management interface " + UplinksDialog::Plain(repair.nic) +
+            : "The management interface " + AdapterChoiceDialog::Plain(repair.nic) +
                   " is not on a distributed switch; there is no port to repair. Nothing was "
                   "changed.";
     MessageDialog message(this, Strings::kRestoreDvsTitle, text);
@@ -108,7 +105,7 @@ int RestoreDVSDialog::Loop() {
     _body->SetText(Summary(repair));
   }
   if (repair.candidates.empty()) {
-    NoUplinksDialog refusal(this, UplinksDialog::Plain(repair.dvSwitch));
+    NoUplinksDialog refusal(this, AdapterChoiceDialog::Plain(repair.dvSwitch));
     Frame::Run(&refusal);
     return 0;
   }
@@ -133,9 +130,10 @@ int RestoreDVSDialog::Loop() {
       return 0;
     }
     MessageDialog done(this, Strings::kRestoreDvsTitle,
-                       "The management interface " + UplinksDialog::Plain(repair.nic) +
-                           " was moved to the host-local port " + UplinksDialog::Plain(portKey) +
-                           " of " + UplinksDialog::Plain(repair.dvSwitch) + ".");
+                       "The management interface " + AdapterChoiceDialog::Plain(repair.nic) +
+                           " was moved to the host-local port " +
+                           AdapterChoiceDialog::Plain(portKey) + " of " +
+                           AdapterChoiceDialog::Plain(repair.dvSwitch) + ".");
     Frame::Run(&done);
     return 1;
   }

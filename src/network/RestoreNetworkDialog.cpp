@@ -22,11 +22,7 @@ const char* const kRestoring = "Restoring factory network settings";
 
 RestoreNetworkDialog::RestoreNetworkDialog(Frame* parent) : Dialog(parent, 60, 13, 7) {
   // Two rows of body: the question takes two lines at this width.
-  if (_contentWindow != nullptr) {
-    _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _text = AddContentText();
 }
 
 int RestoreNetworkDialog::Loop() {
@@ -37,14 +33,8 @@ int RestoreNetworkDialog::Loop() {
     _text->SetText(_strings->GetString(Strings::kFactoryRestoreQuestion));
   }
   // Only F11 confirms, so that an Enter typed ahead cannot wipe the network.
-  for (;;) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      return 0;
-    }
-    if (key == KEY_F(11)) {
-      break;
-    }
+  if (!WaitForF11()) {
+    return 0;
   }
   DoRestoreNetworkDialog restore(this);
   Frame::Run(&restore);

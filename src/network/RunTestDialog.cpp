@@ -82,11 +82,7 @@ RunTestDialog::RunTestDialog(Frame* parent,
     : Dialog(parent, 75, 13, 5),
       _targets{target1, target2, target3},
       _hostname(std::move(hostname)) {
-  if (_contentWindow != nullptr) {
-    _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _text = AddContentText();
 }
 
 void RunTestDialog::ReapAbandoned() {

@@ -40,9 +40,6 @@ using HostCtl::Network::ConnectionPoint;
 
 namespace {
 
-const char* const kFooter =
-    "{align:right}{color:black}<F11>{/color} {color:dark-grey}OK{/color}  "
-    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 const char* const kManagementGroup = "Management Network";
 
 // Where the management interface is plugged in now, and what carries it.
@@ -103,11 +100,7 @@ bool PortGroupTaken(const std::string& name) {
 }  // namespace
 
 SafeModeNetworkDialog::SafeModeNetworkDialog(Frame* parent) : Dialog(parent, 60, 12, 7) {
-  if (_contentWindow != nullptr) {
-    _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _text = AddContentText();
 }
 
 bool SafeModeNetworkDialog::MoveManagementNetwork() {
@@ -168,19 +161,13 @@ bool SafeModeNetworkDialog::MoveManagementNetwork() {
 int SafeModeNetworkDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kRestoreStandardSwitchTitle));
   SetText(_strings->GetString(Strings::kRestoreStandardSwitchText));
-  SetFooter(kFooter);
+  SetFooter(kF11OkCancelFooter);
   if (_text != nullptr) {
     _text->SetText(_strings->GetString(Strings::kRestoreStandardSwitchQuestion));
   }
   // Only F11 confirms: the move takes every other interface down.
-  for (;;) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      return 0;
-    }
-    if (key == KEY_F(11)) {
-      break;
-    }
+  if (!WaitForF11()) {
+    return 0;
   }
   try {
     if (!MoveManagementNetwork()) {

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "AdaptersDialog.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
 #include "StringFactory.h"
@@ -33,49 +32,30 @@ constexpr size_t kRowWidth = kWidth - 4 - 4;
 const char* const kHeader =
     "    {align:padding:13}Device Name{/align}{align:padding:14}Status{/align}"
     "{align:padding:12}Speed{/align}{align:padding:19}MAC Address{/align}Used By";
-const char* const kKeys =
-    "{color:black}<D>{/color} {color:dark-grey}View Details{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 const char* const kChooseOne =
     " Choose at least one: without an uplink the management interface cannot reach the network.";
 const char* const kNotAvailable = "N/A";
 
 std::string Field(const std::string& text, size_t width) {
   return "{align:padding:" + std::to_string(width) + "}" +
-         AdaptersDialog::Shorten(UplinksDialog::Plain(text), width - 1) + "{/align}";
+         AdapterChoiceDialog::Shorten(AdapterChoiceDialog::Plain(text), width - 1) + "{/align}";
 }
 
 }  // namespace
 
-std::string UplinksDialog::Plain(const std::string& text) {
-  std::string plain = text;
-  for (char& c : plain) {
-    if (c == '{' || c == '}') {
-      c = c == '{' ? '(' : ')';
-    } else if (c < ' ' || c > '~') {
-      c = '?';
-    }
-  }
-  return plain;
-}
-
 UplinksDialog::UplinksDialog(Frame* parent, const DvsRepair& repair)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _repair(repair) {
-  std::vector<std::unique_ptr<Item>> items;
+    : AdapterChoiceDialog(parent,
+                          kWidth,
+                          kHeight,
+                          kTitleHeight,
+                          Strings::kDvsUplinksTitle,
+                          Strings::kDvsUplinksText),
+      _repair(repair) {
+  std::vector<std::pair<std::string, bool>> rows;
   for (const DvsUplinkCandidate& candidate : _repair.candidates) {
-    auto check = std::make_unique<CheckItem>(Row(candidate), candidate.active);
-    check->SetHighlightFocus(true);
-    _checks.push_back(check.get());
-    items.push_back(std::move(check));
+    rows.emplace_back(Row(candidate), candidate.active);
   }
-  if (_contentWindow != nullptr && _contentWindow->GetHeight() > 1) {
-    _contentWindow
-        ->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(), 1, _contentWindow->GetForeground())
-        .SetText(kHeader);
-    _list = &_contentWindow->AddChild<ItemList>(0, 1, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight() - 1);
-    _list->SetItems(std::move(items));
-  }
+  SetRows(kHeader, rows);
 }
 
 std::string UplinksDialog::Row(const DvsUplinkCandidate& candidate) {
@@ -92,7 +72,7 @@ std::string UplinksDialog::Row(const DvsUplinkCandidate& candidate) {
   const std::string user = adapter.usedBy ? Plain(*adapter.usedBy) : kNotAvailable;
   constexpr size_t used = kNameField + kStatusField + kSpeedField + kMacField;
   if (!user.empty()) {
-    row += AdaptersDialog::Shorten(user, kRowWidth - used);
+    row += Shorten(user, kRowWidth - used);
   }
   return row;
 }
@@ -117,52 +97,6 @@ bool UplinksDialog::Finish() {
     return Frame::Run(&confirm) != 0;
   }
   return true;
-}
-
-int UplinksDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kDvsUplinksTitle));
-  SetText(_strings->GetString(Strings::kDvsUplinksText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
-  Window::ShowCursor(false);
-  if (_list == nullptr) {
-    return 0;
-  }
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const bool onRow = _list->Count() > 0;
-    const size_t index = static_cast<size_t>(_list->CurrentIndex());
-    switch (key) {
-      case KEY_UP:
-        _list->Prev();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        break;
-      case ' ':
-        if (onRow) {
-          _checks[index]->SetChecked(!_checks[index]->IsChecked());
-          _list->DrawItems();
-        }
-        break;
-      case 'd':
-      case 'D':
-        if (onRow) {
-          AdapterInfoDialog details(this, _repair.candidates[index].adapter);
-          Frame::Run(&details);
-        }
-        break;
-      case kKeyEnter:
-        if (Finish()) {
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
-  }
 }
 
 }  // namespace Merel

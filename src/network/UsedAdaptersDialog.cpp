@@ -16,14 +16,25 @@ constexpr int kTitleHeight = 6;
 
 }  // namespace
 
-UsedAdaptersDialog::UsedAdaptersDialog(Frame* parent, const std::vector<Adapter>& adapters,
+UsedAdaptersDialog::UsedAdaptersDialog(Frame* parent,
+                                       const std::vector<Adapter>& adapters,
                                        const std::string& switchName)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _body(Body(adapters, switchName)) {
-  if (_contentWindow != nullptr) {
-    _bodyText = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                    _contentWindow->GetHeight(),
-                                                    _contentWindow->GetForeground());
-  }
+    : UsedAdaptersDialog(parent,
+                         adapters,
+                         switchName,
+                         Strings::kAdaptersWarningTitle,
+                         Strings::kAdaptersRemoveQuestion) {}
+
+UsedAdaptersDialog::UsedAdaptersDialog(Frame* parent,
+                                       const std::vector<Adapter>& adapters,
+                                       const std::string& switchName,
+                                       uint32_t titleKey,
+                                       uint32_t questionKey)
+    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+      _titleKey(titleKey),
+      _questionKey(questionKey),
+      _body(Body(adapters, switchName)) {
+  _bodyText = AddContentText();
 }
 
 std::string UsedAdaptersDialog::Body(const std::vector<Adapter>& adapters,
@@ -37,11 +48,11 @@ std::string UsedAdaptersDialog::Body(const std::vector<Adapter>& adapters,
 }
 
 int UsedAdaptersDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kAdaptersWarningTitle));
+  SetTitle(_strings->GetString(_titleKey));
   SetText(_strings->GetString(Strings::kAdaptersInUse));
   SetFooter(kOkCancelFooter);
   if (_bodyText != nullptr) {
-    _bodyText->SetText(_body + "\n" + _strings->GetString(Strings::kAdaptersRemoveQuestion));
+    _bodyText->SetText(_body + "\n" + _strings->GetString(_questionKey));
   }
   while (true) {
     const int key = Frame::WaitForKey(this, true);

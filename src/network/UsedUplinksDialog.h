@@ -1,28 +1,25 @@
 // Asks before adapters of standard switches become uplinks of the
-// distributed switch: their switches lose them.
+// distributed switch: their switches lose them. The adapters' question,
+// under the repair's own title.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "AdapterInfoDialog.h"
-#include "Dialog.h"
+#include "StringFactory.h"
+#include "UsedAdaptersDialog.h"
 
 namespace Merel {
 
-class UsedUplinksDialog : public Dialog {
+class UsedUplinksDialog : public UsedAdaptersDialog {
  public:
   // `adapters` with their standard switch in usedBy, about to move to the
-  // distributed switch `dvSwitch`.
+  // distributed switch `dvSwitch`. Loop: 1 on Enter (take them), 0 on Esc.
   UsedUplinksDialog(Frame* parent,
                     const std::vector<Adapter>& adapters,
-                    const std::string& dvSwitch);
-  // 1 on Enter (take them), 0 on Esc.
-  int Loop() override;
-
- private:
-  std::string _body;
-  TextArea* _bodyText = nullptr;
+                    const std::string& dvSwitch)
+      : UsedAdaptersDialog(parent,
+                           adapters,
+                           dvSwitch,
+                           Strings::kDvsUplinksWarningTitle,
+                           Strings::kContinueQuestion) {}
 };
 
 }  // namespace Merel

@@ -29,10 +29,6 @@ constexpr int kHeight = 20;
 constexpr int kTitleHeight = 9;
 constexpr int kSpace = ' ';
 
-const char* const kF11Footer =
-    "{align:right}{color:black}<F11>{/color} {color:dark-grey}OK{/color}  "
-    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
-
 }  // namespace
 
 RestartAgentsDialog::RestartAgentsDialog(Frame* parent)
@@ -42,7 +38,8 @@ RestartAgentsDialog::RestartAgentsDialog(Frame* parent)
   }
   const int width = _contentWindow->GetWidth();
   const int height = _contentWindow->GetHeight();
-  _text = &_contentWindow->AddChild<TextArea>(0, 0, width, height - 2, _contentWindow->GetForeground());
+  _text =
+      &_contentWindow->AddChild<TextArea>(0, 0, width, height - 2, _contentWindow->GetForeground());
   _list = &_contentWindow->AddChild<ItemList>(0, height - 1, width, 1);
   auto collect = std::make_unique<CheckItem>(_strings->GetString(Strings::kCollectLiveCore), false);
   _collect = collect.get();
@@ -131,7 +128,7 @@ void RestartAgentsDialog::Restart() {
 int RestartAgentsDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kRestartAgentsConfirmTitle));
   SetText(_strings->GetString(Strings::kRestartAgentsWarning));
-  SetFooter(kF11Footer);
+  SetFooter(kF11OkCancelFooter);
   Window::ShowCursor(false);
   if (_text == nullptr) {
     return 0;

@@ -16,20 +16,13 @@ constexpr int kWidth = 60;
 constexpr int kHeight = 12;
 constexpr int kTitleHeight = 7;
 
-const char* const kConfirmFooter =
-    "{align:right}{color:black}<F11>{/color} {color:dark-grey}OK{/color}  "
-    "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 const char* const kRestartFooter =
     "{align:right}{color:black}<Enter>{/color} {color:dark-grey}Restart Host{/color}{/align}";
 
 }  // namespace
 
 RestoreDialog::RestoreDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  if (_contentWindow != nullptr) {
-    _text = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight(),
-                                                _contentWindow->GetForeground());
-  }
+  _text = AddContentText();
 }
 
 int RestoreDialog::Loop() {
@@ -38,16 +31,10 @@ int RestoreDialog::Loop() {
   if (_text != nullptr) {
     _text->SetText(_strings->GetString(Strings::kResetQuestion));
   }
-  SetFooter(kConfirmFooter);
+  SetFooter(kF11OkCancelFooter);
   // Only F11 confirms: Enter is too easily pressed for something this final.
-  for (;;) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      return 0;
-    }
-    if (key == KEY_F(11)) {
-      break;
-    }
+  if (!WaitForF11()) {
+    return 0;
   }
 
   Platform::Syslog(LOG_INFO, "%s", "Restoring factory defaults");

@@ -13,20 +13,19 @@ Dialog::Dialog(Frame* parent, int width, int height, int titleHeight)
     : Frame(parent, (COLS - width) / 2, (LINES - height) / 2, width, height, kBlack, kWhite) {
   Clear();
   _titleWindow = &AddChild<Window>(0, 0, width, titleHeight, kDarkGrey, kWhite);
-  _bodyWindow =
-      &AddChild<Window>(0, titleHeight, width, height - titleHeight, kYellow, kWhite);
+  _bodyWindow = &AddChild<Window>(0, titleHeight, width, height - titleHeight, kYellow, kWhite);
   box(_window, 0, 0);
 
   const int titleWidth = _titleWindow->GetWidth();
   _titleText =
       &_titleWindow->AddChild<TextArea>(3, 1, titleWidth - 6, 1, _titleWindow->GetForeground());
   _descriptionText = &_titleWindow->AddChild<TextArea>(3, 3, titleWidth - 6, titleHeight - 4,
-                                            _titleWindow->GetForeground());
+                                                       _titleWindow->GetForeground());
 
   const int bodyWidth = _bodyWindow->GetWidth();
   const int bodyHeight = _bodyWindow->GetHeight();
   _footerText = &_bodyWindow->AddChild<TextArea>(2, bodyHeight - 2, bodyWidth - 4, 1,
-                                       _bodyWindow->GetForeground());
+                                                 _bodyWindow->GetForeground());
   // A low body has no room for content; users of the content window check.
   if (bodyHeight - 4 >= 1) {
     _contentWindow =
@@ -64,6 +63,27 @@ bool Dialog::OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer,
   Window::ShowCursor(true);
   list->DrawItems();
   return true;
+}
+
+TextArea* Dialog::AddContentText() {
+  if (_contentWindow == nullptr) {
+    return nullptr;
+  }
+  return &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
+                                             _contentWindow->GetHeight(),
+                                             _contentWindow->GetForeground());
+}
+
+bool Dialog::WaitForF11() {
+  for (;;) {
+    const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEscape) {
+      return false;
+    }
+    if (key == KEY_F(11)) {
+      return true;
+    }
+  }
 }
 
 }  // namespace Merel

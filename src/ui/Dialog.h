@@ -19,6 +19,10 @@ class Dialog : public Frame {
   static constexpr const char* kOkCancelFooter =
       "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
       "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
+  // The footer of the confirmations that only F11 accepts.
+  static constexpr const char* kF11OkCancelFooter =
+      "{align:right}{color:black}<F11>{/color} {color:dark-grey}OK{/color}  "
+      "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
   // The footer of the dialogs whose choices are marked with Space.
   static constexpr const char* kMarkOkCancelFooter =
       "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
@@ -37,6 +41,14 @@ class Dialog : public Frame {
   // the text cursor shown and the list drawn. False when the body had no
   // room for the list (nothing can be typed: the dialog ends at once).
   bool OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list);
+
+  // A text filling the whole body, in the body's colour; null when the body
+  // is too low to have one.
+  TextArea* AddContentText();
+  // The key loop of a confirmation that nothing but F11 accepts, so that an
+  // Enter typed ahead cannot set off something drastic: true on F11, false
+  // on Esc; every other key is ignored.
+  bool WaitForF11();
 
   Window* _titleWindow = nullptr;
   Window* _bodyWindow = nullptr;
