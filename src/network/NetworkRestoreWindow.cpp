@@ -115,26 +115,11 @@ void NetworkRestoreWindow::Open(uint32_t key) {
 }
 
 int NetworkRestoreWindow::Loop() {
-  RefreshContents();
-  for (;;) {
-    switch (Frame::WaitForKey(this, true)) {
-      case kKeyEscape:
-        return 1;
-      case KEY_UP:
-        _menu->Prev();
-        RefreshContents();
-        break;
-      case KEY_DOWN:
-        _menu->Next();
-        RefreshContents();
-        break;
-      case kKeyEnter:
-        Open(SelectedKey());
-        break;
-      default:
-        break;
-    }
-  }
+  return RunEntries();
+}
+
+void NetworkRestoreWindow::OpenSelected() {
+  Open(SelectedKey());
 }
 
 }  // namespace Merel

@@ -19,8 +19,8 @@ class NetworkRestoreWindow : public RootWindow {
   void UpdateFooter() override;
 
  private:
-  // The list, the pane of the selected entry and the footers.
-  void RefreshContents();
+  void RefreshContents() override;
+  void OpenSelected() override;
   uint32_t SelectedKey() const;
   void Open(uint32_t key);
 

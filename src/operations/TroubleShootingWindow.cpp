@@ -233,27 +233,11 @@ void TroubleShootingWindow::Open(int index) {
 }
 
 int TroubleShootingWindow::Loop() {
-  RefreshContents();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    switch (key) {
-      case kKeyEscape:
-        return 1;
-      case KEY_UP:
-        _menu->Prev();
-        RefreshContents();
-        break;
-      case KEY_DOWN:
-        _menu->Next();
-        RefreshContents();
-        break;
-      case kKeyEnter:
-        Open(FocusedIndex());
-        break;
-      default:
-        break;
-    }
-  }
+  return RunEntries();
+}
+
+void TroubleShootingWindow::OpenSelected() {
+  Open(FocusedIndex());
 }
 
 }  // namespace Merel

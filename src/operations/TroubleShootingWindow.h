@@ -16,10 +16,10 @@ class TroubleShootingWindow : public RootWindow {
   // 1 when the user leaves with Esc.
   int Loop() override;
   void UpdateFooter() override;
-  // Redraws the list and the pane of the focused entry.
-  void RefreshContents();
 
  private:
+  void RefreshContents() override;
+  void OpenSelected() override;
   void ToggleShell();
   void ToggleSsh();
   // The time-out entry can be chosen only while both services are off: a

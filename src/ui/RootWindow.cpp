@@ -31,4 +31,27 @@ RootWindow::RootWindow(Frame* parent) : Frame(parent, 0, 0, COLS, LINES, kBlack,
   Platform::Syslog(LOG_INFO, "COLS=%d, LINES=%d", COLS, LINES);
 }
 
+int RootWindow::RunEntries() {
+  RefreshContents();
+  for (;;) {
+    switch (Frame::WaitForKey(this, true)) {
+      case kKeyEscape:
+        return 1;
+      case KEY_UP:
+        _menu->Prev();
+        RefreshContents();
+        break;
+      case KEY_DOWN:
+        _menu->Next();
+        RefreshContents();
+        break;
+      case kKeyEnter:
+        OpenSelected();
+        break;
+      default:
+        break;
+    }
+  }
+}
+
 }  // namespace Merel

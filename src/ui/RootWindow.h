@@ -15,6 +15,14 @@ class RootWindow : public Frame {
   virtual void UpdateFooter() = 0;
 
  protected:
+  // The key loop of a list whose entries each open something: Up/Down move
+  // the selection and show its pane, Enter opens it, Esc leaves (1).
+  int RunEntries();
+  // The list, the selected entry's pane and the footers, drawn afresh.
+  virtual void RefreshContents() {}
+  // Enter on the selected entry; the window is redrawn afterwards.
+  virtual void OpenSelected() {}
+
   Window* _mainArea = nullptr;
   Window* _statusLine = nullptr;
   Window* _leftPane = nullptr;
