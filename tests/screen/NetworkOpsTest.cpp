@@ -166,6 +166,7 @@ struct TestCase {
   const char* hostname;  // null: keep the default (the host's own name)
   bool leftoverBackup;
   std::vector<std::pair<std::string, std::string>> verdicts;  // step, verdict
+  const char* golden = nullptr;                                // the run's last screen
 };
 
 class NetworkTestRun : public ::testing::TestWithParam<TestCase> {};
@@ -195,6 +196,9 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
         << step << " -> " << row << "\n"
         << console->Text();
   }
+  if (c.golden != nullptr) {
+    ExpectGoldenScreen(*console, c.golden);
+  }
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
   // The resolve step always leaves the hosts file as it found it.
@@ -216,7 +220,8 @@ INSTANTIATE_TEST_SUITE_P(
                                {{"Pinging address #1 (10.20.30.1).", "OK."},
                                 {"Pinging address #2 (10.20.30.2).", "OK."},
                                 {"Pinging address #3 (10.20.30.3).", "Failed."},
-                                {"Resolving hostname (static-host.lab.test).", "OK."}}},
+                                {"Resolving hostname (static-host.lab.test).", "OK."}},
+                               "network-test-done"},
                       // A blank typed into the name never reaches it.
                       TestCase{"NameUnknown",
                                "nowhere .lab.test",

@@ -64,6 +64,7 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   const std::string summary = console->Text();
   EXPECT_TRUE(Contains(summary, "DSwitch-Prod")) << summary;
   EXPECT_TRUE(Contains(summary, "blocked; none of its uplinks has link")) << summary;
+  ExpectGoldenScreen(*console, "dvs-repair");
 
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();

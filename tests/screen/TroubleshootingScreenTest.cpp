@@ -162,6 +162,7 @@ TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
   auto console = OpenTroubleshooting(host);
   ASSERT_TRUE(console);
   ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
+  ExpectGoldenScreen(*console, "console-timeout");
   TypeKeys(*console, "\x7f" + c.typed);  // Backspace empties the preset "10"
   console->SendKey(Key::kEnter);
   if (c.refused) {
