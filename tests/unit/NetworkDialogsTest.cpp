@@ -403,10 +403,9 @@ TEST_F(NetworkDialogsTest, VlanAndSuffixes) {
     int result;
     uint16_t id;
   } vlans[] = {
+      // Zero, 4095, 4096 and the emptied field are typed at the real console
+      // by the VLAN screen test; here what it does not type.
       {0, "abc4094" + kJunk + kEnter, 1, 4094},
-      {12, kBackspace + kEnter, 1, 0},
-      {0, "4095" + kEnter + kEnter, 1, 4095},  // the warning is dismissed, the ID kept
-      {7, "0" + kEnter + kEnter + kEsc, 0, 7},
       {7, "4096" + kEnter + kEnter + Repeat(kBackspace, 4) + "99999" + kEnter + kEnter +
               Repeat(kBackspace, 5) + "1" + kEnter,
        1, 1},
