@@ -25,11 +25,6 @@ std::string Label(const Terminal& console, int row) {
   return CellText(console, row, 13, 23);
 }
 
-bool Gone(Terminal& console, const std::string& text) {
-  return console.WaitFor([&] { return console.Text().find(text) == std::string::npos; }) &&
-         console.WaitUntilQuiet();
-}
-
 TEST(LoginScreenTest, DialogLayoutAndDefaults) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
@@ -94,12 +89,12 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
   EXPECT_NE(console->Text().find(c.title), std::string::npos) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(Gone(*console, c.message)) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
   if (c.message == kExpired) {
     // The password change comes next; left with Esc, the login is back.
     ASSERT_TRUE(WaitQuiet(*console, "Old Password:")) << console->Text();
     console->SendKey(Key::kEscape);
-    ASSERT_TRUE(Gone(*console, "Old Password:")) << console->Text();
+    ASSERT_TRUE(WaitGone(*console, "Old Password:")) << console->Text();
   }
   // The dialog stays, the name as typed.
   EXPECT_NE(console->Text().find("Authentication Required"), std::string::npos) << console->Text();
@@ -151,7 +146,7 @@ TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   auto console = OpenLogin(host);
   console->SendText("mer");
   console->SendKey(Key::kEscape);
-  ASSERT_TRUE(Gone(*console, "Authentication Required")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Authentication Required")) << console->Text();
   EXPECT_NE(console->Text().find("<F2>"), std::string::npos) << console->Text();
   EXPECT_EQ(host.AuditLog().find("login."), std::string::npos) << host.AuditLog();
   EXPECT_EQ(host.Syslog().find("logged out"), std::string::npos) << host.Syslog();
@@ -205,7 +200,7 @@ TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
   console->WaitUntilQuiet(milliseconds(200));
   EXPECT_NE(console->Text().find("Authentication Denied"), std::string::npos);
   console->SendKey(Key::kEnter);
-  EXPECT_TRUE(Gone(*console, "Authentication Denied")) << console->Text();
+  EXPECT_TRUE(WaitGone(*console, "Authentication Denied")) << console->Text();
   EXPECT_EQ(console->Text().find("Login Name:"), std::string::npos);
 }
 
@@ -245,7 +240,7 @@ TEST(KeyboardScreenTest, SpaceThenEnterSetsTheLayout) {
   ASSERT_TRUE(WaitQuiet(*console, "(o) United Kingdom")) << console->Text();
   EXPECT_NE(console->Text().find("( ) US Default"), std::string::npos) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(Gone(*console, "Toggle Selected")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Toggle Selected")) << console->Text();
   EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "United Kingdom");
   EXPECT_TRUE(host.WaitForSyslog("user.info Keyboard Layout changed to United Kingdom"))
       << host.Syslog();
@@ -272,7 +267,7 @@ TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   console->SendKeys({Key::kDown, Key::kDown, Key::kSpace});
   ASSERT_TRUE(WaitQuiet(*console, "(o) German")) << console->Text();
   console->SendKey(Key::kEscape);
-  ASSERT_TRUE(Gone(*console, "Toggle Selected")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Toggle Selected")) << console->Text();
   EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "US Default");
   EXPECT_EQ(host.Syslog().find("Keyboard Layout changed"), std::string::npos) << host.Syslog();
   EXPECT_NE(console->Text().find("Configured Keyboard (US Default)"), std::string::npos);

@@ -202,10 +202,7 @@ TEST(LogViewerScreenTest, PagerRefusesShellPipeEditorAndOtherFiles) {
     console->SendText(command);
     EXPECT_TRUE(WaitQuiet(*console, "Command not available")) << command << "\n" << console->Text();
     console->SendKey(Key::kEnter);  // any key clears the message
-    EXPECT_TRUE(console->WaitFor([&] {
-      return console->Text().find("Command not available") == std::string::npos;
-    })) << command;
-    console->WaitUntilQuiet();
+    EXPECT_TRUE(WaitGone(*console, "Command not available")) << command;
   }
   EXPECT_TRUE(console->WaitForText("obsvd marker line"));
   console->SendText("q");

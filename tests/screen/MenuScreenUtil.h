@@ -4,7 +4,9 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -69,6 +71,28 @@ inline bool WaitQuiet(Terminal& console, const std::string& text) {
   return console.WaitForText(text) && console.WaitUntilQuiet();
 }
 
+inline bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// `text` went away and the screen settled.
+inline bool WaitGone(Terminal& console, const std::string& text) {
+  return console.WaitFor([&] { return !Contains(console.Text(), text); }) &&
+         console.WaitUntilQuiet();
+}
+
+// The entry of a host.json list whose `field` is `name`, or null.
+inline const nlohmann::json* Named(const nlohmann::json& list,
+                                   const std::string& name,
+                                   const char* field = "name") {
+  for (const nlohmann::json& entry : list) {
+    if (entry.value(field, "") == name) {
+      return &entry;
+    }
+  }
+  return nullptr;
+}
+
 // F2 on the welcome screen, up to the login dialog.
 inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions options = {}) {
   auto console = host.StartConsole(options);
@@ -103,6 +127,45 @@ inline bool SelectEntry(Terminal& console, const std::string& entry) {
     }
   }
   return RightTitle(console) == entry;
+}
+
+// Sends `keys` one at a time, each after the screen settled.
+inline void Type(Terminal& console, std::initializer_list<Key> keys) {
+  for (Key key : keys) {
+    console.SendKey(key);
+    console.WaitUntilQuiet();
+  }
+}
+
+inline void TypeText(Terminal& console, const std::string& text) {
+  console.SendText(text);
+  console.WaitUntilQuiet();
+}
+
+// Logs in, opens the menu's `entry` and waits for `expected`.
+inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
+                                           const std::string& entry,
+                                           const std::string& expected,
+                                           TerminalOptions options = {}) {
+  auto console = LogIn(host, options);
+  if (!console || !SelectEntry(*console, entry)) {
+    ADD_FAILURE() << "no entry " << entry;
+    return nullptr;
+  }
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  return console;
+}
+
+// Makes calls of the host library named `call` fail with `text`: all of
+// them, or only the next one.
+inline void FailCall(const SimHost& host,
+                     const std::string& call,
+                     const std::string& text,
+                     bool once = false) {
+  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
+                              call + " '" + text + "'" + (once ? " --once" : "");
+  ASSERT_EQ(std::system(command.c_str()), 0) << command;
 }
 
 // Rewrites the host's state before (or while) the console runs.

@@ -45,12 +45,6 @@ void ExpectShown(const Terminal& console, const std::vector<std::string>& texts)
   }
 }
 
-// `text` went away and the screen settled.
-bool WaitGone(Terminal& console, const std::string& text) {
-  return console.WaitFor([&] { return console.Text().find(text) == std::string::npos; }) &&
-         console.WaitUntilQuiet();
-}
-
 // D on the focused adapter: its details, closed again by `close` (any key).
 void ExpectDetails(Terminal& console,
                    const std::vector<std::string>& lines,
@@ -64,15 +58,6 @@ void ExpectDetails(Terminal& console,
   }
   console.SendKey(close);
   ASSERT_TRUE(WaitGone(console, "Adapter Details")) << console.Text();
-}
-
-const nlohmann::json* Find(const nlohmann::json& list, const std::string& name) {
-  for (const nlohmann::json& item : list) {
-    if (item.value("name", "") == name) {
-      return &item;
-    }
-  }
-  return nullptr;
 }
 
 bool Has(const nlohmann::json& list, const std::string& name) {
@@ -159,9 +144,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
   const nlohmann::json& network = state["network"];
-  const nlohmann::json* vSwitch0 = Find(network["vswitches"], "vSwitch0");
-  const nlohmann::json* vSwitch1 = Find(network["vswitches"], "vSwitch1");
-  const nlohmann::json* dvSwitch = Find(network["dvswitches"], "DSwitch-Lab");
+  const nlohmann::json* vSwitch0 = Named(network["vswitches"], "vSwitch0");
+  const nlohmann::json* vSwitch1 = Named(network["vswitches"], "vSwitch1");
+  const nlohmann::json* dvSwitch = Named(network["dvswitches"], "DSwitch-Lab");
   ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
   const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
   EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
@@ -278,7 +263,7 @@ TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
       << pane;
 
   if (*c.failingCall != '\0') {
-    FailOnce(host, c.failingCall, "disk on fire");
+    FailCall(host, c.failingCall, "disk on fire", true);
   }
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"))

@@ -23,23 +23,6 @@ using namespace MerelMenuTest;
 
 const char kF11[] = "\x1b[23~";
 
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-std::unique_ptr<Terminal> OpenEntry(SimHost& host,
-                                    const std::string& entry,
-                                    const std::string& expected) {
-  auto console = LogIn(host);
-  if (!console || !SelectEntry(*console, entry)) {
-    ADD_FAILURE() << "no entry " << entry;
-    return nullptr;
-  }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
-  return console;
-}
-
 const nlohmann::json& Nex0(const nlohmann::json& state) {
   for (const auto& nic : state["network"]["nics"]) {
     if (nic["name"] == "nex0") {
@@ -127,9 +110,7 @@ TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
 TEST(NetworkOpsTest, AFailedRestartIsReported) {
   SimHost host("static-ipv4");
   ASSERT_TRUE(host.Ok());
-  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
-                           "' NexNic.Enable 'interface busy'";
-  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  FailCall(host, "NexNic.Enable", "interface busy");
   auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
   ASSERT_TRUE(console);
   console->Send(kF11);
@@ -248,8 +229,7 @@ TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Invalid IP or IPv6 address.")) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Invalid IP"); }));
-  console->WaitUntilQuiet();
+  ASSERT_TRUE(WaitGone(*console, "Invalid IP"));
   EXPECT_TRUE(Contains(console->Text(), "Ping Address #1:")) << console->Text();
   EXPECT_FALSE(Contains(console->Text(), "Pinging address")) << console->Text();
 }

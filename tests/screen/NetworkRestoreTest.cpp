@@ -17,16 +17,6 @@ using namespace MerelMenuTest;
 
 const char kF11[] = "\x1b[23~";
 
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-void Fail(const SimHost& host, const std::string& call, const std::string& text) {
-  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
-                              "' " + call + " '" + text + "'";
-  ASSERT_EQ(std::system(command.c_str()), 0) << command;
-}
-
 // The window is in front: no dialog (which would offer OK or Cancel) is left.
 bool WaitForWindow(Terminal& console) {
   return console.WaitFor([&] {
@@ -38,14 +28,9 @@ bool WaitForWindow(Terminal& console) {
 
 // Logs in and opens the window, then the dialog of `entry` if one is given.
 std::unique_ptr<Terminal> Open(SimHost& host, const std::string& entry = "") {
-  auto console = LogIn(host);
-  if (!console || !SelectEntry(*console, "Network Restore Options")) {
-    ADD_FAILURE() << "no restore entry in the menu";
-    return nullptr;
-  }
-  console->SendKey(Key::kEnter);
-  if (!WaitForWindow(*console)) {
-    ADD_FAILURE() << console->Text();
+  auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
+  if (!console || !WaitForWindow(*console)) {
+    ADD_FAILURE() << "no restore window:\n" << (console ? console->Text() : "");
     return nullptr;
   }
   if (!entry.empty()) {
@@ -70,14 +55,6 @@ nlohmann::json Network(const SimHost& host) {
   return {network["vswitches"], network["dvswitches"], network["nics"]};
 }
 
-const nlohmann::json* Named(const nlohmann::json& list, const std::string& name) {
-  for (const auto& entry : list) {
-    if (entry.value("name", "") == name) {
-      return &entry;
-    }
-  }
-  return nullptr;
-}
 
 TEST(NetworkRestoreTest, WindowListsTheThreeRestores) {
   SimHost host;
@@ -115,7 +92,7 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
   // The shut-down's tool is gone: only the restore's own may be used.
   std::filesystem::remove(host.Path("/bin/powerOffVms"));
   if (c.fault != nullptr) {
-    Fail(host, c.fault, "device busy");
+    FailCall(host, c.fault, "device busy");
   }
   const nlohmann::json before = Network(host);
   auto console = Open(host, "Restore Network Settings");
@@ -288,7 +265,7 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
     net["nics"].push_back(other);
   });
   if (c.fault != nullptr) {
-    Fail(host, c.fault, "device busy");
+    FailCall(host, c.fault, "device busy");
   }
   const nlohmann::json before = Network(host);
   auto console = Open(host, "Restore Standard Switch");

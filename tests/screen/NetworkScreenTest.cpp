@@ -292,7 +292,7 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   TypeText(*console, "20");
   Accept(*console);
 
-  FailOnce(host, c.call, "disk on fire");
+  FailCall(host, c.call, "disk on fire", true);
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitQuiet(*console, "Apply changes")) << console->Text();
   console->SendText("y");

@@ -48,19 +48,6 @@ inline void OpenDialog(Terminal& console, const std::string& entry, const std::s
   ASSERT_TRUE(WaitQuiet(console, shown)) << console.Text();
 }
 
-// Sends `keys` one at a time, each after the screen settled.
-inline void Type(Terminal& console, std::initializer_list<Key> keys) {
-  for (Key key : keys) {
-    console.SendKey(key);
-    console.WaitUntilQuiet();
-  }
-}
-
-inline void TypeText(Terminal& console, const std::string& text) {
-  console.SendText(text);
-  console.WaitUntilQuiet();
-}
-
 // Enter on the dialog, back in the window.
 inline void Accept(Terminal& console) {
   console.SendKey(Key::kEnter);
@@ -85,13 +72,6 @@ inline void ExpectLines(const SimHost& host, const std::vector<std::string>& lin
 
 inline const nlohmann::json& Nex0(const nlohmann::json& state) {
   return state["network"]["nics"][0];
-}
-
-// Makes the next call of the host library named `call` fail with `text`.
-inline void FailOnce(const SimHost& host, const std::string& call, const std::string& text) {
-  const std::string command = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") + "' " +
-                              call + " '" + text + "' --once";
-  ASSERT_EQ(std::system(command.c_str()), 0) << command;
 }
 
 }  // namespace MerelNetworkTest

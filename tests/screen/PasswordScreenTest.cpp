@@ -28,10 +28,6 @@ void PreparePam(const SimHost& host, const std::string& rootState) {
   }
 }
 
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 std::unique_ptr<Terminal> LogInWith(SimHost& host, const std::string& password) {
   auto console = OpenLogin(host);
   console->SendText(password);

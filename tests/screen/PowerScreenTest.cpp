@@ -30,11 +30,8 @@ std::unique_ptr<Terminal> OpenShutdown(SimHost& host) {
 }
 
 std::string VmStop(const nlohmann::json& state, const std::string& name) {
-  for (const auto& vm : state.at("vms")) {
-    if (vm["name"] == name)
-      return vm.value("lastStop", "");
-  }
-  return "?";
+  const nlohmann::json* vm = Named(state.at("vms"), name);
+  return vm ? vm->value("lastStop", "") : "?";
 }
 
 // The lines of tools.log from the first that begins with `first`.
@@ -107,8 +104,7 @@ TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet();
   console->SendKey(Key::kEscape);
-  EXPECT_TRUE(console->WaitFor([&] { return console->Text().find("Forcefully") == std::string::npos; }))
-      << console->Text();
+  EXPECT_TRUE(WaitGone(*console, "Forcefully")) << console->Text();
   EXPECT_TRUE(WaitQuiet(*console, "<F12>"));
   EXPECT_TRUE(console->Running());
   EXPECT_EQ(host.HostJson()["powerState"], "on");
@@ -124,13 +120,7 @@ TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
 namespace {
 
 std::unique_ptr<Terminal> OpenReset(SimHost& host) {
-  auto console = LogIn(host);
-  if (!console)
-    return console;
-  EXPECT_TRUE(SelectEntry(*console, "Reset System Configuration"));
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Reset System Configuration now?")) << console->Text();
-  return console;
+  return OpenEntry(host, "Reset System Configuration", "Reset System Configuration now?");
 }
 
 // Enter does not confirm and Esc goes back: nothing logged, run or changed.
@@ -214,22 +204,13 @@ TEST(DriverVmScreenTest, EntryFollowsTheAssignmentState) {
 }
 
 std::unique_ptr<Terminal> OpenDriverVm(SimHost& host) {
-  auto console = LogIn(host);
-  if (!console)
-    return console;
-  EXPECT_TRUE(SelectEntry(*console, "Configure DriverVM Devices"));
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
-  return console;
+  return OpenEntry(host, "Configure DriverVM Devices", "DriverVM Configuration");
 }
 
 nlohmann::json Device(const SimHost& host, const std::string& address) {
   const auto state = host.HostJson();
-  for (const auto& device : state["hardware"]["pciDevices"]) {
-    if (device["address"] == address)
-      return device;
-  }
-  return nullptr;
+  const nlohmann::json* device = Named(state["hardware"]["pciDevices"], address, "address");
+  return device ? *device : nlohmann::json();
 }
 
 // Space on the GPU takes its audio function along (after the warning);

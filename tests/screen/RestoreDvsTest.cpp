@@ -13,43 +13,16 @@ namespace {
 
 using namespace MerelMenuTest;
 
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-const nlohmann::json& Named(const nlohmann::json& list,
-                            const char* field,
-                            const std::string& name) {
-  for (const auto& entry : list) {
-    if (entry.value(field, "") == name) {
-      return entry;
-    }
-  }
-  static const nlohmann::json none = nlohmann::json::object();
-  return none;
-}
-
 // From the menu into "Network Restore Options", then its third entry.
 std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expected) {
-  auto console = LogIn(host);
-  if (!console || !SelectEntry(*console, "Network Restore Options")) {
-    ADD_FAILURE() << "no restore entry";
+  auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
+  if (!console) {
     return nullptr;
   }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Restore DVS")) << console->Text();
-  console->SendKey(Key::kDown);
-  console->WaitUntilQuiet();
-  console->SendKey(Key::kDown);
-  console->WaitUntilQuiet();
+  Type(*console, {Key::kDown, Key::kDown});
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
   return console;
-}
-
-void Press(Terminal& console, Key key) {
-  console.SendKey(key);
-  console.WaitUntilQuiet();
 }
 
 // The dead uplinks come checked and are unchecked; choosing nothing is
@@ -69,16 +42,10 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
   ExpectGoldenScreen(*console, "dvs-uplinks");
-  Press(*console, Key::kSpace);
-  Press(*console, Key::kDown);
-  Press(*console, Key::kSpace);
+  Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "No uplinks were selected.")) << console->Text();
-  Press(*console, Key::kEnter);
-  Press(*console, Key::kDown);
-  Press(*console, Key::kSpace);
-  Press(*console, Key::kDown);
-  Press(*console, Key::kSpace);
+  Type(*console, {Key::kEnter, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "pnic3 will be removed from vSwitch0 and added to DSwitch-Prod."))
       << console->Text();
@@ -86,12 +53,16 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   ASSERT_TRUE(WaitQuiet(*console, "hlp-DSwitch-Prod#0 of DSwitch-Prod.")) << console->Text();
 
   const nlohmann::json network = host.HostJson()["network"];
-  EXPECT_EQ(Named(network["nics"], "name", "nex0").value("dvPort", ""), "hlp-DSwitch-Prod#0");
-  EXPECT_EQ(Named(network["vswitches"], "name", "vSwitch0")["uplinks"], nlohmann::json::array());
-  const auto& dvs = Named(network["dvswitches"], "name", "DSwitch-Prod");
-  const auto& port = Named(dvs["ports"], "key", "hlp-DSwitch-Prod#0");
-  EXPECT_EQ(port["activeUplinks"], nlohmann::json({"pnic2", "pnic3"}));
-  EXPECT_EQ(port.value("vlanId", 0), 20);
+  const nlohmann::json* nex0 = Named(network["nics"], "nex0");
+  const nlohmann::json* vSwitch0 = Named(network["vswitches"], "vSwitch0");
+  const nlohmann::json* dvs = Named(network["dvswitches"], "DSwitch-Prod");
+  ASSERT_TRUE(nex0 && vSwitch0 && dvs) << network.dump(2);
+  const nlohmann::json* port = Named((*dvs)["ports"], "hlp-DSwitch-Prod#0", "key");
+  ASSERT_TRUE(port) << dvs->dump(2);
+  EXPECT_EQ(nex0->value("dvPort", ""), "hlp-DSwitch-Prod#0");
+  EXPECT_EQ((*vSwitch0)["uplinks"], nlohmann::json::array());
+  EXPECT_EQ((*port)["activeUplinks"], nlohmann::json({"pnic2", "pnic3"}));
+  EXPECT_EQ(port->value("vlanId", 0), 20);
   EXPECT_TRUE(
       host.WaitForSyslog("Restoring DVS port: moving management interface nex0 to host-local port "
                          "hlp-DSwitch-Prod#0"));
@@ -127,9 +98,7 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
 TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
   SimHost host("dvs-broken");
   ASSERT_TRUE(host.Ok());
-  const std::string fail = std::string("'") + MEREL_SIM_BIN + "' fail '" + host.Path("") +
-                           "' DVPortImpl.AddHostLocalPort 'no free port'";
-  ASSERT_EQ(std::system(fail.c_str()), 0) << fail;
+  FailCall(host, "DVPortImpl.AddHostLocalPort", "no free port");
   auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
   ASSERT_TRUE(console);
   console->SendKey(Key::kEnter);
@@ -139,7 +108,8 @@ TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
   EXPECT_TRUE(Contains(console->Text(), "no free port")) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("Restoring DVS port failed: no free port"));
   const nlohmann::json nics = host.HostJson()["network"]["nics"];
-  EXPECT_EQ(Named(nics, "name", "nex0").value("dvPort", ""), "12");
+  ASSERT_TRUE(Named(nics, "nex0"));
+  EXPECT_EQ(Named(nics, "nex0")->value("dvPort", ""), "12");
 }
 
 }  // namespace

@@ -18,26 +18,8 @@ using namespace MerelMenuTest;
 
 const char kF11[] = "\x1b[23~";
 
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 std::unique_ptr<Terminal> OpenTroubleshooting(SimHost& host, TerminalOptions options = {}) {
-  auto console = LogIn(host, options);
-  if (!console || !SelectEntry(*console, "Troubleshooting Options")) {
-    ADD_FAILURE() << "no troubleshooting entry";
-    return nullptr;
-  }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Troubleshooting Mode Options")) << console->Text();
-  return console;
-}
-
-// The window's own title shows behind its dialogs: a dialog is closed (and
-// has done its work) once its title is gone.
-bool Closed(Terminal& console, const std::string& dialogTitle) {
-  return console.WaitFor([&] { return !Contains(console.Text(), dialogTitle); }) &&
-         console.WaitUntilQuiet();
+  return OpenEntry(host, "Troubleshooting Options", "Troubleshooting Mode Options", options);
 }
 
 // Types `keys` one at a time, each after the screen showed the last one: the
@@ -63,12 +45,7 @@ bool Choose(Terminal& console, const std::string& entry, const std::string& expe
 }
 
 const nlohmann::json* Service(const nlohmann::json& state, const std::string& name) {
-  for (const auto& service : state["services"]) {
-    if (service["name"] == name) {
-      return &service;
-    }
-  }
-  return nullptr;
+  return Named(state["services"], name);
 }
 
 // The menu is in front again once the dialog's last text is gone (the menu
@@ -80,22 +57,14 @@ bool BackAtMenu(Terminal& console, const std::string& dialogText) {
 
 bool SshFirewallOpen(const SimHost& host) {
   const nlohmann::json state = host.HostJson();
-  for (const auto& ruleset : state["firewall"]) {
-    if (ruleset["id"] == "sshServer") {
-      return ruleset["enabled"];
-    }
-  }
-  return false;
+  const nlohmann::json* ruleset = Named(state["firewall"], "sshServer", "id");
+  return ruleset && ruleset->value("enabled", false);
 }
 
 int64_t Option(const SimHost& host, const std::string& name) {
   const nlohmann::json state = host.HostJson();
-  for (const auto& option : state["advancedOptions"]) {
-    if (option["name"] == name) {
-      return option["value"];
-    }
-  }
-  return -1;
+  const nlohmann::json* option = Named(state["advancedOptions"], name);
+  return option ? option->value("value", int64_t{-1}) : -1;
 }
 
 TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) {
@@ -170,7 +139,7 @@ TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
         << console->Text();
     console->SendKey(Key::kEnter);
   }
-  ASSERT_TRUE(Closed(*console, "Set idle timeout for MEREL access")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), c.stored);
   if (*c.syslog != '\0') {
     EXPECT_TRUE(host.WaitForSyslog(c.syslog)) << host.Syslog();
@@ -202,7 +171,7 @@ TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
   TypeKeys(*console, "1");  // replaces the preset value
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(Closed(*console, "Set idle timeout for MEREL access")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
   // Sixty idle seconds pass in about three.
   EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
@@ -224,7 +193,7 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Invalid timeout value")) << console->Text();
   console->SendKey(Key::kEnter);
-  ASSERT_TRUE(Closed(*console, "Set the timeouts for Tarvik Shell access")) << console->Text();
+  ASSERT_TRUE(WaitGone(*console, "Set the timeouts for Tarvik Shell access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
   EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
@@ -285,7 +254,7 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
                                    "[obsv.user.merel.restarting.hostagents] Restarting host agents"));
   EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
   console->SendKey(Key::kEnter);
-  EXPECT_TRUE(Closed(*console, "Restart Management Agents: Confirm")) << console->Text();
+  EXPECT_TRUE(WaitGone(*console, "Restart Management Agents: Confirm")) << console->Text();
 }
 
 INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),

@@ -280,29 +280,4 @@ TEST(WelcomeScreenTest, RestartRequestDuringASessionWaitsForTheLogout) {
   EXPECT_NE(host.Syslog().find("User root logged out"), std::string::npos) << host.Syslog();
 }
 
-TEST(WelcomeScreenTest, CancelledLoginLogsNoLogout) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  auto console = OpenLogin(host);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitForWelcome(*console)) << console->Text();
-  EXPECT_EQ(host.Syslog().find("logged out"), std::string::npos) << host.Syslog();
-  EXPECT_EQ(host.AuditLog().find("login.disconnect"), std::string::npos);
-}
-
-TEST(WelcomeScreenTest, IdleSessionTimesOutBackToTheWelcomeScreen) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  SetIdleTimeout(host, 60);
-  auto console = LogIn(host, FastClock(host));
-  ASSERT_NE(console, nullptr);
-  EXPECT_TRUE(host.WaitForSyslog("user.info User root logged out due to time out"))
-      << host.Syslog();
-  EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log",
-                                   "login.disconnect user=root success=1 reason=\"Time out\""))
-      << host.AuditLog();
-  ASSERT_TRUE(WaitForWelcome(*console)) << console->Text();
-  EXPECT_GE(RowOf(*console, kDemoProduct), 0) << console->Text();
-}
-
 }  // namespace

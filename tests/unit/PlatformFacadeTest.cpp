@@ -9,14 +9,12 @@
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/NexCtlExec.h"
 #include "NexCtl/PortGroupImpl.h"
-#include "NexCtl/RoutingInfoImpl.h"
 #include "Backend.h"
 #include "SimHostTestSupport.h"
 
 namespace {
 
 using HostCtl::Lib::HostCtlException;
-using HostCtl::Network::ConnectionPoint;
 using HostCtl::Network::IpConfig;
 using HostCtl::Network::Ipv4Address;
 using HostCtl::Network::Ipv6Address;
@@ -36,40 +34,6 @@ std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
   for (const auto& n : networks)
     texts.push_back(n.GetStringAddress() + " scope " + std::to_string(n.GetIpv6Scope()));
   return texts;
-}
-
-TEST(PlatformFacadeTest, ManagementInterfaceLookup) {
-  struct {
-    const char* fixture;
-    const char* ipv4;  // null: the host has no management interface
-    bool dhcp;
-    const char* gateway;
-    const char* nameServer;  // the first; under DHCP the lease's
-    const char* attachedTo;  // its virtual or distributed switch
-  } cases[] = {
-      {"", "192.168.10.20", false, "192.168.10.1", "192.168.10.2", "vSwitch0"},
-      {"dhcp", "172.16.5.50", true, "172.16.5.1", "172.16.5.2", "vSwitch0"},
-      {"dvs", "10.6.6.6", false, "10.6.6.1", "10.6.6.2", "DSwitch-Prod"},
-      {"no-mgmt", nullptr, false, nullptr, nullptr, nullptr},
-  };
-  for (const auto& c : cases) {
-    SimRoot root(c.fixture);
-    auto nic = Management();
-    ASSERT_EQ(nic != nullptr, c.ipv4 != nullptr) << c.fixture;
-    if (!nic)
-      continue;
-    EXPECT_EQ(nic->GetName(), "nex0");
-    EXPECT_EQ(nic->GetIpConfig().GetUseDhcp(), c.dhcp) << c.fixture;
-    EXPECT_EQ(nic->GetIpConfig().GetIpv4Address().GetStringAddress(), c.ipv4);
-    EXPECT_EQ(Net::RoutingInfoImpl(kStack).GetNexelDefaultGateway().GetStringAddress(), c.gateway);
-    auto servers = Net::DnsConfigImpl(kStack).GetNameServers();
-    EXPECT_EQ(servers.empty() ? "" : servers[0].GetStringAddress(), c.nameServer);
-    auto point = nic->GetConnectionPoint();
-    EXPECT_EQ(point->GetType() == ConnectionPoint::kPortGroup
-                  ? static_cast<HostCtl::Network::PortGroup&>(*point).GetVirtualSwitchName()
-                  : static_cast<HostCtl::Network::DVPort&>(*point).GetDVSwitchName(),
-              c.attachedTo);
-  }
 }
 
 // The settings hold what was configured; the live list adds what the
