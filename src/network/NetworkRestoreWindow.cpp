@@ -35,21 +35,6 @@ constexpr Entry kEntries[] = {
     {Strings::kRestoreDvs, Strings::kHelpRestoreDvs},
 };
 
-// An entry of the list, drawn like the menu's: a bar across the list when
-// selected.
-class EntryItem : public LabelItem {
- public:
-  using LabelItem::LabelItem;
-  void Draw(TextArea& area) override {
-    if (!_focused) {
-      area.SetText(GetLabel());
-      return;
-    }
-    const int bar = std::max(1, area.GetWidth() - 2);
-    area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + GetLabel() + "{/align}"));
-  }
-};
-
 }  // namespace
 
 NetworkRestoreWindow::NetworkRestoreWindow(Frame* parent) : RootWindow(parent) {

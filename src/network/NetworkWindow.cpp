@@ -56,30 +56,6 @@ constexpr Row kRows[] = {
     {Strings::kNetSuffixes, NetworkWindow::kSuffixes},
 };
 
-// An entry of the list: greyed when it cannot be chosen; the current one is
-// drawn as a bar across the list.
-class EntryItem : public Item {
- public:
-  EntryItem(std::string text, bool selectable) : _text(std::move(text)) {
-    _selectable = selectable;
-    if (!selectable && !_text.empty()) {
-      _text = "{color:dark-grey}" + _text + "{/color}";
-    }
-  }
-
-  void Draw(TextArea& area) override {
-    if (!_focused) {
-      area.SetText(_text);
-      return;
-    }
-    const int bar = std::max(1, area.GetWidth() - 2);
-    area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + _text + "{/align}"));
-  }
-
- private:
-  std::string _text;
-};
-
 // Text the host or the user supplied, shown as it stands: a brace would
 // start a markup tag.
 std::string Plain(std::string text) {

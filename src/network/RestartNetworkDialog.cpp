@@ -20,7 +20,7 @@ int RestartNetworkDialog::Loop() {
   }
   // Only F11 confirms: the restart cuts remote access, so an Enter meant for
   // something else must not set it off.
-  if (!WaitForF11()) {
+  if (!WaitForKeyOrEscape(KEY_F(11))) {
     return 0;
   }
   DoRestartNetworkDialog restart(this, _nic);

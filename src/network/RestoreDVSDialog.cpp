@@ -111,12 +111,8 @@ int RestoreDVSDialog::Loop() {
   }
   SetFooter(kFooter);
   while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
+    if (!WaitForKeyOrEscape(kKeyEnter)) {
       return 0;
-    }
-    if (key != kKeyEnter) {
-      continue;
     }
     UplinksDialog uplinks(this, repair);
     if (Frame::Run(&uplinks) == 0) {

@@ -33,7 +33,7 @@ int RestoreNetworkDialog::Loop() {
     _text->SetText(_strings->GetString(Strings::kFactoryRestoreQuestion));
   }
   // Only F11 confirms, so that an Enter typed ahead cannot wipe the network.
-  if (!WaitForF11()) {
+  if (!WaitForKeyOrEscape(KEY_F(11))) {
     return 0;
   }
   DoRestoreNetworkDialog restore(this);

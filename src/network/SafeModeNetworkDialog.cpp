@@ -166,7 +166,7 @@ int SafeModeNetworkDialog::Loop() {
     _text->SetText(_strings->GetString(Strings::kRestoreStandardSwitchQuestion));
   }
   // Only F11 confirms: the move takes every other interface down.
-  if (!WaitForF11()) {
+  if (!WaitForKeyOrEscape(KEY_F(11))) {
     return 0;
   }
   try {

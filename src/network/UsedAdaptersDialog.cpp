@@ -54,12 +54,7 @@ int UsedAdaptersDialog::Loop() {
   if (_bodyText != nullptr) {
     _bodyText->SetText(_body + "\n" + _strings->GetString(_questionKey));
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEnter || key == kKeyEscape) {
-      return key == kKeyEnter ? 1 : 0;
-    }
-  }
+  return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -76,19 +76,8 @@ int MerelTimeoutDialog::Loop() {
                   _list)) {
     return 0;
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return 0;
-    }
-    if (key == kKeyEnter) {
-      break;
-    }
-    if (IsTimeoutFieldKey(key)) {
-      _field->HandleKey(key);
-      _list->DrawItems();
-    }
+  if (!EditTimeoutFields(this, _list)) {
+    return 0;
   }
   Apply();
   Window::ShowCursor(false);

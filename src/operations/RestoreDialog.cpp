@@ -33,7 +33,7 @@ int RestoreDialog::Loop() {
   }
   SetFooter(kF11OkCancelFooter);
   // Only F11 confirms: Enter is too easily pressed for something this final.
-  if (!WaitForF11()) {
+  if (!WaitForKeyOrEscape(KEY_F(11))) {
     return 0;
   }
 

@@ -24,16 +24,7 @@ int RunningVMsWarningDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kVmsRunningTitle));
   SetText(_strings->GetString(Strings::kVmsRunningQuestion));
   SetFooter(kFooter);
-  for (;;) {
-    switch (Frame::WaitForKey(this, true)) {
-      case kKeyEnter:
-        return 1;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
-  }
+  return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -36,13 +36,6 @@ int ReadMinutes(const char* option) {
   return AdvcfgMinutes(std::string(out, outSize));
 }
 
-int RunScript(const char* script, const char* action) {
-  const std::string path = Platform::HostPath(script);
-  char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>(path.c_str()),
-                        const_cast<char*>(action), nullptr};
-  return RunCommand("/bin/sh", argv, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
-}
-
 // With "tarvikcli", or "nexcli" when that fails; the retry is not checked.
 void SetOption(const char* option, int seconds) {
   const std::string value = std::to_string(seconds);
@@ -92,11 +85,11 @@ void ShellTimeoutDialog::ApplyAvailability() {
   }
   SetOption(kAvailabilityOption, *minutes * 60);
   // Running services read the time-out when they start.
-  if (RunScript("/etc/init.d/TarvikShell", "status") == 0) {
-    RunScript("/etc/init.d/TarvikShell", "restart");
+  if (RunServiceScript("/etc/init.d/TarvikShell", "status") == 0) {
+    RunServiceScript("/etc/init.d/TarvikShell", "restart");
   }
-  if (RunScript("/etc/init.d/SSH", "status") == 0) {
-    RunScript("/etc/init.d/SSH", "restart");
+  if (RunServiceScript("/etc/init.d/SSH", "status") == 0) {
+    RunServiceScript("/etc/init.d/SSH", "restart");
   }
   LogTimeoutChange("Shell timeout", *minutes);
 }
@@ -115,25 +108,8 @@ int ShellTimeoutDialog::Loop() {
                   _list)) {
     return 0;
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return 0;
-    }
-    if (key == kKeyEnter) {
-      break;
-    }
-    if (key == KEY_UP) {
-      _list->Prev();
-    } else if (key == KEY_DOWN) {
-      _list->Next();
-    } else if (IsTimeoutFieldKey(key)) {
-      static_cast<InputItem*>(_list->Current())->HandleKey(key);
-    } else {
-      continue;
-    }
-    _list->DrawItems();
+  if (!EditTimeoutFields(this, _list)) {
+    return 0;
   }
   ApplyAvailability();
   ApplyIdle();

@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "ItemList.h"
 #include "MessageDialog.h"
 #include "Platform.h"
 #include "StringFactory.h"
+#include "Terminal.h"
 
 namespace Merel {
 
@@ -51,6 +53,29 @@ bool IsTimeoutFieldKey(int key) {
       return true;
     default:
       return key >= '0' && key <= '9';
+  }
+}
+
+bool EditTimeoutFields(Frame* dialog, ItemList* list) {
+  while (true) {
+    const int key = Frame::WaitForKey(dialog, true);
+    if (key == kKeyEscape) {
+      Window::ShowCursor(false);
+      return false;
+    }
+    if (key == kKeyEnter) {
+      return true;
+    }
+    if (key == KEY_UP) {
+      list->Prev();
+    } else if (key == KEY_DOWN) {
+      list->Next();
+    } else if (IsTimeoutFieldKey(key)) {
+      static_cast<InputItem*>(list->Current())->HandleKey(key);
+    } else {
+      continue;
+    }
+    list->DrawItems();
   }
 }
 

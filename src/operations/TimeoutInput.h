@@ -8,6 +8,7 @@
 namespace Merel {
 
 class Frame;
+class ItemList;
 
 // The longest time-out in minutes: one day.
 constexpr int kMaxTimeoutMinutes = 1440;
@@ -22,6 +23,11 @@ int AdvcfgMinutes(std::string output);
 
 // Whether `key` is one a time-out field takes: digits and the editing keys.
 bool IsTimeoutFieldKey(int key);
+
+// The key loop of a dialog of time-out fields: Up/Down move between the
+// fields, digits and editing keys go to the current one; true on Enter,
+// false on Esc (the text cursor then hidden again).
+bool EditTimeoutFields(Frame* dialog, ItemList* list);
 
 // "Invalid timeout value".
 void ShowInvalidTimeout(Frame* parent);

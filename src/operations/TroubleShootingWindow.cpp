@@ -29,8 +29,26 @@ namespace {
 
 enum Entry { kShell = 0, kSsh = 1, kTimeouts = 2, kMerel = 3, kAgents = 4 };
 
-const char* const kShellScript = "/etc/init.d/TarvikShell";
-const char* const kSshScript = "/etc/init.d/SSH";
+// The two services the window switches on and off.
+struct Service {
+  const char* script;
+  const char* start;  // management commands
+  const char* stop;
+  const char* enable;
+  const char* disable;
+  const char* toolName;         // in the tool warnings
+  const char* name;             // in the log line of the change
+  const char* firewallRuleset;  // opened by the management command only
+  uint32_t enableKey;
+  uint32_t disableKey;
+};
+const Service kServices[] = {
+    {"/etc/init.d/TarvikShell", "hostsvc/start_tarvik_shell", "hostsvc/stop_tarvik_shell",
+     "hostsvc/enable_tarvik_shell", "hostsvc/disable_tarvik_shell", "Tarvik Shell", "Tarvik Shell",
+     nullptr, Strings::kEnableShell, Strings::kDisableShell},
+    {"/etc/init.d/SSH", "hostsvc/start_ssh", "hostsvc/stop_ssh", "hostsvc/enable_ssh",
+     "hostsvc/disable_ssh", "ssh", "SSH", "sshServer", Strings::kEnableSsh, Strings::kDisableSsh},
+};
 
 const char* const kLeftFooter = "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}";
 const char* const kChangeFooter =
@@ -39,29 +57,6 @@ const char* const kChangeFooter =
 const char* const kRestartFooter =
     "{color:white}<Enter>{/color}{color:light-grey} Restart{/color}{align:right}"
     "{color:white}<Esc>{/color}{color:light-grey} Exit{/color}{/align}";
-
-// An entry of the list, drawn like the menu's: a bar across the list when
-// focused.
-class EntryItem : public LabelItem {
- public:
-  using LabelItem::LabelItem;
-  void Draw(TextArea& area) override {
-    if (!_focused) {
-      area.SetText(GetLabel());
-      return;
-    }
-    const int bar = std::max(1, area.GetWidth() - 2);
-    area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + GetLabel() + "{/align}"));
-  }
-};
-
-int RunScript(const char* script, const char* action) {
-  // The script is a file of the host: its path is the host's too.
-  const std::string path = Platform::HostPath(script);
-  char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>(path.c_str()),
-                        const_cast<char*>(action), nullptr};
-  return RunCommand("/bin/sh", argv, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
-}
 
 bool RunManagement(const char* command) {
   RoviCommand record{Frame::_loginName, command, {}};
@@ -72,9 +67,9 @@ bool RunManagement(const char* command) {
   return RunRoviCommand(record, out, &outSize, err, &errSize, nullptr, 0) == 0;
 }
 
-void UpdateSshFirewall(bool enable) {
+void UpdateFirewall(const char* rulesetId, bool enable) {
   try {
-    auto ruleset = NexCtl::System::SystemInfoImpl().GetFirewallRulesetById("sshServer");
+    auto ruleset = NexCtl::System::SystemInfoImpl().GetFirewallRulesetById(rulesetId);
     if (ruleset == nullptr) {
       return;
     }
@@ -84,7 +79,7 @@ void UpdateSshFirewall(bool enable) {
       ruleset->Disable();
     }
   } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_WARNING, "Failed to update firewall sshServer ruleset status: %s",
+    Platform::Syslog(LOG_WARNING, "Failed to update firewall %s ruleset status: %s", rulesetId,
                      e.what());
   }
 }
@@ -92,8 +87,8 @@ void UpdateSshFirewall(bool enable) {
 }  // namespace
 
 TroubleShootingWindow::TroubleShootingWindow(Frame* parent) : RootWindow(parent) {
-  shellEnabled = RunScript(kShellScript, "status") == 0;
-  sshEnabled = RunScript(kSshScript, "status") == 0;
+  shellEnabled = RunServiceScript(kServices[kShell].script, "status") == 0;
+  sshEnabled = RunServiceScript(kServices[kSsh].script, "status") == 0;
   std::vector<std::unique_ptr<Item>> items;
   for (uint32_t key : {shellEnabled ? Strings::kDisableShell : Strings::kEnableShell,
                        sshEnabled ? Strings::kDisableSsh : Strings::kEnableSsh,
@@ -107,10 +102,7 @@ TroubleShootingWindow::TroubleShootingWindow(Frame* parent) : RootWindow(parent)
 }
 
 void TroubleShootingWindow::UpdateTimeoutEntry() {
-  const bool selectable = !shellEnabled && !sshEnabled;
-  const std::string label = _strings->GetString(Strings::kShellTimeouts);
-  _entries[kTimeouts]->SetSelectable(selectable);
-  _entries[kTimeouts]->SetLabel(selectable ? label : "{color:dark-grey}" + label + "{/color}");
+  _entries[kTimeouts]->SetSelectable(!shellEnabled && !sshEnabled);
 }
 
 int TroubleShootingWindow::FocusedIndex() const {
@@ -163,53 +155,36 @@ void TroubleShootingWindow::RefreshContents() {
   UpdateFooter();
 }
 
-void TroubleShootingWindow::ToggleShell() {
-  const bool on = shellEnabled;
-  if (!RunManagement(on ? "hostsvc/stop_tarvik_shell" : "hostsvc/start_tarvik_shell")) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop Tarvik Shell");
-    RunScript(kShellScript, on ? "stop" : "start");
-  }
-  // Makes the state last across reboots; the script has no such step.
-  if (!RunManagement(on ? "hostsvc/disable_tarvik_shell" : "hostsvc/enable_tarvik_shell")) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to enable/disable Tarvik Shell");
-  }
-  shellEnabled = !on;
-  Platform::Syslog(LOG_INFO, "%s",
-                   ("User " + Frame::_loginName + (on ? " disabled" : " enabled") + " Tarvik Shell")
-                       .c_str());
-  _entries[kShell]->SetLabel(
-      _strings->GetString(shellEnabled ? Strings::kDisableShell : Strings::kEnableShell));
-  UpdateTimeoutEntry();
-}
-
-void TroubleShootingWindow::ToggleSsh() {
-  const bool on = sshEnabled;
-  if (!RunManagement(on ? "hostsvc/stop_ssh" : "hostsvc/start_ssh")) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop ssh");
-    RunScript(kSshScript, on ? "stop" : "start");
+void TroubleShootingWindow::Toggle(int entry) {
+  const Service& service = kServices[entry];
+  bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
+  const bool on = enabled;
+  if (!RunManagement(on ? service.stop : service.start)) {
+    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop %s", service.toolName);
+    RunServiceScript(service.script, on ? "stop" : "start");
     // The management command opens and closes the firewall itself; the
     // script does not.
-    UpdateSshFirewall(!on);
+    if (service.firewallRuleset != nullptr) {
+      UpdateFirewall(service.firewallRuleset, !on);
+    }
   }
-  if (!RunManagement(on ? "hostsvc/disable_ssh" : "hostsvc/enable_ssh")) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to enable/disable ssh");
+  // Makes the state last across reboots; the script has no such step.
+  if (!RunManagement(on ? service.disable : service.enable)) {
+    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to enable/disable %s", service.toolName);
   }
-  sshEnabled = !on;
+  enabled = !on;
   Platform::Syslog(
       LOG_INFO, "%s",
-      ("User " + Frame::_loginName + (on ? " disabled" : " enabled") + " SSH").c_str());
-  _entries[kSsh]->SetLabel(
-      _strings->GetString(sshEnabled ? Strings::kDisableSsh : Strings::kEnableSsh));
+      ("User " + Frame::_loginName + (on ? " disabled " : " enabled ") + service.name).c_str());
+  _entries[entry]->SetLabel(_strings->GetString(enabled ? service.disableKey : service.enableKey));
   UpdateTimeoutEntry();
 }
 
 void TroubleShootingWindow::Open(int index) {
   switch (index) {
     case kShell:
-      ToggleShell();
-      break;
     case kSsh:
-      ToggleSsh();
+      Toggle(index);
       break;
     case kTimeouts: {
       ShellTimeoutDialog dialog(this);

@@ -8,7 +8,7 @@
 
 namespace Merel {
 
-class LabelItem;
+class EntryItem;
 
 class TroubleShootingWindow : public RootWindow {
  public:
@@ -20,8 +20,8 @@ class TroubleShootingWindow : public RootWindow {
  private:
   void RefreshContents() override;
   void OpenSelected() override;
-  void ToggleShell();
-  void ToggleSsh();
+  // Switches the shell (kShell) or SSH (kSsh) on or off.
+  void Toggle(int entry);
   // The time-out entry can be chosen only while both services are off: a
   // running service would keep its old time-outs.
   void UpdateTimeoutEntry();
@@ -30,7 +30,7 @@ class TroubleShootingWindow : public RootWindow {
 
   bool shellEnabled = false;
   bool sshEnabled = false;
-  LabelItem* _entries[5] = {};
+  EntryItem* _entries[5] = {};
 };
 
 }  // namespace Merel

@@ -359,4 +359,12 @@ void LogErrno(const char* text) {
   errno = error;
 }
 
+int RunServiceScript(const char* script, const char* action) {
+  // The script is a file of the host: its path is the host's too.
+  const std::string path = Platform::HostPath(script);
+  char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>(path.c_str()),
+                        const_cast<char*>(action), nullptr};
+  return RunCommand("/bin/sh", argv, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+}
+
 }  // namespace Merel

@@ -16,6 +16,10 @@ extern const char* const MEREL_USER;  // "merel"
 int RunCommand(const char* path, char* const argv[], char* out, size_t* outSize, char* err,
                size_t* errSize, const char* input, size_t inputLength, int timeoutSeconds);
 
+// A service script of the host ("/etc/init.d/SSH") run with `action`
+// ("status", "start", ...) by the host's shell; its exit status as above.
+int RunServiceScript(const char* script, const char* action);
+
 // A management command: "/bin/rovi-cmd" "-U" user command [args...].
 struct RoviCommand {
   std::string user;

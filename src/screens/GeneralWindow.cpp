@@ -79,33 +79,18 @@ uint32_t HelpKey(uint32_t key) {
   }
 }
 
-// A menu entry: its text, greyed when it cannot be chosen; the current entry
-// is drawn as a bar across the list.
-class MenuItem : public Item {
+// A menu entry with the string-table key that says what it opens.
+class MenuItem : public EntryItem {
  public:
   MenuItem(uint32_t key, std::string text, bool shown, bool enabled)
-      : _key(key), _text(std::move(text)) {
+      : EntryItem(std::move(text), enabled), _key(key) {
     _shown = shown;
-    _selectable = enabled;
-    if (!enabled && !_text.empty()) {
-      _text = "{color:dark-grey}" + _text + "{/color}";
-    }
   }
 
   uint32_t Key() const { return _key; }
 
-  void Draw(TextArea& area) override {
-    if (!_focused) {
-      area.SetText(_text);
-      return;
-    }
-    const int bar = std::max(1, area.GetWidth() - 2);
-    area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + _text + "{/align}"));
-  }
-
  private:
   uint32_t _key;
-  std::string _text;
 };
 
 bool LockdownAvailable() {

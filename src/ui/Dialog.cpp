@@ -74,13 +74,13 @@ TextArea* Dialog::AddContentText() {
                                              _contentWindow->GetForeground());
 }
 
-bool Dialog::WaitForF11() {
+bool Dialog::WaitForKeyOrEscape(int yesKey) {
   for (;;) {
     const int key = Frame::WaitForKey(this, true);
     if (key == kKeyEscape) {
       return false;
     }
-    if (key == KEY_F(11)) {
+    if (key == yesKey) {
       return true;
     }
   }

@@ -45,10 +45,10 @@ class Dialog : public Frame {
   // A text filling the whole body, in the body's colour; null when the body
   // is too low to have one.
   TextArea* AddContentText();
-  // The key loop of a confirmation that nothing but F11 accepts, so that an
-  // Enter typed ahead cannot set off something drastic: true on F11, false
-  // on Esc; every other key is ignored.
-  bool WaitForF11();
+  // The key loop of a yes-or-cancel question: true on `yesKey`, false on
+  // Esc; every other key is ignored. Drastic actions take KEY_F(11), so
+  // that an Enter typed ahead cannot set them off.
+  bool WaitForKeyOrEscape(int yesKey);
 
   Window* _titleWindow = nullptr;
   Window* _bodyWindow = nullptr;

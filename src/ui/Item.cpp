@@ -24,6 +24,21 @@ void LabelItem::Draw(TextArea& area) {
   area.SetText(Focusable(_label));
 }
 
+EntryItem::EntryItem(std::string label, bool selectable) : _label(std::move(label)) {
+  _selectable = selectable;
+}
+
+void EntryItem::Draw(TextArea& area) {
+  const std::string text =
+      _selectable || _label.empty() ? _label : "{color:dark-grey}" + _label + "{/color}";
+  if (!_focused) {
+    area.SetText(text);
+    return;
+  }
+  const int bar = std::max(1, area.GetWidth() - 2);
+  area.SetText(Selected("{align:padding:" + std::to_string(bar) + "}" + text + "{/align}"));
+}
+
 CheckItem::CheckItem(std::string label, bool checked, int indent)
     : _checked(checked), _indent(indent), _label(std::move(label)) {}
 

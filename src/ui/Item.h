@@ -51,6 +51,18 @@ class LabelItem : public Item {
   std::string _label;
 };
 
+// An entry of a two-pane window's list: greyed while it cannot be chosen;
+// the focused one is drawn as a bar across the list.
+class EntryItem : public Item {
+ public:
+  explicit EntryItem(std::string label, bool selectable = true);
+  void Draw(TextArea& area) override;
+  void SetLabel(std::string label) { _label = std::move(label); }
+
+ private:
+  std::string _label;
+};
+
 class CheckItem : public Item {
  public:
   CheckItem(std::string label, bool checked, int indent = 0);
