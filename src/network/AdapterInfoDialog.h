@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Dialog.h"
+#include "HostCtl/NetworkRecords.h"
 
 namespace Merel {
 
@@ -19,6 +20,9 @@ struct Adapter {
   // the switches could not be read.
   std::optional<std::string> usedBy = std::string();
 };
+
+// What the host lists of an adapter; its user is left for the caller.
+Adapter AdapterOf(const HostCtl::Network::PnicInfo& pnic);
 
 class AdapterInfoDialog : public Dialog {
  public:

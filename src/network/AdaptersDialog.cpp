@@ -144,12 +144,7 @@ void AdaptersDialog::ReadAdapters() {
 
   std::vector<Adapter> adapters;
   for (const HostCtl::Network::PnicInfo& pnic : pnics) {
-    Adapter adapter;
-    adapter.name = pnic.name;
-    adapter.label = pnic.label;
-    adapter.mac = pnic.mac.GetStringAddress();
-    adapter.connected = pnic.linkUp;
-    adapters.push_back(std::move(adapter));
+    adapters.push_back(AdapterOf(pnic));
   }
   // A current uplink the host did not list stays choosable, with whatever
   // is known of it; otherwise it would be dropped without the user seeing.

@@ -3,7 +3,6 @@
 #include <syslog.h>
 
 #include "Command.h"
-#include "HostLibraries.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -44,11 +43,7 @@ int DoRestartNetworkDialog::Loop() {
   // Read before anything stops: a stopped interface reports no address.
   const bool useDhcp = _nic->GetIpConfig().GetUseDhcp();
   Platform::Syslog(LOG_INFO, "%s", ("Restarting " + _nic->GetName() + "\n").c_str());
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.network.restart)Restarting %s",
-                        _nic->GetName().c_str());
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.network.restart", "Restarting " + _nic->GetName());
   SetTitle(_strings->GetString(Strings::kRestartNetworkTitle));
   SetText(_strings->GetString(Strings::kRestartNetworkWait));
   SetFooter("");

@@ -9,7 +9,6 @@
 
 #include "AdaptersDialog.h"
 #include "Command.h"
-#include "HostLibraries.h"
 #include "NetworkSettings.h"
 #include "NexCtl/DVPortImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -78,10 +77,7 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
   };
   for (const PnicInfo& pnic : pnics) {
     DvsUplinkCandidate candidate;
-    candidate.adapter.name = pnic.name;
-    candidate.adapter.label = pnic.label;
-    candidate.adapter.mac = pnic.mac.GetStringAddress();
-    candidate.adapter.connected = pnic.linkUp;
+    candidate.adapter = AdapterOf(pnic);
     candidate.speedMbps = pnic.speedMbps;
     if (Contains(own, pnic.name)) {
       candidate.adapter.usedBy = dvSwitch;
@@ -180,10 +176,7 @@ std::string ApplyDvsRepair(const DvsRepair& repair, const std::vector<std::strin
                               " to host-local port " + key;
   Platform::Syslog(LOG_INFO, "%s", message.c_str());
   NexCtl::Network::NexelNicInfoImpl().MoveToDVPort(repair.nic, repair.dvSwitch, key);
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.dvs.port.restored)%s", message.c_str());
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.dvs.port.restored", message);
   return key;
 }
 

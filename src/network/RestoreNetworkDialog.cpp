@@ -4,7 +4,6 @@
 
 #include "Command.h"
 #include "DoRestoreNetworkDialog.h"
-#include "HostLibraries.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -41,10 +40,7 @@ int RestoreNetworkDialog::Loop() {
   // Recorded after the attempt, whatever became of it: the progress dialog
   // has already shown the user how far it got.
   Platform::Syslog(LOG_INFO, "%s", kRestoring);
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.factory.network.restored)%s", kRestoring);
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.factory.network.restored", kRestoring);
   return 1;
 }
 

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "Command.h"
-#include "HostLibraries.h"
 #include "MessageDialog.h"
 #include "PamAuth.h"
 #include "Platform.h"
@@ -156,11 +155,8 @@ void ChangePasswordDialog::AfterChange() {
   RoviRefresh();
   const char* user = Frame::_loginName.c_str();
   Platform::Syslog(LOG_INFO, "Login password for user %s has changed", user);
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.passwd.changed)Login password for user %s changed",
-                        user);
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.login.passwd.changed",
+           std::string("Login password for user ") + user + " changed");
 }
 
 int ChangePasswordDialog::Loop() {

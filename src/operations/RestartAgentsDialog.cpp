@@ -13,7 +13,6 @@
 
 #include "Command.h"
 #include "HostCtl/HostCtlException.h"
-#include "HostLibraries.h"
 #include "NexCtl/NexCtlExec.h"
 #include "NexCtl/SystemInfoImpl.h"
 #include "Platform.h"
@@ -83,10 +82,7 @@ void RestartAgentsDialog::Restart() {
   _list->Clear();
   _list->Refresh();
   Platform::Syslog(LOG_INFO, "%s", "Restarting host agents");
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.restarting.hostagents)Restarting host agents");
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.restarting.hostagents", "Restarting host agents");
   if (_collect->IsChecked()) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

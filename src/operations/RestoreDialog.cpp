@@ -3,7 +3,6 @@
 #include <syslog.h>
 
 #include "Command.h"
-#include "HostLibraries.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -38,11 +37,7 @@ int RestoreDialog::Loop() {
   }
 
   Platform::Syslog(LOG_INFO, "%s", "Restoring factory defaults");
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.restore.factory.defaults)%s",
-                        "Restoring factory defaults");
-    ObsvUserLib_Close();
-  }
+  PostObsv("obsv.user.merel.restore.factory.defaults", "Restoring factory defaults");
   SetTitle(_strings->GetString(Strings::kResetTitle));
   SetText(_strings->GetString(Strings::kResetWait));
   Window::UpdateTerminal();

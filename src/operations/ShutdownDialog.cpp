@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "Command.h"
-#include "HostLibraries.h"
 #include "ItemList.h"
 #include "Platform.h"
 #include "RebootConfirmDialog.h"
@@ -32,10 +31,7 @@ const char* const kFooter =
 // record is there even if the host goes down mid-way.
 void Announce(const char* eventId, const char* message) {
   Platform::Syslog(LOG_INFO, "%s", message);
-  if (InitObsvLibrary() == 0) {
-    ObsvUserLib_AddObsv("@&!*@*@(%s)%s", eventId, message);
-    ObsvUserLib_Close();
-  }
+  PostObsv(eventId, message);
 }
 
 }  // namespace

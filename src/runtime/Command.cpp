@@ -351,6 +351,13 @@ int InitObsvLibrary() {
   return result;
 }
 
+void PostObsv(const char* eventId, const std::string& text) {
+  if (InitObsvLibrary() == 0) {
+    ObsvUserLib_AddObsv("@&!*@*@(%s)%s", eventId, text.c_str());
+    ObsvUserLib_Close();
+  }
+}
+
 void LogErrno(const char* text) {
   int error = errno;
   char buffer[256];

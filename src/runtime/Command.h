@@ -33,6 +33,9 @@ bool RoviQueryBool(const char* command);
 int RoviRefresh();
 void RoviAutoStop(const char* user);
 int InitObsvLibrary();
+// Posts the event `eventId` with `text` when the event library opens (a
+// failure to open is logged by InitObsvLibrary; the event is then lost).
+void PostObsv(const char* eventId, const std::string& text);
 
 // Logs "%s with errno(%d): %s" at error level with the current errno.
 void LogErrno(const char* text);
