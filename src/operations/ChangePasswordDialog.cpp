@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "FieldKeys.h"
 #include "MessageDialog.h"
 #include "PamAuth.h"
 #include "Platform.h"
@@ -33,19 +34,9 @@ const char* const kConfirmFooter =
     "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}{align:right}"
     "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 
+// Passwords take any printable byte; the editing keys move and delete.
 bool IsEditingKey(int key) {
-  switch (key) {
-    case KEY_DC:
-    case KEY_BACKSPACE:
-    case kCtrlH:
-    case KEY_LEFT:
-    case KEY_RIGHT:
-    case KEY_HOME:
-    case KEY_END:
-      return true;
-    default:
-      return key >= 0 && key <= 255 && isprint(key);
-  }
+  return FieldKeys::IsEditing(key) || (key >= 0 && key <= 255 && isprint(key));
 }
 
 }  // namespace

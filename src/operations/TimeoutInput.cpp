@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "FieldKeys.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
 #include "Platform.h"
@@ -42,18 +43,7 @@ int AdvcfgMinutes(std::string output) {
 }
 
 bool IsTimeoutFieldKey(int key) {
-  switch (key) {
-    case KEY_DC:
-    case KEY_BACKSPACE:
-    case 8:
-    case KEY_LEFT:
-    case KEY_RIGHT:
-    case KEY_HOME:
-    case KEY_END:
-      return true;
-    default:
-      return key >= '0' && key <= '9';
-  }
+  return FieldKeys::IsEditing(key) || FieldKeys::IsDigit(key);
 }
 
 bool EditTimeoutFields(Frame* dialog, ItemList* list) {
