@@ -25,8 +25,8 @@
 
 #include "HostCtl/ConnectionPoint.h"
 #include "HostCtl/HostCtlException.h"
+#include "NetworkSettings.h"
 #include "NexCtl/DVPortImpl.h"
-#include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/NexelNicInfoImpl.h"
 #include "NexCtl/PortGroupImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
@@ -104,9 +104,7 @@ SafeModeNetworkDialog::SafeModeNetworkDialog(Frame* parent) : Dialog(parent, 60,
 }
 
 bool SafeModeNetworkDialog::MoveManagementNetwork() {
-  NexCtl::Network::NetworkInfoImpl network;
-  network.UpdateManagementInterface();
-  std::unique_ptr<HostCtl::Network::NexNic> nic = network.GetManagementInterface();
+  std::unique_ptr<HostCtl::Network::NexNic> nic = FindManagementInterface();
   if (nic == nullptr) {
     return false;
   }
