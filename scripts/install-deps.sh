@@ -3,7 +3,7 @@
 # Safe to run again: apt-get skips what is already there.
 set -euo pipefail
 PKGS=(
-  build-essential cmake pkg-config git
+  build-essential cmake pkg-config git ccache
   libncurses-dev libpam0g-dev nlohmann-json3-dev
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   libpam-wrapper libvterm-dev faketime

@@ -107,6 +107,7 @@ class Monkey {
   bool Step(long index);
   bool Fail(const std::string& what);
   bool CheckExit(bool restart = true);
+  bool HostWentDown() const;
   std::string Unrestored() const;
   bool CheckSanitizerLogs();
   bool Probe();
@@ -129,6 +130,7 @@ class Monkey {
   std::deque<std::string> _recent;
   std::string _failure;
   long _failures = 0;
+  long _hostDowns = 0;
   long _starts = 0, _exits = 0, _probes = 0, _pastes = 0, _resizes = 0, _logins = 0;
 };
 
@@ -158,7 +160,8 @@ bool Monkey::Start() {
   _terminal = std::make_unique<Terminal>(options);
   _terminal->TrackScreen();
   ++_starts;
-  if (!_terminal->Start({MEREL_SIM_BIN, "run", _host->Path("")})) {
+  // --now: a host that was restarted comes back at once.
+  if (!_terminal->Start({MEREL_SIM_BIN, "run", "--now", _host->Path("")})) {
     return Fail("cannot start the console");
   }
   // As a user would: nothing typed before the first draw.
@@ -183,6 +186,19 @@ bool Monkey::CheckExit(bool restart) {
   }
   if (_failures > failures) {
     // reported; the exit status only repeats it
+  } else if (!status->exited && status->signal == SIGKILL && HostWentDown()) {
+    // Shut down, restarted or reset on the user's word: the host takes its
+    // console down without asking, as a real one would, and hands the
+    // terminal back first. That is a planned end; the terminal is checked
+    // and the host powered on again.
+    ++_hostDowns;
+    if (std::string left = Unrestored(); !left.empty()) {
+      if (!Fail("the host took the console down leaving " + left)) {
+        return false;
+      }
+    } else {
+      Record("(the host went down and took the console with it; terminal restored)");
+    }
   } else if (!status->exited) {
     if (!Fail("the console was " + status->Describe())) {
       return false;
@@ -199,6 +215,13 @@ bool Monkey::CheckExit(bool restart) {
     Record("(console ended with status 0; terminal restored)");
   }
   return !restart || Start();
+}
+
+// Whether the simulated host is off or restarting: it is then the host that
+// ended the console.
+bool Monkey::HostWentDown() const {
+  const nlohmann::json host = _host->HostJson();
+  return host.is_object() && host.value("powerState", std::string("on")) != "on";
 }
 
 // What of the terminal the console did not put back, "" when all of it.
@@ -417,9 +440,9 @@ int Monkey::Run() {
   _terminal->Signal(SIGTERM);
   const bool ended = CheckExit(false) && CheckSanitizerLogs();
   printf("merel-monkey: %s: %ld keys, %ld consoles started, %ld ended, %ld probes, %ld pastes, "
-         "%ld resizes, %ld logins, %ld failure(s), %.0f s\n",
+         "%ld resizes, %ld logins, %ld host shut-downs, %ld failure(s), %.0f s\n",
          ended && _failures == 0 ? "passed" : "FAILED", _options.keys, _starts, _exits, _probes,
-         _pastes, _resizes, _logins, _failures,
+         _pastes, _resizes, _logins, _hostDowns, _failures,
          std::chrono::duration<double>(Clock::now() - started).count());
   return ended && _failures == 0 ? 0 : 1;
 }
