@@ -47,14 +47,16 @@ void LockdownDialog::Apply() {
   if (wanted == _enabled) {
     return;
   }
-  RoviCommand record{Frame::_loginName,
+  const RoviCommand record{Frame::_loginName,
                      wanted ? "rovisvc/auth/lockdown_mode_enter" : "rovisvc/auth/lockdown_mode_exit",
                      {}};
   char out[kCaptureSize + 1] = {};
   char err[kCaptureSize + 1] = {};
   size_t outSize = kCaptureSize;
   size_t errSize = kCaptureSize;
-  if (RunRoviCommand(record, out, &outSize, err, &errSize, nullptr, 0) == 0) {
+  // As the logged-in user and nobody else: a user the management service
+  // refuses must not get the change through the console's own account.
+  if (RunRoviOnce(record, out, &outSize, err, &errSize, nullptr, 0) == 0) {
     Platform::Syslog(LOG_INFO, wanted ? "Lockdown mode enabled" : "Lockdown mode disabled");
     _enabled = wanted;
     return;

@@ -247,8 +247,6 @@ int RunCommand(const char* path,
   return -1;
 }
 
-namespace {
-
 int RunRoviOnce(const RoviCommand& record,
                 char* out,
                 size_t* outSize,
@@ -256,7 +254,7 @@ int RunRoviOnce(const RoviCommand& record,
                 size_t* errSize,
                 const char* input,
                 size_t inputLength,
-                int timeoutSeconds = 0) {
+                int timeoutSeconds) {
   std::vector<std::string> words = {"rovi-cmd", "-U", record.user, record.command};
   words.insert(words.end(), record.args.begin(), record.args.end());
   std::vector<char*> argv;
@@ -269,7 +267,6 @@ int RunRoviOnce(const RoviCommand& record,
                     timeoutSeconds);
 }
 
-}  // namespace
 
 int RunRoviCommand(RoviCommand& record,
                    char* out,

@@ -26,6 +26,11 @@ struct RoviCommand {
   std::string command;
   std::vector<std::string> args;
 };
+// Runs once, as `record.user` only; no time-out unless one is given.
+// Changes the session user must be allowed to make (lockdown) go through
+// this, so that the console's own account never stands in for the user.
+int RunRoviOnce(const RoviCommand& record, char* out, size_t* outSize, char* err,
+                size_t* errSize, const char* input, size_t inputLength, int timeoutSeconds = 0);
 // Runs without a time-out; on 255 logs and runs again as MEREL_USER.
 int RunRoviCommand(RoviCommand& record, char* out, size_t* outSize, char* err, size_t* errSize,
                    const char* input, size_t inputLength);

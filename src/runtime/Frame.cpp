@@ -11,6 +11,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <curses.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -219,6 +221,16 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
 }
 
 int Frame::ReadKey(const struct timeval* interval) {
+  // Curses may already hold keys that poll cannot see: the key after an Esc
+  // that it read while looking for the rest of a sequence, or whatever came
+  // in the same write as the last key. They are handed out before the wait
+  // sleeps, or they would sit there until the next key arrived.
+  wtimeout(stdscr, 0);
+  const int held = wgetch(stdscr);
+  wtimeout(stdscr, -1);
+  if (held != ERR) {
+    return held;
+  }
   struct pollfd fds[2] = {
       {STDIN_FILENO, POLLIN, 0},
       {_signalPipe[0], POLLIN, 0},
@@ -448,6 +460,15 @@ int Frame::RunOnTerminal(Frame* owner,
     tcsetattr(STDOUT_FILENO, TCSANOW, &saved);
   }
   tcsetpgrp(STDOUT_FILENO, getpgrp());
+  // A program that uses the terminal's alternate screen (the pager does)
+  // leaves it on its way out. The console's screens belong there: drawn on
+  // the normal screen, the last of them would stay behind when the console
+  // ends, and the shell would write over it.
+  const char* alternateScreen = tigetstr("smcup");
+  if (alternateScreen != nullptr && alternateScreen != reinterpret_cast<char*>(-1)) {
+    putp(alternateScreen);
+    fflush(stdout);  // putp writes through stdio, not curses' own output
+  }
   // Switching the keypad off and on makes curses send the keypad set-up
   // again, which the program undid on its way out.
   keypad(stdscr, FALSE);

@@ -40,6 +40,10 @@ int PairNumber(int background, int foreground) {
 
 std::terminate_handler previousTerminate = nullptr;
 
+// Whether the terminal can draw faint text; asked once, when colours are set
+// up (F4 may switch to black and white later on the same terminal).
+bool terminalHasDim = true;
+
 [[noreturn]] void RestoreAndTerminate() {
   // abort() runs no exit handlers, so the endwin registered at start-up
   // would never run. The previous handler still reports and aborts.
@@ -134,6 +138,7 @@ const KeyDefinition kKeyTable[68] = {
 #undef ESC
 
 void InitColors() {
+  terminalHasDim = (termattrs() & A_DIM) != 0;
   use_default_colors();
   if (!can_change_color()) {
     // Without our palette the colour screens would be unreadable; draw them
@@ -155,15 +160,45 @@ void InitKeys() {
   for (const KeyDefinition& definition : kKeyTable) {
     define_key(definition.sequence, definition.key);
   }
+  // After an Esc curses waits this long for the rest of a sequence before it
+  // delivers the Esc alone. Its own default, a second, makes every Esc feel
+  // stuck; a key's sequence arrives in one piece within a few milliseconds,
+  // even on a 9600-baud line. An ESCDELAY in the environment (which curses
+  // has already read) wins.
+  if (getenv("ESCDELAY") == nullptr) {
+    set_escdelay(kEscapeDelayMs);
+  }
 }
 
 int ColorAttr(int background, int foreground) {
   if (bwColor) {
-    // Dark backgrounds become standout so that dialogs and bars still stand
-    // apart from the body on a monochrome terminal.
-    return (background == kDarkGrey || background == kBlack) ? static_cast<int>(A_STANDOUT) : 0;
+    return BlackAndWhiteAttr(background, foreground, terminalHasDim);
   }
   return PairNumber(background, foreground) << NCURSES_ATTR_SHIFT;
+}
+
+int BlackAndWhiteAttr(int background, int foreground, bool hasDim) {
+  // Dark backgrounds become standout so that dialogs and bars still stand
+  // apart from the body on a monochrome terminal.
+  if (background == kDarkGrey || background == kBlack) {
+    return static_cast<int>(A_STANDOUT);
+  }
+  // A white background is how a selection is drawn (the menu's bar, the
+  // focused choice of a dialog): without it nobody could see where the
+  // selection is.
+  if (background == kWhite) {
+    return static_cast<int>(A_REVERSE);
+  }
+  // On the light backgrounds dark grey is the faint text (greyed entries,
+  // captions); where the terminal cannot dim, the bright text is bold
+  // instead, so the two still differ.
+  if (foreground == kDarkGrey) {
+    return hasDim ? static_cast<int>(A_DIM) : 0;
+  }
+  if (foreground == kWhite && !hasDim) {
+    return static_cast<int>(A_BOLD);
+  }
+  return 0;
 }
 
 void SplitColorAttr(int colorAttr, attr_t& attributes, int& pair) {
@@ -180,6 +215,10 @@ void SetBackground(WINDOW* window, int colorAttr) {
   attr_t attributes;
   int pair;
   SplitColorAttr(colorAttr, attributes, pair);
+  // Curses adds a window's background attributes to everything written in
+  // it. Bold and dim belong to text (a text area sets them while it writes),
+  // never to a whole window: a greyed line inside a bold pane would be bold.
+  attributes &= ~(A_BOLD | A_DIM);
   cchar_t background;
   const wchar_t blank[] = {L' ', L'\0'};
   // The pair goes through the `opts` pointer: the short argument cannot hold it.

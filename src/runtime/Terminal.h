@@ -14,6 +14,10 @@ constexpr int kKeyEscape = 27;
 // Palette numbers used everywhere (slots 2 and 6 are redefined).
 enum Color { kBlack = 0, kRed = 1, kLightGrey = 2, kYellow = 3, kDarkGrey = 6, kWhite = 7 };
 
+// How long curses waits after an Esc for the rest of a key's sequence,
+// unless ESCDELAY says otherwise.
+constexpr int kEscapeDelayMs = 100;
+
 struct KeyDefinition {
   const char* sequence;
   int key;
@@ -24,6 +28,11 @@ void InitColors();
 void InitKeys();
 // Attribute for text of `foreground` on `background` (background first).
 int ColorAttr(int background, int foreground);
+// What ColorAttr gives in black-and-white mode, for a terminal with or
+// without faint text: standout on dark backgrounds, reverse for a selection
+// (white background), dim (or, without dim, plain against bold) for dark
+// grey text on light backgrounds.
+int BlackAndWhiteAttr(int background, int foreground, bool hasDim);
 
 // A curses attribute has room for only 8 bits of colour pair, but pair numbers
 // go well past 255 on terminals with more than 16 colours (xterm-256color).

@@ -201,11 +201,17 @@ void SwapAttributes(WINDOW* window, int off, int on) {
   int onPair;
   SplitColorAttr(off, offAttributes, offPair);
   SplitColorAttr(on, onAttributes, onPair);
+  if (offPair == 0 && onPair == 0) {
+    // Black and white: the rendition is all in the attributes, and `off`
+    // need not be what is on now (a colour tag left open inside a
+    // background run). Set exactly the new one, or a bold or reverse
+    // would linger where it no longer belongs.
+    SetAttributes(window, on);
+    return;
+  }
   wattr_off(window, offAttributes, nullptr);
   wattr_on(window, onAttributes, nullptr);
-  if (offPair != 0 || onPair != 0) {
-    wcolor_set(window, 0, &onPair);
-  }
+  wcolor_set(window, 0, &onPair);
 }
 
 }  // namespace
@@ -403,10 +409,11 @@ void TextArea::DrawLaidOut(const std::string& laidOut, int fromRow, int toRow) {
   bool inTag = false;
   std::string tag;
 
-  if (_active) {
-    // Whatever colour a previous text left open must not leak into this one.
-    SetAttributes(_window, ColorAttr(background, foreground));
-  }
+  // Whatever colour a previous text left open must not leak into this one;
+  // inactive, everything is dark grey on black (no bold or faint text left
+  // over from the last active drawing either).
+  SetAttributes(_window,
+                _active ? ColorAttr(background, foreground) : ColorAttr(kBlack, kDarkGrey));
   auto print = [&](const std::string& text, int count) {
     if (row >= fromRow && row < toRow && wmove(_window, row, col) == OK) {
       waddnstr(_window, text.c_str(), count);

@@ -1,8 +1,11 @@
 // The System Customization menu after a login: which entries a host gets,
 // which are greyed and skipped, the ways a session ends, and the screens the
 // menu hands over to (the log pager, the support information).
+#include <signal.h>
+
 #include <cstdio>
 #include <functional>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -251,6 +254,122 @@ TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_EQ(console->Text().find("Support line"), std::string::npos);
   EXPECT_EQ(RightTitle(*console), "View Support Information");
+}
+
+}  // namespace
+
+namespace {
+
+// --- Terminals that cannot change colours: the selection and the greyed
+// entries must still show ---
+
+// The attributes a user without colours tells rows apart by.
+struct Look {
+  bool reverse;
+  bool bold;
+  bool operator==(const Look&) const = default;
+};
+
+Look LookAt(const Terminal& console, int x, int y) {
+  const Cell cell = console.CellAt(x, y);
+  return {cell.reverse, cell.bold};
+}
+
+// The dialog row (at the dialog's list column) that shows `text`, or -1.
+int RowOf(const Terminal& console, const std::string& text) {
+  for (int y = 0; y < console.Options().rows; ++y) {
+    if (console.Find(y, text) != -1) {
+      return y;
+    }
+  }
+  return -1;
+}
+
+class BlackAndWhiteTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["lockdown"] = {{"enabled", false}, {"possible", false}};
+  });
+  TerminalOptions options;
+  options.term = GetParam();
+  auto console = LogIn(host, options);
+  ASSERT_TRUE(console);
+  const std::vector<std::string> rows = MenuRows(*console);
+  auto menuRow = [&](const std::string& entry) {
+    const auto at = std::find(rows.begin(), rows.end(), entry);
+    EXPECT_NE(at, rows.end()) << entry << " missing:\n" << console->Text();
+    return kMenuTop + static_cast<int>(at - rows.begin());
+  };
+  // The first entry is selected at the start.
+  const int selected = menuRow("Configure Password");
+  const int other = menuRow("Configure Management Network");
+  const int greyed = menuRow("Configure Lockdown Mode");
+  EXPECT_NE(LookAt(*console, kMenuColumn, selected), LookAt(*console, kMenuColumn, other))
+      << console->Text();
+  if (std::string(GetParam()) == "xterm") {
+    // xterm has faint text, which the emulator does not keep per cell: the
+    // greyed entry must have been written faint (SGR 2).
+    static const std::regex kFaint(
+        "\x1b\\[(?:[0-9;]*;)?2(?:;[0-9;]*)?m(?:\x1b\\([0B])*Configure Lockdown Mode");
+    EXPECT_TRUE(std::regex_search(console->Raw(), kFaint));
+  } else {
+    EXPECT_NE(LookAt(*console, kMenuColumn, greyed), LookAt(*console, kMenuColumn, other));
+  }
+  EXPECT_NE(LookAt(*console, kMenuColumn, greyed), LookAt(*console, kMenuColumn, selected));
+
+  // In a dialog the focused device line stands apart, and follows the cursor.
+  ASSERT_TRUE(SelectEntry(*console, "Configure DriverVM Devices"));
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  const int first = RowOf(*console, "[ ] 0000:3b:00.0");
+  const int second = RowOf(*console, "[ ] 0000:3b:00.1");
+  ASSERT_NE(first, -1) << console->Text();
+  ASSERT_NE(second, -1) << console->Text();
+  const int column = console->Find(first, "0000:3b:00.0");
+  EXPECT_NE(LookAt(*console, column, first), LookAt(*console, column, second));
+  const Look focused = LookAt(*console, column, first);
+  Type(*console, {Key::kDown});
+  EXPECT_EQ(LookAt(*console, column, second), focused) << console->Text();
+  EXPECT_NE(LookAt(*console, column, first), focused);
+}
+
+INSTANTIATE_TEST_SUITE_P(Terminals,
+                         BlackAndWhiteTest,
+                         testing::Values("vt102", "xterm"),
+                         [](const auto& info) { return std::string(info.param); });
+
+// Keys typed in one go, right after a screen opened, all take effect: two
+// steps down from the current layout, Space to choose it, Enter to set it.
+TEST(KeyboardScreenTest, KeysInOneWriteAllTakeEffect) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Configure Keyboard", "choose a layout");
+  ASSERT_TRUE(console);
+  console->Send("\x1b[B\x1b[B \r");
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("user.info Keyboard Layout changed to German")) << host.Syslog();
+  EXPECT_EQ(host.HostJson()["keyboardLayout"], "German");
+}
+
+// After the pager the console draws on the terminal's alternate screen
+// again, so that what it leaves at its end does not stay on the shell's.
+TEST(LogViewerScreenTest, BackOnTheAlternateScreenAfterThePager) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenLogsEntry(host);
+  ASSERT_TRUE(console);
+  console->TrackScreen();
+  console->SendText("7");
+  ASSERT_TRUE(WaitQuiet(*console, "obsvd marker line")) << console->Text();
+  console->SendText("q");
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_TRUE(console->AltScreen());
+  console->Signal(SIGTERM);
+  ASSERT_TRUE(console->WaitForExit().has_value());
+  EXPECT_FALSE(console->AltScreen());
 }
 
 }  // namespace

@@ -307,3 +307,42 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace MerelMenuTest;
+
+// An account that PAM lets in but the management service does not know: the
+// change is tried once, as that user; it fails, the failure is logged, and
+// the console's own account never makes it in the user's place.
+TEST(LockdownScreenTest, RefusedUserChangesNothing) {
+  SimHost host("lockdown-possible");
+  ASSERT_TRUE(host.Ok());
+  host.WriteFile("/etc/pam_matrix.passwd",
+                 host.ReadFile("/etc/pam_matrix.passwd") + "operator:pw:merel\n");
+  auto console = OpenLogin(host);
+  console->SendKey(Key::kUp);
+  console->WaitUntilQuiet();
+  TypeText(*console, "operator");
+  Type(*console, {Key::kDown});
+  console->SendText("pw");
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(SelectEntry(*console, "Configure Lockdown Mode"));
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "[ ] Enable lockdown mode")) << console->Text();
+  console->SendKey(Key::kSpace);
+  ASSERT_TRUE(WaitQuiet(*console, "[X] Enable lockdown mode")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog(
+      "user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"))
+      << host.Syslog();
+  const std::string tools = host.ReadFile("/var/log/tools.log");
+  EXPECT_TRUE(Contains(tools, "rovi-cmd -U operator rovisvc/auth/lockdown_mode_enter\n")) << tools;
+  EXPECT_FALSE(Contains(tools, "rovi-cmd -U merel rovisvc/auth/lockdown_mode_enter")) << tools;
+  EXPECT_FALSE(Contains(host.Syslog(), "Lockdown mode enabled")) << host.Syslog();
+  EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
+}
+
+}  // namespace

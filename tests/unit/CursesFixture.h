@@ -61,7 +61,6 @@ class CursesScreen {
       return;
     }
     set_term(_screen);
-    set_escdelay(100);
     cbreak();
     noecho();
     keypad(stdscr, TRUE);

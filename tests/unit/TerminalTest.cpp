@@ -21,30 +21,80 @@ using namespace Merel;
 using MerelTest::CursesScreen;
 
 // The pair of a colour combination depends on how many colours the terminal
-// has; black and white makes dark backgrounds standout and the rest plain.
-TEST(ColorAttrTest, PairFollowsTheColourCountAndBlackAndWhiteIsStandoutOnDarkOnly) {
-  const int standout = static_cast<int>(A_STANDOUT);
+// has.
+TEST(ColorAttrTest, PairFollowsTheColourCount) {
   const struct {
     int colors;
-    bool bw;
     int background, foreground, expected;
   } cases[] = {
-      {8, false, kWhite, kYellow, 60 << 8},
-      {16, false, kWhite, kYellow, 116 << 8},
-      {8, true, kDarkGrey, kWhite, standout},
-      {8, true, kBlack, kYellow, standout},
-      {8, true, kWhite, kBlack, 0},
-      {8, true, kYellow, kWhite, 0},
+      {8, kWhite, kYellow, 60 << 8},
+      {16, kWhite, kYellow, 116 << 8},
   };
   const int savedColors = COLORS;
   const bool savedBw = bwColor;
+  bwColor = false;
   for (const auto& c : cases) {
     COLORS = c.colors;
-    bwColor = c.bw;
-    EXPECT_EQ(ColorAttr(c.background, c.foreground), c.expected) << c.colors << " " << c.bw;
+    EXPECT_EQ(ColorAttr(c.background, c.foreground), c.expected) << c.colors;
   }
   COLORS = savedColors;
   bwColor = savedBw;
+}
+
+// Black and white: dark backgrounds stand out, a selection (white
+// background) is reverse video, and greyed (dark grey) text on the light
+// backgrounds is faint, or plain against bold text where the terminal has
+// no faint text.
+TEST(ColorAttrTest, BlackAndWhiteKeepsSelectionAndGreyVisible) {
+  const int standout = static_cast<int>(A_STANDOUT);
+  const int reverse = static_cast<int>(A_REVERSE);
+  const int dim = static_cast<int>(A_DIM);
+  const int bold = static_cast<int>(A_BOLD);
+  const struct {
+    int background, foreground;
+    int withDim, withoutDim;
+  } cases[] = {
+      {kDarkGrey, kWhite, standout, standout},  // title bars, the right pane
+      {kBlack, kDarkGrey, standout, standout},  // inactive and dimmed screens
+      {kWhite, kBlack, reverse, reverse},       // the selection
+      {kWhite, kDarkGrey, reverse, reverse},    // a greyed entry selected
+      {kYellow, kWhite, 0, bold},               // a menu entry
+      {kYellow, kDarkGrey, dim, 0},             // a greyed menu entry
+      {kLightGrey, kDarkGrey, dim, 0},
+      {kYellow, kBlack, 0, 0},                  // footer keys
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(BlackAndWhiteAttr(c.background, c.foreground, true), c.withDim)
+        << c.background << " " << c.foreground;
+    EXPECT_EQ(BlackAndWhiteAttr(c.background, c.foreground, false), c.withoutDim)
+        << c.background << " " << c.foreground;
+  }
+}
+
+// An Esc acts after a short wait for the rest of a sequence, not after
+// curses' own second; ESCDELAY in the environment still decides.
+TEST(InitKeysTest, EscapeDelayIsShortUnlessTheEnvironmentSetsIt) {
+  const char* saved = getenv("ESCDELAY");
+  const std::string savedValue = saved != nullptr ? saved : "";
+  const struct {
+    const char* env;  // null: not set
+    int expected;
+  } cases[] = {{nullptr, kEscapeDelayMs}, {"250", 250}, {"1000", 1000}};
+  for (const auto& c : cases) {
+    if (c.env != nullptr) {
+      setenv("ESCDELAY", c.env, 1);
+    } else {
+      unsetenv("ESCDELAY");
+    }
+    CursesScreen screen("xterm");
+    ASSERT_TRUE(screen.Ok());
+    EXPECT_EQ(get_escdelay(), c.expected) << (c.env != nullptr ? c.env : "unset");
+  }
+  if (saved != nullptr) {
+    setenv("ESCDELAY", savedValue.c_str(), 1);
+  } else {
+    unsetenv("ESCDELAY");
+  }
 }
 
 // Where the palette can be redefined every combination gets its pair; where

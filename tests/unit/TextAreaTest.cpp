@@ -156,19 +156,34 @@ TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
   }
 }
 
-// Without colour redefinition, dark areas stand out and white ones are
-// plain; colour tags inside do not matter.
-TEST(TextAreaDrawTest, BlackAndWhiteIsStandoutOnBlackAndDarkGreyOnly) {
-  CursesScreen screen;
-  bwColor = true;
-  for (const auto& [background, standout] :
-       {std::pair{kBlack, true}, std::pair{kDarkGrey, true}, std::pair{kWhite, false}}) {
-    Window parent(0, 0, 20, 2, background, kWhite);
+// Without colour redefinition, dark areas stand out, a white background
+// (the selection) is reverse video, and on the light panes greyed text is
+// faint, or plain between bold text where the terminal has no faint text.
+// Nothing of a pane's own rendition may leak into the text written on it.
+TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
+  const attr_t kShown = A_STANDOUT | A_REVERSE | A_BOLD | A_DIM;
+  const struct {
+    const char* term;
+    int background;
+    attr_t grey, plain, selected;
+  } cases[] = {
+      {"xterm", kYellow, A_DIM, 0, A_REVERSE},
+      {"vt102", kYellow, 0, A_BOLD, A_REVERSE},
+      {"xterm", kDarkGrey, A_STANDOUT, A_STANDOUT, A_STANDOUT | A_REVERSE},
+      {"vt102", kBlack, A_STANDOUT, A_STANDOUT, A_STANDOUT | A_REVERSE},
+  };
+  for (const auto& c : cases) {
+    CursesScreen screen(c.term);
+    ASSERT_TRUE(screen.Ok());
+    ASSERT_TRUE(bwColor) << c.term;
+    Window parent(0, 0, 20, 2, c.background, kWhite);
     TextArea* area = &parent.AddChild<TextArea>(0, 0, 10, 1, kWhite);
-    area->SetText("{color:black}x{/color}y{bgcolor:white}z{/bgcolor}");
-    for (int x : {0, 1, 2, 5}) {
+    parent.Draw(true);
+    area->SetText("{color:dark-grey}g{/color}w{bgcolor:white}{color:black}s{/color}{/bgcolor}w");
+    const attr_t expected[] = {c.grey, c.plain, c.selected, c.plain};
+    for (int x = 0; x < 4; ++x) {
       const MerelTest::Cell cell = CursesScreen::CellAt(area->GetWindow(), x, 0);
-      EXPECT_EQ((cell.attributes & A_STANDOUT) != 0, standout) << background << " " << x;
+      EXPECT_EQ(cell.attributes & kShown, expected[x]) << c.term << " " << c.background << " " << x;
       EXPECT_EQ(cell.pair, 0);
     }
   }

@@ -571,6 +571,7 @@ Cell Terminal::CellAt(int x, int y) const {
   VTermScreenCell cell;
   if (vterm_screen_get_cell(_screen, VTermPos{y, x}, &cell) != 0) {
     result.reverse = cell.attrs.reverse;
+    result.bold = cell.attrs.bold;
     result.fg.color = ToConsoleColor(cell.fg, true);
     result.bg.color = ToConsoleColor(cell.bg, false);
   }

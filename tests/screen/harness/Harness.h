@@ -50,6 +50,7 @@ struct Cell {
   std::string text;  // UTF-8; " " for an empty cell
   CellColor fg, bg;
   bool reverse = false;
+  bool bold = false;
 };
 
 struct ExitStatus {
