@@ -2,11 +2,14 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 
 #include "HostCtl/HostCtlException.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
+#include "TextArea.h"
 #include "NexCtl/PciInfoImpl.h"
 #include "Platform.h"
 #include "StringFactory.h"
@@ -27,6 +30,7 @@ const char* const kKeys =
     "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 const char* const kSavedNote =
     "The device assignment has been saved. It takes effect when the host is restarted.";
+const char* const kSaveFailedTitle = "{color:red}Device Assignment Error{/color}";
 const char* const kNoDevices = "{color:dark-grey}No devices without a native driver{/color}";
 
 // A check line whose label follows the owner the device will have.
@@ -56,6 +60,44 @@ std::string Label(const HostCtl::Hardware::PciDevice& device, bool next) {
   }
   return device.address + "  " + name + "  " + owner;
 }
+
+// A question or a notice about the assignment, sized to its text: with
+// `cancellable`, Enter answers yes and Esc no; otherwise only Enter closes it.
+class DeviceNotice : public Dialog {
+ public:
+  DeviceNotice(Frame* parent, std::string title, std::string text, bool cancellable)
+      : Dialog(parent, kNoticeWidth, TitleRows(text) + kNoticeBodyRows, TitleRows(text)),
+        _title(std::move(title)),
+        _text(std::move(text)),
+        _cancellable(cancellable) {}
+
+  int Loop() override {
+    SetTitle(_title);
+    SetText(_text);
+    SetFooter(_cancellable ? kOkCancelFooter : kOkFooter);
+    if (_cancellable) {
+      return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
+    }
+    while (Frame::WaitForKey(this, true) != kKeyEnter) {
+    }
+    return 1;
+  }
+
+ private:
+  static constexpr int kNoticeWidth = 70;
+  static constexpr int kNoticeBodyRows = 3;
+
+  // The title line, a blank, the text, a blank; never taller than the screen.
+  static int TitleRows(const std::string& text) {
+    const int lines =
+        TextArea::CountLines(TextArea::Layout(text, kNoticeWidth - 6, TextArea::Variables()));
+    return std::clamp(lines + 4, 7, std::max(7, LINES - kNoticeBodyRows));
+  }
+
+  std::string _title;
+  std::string _text;
+  bool _cancellable;
+};
 
 }  // namespace
 
@@ -103,9 +145,20 @@ void DriverVMDialog::Toggle(size_t index) {
     members += !group.empty() && device.group == group;
   }
   if (members > 1) {
-    MessageDialog warning(this, Strings::kDeviceAssignmentWarningTitle,
-                          Strings::kDeviceAssignmentWarning);
-    Frame::Run(&warning);
+    // The user must see which devices go along before any of them does, and
+    // may still back out.
+    std::string text = std::string(_strings->GetString(Strings::kDeviceAssignmentWarning)) +
+                       ". These devices change owner together:\n";
+    for (const auto& device : _devices) {
+      if (device.group == group) {
+        text += "\n  " + device.address + "  " + device.vendorName + " " + device.deviceName;
+      }
+    }
+    DeviceNotice warning(this, _strings->GetString(Strings::kDeviceAssignmentWarningTitle), text,
+                         true);
+    if (Frame::Run(&warning) == 0) {
+      return;
+    }
   }
   for (size_t i = 0; i < _devices.size(); ++i) {
     if (i == index || (!group.empty() && _devices[i].group == group)) {
@@ -121,7 +174,11 @@ bool DriverVMDialog::Save() {
     NexCtl::Hardware::PciInfoImpl().SaveAssignment(_devices);
   } catch (const HostCtl::Lib::HostCtlException& e) {
     Platform::Syslog(LOG_ERR, "Saving device assignment failed: %s", e.what());
-    MessageDialog error(this, Strings::kDriverVmTitle, e.what());
+    // Back to the list afterwards, with the user's choices as they were, so
+    // that saving can be tried again.
+    DeviceNotice error(this, kSaveFailedTitle,
+                       std::string("The device assignment could not be saved: ") + e.what(),
+                       false);
     Frame::Run(&error);
     return false;
   }
@@ -162,7 +219,10 @@ int DriverVMDialog::Loop() {
         }
         break;
       case kKeyEnter:
-        return Save() ? 1 : 0;
+        if (Save()) {
+          return 1;
+        }
+        break;
       case kKeyEscape:
         return 0;
       default:

@@ -1,6 +1,7 @@
 // Configure DriverVM Devices: which of the host's PCI devices without a
 // native driver are handed to the DriverVM. Space toggles a device (a device
-// that shares its group with others takes them along, after a warning),
+// that shares its group with others takes them along, after a warning that
+// names them and can be declined),
 // Enter saves the assignment for the next boot, Esc leaves it as it was.
 #pragma once
 
@@ -17,7 +18,8 @@ class ItemList;
 class DriverVMDialog : public Dialog {
  public:
   explicit DriverVMDialog(Frame* parent);
-  // 1 when the assignment was saved, 0 when cancelled or when saving failed.
+  // 1 when the assignment was saved, 0 when cancelled. A failed save is
+  // reported and the list stays, with the choices made.
   int Loop() override;
 
  private:

@@ -249,4 +249,61 @@ TEST(DriverVmScreenTest, ToggleSavedForTheNextBoot) {
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
 }
 
+// The group warning names every device that changes owner with the one
+// toggled; Esc there keeps the previous choice, Enter takes the group along.
+TEST(DriverVmScreenTest, GroupWarningNamesTheDevicesAndCanBeDeclined) {
+  const struct {
+    Key answer;
+    const char* marks;
+  } cases[] = {{Key::kEscape, "[ ]"}, {Key::kEnter, "[X]"}};
+  for (const auto& c : cases) {
+    SimHost host("device-assignment-2");
+    ASSERT_TRUE(host.Ok());
+    auto console = OpenDriverVm(host);
+    ASSERT_TRUE(console);
+    console->SendKey(Key::kSpace);
+    ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Warning")) << console->Text();
+    const std::string warning = console->Text();
+    EXPECT_TRUE(Contains(warning, "0000:3b:00.0  NVIDIA Corporation GA102GL [A10]")) << warning;
+    EXPECT_TRUE(Contains(warning, "0000:3b:00.1  NVIDIA Corporation GA102 High Definition Audio"))
+        << warning;
+    EXPECT_TRUE(Contains(warning, "<Esc> Cancel")) << warning;
+    console->SendKey(c.answer);
+    ASSERT_TRUE(WaitGone(*console, "Device Assignment Warning")) << console->Text();
+    for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
+      EXPECT_TRUE(Contains(console->Text(), std::string(c.marks) + " " + address))
+          << console->Text();
+    }
+    EXPECT_TRUE(Contains(console->Text(), "DriverVM Configuration"));
+  }
+}
+
+// A save the host refuses is reported under an error title; the list comes
+// back with the user's choices, and saving again (once the host accepts)
+// stores them.
+TEST(DriverVmScreenTest, FailedSaveReturnsToTheListWithTheChoicesKept) {
+  SimHost host("device-assignment-2");
+  ASSERT_TRUE(host.Ok());
+  FailCall(host, "SaveAssignment", "read-only file system", true);
+  auto console = OpenDriverVm(host);
+  ASSERT_TRUE(console);
+  Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
+  ASSERT_TRUE(WaitQuiet(*console, "[ ] 0000:af:00.0")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Error")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "read-only file system")) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("Saving device assignment failed: read-only file system"))
+      << host.Syslog();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(*console, "Device Assignment Error")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "DriverVM Configuration")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "[ ] 0000:af:00.0  Mellanox")) << console->Text();
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "The device assignment has been saved.")) << console->Text();
+  console->SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), 0);
+}
+
 }  // namespace
