@@ -126,7 +126,7 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
       {{"", "", ""}, "fe80::1%nex0", kFine},  // a link-local gateway is let through
       {{"fe80::1/64", "", ""}, "", scope},
       {{"febf::1/64", "", ""}, "", scope},
-      {{"fec0::1/64", "", ""}, "", kFine},
+      {{"fd00::1/64", "", ""}, "", kFine},
       {{"2001:db8::5", "", ""}, "", invalid},
       {{"", "g/64", ""}, "", at(invalid, 5)},
       {{"2001:db8::5/64", "fe80::1/64", "zzz"}, "", at(scope, 5)},
@@ -345,10 +345,11 @@ TEST_F(NetworkDialogsTest, Ipv4) {
        "0.0.0.0"},
       {"Space on a field keeps static", false, false, Repeat(kDown, 3) + " " + kEnter, false,
        false, "10.0.0.5", "255.255.255.0", "10.0.0.1"},
-      // A long paste stops at the longest address, so fifteen backspaces empty
-      // the field; junk never reaches it; the bad subnet takes the focus.
+      // A long paste stops one past the longest address (so it cannot pass
+      // cut short), and sixteen backspaces empty the field; junk never
+      // reaches it; the bad subnet takes the focus.
       {"typed, refused, corrected", true, false,
-       kDown + kDown + " " + kDown + Repeat("1", 1000) + Repeat(kBackspace, 15) +
+       kDown + kDown + " " + kDown + Repeat("1", 1000) + Repeat(kBackspace, 16) +
            "192.168abc.1:" + kJunk + ".1" + kDown + "255.0.255.0" + kEnter + kEnter +
            Repeat(kBackspace, 11) + "255.255.0.0" + kEnter,
        false, false, "192.168.1.1", "255.255.0.0", "10.0.0.1"},

@@ -447,6 +447,10 @@ bool SimBackend::ConsoleKeyboard(int /*fd*/) {
   }
 }
 
+std::vector<std::string> SimBackend::AccountNames() {
+  return ReadAccountNames(HostPath("/etc/pam_matrix.passwd"));
+}
+
 bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
   addresses.clear();
   if (name.empty()) {

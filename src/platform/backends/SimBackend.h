@@ -41,6 +41,8 @@ class SimBackend : public Backend {
   bool SwitchVirtualTerminal(int vt) override;
   // The host's "consoleKeyboard"; the terminal itself is not asked.
   bool ConsoleKeyboard(int fd) override;
+  // The accounts of the host's PAM password database.
+  std::vector<std::string> AccountNames() override;
 
   HostState Load() override;
   void Modify(const std::function<void(HostState&)>& change) override;
