@@ -1,6 +1,7 @@
 // Values that are well formed but mean nothing on a network, typed into the
 // network dialogs of the real console: each is refused with its message, the
 // dialog stays open, and the host keeps what it had.
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,11 @@ struct BadValueCase {
   const char* title;
   const char* reason;  // the start of the message, short enough for one line
 };
+
+// Named in test output by its case, not by its bytes.
+void PrintTo(const BadValueCase& c, std::ostream* out) {
+  *out << c.name;
+}
 
 class NetworkBadValueTest : public testing::TestWithParam<BadValueCase> {};
 

@@ -200,7 +200,8 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
 }
 
 // A caller that bypasses the dialogs cannot store such values either: each
-// setter throws and the host keeps what it had.
+// setter (one value each; the rules are the table's above) throws and the
+// host keeps what it had.
 TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
   SimHostTest::SimRoot root;  // the demo host: static 192.168.10.20/24, IPv6 on
   namespace Net = NexCtl::Network;
@@ -232,23 +233,14 @@ TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
     const char* name;
     std::function<void()> call;
   } cases[] = {
-      {"address 0.0.0.0", withAddress("0.0.0.0", "255.255.255.0")},
       {"loopback address", withAddress("127.0.0.1", "255.0.0.0")},
-      {"subnet broadcast", withAddress("192.168.10.255", "255.255.255.0")},
       {"IPv6 multicast", withIpv6("ff02::1/64")},
-      {"IPv4-mapped IPv6", withIpv6("::ffff:10.0.0.1/96")},
       {"own address as gateway",
        [&] { Net::RoutingInfoImpl(kStack).SetNexelDefaultGateway(Ipv4Address("192.168.10.20")); }},
-      {"broadcast gateway",
-       [&] {
-         Net::RoutingInfoImpl(kStack).SetNexelDefaultGateway(Ipv4Address("255.255.255.255"));
-       }},
       {"loopback IPv6 gateway",
        [&] { Net::RoutingInfoImpl(kStack).SetIpv6NexelDefaultGateway(Ipv6Address("::1")); }},
       {"multicast name server",
        [&] { Net::DnsConfigImpl(kStack).AddNameServer(Ipv4Address("224.0.0.251")); }},
-      {"unspecified name server",
-       [&] { Net::DnsConfigImpl(kStack).AddNameServer(Ipv6Address("::")); }},
       {"numeric host name", [&] { Net::DnsConfigImpl(kStack).SetHostname("1234"); }},
       {"empty label", [&] { Net::DnsConfigImpl(kStack).SetFqdn("a..b"); }},
       {"long label",
