@@ -2,6 +2,7 @@
 #include "SuffixesDialog.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "DialogFields.h"
@@ -64,8 +65,8 @@ bool SuffixesDialog::IsFieldKey(int key) {
 std::optional<FieldError> SuffixesDialog::Check(const std::string& text) {
   if (text.size() > kLongestText) {
     return FieldError{0, 0, 0, kInvalidSuffixTitle,
-                      "The suffixes can have at most 1024 characters in all. " +
-                          std::string(kInvalidSuffixText)};
+                      "The suffixes can have at most " + std::to_string(kLongestText) +
+                          " characters in all. " + kInvalidSuffixText};
   }
   for (const std::string& suffix : SplitSuffixes(text)) {
     if (const std::string reason = HostCtl::Network::NameProblem(suffix); !reason.empty()) {

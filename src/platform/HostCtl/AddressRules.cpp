@@ -1,6 +1,7 @@
 #include "HostCtl/AddressRules.h"
 
 #include <cctype>
+#include <string>
 
 namespace HostCtl::Network {
 
@@ -185,7 +186,7 @@ std::string NameProblem(const std::string& name) {
     return "The name is empty.";
   }
   if (name.size() > kLongestName) {
-    return "A name can have at most 253 characters.";
+    return "A name can have at most " + std::to_string(kLongestName) + " characters.";
   }
   size_t start = 0;
   std::string last;
@@ -201,7 +202,8 @@ std::string NameProblem(const std::string& name) {
       return "A name cannot have an empty part before, after or between dots.";
     }
     if (label.size() > kLongestLabel) {
-      return "Each part of a name between dots can have at most 63 characters.";
+      return "Each part of a name between dots can have at most " +
+             std::to_string(kLongestLabel) + " characters.";
     }
     if (label.front() == '-' || label.back() == '-') {
       return "A part of a name cannot begin or end with \"-\".";
