@@ -199,6 +199,8 @@ int main(int argc, char** argv) {
     fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }
+  // The start-up up to the first key wait reads the host once.
+  Merel::Frame::BeginAction();
   const int vt = ParseVirtualTerminal(argc, argv);
   Merel::Frame::InitSignals();
   Merel::Frame::LoadIdleTimeout();
