@@ -606,12 +606,15 @@ std::string Fixed(const json& value, int decimals = 1) {
 void PrintTable(const json& results) {
   for (const auto& [term, r] : results["terms"].items()) {
     printf("\nTERM=%s\n", term.c_str());
-    printf("  first frame: %s bytes, %s changed cells, %s bytes/cell, drawn in %s ms\n",
-           r["firstFrame"]["bytes"].dump().c_str(), r["firstFrame"]["changedCells"].dump().c_str(),
-           Fixed(r["firstFrame"]["bytesPerCell"], 2).c_str(),
-           Fixed(r["firstFrame"]["ms"]).c_str());
-    printf("  %-20s %5s %9s %9s %10s %8s %8s\n", "screen", "keys", "bytes/key", "cells/key",
-           "bytes/cell", "p50 ms", "p99 ms");
+    if (!r["screens"].empty()) {
+      printf("  first frame: %s bytes, %s changed cells, %s bytes/cell, drawn in %s ms\n",
+             r["firstFrame"]["bytes"].dump().c_str(),
+             r["firstFrame"]["changedCells"].dump().c_str(),
+             Fixed(r["firstFrame"]["bytesPerCell"], 2).c_str(),
+             Fixed(r["firstFrame"]["ms"]).c_str());
+      printf("  %-20s %5s %9s %9s %10s %8s %8s\n", "screen", "keys", "bytes/key", "cells/key",
+             "bytes/cell", "p50 ms", "p99 ms");
+    }
     for (const auto& [screen, f] : r["screens"].items()) {
       printf("  %-20s %5d %9s %9s %10s %8s %8s\n", screen.c_str(), f["keys"].get<int>(),
              Fixed(f["bytesPerKey"]).c_str(), Fixed(f["cellsPerKey"]).c_str(),
@@ -626,6 +629,9 @@ void PrintTable(const json& results) {
                f["changedCells"].dump().c_str(), Fixed(f["bytesPerCell"], 2).c_str(),
                f["clears"].dump().c_str(), Fixed(f["ms9600"], 0).c_str());
       }
+    }
+    if (r["peakResidentKiB"].get<long>() < 0) {
+      continue;  // no walk
     }
     printf("  peak resident (VmHWM): %s kB; idle wake-ups in 10 s: welcome %s, dimmed menu %s\n",
            r["peakResidentKiB"].dump().c_str(), r["idleWakeups"]["welcome"].dump().c_str(),
