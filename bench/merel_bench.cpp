@@ -430,7 +430,9 @@ std::unique_ptr<SimHost> ScaleHost(int adapters) {
 // Down key in the list, each as wall time and CPU time of the console.
 json Scale(int adapters) {
   auto host = ScaleHost(adapters);
-  const std::string term = "xterm";
+  // A terminal with colours: on a black-and-white one the focus of the
+  // adapter list does not show, and the Down key would draw nothing.
+  const std::string term = "xterm-256color";
   auto terminal = StartConsole(*host, term);
   json out = {{"adapters", adapters}};
   if (!terminal) {
@@ -655,7 +657,7 @@ void PrintScale(const json& scale) {
   if (scale.empty()) {
     return;
   }
-  printf("\nHost size (TERM=xterm): wall ms / CPU ms of the console\n");
+  printf("\nHost size (TERM=xterm-256color): wall ms / CPU ms of the console\n");
   printf("  %8s %15s %15s %15s %15s %15s %10s\n", "adapters", "start-up", "login",
          "network window", "adapter list", "Down in list", "peak kB");
   for (const json& row : scale) {

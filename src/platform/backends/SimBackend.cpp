@@ -247,8 +247,12 @@ std::unique_ptr<SimBackend> SimBackend::Open(const std::string& root, std::strin
     return nullptr;
   }
   auto backend = std::make_unique<SimBackend>(resolved);
-  HostState state;
-  if (!backend->_store->Read(state, error)) {
+  // Read as any call would: within the start-up's action, this reading is
+  // the one its first calls get.
+  try {
+    backend->Reading();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    error = e.what();
     return nullptr;
   }
   return backend;
