@@ -22,6 +22,7 @@
 #include "NexCtl/RoutingInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
 #include "Platform.h"
+#include "ReadScope.h"
 #include "RebootConfirmDialog.h"
 #include "StringFactory.h"
 
@@ -96,9 +97,12 @@ class ApplyPass {
     Frame::Run(&dialog);
   }
 
+  // Each step reads the host afresh (and its calls share that reading): it
+  // must see what the steps before it changed.
   template <class Step>
   bool Try(const char* prefix, Step step) {
     try {
+      Platform::ReadScope fresh(Platform::ReadScope::kFresh);
       step();
       return true;
     } catch (const HostCtlException& e) {
@@ -112,6 +116,7 @@ class ApplyPass {
   template <class Operation>
   bool Quietly(const char* prefix, Operation operation) {
     try {
+      Platform::ReadScope fresh(Platform::ReadScope::kFresh);
       operation();
       return true;
     } catch (const HostCtlException& e) {

@@ -67,13 +67,10 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
     }
   }
 
-  std::vector<DvsUplinkCandidate> candidates;
+  std::vector<DvsUplinkCandidate> offered;
   auto offer = [&](DvsUplinkCandidate candidate) {
     candidate.active = Contains(activeUplinks, candidate.adapter.name);
-    auto at = std::find_if(candidates.begin(), candidates.end(), [&](const DvsUplinkCandidate& c) {
-      return AdaptersDialog::ComesBefore(candidate.adapter.name, c.adapter.name);
-    });
-    candidates.insert(at, std::move(candidate));
+    offered.push_back(std::move(candidate));
   };
   for (const PnicInfo& pnic : pnics) {
     DvsUplinkCandidate candidate;
@@ -99,6 +96,17 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
       candidate.adapter.usedBy = dvSwitch;
       offer(std::move(candidate));
     }
+  }
+  // In listing order, sorted once.
+  std::vector<std::string> names;
+  names.reserve(offered.size());
+  for (const DvsUplinkCandidate& candidate : offered) {
+    names.push_back(candidate.adapter.name);
+  }
+  std::vector<DvsUplinkCandidate> candidates;
+  candidates.reserve(offered.size());
+  for (size_t at : AdaptersDialog::ListingOrder(names)) {
+    candidates.push_back(std::move(offered[at]));
   }
   return candidates;
 }

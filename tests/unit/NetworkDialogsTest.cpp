@@ -154,6 +154,45 @@ TEST(AdapterListTest, Order) {
   }
 }
 
+std::vector<std::string> Listed(const std::vector<std::string>& names) {
+  std::vector<std::string> listed;
+  for (size_t at : AdaptersDialog::ListingOrder(names)) {
+    listed.push_back(names[at]);
+  }
+  return listed;
+}
+
+// The list is sorted once; the result is the order ComesBefore defines.
+TEST(AdapterListTest, ListingOrderSortsOnce) {
+  const struct {
+    std::vector<std::string> names, listed;
+  } cases[] = {
+      {{"pnic10", "pnic3", "eth0", "pnic0", "pnic9", "pnic1"},
+       {"eth0", "pnic0", "pnic1", "pnic3", "pnic9", "pnic10"}},
+      {{"pnicx", "pnic1", "eth", "eth0", "pnic01", "vmk0"},
+       {"eth", "eth0", "pnic01", "pnic1", "pnicx", "vmk0"}},
+      // The same name twice keeps its order (the rows differ otherwise).
+      {{"pnic2", "pnic1", "pnic2"}, {"pnic1", "pnic2", "pnic2"}},
+      // Names that make the comparison go round in a circle still give one
+      // order: those with a number together, by number.
+      {{"pnic 5", "pnic+", "pnic3"}, {"pnic+", "pnic3", "pnic 5"}},
+      {{}, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Listed(c.names), c.listed);
+  }
+  // Many adapters, listed backwards by the host.
+  std::vector<std::string> names;
+  for (int i = 4999; i >= 0; --i) {
+    names.push_back("pnic" + std::to_string(i));
+  }
+  const std::vector<std::string> listed = Listed(names);
+  ASSERT_EQ(listed.size(), names.size());
+  for (size_t i = 0; i < listed.size(); ++i) {
+    ASSERT_EQ(listed[i], "pnic" + std::to_string(i));
+  }
+}
+
 TEST(AdapterListTest, RowsKeepTheirFieldWidths) {
   auto adapter = [](const char* name, std::optional<std::string> label, std::optional<bool> connected,
                     std::optional<std::string> usedBy) {
