@@ -187,9 +187,9 @@ std::string ApplyDvsRepair(const DvsRepair& repair, const std::vector<std::strin
           LOG_INFO, "%s",
           ("Restoring DVS port: removed replaced host-local port " + repair.portKey).c_str());
     } catch (const HostCtl::Lib::HostCtlException& e) {
-      Platform::Syslog(LOG_ERR, "%s",
-                       ("Removing host-local port " + repair.portKey + " failed: " + e.what())
-                           .c_str());
+      Platform::Syslog(
+          LOG_ERR, "%s",
+          ("Removing host-local port " + repair.portKey + " failed: " + e.what()).c_str());
     }
   }
   PostObsv("obsv.user.merel.dvs.port.restored", message);

@@ -97,8 +97,7 @@ OldConnection ReadConnection(const HostCtl::Network::NexNic& nic) {
         old.uplinks = sw.uplinks;
       }
       for (const auto& member : sw.portGroups) {
-        if (std::unique_ptr<HostCtl::Network::PortGroup> live =
-                groups.GetPortGroup(member.name)) {
+        if (std::unique_ptr<HostCtl::Network::PortGroup> live = groups.GetPortGroup(member.name)) {
           old.teamings.emplace_back(member.name, live->GetTeamingPolicy());
         }
       }
@@ -238,8 +237,7 @@ SafeModeNetworkDialog::Outcome SafeModeNetworkDialog::MoveManagementNetwork(std:
   try {
     step = "creating the new switch";
     switchName = FreeName("vSwitch", 0, SwitchTaken);
-    switches.AddVirtualSwitch(switchName,
-                              NexCtl::Network::VirtualSwitchInfoImpl::kDefaultNumPorts);
+    switches.AddVirtualSwitch(switchName, NexCtl::Network::VirtualSwitchInfoImpl::kDefaultNumPorts);
     // Its port groups go with it.
     undo.Add("the new switch " + switchName, [&] { switches.RemoveVirtualSwitch(switchName); });
 
@@ -288,9 +286,10 @@ SafeModeNetworkDialog::Outcome SafeModeNetworkDialog::MoveManagementNetwork(std:
         others.push_back(other->GetName());
       }
       const auto point = other->GetConnectionPoint();
-      nameInUse = nameInUse || (point != nullptr && point->GetType() == ConnectionPoint::kPortGroup &&
-                                static_cast<const HostCtl::Network::PortGroup&>(*point).GetName() ==
-                                    kManagementGroup);
+      nameInUse =
+          nameInUse ||
+          (point != nullptr && point->GetType() == ConnectionPoint::kPortGroup &&
+           static_cast<const HostCtl::Network::PortGroup&>(*point).GetName() == kManagementGroup);
     }
 
     if (group != kManagementGroup && old.portGroup == kManagementGroup && !nameInUse) {

@@ -171,12 +171,12 @@ TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
   ASSERT_TRUE(console);
   OpenDialog(*console, "Network Adapters", "Device Name");
   // pnic0 and pnic1 out, pnic3 (no link) in.
-  Type(*console, {Key::kDown, Key::kSpace, Key::kDown, Key::kSpace, Key::kDown, Key::kDown,
-                  Key::kSpace});
+  Type(*console,
+       {Key::kDown, Key::kSpace, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
-  ExpectShown(*console, {"Network Adapters: Warning", "pnic3: Disconnected",
-                         "Use these adapters anyway?"});
+  ExpectShown(*console,
+              {"Network Adapters: Warning", "pnic3: Disconnected", "Use these adapters anyway?"});
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitGone(*console, "None of the chosen")) << console->Text();
   ExpectShown(*console, {"Toggle Selected"});
@@ -185,14 +185,15 @@ TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
   Accept(*console);
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
-  const nlohmann::json& group = (*Named(state["network"]["vswitches"], "vSwitch0"))["portGroups"][0];
+  const nlohmann::json& group =
+      (*Named(state["network"]["vswitches"], "vSwitch0"))["portGroups"][0];
   EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic3"})) << group.dump();
 }
 
 struct UplinkCase {
   const char* name;
-  const char* fixture;            // "" for the demo host
-  std::vector<Key> keys;          // in the adapter list, from its first row
+  const char* fixture;    // "" for the demo host
+  std::vector<Key> keys;  // in the adapter list, from its first row
   std::vector<std::string> active;
   std::vector<std::string> standby;
   const char* mac;  // the interface's afterwards: its first adapter's

@@ -246,8 +246,7 @@ TEST(NetworkOpsTest, FieldsTakeLongerTextThanTheyShow) {
   ASSERT_TRUE(console);
   const std::string address = "2001:0db8:0000:0000:0000:0000:0000:0001";
   console->SendText(address);  // replaces the gateway the field came with
-  ASSERT_TRUE(WaitQuiet(*console, "[ " + address.substr(address.size() - 30)))
-      << console->Text();
+  ASSERT_TRUE(WaitQuiet(*console, "[ " + address.substr(address.size() - 30))) << console->Text();
   const std::string name = "host-name-longer-than-the-field.lab.test";
   ReplaceHostname(*console, name);
   EXPECT_TRUE(Contains(console->Text(), "[ " + name.substr(name.size() - 30))) << console->Text();

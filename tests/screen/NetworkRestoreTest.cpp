@@ -352,7 +352,7 @@ nlohmann::json Comparable(const SimHost& host) {
 struct SwitchFaultCase {
   const char* name;
   const char* fixture;
-  const char* call;  // fails once, at its first call of the move
+  const char* call;     // fails once, at its first call of the move
   bool always = false;  // fails at every call instead
 };
 
@@ -380,8 +380,7 @@ TEST_P(StandardSwitchFault, LeavesTheNetworkAsItWas) {
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
   EXPECT_EQ(RightTitle(*console), "Restore Standard Switch");
   EXPECT_EQ(Comparable(host), before);
-  EXPECT_TRUE(
-      host.WaitForSyslog("Changing to legacy virtual switch failed: no free ports"))
+  EXPECT_TRUE(host.WaitForSyslog("Changing to legacy virtual switch failed: no free ports"))
       << host.Syslog();
   EXPECT_FALSE(Contains(host.Syslog(), "Undoing")) << host.Syslog();
 }
