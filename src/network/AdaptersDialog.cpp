@@ -3,6 +3,7 @@
 // own uplinks come checked. Adapters that another switch uses can be chosen,
 // but Enter first says which switch loses them and asks. A choice of no
 // adapter at all is refused: the management network would lose the host.
+// A choice of adapters none of which has link is asked about first.
 #include "AdaptersDialog.h"
 
 #include <syslog.h>
@@ -18,6 +19,7 @@
 #include "MessageDialog.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
+#include "NoLinkDialog.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -239,6 +241,20 @@ bool AdaptersDialog::Finish() {
     MessageDialog message(this, Strings::kNoAdapter, kNoAdapterText);
     Frame::Run(&message);
     return false;
+  }
+  std::vector<Adapter> chosen;
+  for (const std::string& uplink : _uplinks) {
+    for (const Adapter& adapter : _adapters) {
+      if (adapter.name == uplink) {
+        chosen.push_back(adapter);
+      }
+    }
+  }
+  if (NoLinkDialog::NoneHasLink(chosen)) {
+    NoLinkDialog confirm(this, Strings::kAdaptersWarningTitle, chosen);
+    if (Frame::Run(&confirm) == 0) {
+      return false;
+    }
   }
   std::vector<Adapter> taken;
   for (const std::string& uplink : _uplinks) {

@@ -9,6 +9,7 @@
 
 #include "AdaptersDialog.h"
 #include "Command.h"
+#include "HostCtl/HostCtlException.h"
 #include "NetworkSettings.h"
 #include "NexCtl/DVPortImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -184,6 +185,21 @@ std::string ApplyDvsRepair(const DvsRepair& repair, const std::vector<std::strin
                               " to host-local port " + key;
   Platform::Syslog(LOG_INFO, "%s", message.c_str());
   NexCtl::Network::NexelNicInfoImpl().MoveToDVPort(repair.nic, repair.dvSwitch, key);
+  // A host-local port that an earlier repair made is the host's own, and
+  // nothing uses it any more: left behind, every repair would add one. The
+  // repair has succeeded by now, so a failure here is only logged.
+  if (IsHostLocalPort(repair.portKey) && !repair.health.missing) {
+    try {
+      dvPorts.RemoveHostLocalPort(repair.dvSwitch, repair.portKey);
+      Platform::Syslog(
+          LOG_INFO, "%s",
+          ("Restoring DVS port: removed replaced host-local port " + repair.portKey).c_str());
+    } catch (const HostCtl::Lib::HostCtlException& e) {
+      Platform::Syslog(
+          LOG_ERR, "%s",
+          ("Removing host-local port " + repair.portKey + " failed: " + e.what()).c_str());
+    }
+  }
   PostObsv("obsv.user.merel.dvs.port.restored", message);
   return key;
 }

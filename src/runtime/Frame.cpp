@@ -256,7 +256,12 @@ int Frame::ReadKey(const struct timeval* interval) {
   }
   int ready = poll(fds, 2, timeout);
   if (ready < 0) {
-    LogErrno("poll() failed");
+    // A signal with a handler of its own (the network test's child-exit
+    // handler) interrupts the wait; that is no fault. The caller waits
+    // again with what is left of its time.
+    if (errno != EINTR) {
+      LogErrno("poll() failed");
+    }
     return kIgnored;
   }
   if (ready == 0) {
