@@ -56,6 +56,7 @@ const char* const kF4 = "\x1bOS";
 struct Sample {
   size_t bytes = 0;
   int cells = 0;
+  int clears = 0;  // clear-screen sequences among the bytes
   std::optional<double> latencyMs;  // none when the key drew nothing
 };
 
@@ -94,6 +95,19 @@ struct ScreenFigures {
   }
 };
 
+// How often `output` clears the whole screen: the terminfo "clear" of every
+// measured terminal type is home followed by erase-below or erase-all.
+int CountClears(const std::string& output) {
+  int count = 0;
+  for (const char* clear : {"\x1b[H\x1b[J", "\x1b[H\x1b[2J"}) {
+    for (size_t at = output.find(clear); at != std::string::npos;
+         at = output.find(clear, at + 1)) {
+      ++count;
+    }
+  }
+  return count;
+}
+
 // One key: its bytes out, then the reply read until quiet. `until` is text
 // the reply must show first (a dialog opened, the menu reached), so a slow
 // draw with a pause inside is not cut in two.
@@ -116,6 +130,7 @@ Sample Press(Terminal& terminal, const std::string& bytes, const std::string& un
   Sample sample;
   sample.bytes = terminal.Raw().size() - before;
   sample.cells = terminal.ChangedCells();
+  sample.clears = CountClears(terminal.Raw().substr(before));
   const auto last = terminal.LastOutputTime();
   if (sample.bytes > 0 && last != lastBefore && last >= sent) {
     sample.latencyMs = std::chrono::duration<double, std::milli>(last - sent).count();
@@ -212,6 +227,7 @@ Sample FirstFrame(Terminal& terminal) {
   Sample sample;
   sample.bytes = terminal.Raw().size();
   sample.cells = terminal.ChangedCells();
+  sample.clears = CountClears(terminal.Raw());
   sample.latencyMs = std::chrono::duration<double, std::milli>(terminal.LastOutputTime() - start).count();
   return sample;
 }
@@ -243,6 +259,8 @@ struct TermResult {
   Sample firstFrame;
   std::map<std::string, ScreenFigures> screens;
   ScreenFigures menuMoves;  // the part of the walk that dialog and whiptail repeat
+  // The first frame of each full-screen window, from the key that opens it.
+  std::map<std::string, Sample> fullScreens;
   long peakKiB = -1;
   long idleWelcome = -1, idleDimmedMenu = -1;
   std::map<std::string, json> comparison;
@@ -310,6 +328,150 @@ void Walk(const std::string& term, int reps, TermResult& result) {
   if (IsConsole(terminal->Pid())) {
     result.peakKiB = PeakResidentKiB(terminal->Pid());
   }
+}
+
+// What a frame costs on a 9600-baud line (ten bits a byte), in ms.
+double At9600BaudMs(size_t bytes) {
+  return static_cast<double>(bytes) * 10.0 / 9.6;
+}
+
+std::string LeftTitle(const Terminal& terminal) {
+  std::string text;
+  for (int x = 3; x < 40; ++x) {
+    text += terminal.CellAt(x, 1).text;
+  }
+  return text.erase(text.find_last_not_of(' ') + 1);
+}
+
+// Esc until the menu is in front again.
+void BackToMenu(Terminal& terminal) {
+  for (int i = 0; i < 3 && LeftTitle(terminal) != "System Customization"; ++i) {
+    Press(terminal, kEsc);
+    terminal.WaitFor([&] { return LeftTitle(terminal) == "System Customization"; },
+                     milliseconds(3000));
+  }
+}
+
+// The first frame of every full-screen window: the welcome screen, the menu
+// after the login, and each window the menu opens on the whole screen.
+void FullScreenFrames(const std::string& term, TermResult& result) {
+  auto host = NewHost(term);
+  auto terminal = StartConsole(*host, term);
+  if (!terminal) {
+    return;
+  }
+  result.fullScreens["welcome"] = FirstFrame(*terminal);
+  Press(*terminal, kF2, "Authentication Required");
+  for (char c : std::string("merel")) {
+    Press(*terminal, std::string(1, c));
+  }
+  result.fullScreens["menu"] = Press(*terminal, kEnter, "<Esc> Log Out");
+  ScreenFigures ignored;
+  const struct {
+    const char* entry;
+    const char* window;
+    const char* shown;
+  } windows[] = {
+      {"Configure Management Network", "network", "<Esc> Exit"},
+      {"Troubleshooting Options", "troubleshooting", "Troubleshooting Mode Options"},
+      {"Network Restore Options", "network restore", "Restore DVS"},
+  };
+  for (const auto& w : windows) {
+    if (!SelectEntry(*terminal, w.entry, ignored)) {
+      continue;
+    }
+    result.fullScreens[w.window] = Press(*terminal, kEnter, w.shown);
+    BackToMenu(*terminal);
+  }
+}
+
+// CPU time the process has used so far (all its threads), in ms.
+double CpuMs(pid_t pid) {
+  const std::string dir = "/proc/" + std::to_string(pid) + "/task";
+  double total = 0;
+  if (DIR* tasks = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(tasks)) {
+      if (entry->d_name[0] != '.') {
+        total += atof(ReadFileText(dir + "/" + entry->d_name + "/schedstat").c_str()) / 1e6;
+      }
+    }
+    closedir(tasks);
+  }
+  return total;
+}
+
+// The many-adapters host grown to `adapters` physical adapters, the new ones
+// listed in descending order so the console has to sort them.
+std::unique_ptr<SimHost> ScaleHost(int adapters) {
+  auto host = std::make_unique<SimHost>("many-adapters");
+  json state = host->HostJson();
+  json& pnics = state["network"]["pnics"];
+  // The fixture has eth0 and pnic0 to pnic10.
+  for (int i = adapters - 2; i >= 11; --i) {
+    char mac[32];
+    snprintf(mac, sizeof mac, "02:00:00:%02x:%02x:%02x", (i >> 16) & 0xff, (i >> 8) & 0xff,
+             i & 0xff);
+    char pci[32];
+    snprintf(pci, sizeof pci, "0001:%02x:%02x.%x", (i >> 8) & 0xff, (i >> 3) & 0x1f, i & 7);
+    pnics.push_back({{"name", "pnic" + std::to_string(i)},
+                     {"mac", mac},
+                     {"label", "Intel I350"},
+                     {"pciAddress", pci},
+                     {"driver", "igb"},
+                     {"linkUp", i % 3 != 0},
+                     {"speedMbps", 1000}});
+  }
+  host->WriteFile("/host.json", state.dump(1) + "\n");
+  return host;
+}
+
+// One console on a host of `adapters` adapters: the start-up to the first
+// frame, the login, opening the network window and its adapter list, and a
+// Down key in the list, each as wall time and CPU time of the console.
+json Scale(int adapters) {
+  auto host = ScaleHost(adapters);
+  // A terminal with colours: on a black-and-white one the focus of the
+  // adapter list does not show, and the Down key would draw nothing.
+  const std::string term = "xterm-256color";
+  auto terminal = StartConsole(*host, term);
+  json out = {{"adapters", adapters}};
+  if (!terminal) {
+    return out;
+  }
+  double cpu = 0;
+  auto step = [&](const char* name, const Sample& sample, Clock::time_point start) {
+    const double now = IsConsole(terminal->Pid()) ? CpuMs(terminal->Pid()) : -1;
+    const double wall = sample.latencyMs ? *sample.latencyMs
+                        : std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    out[name] = {{"wallMs", wall}, {"cpuMs", now >= 0 ? json(now - cpu) : json()},
+                 {"bytes", sample.bytes}};
+    cpu = now;
+  };
+  auto start = Clock::now();
+  step("startup", FirstFrame(*terminal), start);
+  Press(*terminal, kF2, "Authentication Required");
+  terminal->Send("merel");
+  cpu = CpuMs(terminal->Pid());
+  start = Clock::now();
+  step("login", Press(*terminal, kEnter, "<Esc> Log Out"), start);
+  ScreenFigures ignored;
+  if (SelectEntry(*terminal, "Configure Management Network", ignored)) {
+    cpu = CpuMs(terminal->Pid());
+    start = Clock::now();
+    step("networkWindow", Press(*terminal, kEnter, "<Esc> Exit"), start);
+    if (SelectEntry(*terminal, "Network Adapters", ignored)) {
+      cpu = CpuMs(terminal->Pid());
+      start = Clock::now();
+      step("adapterList", Press(*terminal, kEnter, "Device Name"), start);
+      cpu = CpuMs(terminal->Pid());
+      start = Clock::now();
+      step("adapterDown", Press(*terminal, kDown), start);
+    }
+  }
+  if (IsConsole(terminal->Pid())) {
+    out["peakResidentKiB"] = PeakResidentKiB(terminal->Pid());
+  }
+  return out;
 }
 
 // Idle wake-ups of every terminal type at once: the welcome screen, and the
@@ -428,6 +590,7 @@ std::optional<json> CompareWith(const std::string& program,
     moves.samples.push_back(Press(terminal, up));
   }
   json figures = moves.ToJson();
+  figures["peakResidentKiB"] = PeakResidentKiB(terminal.Pid());
   figures["firstFrameBytes"] = first.bytes;
   figures["firstFrameCells"] = first.cells;
   return figures;
@@ -445,17 +608,32 @@ std::string Fixed(const json& value, int decimals = 1) {
 void PrintTable(const json& results) {
   for (const auto& [term, r] : results["terms"].items()) {
     printf("\nTERM=%s\n", term.c_str());
-    printf("  first frame: %s bytes, %s changed cells, %s bytes/cell, drawn in %s ms\n",
-           r["firstFrame"]["bytes"].dump().c_str(), r["firstFrame"]["changedCells"].dump().c_str(),
-           Fixed(r["firstFrame"]["bytesPerCell"], 2).c_str(),
-           Fixed(r["firstFrame"]["ms"]).c_str());
-    printf("  %-20s %5s %9s %9s %10s %8s %8s\n", "screen", "keys", "bytes/key", "cells/key",
-           "bytes/cell", "p50 ms", "p99 ms");
+    if (!r["screens"].empty()) {
+      printf("  first frame: %s bytes, %s changed cells, %s bytes/cell, drawn in %s ms\n",
+             r["firstFrame"]["bytes"].dump().c_str(),
+             r["firstFrame"]["changedCells"].dump().c_str(),
+             Fixed(r["firstFrame"]["bytesPerCell"], 2).c_str(),
+             Fixed(r["firstFrame"]["ms"]).c_str());
+      printf("  %-20s %5s %9s %9s %10s %8s %8s\n", "screen", "keys", "bytes/key", "cells/key",
+             "bytes/cell", "p50 ms", "p99 ms");
+    }
     for (const auto& [screen, f] : r["screens"].items()) {
       printf("  %-20s %5d %9s %9s %10s %8s %8s\n", screen.c_str(), f["keys"].get<int>(),
              Fixed(f["bytesPerKey"]).c_str(), Fixed(f["cellsPerKey"]).c_str(),
              Fixed(f["bytesPerCell"], 2).c_str(), Fixed(f["latencyP50Ms"]).c_str(),
              Fixed(f["latencyP99Ms"]).c_str());
+    }
+    if (r.contains("fullScreens")) {
+      printf("  %-20s %9s %9s %10s %7s %12s\n", "full-screen window", "bytes", "cells",
+             "bytes/cell", "clears", "9600 baud ms");
+      for (const auto& [screen, f] : r["fullScreens"].items()) {
+        printf("  %-20s %9s %9s %10s %7s %12s\n", screen.c_str(), f["bytes"].dump().c_str(),
+               f["changedCells"].dump().c_str(), Fixed(f["bytesPerCell"], 2).c_str(),
+               f["clears"].dump().c_str(), Fixed(f["ms9600"], 0).c_str());
+      }
+    }
+    if (r["peakResidentKiB"].get<long>() < 0) {
+      continue;  // no walk
     }
     printf("  peak resident (VmHWM): %s kB; idle wake-ups in 10 s: welcome %s, dimmed menu %s\n",
            r["peakResidentKiB"].dump().c_str(), r["idleWakeups"]["welcome"].dump().c_str(),
@@ -466,7 +644,33 @@ void PrintTable(const json& results) {
              program.c_str(), Fixed(r["menuMoves"]["bytesPerCell"], 2).c_str(),
              Fixed(c["bytesPerCell"], 2).c_str(), Fixed(c["ratioBytesPerCell"], 2).c_str(),
              Fixed(r["menuMoves"]["bytesPerKey"]).c_str(), Fixed(c["bytesPerKey"]).c_str());
+      if (c.contains("peakResidentKiB") && r["peakResidentKiB"].get<long>() > 0) {
+        printf("  peak resident vs %-8s: ours %s kB, theirs %s kB, ratio %.2f\n", program.c_str(),
+               r["peakResidentKiB"].dump().c_str(), c["peakResidentKiB"].dump().c_str(),
+               r["peakResidentKiB"].get<double>() / c["peakResidentKiB"].get<double>());
+      }
     }
+  }
+}
+
+void PrintScale(const json& scale) {
+  if (scale.empty()) {
+    return;
+  }
+  printf("\nHost size (TERM=xterm-256color): wall ms / CPU ms of the console\n");
+  printf("  %8s %15s %15s %15s %15s %15s %10s\n", "adapters", "start-up", "login",
+         "network window", "adapter list", "Down in list", "peak kB");
+  for (const json& row : scale) {
+    auto cell = [&](const char* step) -> std::string {
+      if (!row.contains(step)) {
+        return "-";
+      }
+      return Fixed(row[step]["wallMs"], 0) + " / " + Fixed(row[step]["cpuMs"], 0);
+    };
+    printf("  %8d %15s %15s %15s %15s %15s %10s\n", row["adapters"].get<int>(),
+           cell("startup").c_str(), cell("login").c_str(), cell("networkWindow").c_str(),
+           cell("adapterList").c_str(), cell("adapterDown").c_str(),
+           row.contains("peakResidentKiB") ? row["peakResidentKiB"].dump().c_str() : "-");
   }
 }
 
@@ -474,6 +678,10 @@ void Flatten(const json& value, const std::string& path, std::map<std::string, d
   if (value.is_object()) {
     for (const auto& [key, child] : value.items()) {
       Flatten(child, path.empty() ? key : path + "." + key, out);
+    }
+  } else if (value.is_array()) {
+    for (size_t i = 0; i < value.size(); ++i) {
+      Flatten(value[i], path + "[" + std::to_string(i) + "]", out);
     }
   } else if (value.is_number()) {
     out[path] = value.get<double>();
@@ -503,10 +711,13 @@ void PrintComparison(const json& before, const json& now) {
 int Usage() {
   fprintf(stderr,
           "usage: merel-bench [--quick] [--json PATH] [--compare OLD.json] [--term TERM]...\n"
+          "                   [--scale N]... [--no-walk]\n"
           "  --quick      one walk per terminal type instead of three\n"
           "  --json PATH  where the figures go (default bench-results.json)\n"
           "  --compare    print the differences to an earlier run's file\n"
-          "  --term       measure only this terminal type (repeatable)\n");
+          "  --term       measure only this terminal type (repeatable)\n"
+          "  --scale N    host sizes in adapters (repeatable; default 12, 1000, 8000; 0: none)\n"
+          "  --no-walk    only the full-screen first frames and the host sizes\n");
   return 2;
 }
 
@@ -516,6 +727,8 @@ int main(int argc, char** argv) {
   int reps = 3;
   std::string jsonPath = "bench-results.json", comparePath;
   std::vector<std::string> terms;
+  std::vector<int> sizes;
+  bool walk = true;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--quick") {
@@ -526,6 +739,10 @@ int main(int argc, char** argv) {
       comparePath = argv[++i];
     } else if (arg == "--term" && i + 1 < argc) {
       terms.push_back(argv[++i]);
+    } else if (arg == "--scale" && i + 1 < argc) {
+      sizes.push_back(atoi(argv[++i]));
+    } else if (arg == "--no-walk") {
+      walk = false;
     } else {
       return Usage();
     }
@@ -533,6 +750,10 @@ int main(int argc, char** argv) {
   if (terms.empty()) {
     terms = kTerms;
   }
+  if (sizes.empty()) {
+    sizes = {12, 1000, 8000};
+  }
+  std::erase_if(sizes, [](int n) { return n <= 0; });
   std::optional<json> before;
   if (!comparePath.empty()) {
     before = json::parse(ReadFileText(comparePath), nullptr, false);
@@ -545,6 +766,11 @@ int main(int argc, char** argv) {
   const auto started = Clock::now();
   std::map<std::string, TermResult> results;
   for (const std::string& term : terms) {
+    fprintf(stderr, "merel-bench: full-screen windows on TERM=%s\n", term.c_str());
+    FullScreenFrames(term, results[term]);
+    if (!walk) {
+      continue;
+    }
     fprintf(stderr, "merel-bench: walking on TERM=%s\n", term.c_str());
     Walk(term, reps, results[term]);
     for (const char* program : {"dialog", "whiptail"}) {
@@ -553,12 +779,19 @@ int main(int argc, char** argv) {
       }
     }
   }
-  fprintf(stderr, "merel-bench: idle wake-ups (10 s, all terminal types at once)\n");
-  Idle(terms, results);
+  if (walk) {
+    fprintf(stderr, "merel-bench: idle wake-ups (10 s, all terminal types at once)\n");
+    Idle(terms, results);
+  }
+  json scale = json::array();
+  for (int adapters : sizes) {
+    fprintf(stderr, "merel-bench: a host of %d adapters\n", adapters);
+    scale.push_back(Scale(adapters));
+  }
 
   json out = {{"repetitions", reps}, {"quietWindowMs", kQuiet.count()}, {"terms", json::object()}};
   for (const auto& [term, r] : results) {
-    json t;
+    json t = {{"screens", json::object()}, {"fullScreens", json::object()}};
     json first = ScreenFigures{{r.firstFrame}}.ToJson();
     t["firstFrame"] = {{"bytes", first["bytes"]},
                        {"changedCells", first["changedCells"]},
@@ -566,6 +799,14 @@ int main(int argc, char** argv) {
                        {"ms", r.firstFrame.latencyMs ? json(*r.firstFrame.latencyMs) : json()}};
     for (const auto& [screen, figures] : r.screens) {
       t["screens"][screen] = figures.ToJson();
+    }
+    for (const auto& [screen, frame] : r.fullScreens) {
+      json f = ScreenFigures{{frame}}.ToJson();
+      t["fullScreens"][screen] = {{"bytes", f["bytes"]},
+                                  {"changedCells", f["changedCells"]},
+                                  {"bytesPerCell", f["bytesPerCell"]},
+                                  {"clears", frame.clears},
+                                  {"ms9600", At9600BaudMs(frame.bytes)}};
     }
     t["menuMoves"] = r.menuMoves.ToJson();
     t["peakResidentKiB"] = r.peakKiB;
@@ -582,7 +823,9 @@ int main(int argc, char** argv) {
     out["terms"][term] = t;
   }
   out["consoleKeyboardRefused"] = consoleKeyboardRefused;
+  out["scale"] = scale;
   PrintTable(out);
+  PrintScale(scale);
   if (consoleKeyboardRefused) {
     printf("\nThis simulated host does not take \"consoleKeyboard\" yet: the linux row ran as a "
            "remote terminal calling itself linux (driven as vt102).\n");

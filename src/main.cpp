@@ -194,6 +194,9 @@ int main(int argc, char** argv) {
   // The host must exist before anything touches it (logging included). This
   // is the only message ever printed: curses has not started and standard
   // error is still the terminal.
+  // The start-up, up to the first key wait, reads the host once: the
+  // reading that checks the host is the one the start-up's calls share.
+  Merel::Frame::BeginAction();
   std::string error;
   if (!Platform::Select(error)) {
     fprintf(stderr, "%s\n", error.c_str());

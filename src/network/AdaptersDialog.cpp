@@ -3,6 +3,7 @@
 // own uplinks come checked. Adapters that another switch uses can be chosen,
 // but Enter first says which switch loses them and asks. A choice of no
 // adapter at all is refused: the management network would lose the host.
+// A choice of adapters none of which has link is asked about first.
 #include "AdaptersDialog.h"
 
 #include <syslog.h>
@@ -11,12 +12,14 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <set>
 
 #include "HostCtl/HostCtlException.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
+#include "NoLinkDialog.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -41,6 +44,37 @@ const char* const kNoAdapterText =
     "Select at least one adapter. Without an adapter the management network cannot reach this "
     "host.";
 const char* const kNotAvailable = "N/A";
+
+bool BytesBefore(const std::string& a, const std::string& b) {
+  const size_t shorter = std::min(a.size(), b.size());
+  const int order = memcmp(a.data(), b.data(), shorter);
+  return order != 0 ? order < 0 : a.size() < b.size();
+}
+
+// What ComesBefore works out of a name, worked out once.
+struct ListingKey {
+  const std::string* name;
+  bool numbered;
+  int number;
+};
+
+ListingKey KeyOf(const std::string& name) {
+  ListingKey key{&name, false, 0};
+  key.numbered = sscanf(name.c_str(), "pnic%d", &key.number) == 1;
+  return key;
+}
+
+// A strict weak order: numbered names compare by number, then bytes; any
+// other name compares with all of them as with "pnic0", which for names
+// like pnic7 is what comparing bytes gives too (such a name cannot fall
+// between two of them without having a number itself).
+bool KeyBefore(const ListingKey& a, const ListingKey& b) {
+  static const std::string kNumbered = "pnic0";
+  if (a.numbered && b.numbered) {
+    return a.number != b.number ? a.number < b.number : BytesBefore(*a.name, *b.name);
+  }
+  return BytesBefore(a.numbered ? kNumbered : *a.name, b.numbered ? kNumbered : *b.name);
+}
 
 }  // namespace
 
@@ -74,9 +108,22 @@ bool AdaptersDialog::ComesBefore(const std::string& a, const std::string& b) {
       numberA != numberB) {
     return numberA < numberB;
   }
-  const size_t shorter = std::min(a.size(), b.size());
-  const int order = memcmp(a.data(), b.data(), shorter);
-  return order != 0 ? order < 0 : a.size() < b.size();
+  return BytesBefore(a, b);
+}
+
+std::vector<size_t> AdaptersDialog::ListingOrder(const std::vector<std::string>& names) {
+  std::vector<ListingKey> keys;
+  keys.reserve(names.size());
+  for (const std::string& name : names) {
+    keys.push_back(KeyOf(name));
+  }
+  std::vector<size_t> order(names.size());
+  for (size_t i = 0; i < order.size(); ++i) {
+    order[i] = i;
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return KeyBefore(keys[a], keys[b]); });
+  return order;
 }
 
 std::string AdaptersDialog::Row(const Adapter& adapter) {
@@ -148,9 +195,12 @@ void AdaptersDialog::ReadAdapters() {
   }
   // A current uplink the host did not list stays choosable, with whatever
   // is known of it; otherwise it would be dropped without the user seeing.
+  std::set<std::string> listedNames;
+  for (const Adapter& adapter : adapters) {
+    listedNames.insert(adapter.name);
+  }
   for (const std::string& uplink : _uplinks) {
-    const bool listed = std::any_of(adapters.begin(), adapters.end(),
-                                    [&](const Adapter& a) { return a.name == uplink; });
+    const bool listed = listedNames.count(uplink) != 0;
     if (!listed) {
       Adapter adapter;
       adapter.name = uplink;
@@ -166,12 +216,14 @@ void AdaptersDialog::ReadAdapters() {
       adapter.usedBy.reset();
     }
   }
-  // Insertion by hand: the order mixes numbers and bytes, and a sort must
-  // not be handed a comparison that odd names could make inconsistent.
-  for (Adapter& adapter : adapters) {
-    auto at = std::find_if(_adapters.begin(), _adapters.end(),
-                           [&](const Adapter& a) { return ComesBefore(adapter.name, a.name); });
-    _adapters.insert(at, std::move(adapter));
+  std::vector<std::string> names;
+  names.reserve(adapters.size());
+  for (const Adapter& adapter : adapters) {
+    names.push_back(adapter.name);
+  }
+  _adapters.reserve(adapters.size());
+  for (size_t at : ListingOrder(names)) {
+    _adapters.push_back(std::move(adapters[at]));
   }
 }
 
@@ -189,6 +241,20 @@ bool AdaptersDialog::Finish() {
     MessageDialog message(this, Strings::kNoAdapter, kNoAdapterText);
     Frame::Run(&message);
     return false;
+  }
+  std::vector<Adapter> chosen;
+  for (const std::string& uplink : _uplinks) {
+    for (const Adapter& adapter : _adapters) {
+      if (adapter.name == uplink) {
+        chosen.push_back(adapter);
+      }
+    }
+  }
+  if (NoLinkDialog::NoneHasLink(chosen)) {
+    NoLinkDialog confirm(this, Strings::kAdaptersWarningTitle, chosen);
+    if (Frame::Run(&confirm) == 0) {
+      return false;
+    }
   }
   std::vector<Adapter> taken;
   for (const std::string& uplink : _uplinks) {

@@ -23,6 +23,12 @@ class AdaptersDialog : public AdapterChoiceDialog {
   // The listing order of adapter names: pnic2 before pnic10, other names
   // byte by byte with a prefix first.
   static bool ComesBefore(const std::string& a, const std::string& b);
+  // The positions of `names` in listing order, by one stable sort that
+  // reads each name once. It agrees with ComesBefore wherever that is a
+  // consistent order; where odd names make it go round in a circle
+  // ("pnic 5" < "pnic+" < "pnic3" < "pnic 5"), a name with a number sits
+  // with the others that have one.
+  static std::vector<size_t> ListingOrder(const std::vector<std::string>& names);
   // One row of the list (without its check box).
   static std::string Row(const Adapter& adapter);
   // The maximum number of active uplinks once `oldCount` uplinks became

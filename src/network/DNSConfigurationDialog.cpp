@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "HostCtl/AddressRules.h"
 #include "HostCtl/Ipv4Address.h"
 #include "HostCtl/Ipv6Address.h"
 #include "StringFactory.h"
@@ -18,10 +19,14 @@ constexpr int kWidth = 78;
 constexpr int kHeight = 17;
 constexpr int kTitleHeight = 6;
 constexpr int kFieldWidth = 44;
-// "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.255"
-constexpr size_t kLongestServer = 45;
-// The longest name DNS can carry.
-constexpr size_t kLongestHostname = 253;
+// "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.255", and for both fields one
+// character more: a longer paste then stays too long to pass its check,
+// instead of being cut to a value that happens to be valid.
+constexpr size_t kLongestServer = 45 + 1;
+constexpr size_t kLongestHostname = HostCtl::Network::kLongestName + 1;
+// The table has no title for a bad hostname.
+const char* const kInvalidHostnameTitle = "Invalid hostname";
+const char* const kInvalidHostnameText = "Please reenter a valid hostname.";
 constexpr int kSpacer = 2;
 
 bool IsServerKey(int key) {
@@ -80,14 +85,31 @@ DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent,
 }
 
 std::optional<FieldError> DNSConfigurationDialog::Check(const std::string& primary,
-                                                        const std::string& alternate) {
+                                                        const std::string& alternate,
+                                                        const std::string& hostname) {
   using HostCtl::Network::Ipv4Address;
   using HostCtl::Network::Ipv6Address;
   const std::string* texts[2] = {&primary, &alternate};
   for (int i = 0; i < 2; ++i) {
     const std::string& text = *texts[i];
-    if (!text.empty() && !Ipv4Address::IsValidAddress(text) && !Ipv6Address::IsValidAddress(text)) {
+    if (text.empty()) {
+      continue;
+    }
+    if (!Ipv4Address::IsValidAddress(text) && !Ipv6Address::IsValidAddress(text)) {
       return FieldError{kPrimaryField + i, Strings::kInvalidDnsTitle, Strings::kInvalidDnsText};
+    }
+    // "::" or "0.0.0.0" would read as no server and silently drop one.
+    if (const std::string reason = HostCtl::Network::NameServerProblem(*ServerOf(text));
+        !reason.empty()) {
+      return ReasonError(kPrimaryField + i, Strings::kInvalidDnsTitle, Strings::kInvalidDnsText,
+                         reason);
+    }
+  }
+  // An empty hostname is let through as it always was.
+  if (!hostname.empty()) {
+    if (const std::string reason = HostCtl::Network::NameProblem(hostname); !reason.empty()) {
+      return FieldError{kHostnameField, 0, 0, kInvalidHostnameTitle,
+                        reason + " " + kInvalidHostnameText};
     }
   }
   return std::nullopt;
@@ -130,7 +152,7 @@ bool DNSConfigurationDialog::Finish() {
   }
   const std::string& primary = _fields[0]->GetValue();
   const std::string& alternate = _fields[1]->GetValue();
-  if (const std::optional<FieldError> error = Check(primary, alternate)) {
+  if (const std::optional<FieldError> error = Check(primary, alternate, _fields[2]->GetValue())) {
     ShowFieldError(this, *_list, ListIndex(error->field), *error);
     return false;
   }

@@ -34,9 +34,13 @@ class DNSConfigurationDialog : public Dialog {
   const HostCtl::Network::IpAddress* GetAlternate() const { return _alternate.get(); }
   const std::string& GetHostname() const { return _hostname; }
 
-  // The first server field whose text is neither empty nor an IPv4 or IPv6
-  // address; nothing when both are usable.
-  static std::optional<FieldError> Check(const std::string& primary, const std::string& alternate);
+  // The first field, in screen order, that cannot be used: a server field
+  // whose text is neither empty nor a usable IPv4 or IPv6 name server, or a
+  // hostname that is not empty and not a valid name; nothing when all are
+  // usable.
+  static std::optional<FieldError> Check(const std::string& primary,
+                                         const std::string& alternate,
+                                         const std::string& hostname = "");
   // The server a field's text stands for: none when empty, IPv6 when the
   // text is an IPv6 address, else IPv4. The text must have passed Check.
   static std::unique_ptr<HostCtl::Network::IpAddress> ServerOf(const std::string& text);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "HostCtl/AddressRules.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -17,8 +18,9 @@ constexpr int kWidth = 78;
 constexpr int kHeight = 19;
 constexpr int kTitleHeight = 7;
 constexpr int kFieldWidth = 16;
-// "255.255.255.255"
-constexpr size_t kLongestAddress = 15;
+// "255.255.255.255" and one more: a longer paste then stays too long to be
+// an address, instead of being cut to one that happens to be valid.
+constexpr size_t kLongestAddress = 16;
 // The spacer sits between the radio items and the fields: list positions
 // after it are one more than their selection index.
 constexpr int kSpacer = 3;
@@ -84,6 +86,19 @@ std::optional<FieldError> IPConfigurationDialog::Check(const std::string& addres
   }
   if (!Ipv4Address::IsValidAddress(gateway)) {
     return FieldError{kGatewayField, Strings::kInvalidGatewayTitle, Strings::kInvalidGatewayText};
+  }
+  // Well formed, all three; now whether they mean anything together.
+  const Ipv4Address host(address);
+  const Ipv4Address mask(netmask);
+  if (const std::string reason = HostCtl::Network::Ipv4AddressProblem(host, mask);
+      !reason.empty()) {
+    return ReasonError(kAddressField, Strings::kInvalidIpTitle, Strings::kInvalidIpv4Text, reason);
+  }
+  if (const std::string reason =
+          HostCtl::Network::Ipv4GatewayProblem(Ipv4Address(gateway), host, mask);
+      !reason.empty()) {
+    return ReasonError(kGatewayField, Strings::kInvalidGatewayTitle, Strings::kInvalidGatewayText,
+                       reason);
   }
   return std::nullopt;
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "HostCtl/AddressRules.h"
 #include "HostCtl/Ipv6Address.h"
 #include "HostCtl/Ipv6Network.h"
 #include "StringFactory.h"
@@ -112,14 +113,29 @@ std::optional<FieldError> IPv6ConfigurationDialog::Check(const std::string (&add
       return FieldError{kFirstAddressField + i, Strings::kInvalidIpTitle,
                         Strings::kInvalidIpv6NetworkText};
     }
-    if (Ipv6Network(text).IsLinkLocal()) {
+    const Ipv6Network network(text);
+    if (network.IsLinkLocal()) {
       return FieldError{kFirstAddressField + i, Strings::kInvalidScopeTitle,
                         Strings::kLinkLocalStaticText};
     }
+    if (const std::string reason = HostCtl::Network::Ipv6AddressProblem(network.GetAddress());
+        !reason.empty()) {
+      return ReasonError(kFirstAddressField + i, Strings::kInvalidIpTitle,
+                         Strings::kInvalidIpv6NetworkText, reason);
+    }
   }
-  if (!gateway.empty() && !HostCtl::Network::Ipv6Address::IsValidAddress(gateway)) {
+  if (gateway.empty()) {
+    return std::nullopt;
+  }
+  if (!HostCtl::Network::Ipv6Address::IsValidAddress(gateway)) {
     return FieldError{kGatewayField, Strings::kInvalidGatewayTitle,
                       Strings::kInvalidIpv6GatewayText};
+  }
+  if (const std::string reason =
+          HostCtl::Network::Ipv6GatewayProblem(HostCtl::Network::Ipv6Address(gateway));
+      !reason.empty()) {
+    return ReasonError(kGatewayField, Strings::kInvalidGatewayTitle,
+                       Strings::kInvalidIpv6GatewayText, reason);
   }
   return std::nullopt;
 }

@@ -22,6 +22,7 @@
 #include "NexCtl/RoutingInfoImpl.h"
 #include "NexCtl/VirtualSwitchInfoImpl.h"
 #include "Platform.h"
+#include "ReadScope.h"
 #include "RebootConfirmDialog.h"
 #include "StringFactory.h"
 
@@ -96,9 +97,12 @@ class ApplyPass {
     Frame::Run(&dialog);
   }
 
+  // Each step reads the host afresh (and its calls share that reading): it
+  // must see what the steps before it changed.
   template <class Step>
   bool Try(const char* prefix, Step step) {
     try {
+      Platform::ReadScope fresh(Platform::ReadScope::kFresh);
       step();
       return true;
     } catch (const HostCtlException& e) {
@@ -112,6 +116,7 @@ class ApplyPass {
   template <class Operation>
   bool Quietly(const char* prefix, Operation operation) {
     try {
+      Platform::ReadScope fresh(Platform::ReadScope::kFresh);
       operation();
       return true;
     } catch (const HostCtlException& e) {
@@ -133,9 +138,22 @@ class ApplyPass {
     });
   }
 
+  // An active uplink that leaves hands its place to the first standby one in
+  // the same write: the port group is never left without an active uplink,
+  // not even between two steps.
   bool RemoveUplink(const std::string& name) {
     return EditTeaming("Removing uplink failed: ", [&](const PortGroup&, NicTeamingPolicy& policy) {
       policy.RemoveUplink(name);
+      std::vector<std::string> active = policy.GetActiveUplinks();
+      std::vector<std::string> standby = policy.GetStandbyUplinks();
+      const int maxActive = policy.GetMaxActiveUplinks();
+      while (!standby.empty() &&
+             (active.empty() || maxActive <= 0 || static_cast<int>(active.size()) < maxActive)) {
+        active.push_back(standby.front());
+        standby.erase(standby.begin());
+      }
+      policy.SetActiveUplinks(std::move(active));
+      policy.SetStandbyUplinks(std::move(standby));
       return true;
     });
   }
@@ -156,17 +174,24 @@ class ApplyPass {
   }
 
   // The record's order (the first adapters active, the rest standby) and
-  // maximum, when the host's differ.
+  // maximum, when the host's differ. The split is compared, not only the
+  // order: the same order with the first adapter on standby leaves the
+  // management network without an active uplink.
   void OrderUplinks() {
     const std::vector<std::string>& wanted = _settings.uplinks;
     const int maxActive = _settings.maxActiveUplinks;
+    const size_t activeCount = std::min(wanted.size(), static_cast<size_t>(std::max(maxActive, 1)));
+    const std::vector<std::string> active(wanted.begin(),
+                                          wanted.begin() + static_cast<long>(activeCount));
+    const std::vector<std::string> standby(wanted.begin() + static_cast<long>(activeCount),
+                                           wanted.end());
     EditTeaming("Setting uplink order failed: ", [&](const PortGroup&, NicTeamingPolicy& policy) {
-      if (policy.GetUplinks() == wanted && policy.GetMaxActiveUplinks() == maxActive) {
+      if (policy.GetActiveUplinks() == active && policy.GetStandbyUplinks() == standby &&
+          policy.GetMaxActiveUplinks() == maxActive) {
         return false;
       }
-      const size_t active = std::min(wanted.size(), static_cast<size_t>(std::max(maxActive, 1)));
-      policy.SetActiveUplinks({wanted.begin(), wanted.begin() + static_cast<long>(active)});
-      policy.SetStandbyUplinks({wanted.begin() + static_cast<long>(active), wanted.end()});
+      policy.SetActiveUplinks(active);
+      policy.SetStandbyUplinks(standby);
       policy.SetMaxActiveUplinks(maxActive);
       return true;
     });

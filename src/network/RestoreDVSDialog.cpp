@@ -53,6 +53,9 @@ std::string Summary(const DvsRepair& repair) {
   const std::string key = AdapterChoiceDialog::Plain(repair.portKey);
   const std::string port = key + (IsHostLocalPort(repair.portKey) ? " (host-local)" : "");
   const std::string settings = repair.health.missing ? "the switch's defaults" : "port " + key;
+  const char* oldPort = IsHostLocalPort(repair.portKey) && !repair.health.missing
+                            ? " The old host-local port is removed."
+                            : " The old port stays for the switch's manager.";
   return "{align:padding:23}Management interface:{/align}" +
          AdapterChoiceDialog::Plain(repair.nic) +
          "\n{align:padding:23}Distributed switch:{/align}" +
@@ -60,7 +63,7 @@ std::string Summary(const DvsRepair& repair) {
          "\n{align:padding:23}Port state:{/align}" + StateText(repair.health) +
          "\n\nA new host-local port, unblocked and on the uplinks you choose, takes over; its "
          "other settings come from " +
-         settings + ". The old port stays for the switch's manager.\n\n" + kQuestion;
+         settings + "." + oldPort + "\n\n" + kQuestion;
 }
 
 }  // namespace

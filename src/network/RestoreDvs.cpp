@@ -9,6 +9,7 @@
 
 #include "AdaptersDialog.h"
 #include "Command.h"
+#include "HostCtl/HostCtlException.h"
 #include "NetworkSettings.h"
 #include "NexCtl/DVPortImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -67,13 +68,10 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
     }
   }
 
-  std::vector<DvsUplinkCandidate> candidates;
+  std::vector<DvsUplinkCandidate> offered;
   auto offer = [&](DvsUplinkCandidate candidate) {
     candidate.active = Contains(activeUplinks, candidate.adapter.name);
-    auto at = std::find_if(candidates.begin(), candidates.end(), [&](const DvsUplinkCandidate& c) {
-      return AdaptersDialog::ComesBefore(candidate.adapter.name, c.adapter.name);
-    });
-    candidates.insert(at, std::move(candidate));
+    offered.push_back(std::move(candidate));
   };
   for (const PnicInfo& pnic : pnics) {
     DvsUplinkCandidate candidate;
@@ -99,6 +97,17 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
       candidate.adapter.usedBy = dvSwitch;
       offer(std::move(candidate));
     }
+  }
+  // In listing order, sorted once.
+  std::vector<std::string> names;
+  names.reserve(offered.size());
+  for (const DvsUplinkCandidate& candidate : offered) {
+    names.push_back(candidate.adapter.name);
+  }
+  std::vector<DvsUplinkCandidate> candidates;
+  candidates.reserve(offered.size());
+  for (size_t at : AdaptersDialog::ListingOrder(names)) {
+    candidates.push_back(std::move(offered[at]));
   }
   return candidates;
 }
@@ -176,6 +185,21 @@ std::string ApplyDvsRepair(const DvsRepair& repair, const std::vector<std::strin
                               " to host-local port " + key;
   Platform::Syslog(LOG_INFO, "%s", message.c_str());
   NexCtl::Network::NexelNicInfoImpl().MoveToDVPort(repair.nic, repair.dvSwitch, key);
+  // A host-local port that an earlier repair made is the host's own, and
+  // nothing uses it any more: left behind, every repair would add one. The
+  // repair has succeeded by now, so a failure here is only logged.
+  if (IsHostLocalPort(repair.portKey) && !repair.health.missing) {
+    try {
+      dvPorts.RemoveHostLocalPort(repair.dvSwitch, repair.portKey);
+      Platform::Syslog(
+          LOG_INFO, "%s",
+          ("Restoring DVS port: removed replaced host-local port " + repair.portKey).c_str());
+    } catch (const HostCtl::Lib::HostCtlException& e) {
+      Platform::Syslog(
+          LOG_ERR, "%s",
+          ("Removing host-local port " + repair.portKey + " failed: " + e.what()).c_str());
+    }
+  }
   PostObsv("obsv.user.merel.dvs.port.restored", message);
   return key;
 }

@@ -7,7 +7,8 @@
 // out that needs no manager is a host-local port: the host creates it on the
 // same switch, copies the broken port's settings (VLAN and so on), gives it
 // the uplinks the administrator chose, and the management interface moves
-// onto it. The old port is left in place for the manager to clean up.
+// onto it. The old port is left in place for the manager to clean up,
+// unless it is a host-local port of an earlier repair: that one is removed.
 #pragma once
 
 #include <string>

@@ -1,10 +1,13 @@
-// The suffixes dialog: one field, no check on Enter.
+// The suffixes dialog: one field, each suffix in it checked on Enter.
 #include "SuffixesDialog.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "DialogFields.h"
+#include "HostCtl/AddressRules.h"
+#include "NetworkSettings.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -18,6 +21,21 @@ constexpr int kTitleHeight = 8;
 constexpr int kFieldWidth = 40;
 // Room for a long search list; more than the resolver would ever use.
 constexpr size_t kLongestText = 1024;
+// The field takes one character more than is allowed, so that a paste that
+// does not fit is refused on Enter as a whole, never stored cut short.
+constexpr size_t kFieldLimit = kLongestText + 1;
+// A bad suffix is quoted in the message, up to this many characters.
+constexpr size_t kLongestQuote = 40;
+const char* const kInvalidSuffixTitle = "Invalid DNS suffix";
+const char* const kInvalidSuffixText =
+    "Please reenter the suffixes, separated by spaces or commas.";
+
+std::string Quote(const std::string& suffix) {
+  if (suffix.size() <= kLongestQuote) {
+    return "\"" + suffix + "\"";
+  }
+  return "\"" + suffix.substr(0, kLongestQuote - 3) + "...\"";
+}
 
 }  // namespace
 
@@ -44,17 +62,38 @@ bool SuffixesDialog::IsFieldKey(int key) {
          key == ' ' || key == ',' || FieldKeys::IsEditing(key);
 }
 
+std::optional<FieldError> SuffixesDialog::Check(const std::string& text) {
+  if (text.size() > kLongestText) {
+    return FieldError{0, 0, 0, kInvalidSuffixTitle,
+                      "The suffixes can have at most " + std::to_string(kLongestText) +
+                          " characters in all. " + kInvalidSuffixText};
+  }
+  for (const std::string& suffix : SplitSuffixes(text)) {
+    if (const std::string reason = HostCtl::Network::NameProblem(suffix); !reason.empty()) {
+      return FieldError{0, 0, 0, kInvalidSuffixTitle,
+                        Quote(suffix) + ": " + reason + " " + kInvalidSuffixText};
+    }
+  }
+  return std::nullopt;
+}
+
 int SuffixesDialog::Loop() {
   if (!OpenFields(Strings::kNetSuffixes, Strings::kSuffixesText, kOkCancelFooter, _list)) {
     return 0;
   }
   while (true) {
     const int key = Frame::WaitForKey(this, true);
+    if (key == kKeyEnter) {
+      if (const std::optional<FieldError> error = Check(_field->GetValue())) {
+        ShowFieldError(this, *_list, 0, *error);
+        continue;
+      }
+    }
     if (key == kKeyEnter || key == kKeyEscape) {
       Window::ShowCursor(false);
       return key == kKeyEnter ? 1 : 0;
     }
-    if (IsFieldKey(key) && FieldKeys::Fits(*_field, key, kLongestText)) {
+    if (IsFieldKey(key) && FieldKeys::Fits(*_field, key, kFieldLimit)) {
       _field->HandleKey(key);
       _list->DrawItems();
     }

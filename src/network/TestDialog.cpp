@@ -19,7 +19,11 @@ namespace {
 
 constexpr int kAddressFields = 3;
 constexpr int kHostnameField = 3;
+// The fields show 30 columns and scroll; what they take is bounded only
+// by the longest host name a resolver accepts, so that a full IPv6 address
+// or a long name can be typed whole.
 constexpr int kFieldLength = 30;
+constexpr size_t kTypedLimit = 255;
 
 const char* const kFooter =
     "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}"
@@ -177,7 +181,7 @@ int TestDialog::Loop() {
       }
       default: {
         const bool accepted = selection == kHostnameField ? IsHostnameKey(key) : IsAddressKey(key);
-        if (accepted && FieldKeys::Fits(*_fields[selection], key, kFieldLength)) {
+        if (accepted && FieldKeys::Fits(*_fields[selection], key, kTypedLimit)) {
           _fields[selection]->HandleKey(key);
         }
         break;

@@ -1,7 +1,8 @@
 // The uplink chooser of the port repair. The rows look like the adapter
 // list of the network window, with the speed in place of the hardware label
 // (what matters when picking a way out is which adapter has link and how
-// fast). The broken port's active uplinks come checked; an adapter of a
+// fast). The broken port's active uplinks that have link come checked;
+// choosing only adapters without link is asked about; an adapter of a
 // standard switch may be chosen, but Enter first says which switch loses it.
 // Choosing nothing is refused: the interface would have no way out at all.
 #include "UplinksDialog.h"
@@ -11,6 +12,7 @@
 
 #include "ItemList.h"
 #include "MessageDialog.h"
+#include "NoLinkDialog.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 #include "UsedUplinksDialog.h"
@@ -53,7 +55,9 @@ UplinksDialog::UplinksDialog(Frame* parent, const DvsRepair& repair)
       _repair(repair) {
   std::vector<std::pair<std::string, bool>> rows;
   for (const DvsUplinkCandidate& candidate : _repair.candidates) {
-    rows.emplace_back(Row(candidate), candidate.active);
+    // A dead uplink of the broken port is no way out: offered, not chosen.
+    rows.emplace_back(Row(candidate),
+                      candidate.active && candidate.adapter.connected.value_or(false));
   }
   SetRows(kHeader, rows);
 }
@@ -79,9 +83,11 @@ std::string UplinksDialog::Row(const DvsUplinkCandidate& candidate) {
 
 bool UplinksDialog::Finish() {
   _chosen.clear();
+  std::vector<Adapter> chosen;
   for (size_t i = 0; i < _checks.size(); ++i) {
     if (_checks[i]->IsChecked()) {
       _chosen.push_back(_repair.candidates[i].adapter.name);
+      chosen.push_back(_repair.candidates[i].adapter);
     }
   }
   if (_chosen.empty()) {
@@ -90,6 +96,12 @@ bool UplinksDialog::Finish() {
         std::string(_strings->GetString(Strings::kNoUplinksSelected)) + kChooseOne);
     Frame::Run(&message);
     return false;
+  }
+  if (NoLinkDialog::NoneHasLink(chosen)) {
+    NoLinkDialog confirm(this, Strings::kDvsUplinksWarningTitle, chosen);
+    if (Frame::Run(&confirm) == 0) {
+      return false;
+    }
   }
   const std::vector<Adapter> taken = TakenFromStandardSwitches(_repair.candidates, _chosen);
   if (!taken.empty()) {

@@ -17,6 +17,7 @@
 #include <security/pam_appl.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <cctype>
 #include <memory>
 #include <vector>
@@ -87,9 +88,25 @@ void PostLoginFailedEvent(bool denied, const std::string& user) {
 
 }  // namespace
 
+std::string LoggedUserName(const std::string& typed, const std::vector<std::string>& accounts) {
+  size_t longest = 0;
+  bool used[256] = {};
+  for (const std::string& account : accounts) {
+    longest = std::max(longest, account.size());
+    for (unsigned char c : account) {
+      used[c] = true;
+    }
+  }
+  bool known = !typed.empty() && typed.size() <= longest;
+  for (size_t i = 0; known && i < typed.size(); ++i) {
+    known = used[static_cast<unsigned char>(typed[i])];
+  }
+  return known ? typed : "unknown user";
+}
+
 LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
-  const char* name = user.c_str();
   if (pamResult == PAM_SUCCESS) {
+    const char* name = user.c_str();
     // Level 0 of the auth facility is deliberate: a console login is an
     // event the host's log collectors must never filter out.
     Platform::Syslog(LOG_AUTH | LOG_EMERG, "Authentication of user %s succeeded", name);
@@ -97,6 +114,10 @@ LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
     AuditLog_Session("login.connect", name, 1, nullptr, nullptr);
     return {.success = true};
   }
+  // What was typed may be anything, a password included: only a name that
+  // could be an account's goes into the logs.
+  const std::string logged = LoggedUserName(user, Platform::AccountNames());
+  const char* name = logged.c_str();
   LoginOutcome outcome;
   const char* reason = nullptr;
   switch (pamResult) {
@@ -124,7 +145,7 @@ LoginOutcome RecordLoginResult(int pamResult, const std::string& user) {
       break;
   }
   AuditLog_Session("login.connect", name, 0, "reason", reason);
-  PostLoginFailedEvent(outcome.titleKey == Strings::kLoginDeniedTitle, user);
+  PostLoginFailedEvent(outcome.titleKey == Strings::kLoginDeniedTitle, logged);
   return outcome;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Dialog.h"
 #include "ItemList.h"
@@ -20,8 +21,15 @@ struct LoginOutcome {
   uint32_t messageKey = 0;  // message dialog text
   bool clearPassword = false;
 };
-// Logs, audits and reports the PAM result of `user`'s login attempt.
+// Logs, audits and reports the PAM result of `user`'s login attempt. A
+// failed attempt names the user only as LoggedUserName allows.
 LoginOutcome RecordLoginResult(int pamResult, const std::string& user);
+
+// The name a failed login is logged under: what was typed into the login
+// name field, or "unknown user" when it is longer than the longest of the
+// host's `accounts` or holds a character that none of them has. A password
+// typed into the wrong field is so kept out of logs everyone can read.
+std::string LoggedUserName(const std::string& typed, const std::vector<std::string>& accounts);
 
 // The first user id on the smart card in the reader; empty when there is no
 // card, no user on it, or the lookup failed (which is logged).

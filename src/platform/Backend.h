@@ -39,6 +39,9 @@ class Backend {
   // Whether `fd` is the host's own console keyboard. The default asks the
   // kernel (the keyboard-type query only a console answers).
   virtual bool ConsoleKeyboard(int fd);
+  // The names of the host's local accounts. The default reads the host's
+  // "/etc/passwd".
+  virtual std::vector<std::string> AccountNames();
 
   // The host's state. Load reads it afresh; Modify is an atomic
   // read-modify-write (no update of another process is lost). Both throw
@@ -56,5 +59,10 @@ class Backend {
                           const std::string& name,
                           const std::string& value) = 0;
 };
+
+// The first field of every line of a file in the password-file format
+// ("name:..."); empty when the file cannot be read. Nothing else of a line
+// is kept.
+std::vector<std::string> ReadAccountNames(const std::string& path);
 
 }  // namespace Platform

@@ -11,7 +11,7 @@ namespace Platform {
 
 namespace {
 
-constexpr std::array<std::string_view, 110> kCalls = {
+constexpr std::array<std::string_view, 112> kCalls = {
     "AdvancedOptionImpl.FindOption",
     "AdvancedOptionImpl.SetIntegerOption",
     "CpuInfoImpl.GetDescription",
@@ -21,7 +21,9 @@ constexpr std::array<std::string_view, 110> kCalls = {
     "DVPortImpl.AddHostLocalPort",
     "DVPortImpl.AddUplink",
     "DVPortImpl.GetPorts",
+    "DVPortImpl.RemoveHostLocalPort",
     "DVPortImpl.RemoveUplink",
+    "DVPortImpl.SetTeamingPolicy",
     "DnsConfigImpl.AddNameServer",
     "DnsConfigImpl.AddSearchDomain",
     "DnsConfigImpl.GetDomain",

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 
 #include "Backend.h"
@@ -84,6 +85,23 @@ bool Backend::SwitchVirtualTerminal(int vt) {
 bool Backend::ConsoleKeyboard(int fd) {
   char type = 0;
   return ioctl(fd, KDGKBTYPE, &type) == 0;
+}
+
+std::vector<std::string> Backend::AccountNames() {
+  return ReadAccountNames(HostPath("/etc/passwd"));
+}
+
+std::vector<std::string> ReadAccountNames(const std::string& path) {
+  std::vector<std::string> names;
+  std::ifstream file(path);
+  std::string line;
+  while (std::getline(file, line)) {
+    const std::string name = line.substr(0, line.find(':'));
+    if (!name.empty() && name[0] != '#') {
+      names.push_back(name);
+    }
+  }
+  return names;
 }
 
 bool Select(std::string& error) {
@@ -192,6 +210,10 @@ void Syslog(int priority, const char* format, ...) {
 
 bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
   return Current().ResolveHostname(name, addresses);
+}
+
+std::vector<std::string> AccountNames() {
+  return Current().AccountNames();
 }
 
 bool SwitchVirtualTerminal(int vt) {

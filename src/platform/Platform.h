@@ -47,6 +47,9 @@ void Syslog(int priority, const char* format, ...) __attribute__((format(printf,
 // Name resolution as the host does it (its own /etc/hosts first).
 bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses);
 
+// The names of the host's local accounts; empty when they cannot be read.
+std::vector<std::string> AccountNames();
+
 // Brings virtual terminal `vt` of the host's console to the front (on a real
 // host: VT_ACTIVATE, else VT_WAITACTIVE, on /dev/console). A simulated host
 // only records it: the machine's own console is never switched.

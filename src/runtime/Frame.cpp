@@ -23,6 +23,7 @@
 #include "HostCtl/HostCtlException.h"
 #include "NexCtl/AdvancedOptionImpl.h"
 #include "Platform.h"
+#include "ReadScope.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -89,7 +90,26 @@ struct timeval TimeLeft(const struct timeval& now, const struct timeval& deadlin
   return left;
 }
 
+// The action under way: the start-up, or the handling of the last key, up
+// to the next key wait. Its host-library calls share one reading of the host.
+// A plain pointer: an exit from inside an action must not run a destructor
+// after the reading it would forget is gone.
+Platform::ReadScope* currentAction = nullptr;
+
+// The key wait ends the action: whatever happens next (the next key, a dim,
+// a smart-card event) reads the host afresh.
+void EndAction() {
+  delete currentAction;
+  currentAction = nullptr;
+  Platform::ReadScope::Forget();
+}
+
 }  // namespace
+
+void Frame::BeginAction() {
+  EndAction();
+  currentAction = new Platform::ReadScope();
+}
 
 Frame::Frame(Frame* parent, int x, int y, int width, int height, int background, int foreground)
     // Frames overlap their parent rather than being part of it, so even a
@@ -144,6 +164,7 @@ Frame::Deadlines Frame::ComputeDeadlines(const struct timeval& start, bool useId
 }
 
 int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
+  EndAction();
   struct timeval start;
   gettimeofday(&start, nullptr);
   const Deadlines deadlines = ComputeDeadlines(start, useIdleLimit);
@@ -157,6 +178,7 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
     }
     if (!dimmed && timercmp(&now, &deadlines.dim, >)) {
       if (frame != nullptr) {
+        Platform::ReadScope redraw;
         frame->Draw(false);
         frame->Refresh();
       }
@@ -176,7 +198,8 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
     }
 
     switch (key) {
-      case kSmartCardEvent:
+      case kSmartCardEvent: {
+        Platform::ReadScope redraw;
         if (fgFrame != nullptr) {
           fgFrame->Update();
         }
@@ -184,6 +207,7 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
           _smartCardCheck();
         }
         continue;
+      }
       case kRestartRequest:
         if (!_loggedIn) {
           exit(0);
@@ -201,6 +225,7 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
         exit(0);
       case kChildExited:
         if (_wakeOnChildExit) {
+          BeginAction();
           return kChildExited;
         }
         continue;
@@ -210,8 +235,10 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
     if (key < 0) {
       continue;  // time-out, error, or a byte we do not know
     }
+    BeginAction();
     if (dimmed && frame != nullptr) {
-      clearok(curscr, TRUE);
+      // Only the colours change back: curses knows what the terminal shows,
+      // so the update sends the recoloured cells, without a clear.
       frame->Draw(true);
       frame->Refresh();
     }
@@ -241,7 +268,12 @@ int Frame::ReadKey(const struct timeval* interval) {
   }
   int ready = poll(fds, 2, timeout);
   if (ready < 0) {
-    LogErrno("poll() failed");
+    // A signal with a handler of its own (the network test's child-exit
+    // handler) interrupts the wait; that is no fault. The caller waits
+    // again with what is left of its time.
+    if (errno != EINTR) {
+      LogErrno("poll() failed");
+    }
     return kIgnored;
   }
   if (ready == 0) {

@@ -36,6 +36,11 @@ class Frame : public Window {
   // The next real key (>= 0) for `frame`; handles pseudo-keys itself, may throw
   // MerelTimeout (idle limit, when `useIdleLimit`) or end the process.
   static int WaitForKey(Frame* frame, bool useIdleLimit);
+  // Starts an action: the host-library calls from here to the next key wait
+  // share one reading of the host (Platform::ReadScope). The key wait starts
+  // one for each key it hands out, and for its own redraws; main for the
+  // start-up.
+  static void BeginAction();
   // One poll of standard input and the signal pipe: a key, a pseudo-key,
   // -2 on time-out, -1 on error. `interval` null = no time-out.
   static int ReadKey(const struct timeval* interval);

@@ -16,7 +16,16 @@ Window::Window(int x, int y, int width, int height, int background, int foregrou
       _width(width),
       _height(height),
       _background(background),
-      _foreground(foreground) {}
+      _foreground(foreground) {
+  // Curses marks a new window that covers the whole screen for clearing, so
+  // opening a full-screen frame would send a clear and every cell again.
+  // What it draws is only what differs from what the terminal shows; a
+  // screen that really must start from a clear terminal asks for that
+  // itself (clearok on curscr).
+  if (_window != nullptr) {
+    clearok(_window, FALSE);
+  }
+}
 
 Window::Window(Window* parent, int x, int y, int width, int height, int background, int foreground)
     : _parent(parent),

@@ -351,15 +351,15 @@ int WelcomeWindow::Loop() {
           bwColor = !bwColor;
           Layout();
         } else {
-          clearok(curscr, TRUE);
+          // Nothing changes, and nothing is sent for it: mending a garbled
+          // screen is what the other keys are for.
           Refresh();
         }
         break;
       default:
         // A custom message longer than the screen pages with the keys that
         // page everywhere else; nothing else on this screen uses them.
-        if (_messageArea != nullptr && _messageArea->LineCount() > _messageArea->GetHeight() &&
-            _messageArea->ScrollByKey(key)) {
+        if (_messageArea != nullptr && _messageArea->ScrollLongTextByKey(key)) {
           break;
         }
         clearok(curscr, TRUE);

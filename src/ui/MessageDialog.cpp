@@ -39,12 +39,15 @@ MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, uint32_t messageK
     : MessageDialog(parent, titleKey, std::string(MessageText(messageKey))) {}
 
 MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string message)
+    : MessageDialog(parent, std::string(MessageText(titleKey)), std::move(message)) {}
+
+MessageDialog::MessageDialog(Frame* parent, std::string title, std::string message)
     : Dialog(parent, kWidth, kHeight + ExtraRows(message), kTitleHeight + ExtraRows(message)),
-      _titleKey(titleKey),
+      _title(std::move(title)),
       _message(std::move(message)) {}
 
 int MessageDialog::Loop() {
-  SetTitle(_strings->GetString(_titleKey));
+  SetTitle(_title);
   SetText(_message);
   SetFooter(kOkFooter);
   while (Frame::WaitForKey(this, true) != kKeyEnter) {

@@ -14,10 +14,12 @@ class MessageDialog : public Dialog {
   MessageDialog(Frame* parent, uint32_t titleKey, uint32_t messageKey);
   // For messages composed at run time (the title still comes from the table).
   MessageDialog(Frame* parent, uint32_t titleKey, std::string message);
+  // Both composed at run time, for a message the table has no title for.
+  MessageDialog(Frame* parent, std::string title, std::string message);
   int Loop() override;
 
  private:
-  uint32_t _titleKey;
+  std::string _title;
   std::string _message;
 };
 

@@ -327,7 +327,10 @@ int TextArea::LineCount() const {
 }
 
 bool TextArea::ScrollBy(int lines) {
-  const std::string laidOut = LayOutText();
+  return ScrollLaidOut(LayOutText(), lines);
+}
+
+bool TextArea::ScrollLaidOut(const std::string& laidOut, int lines) {
   // 64-bit sum: callers jump to the ends with huge steps.
   const long long wanted = static_cast<long long>(_scroll) + lines;
   const int scroll = ClampScroll(
@@ -361,30 +364,46 @@ bool TextArea::ScrollBy(int lines) {
   return true;
 }
 
-bool TextArea::ScrollByKey(int key) {
+int TextArea::ScrollStep(int key) const {
   const int page = std::max(1, _height - 1);
   switch (key) {
     case KEY_UP:
-      ScrollBy(-1);
-      return true;
+      return -1;
     case KEY_DOWN:
-      ScrollBy(1);
-      return true;
+      return 1;
     case KEY_PPAGE:
-      ScrollBy(-page);
-      return true;
+      return -page;
     case KEY_NPAGE:
-      ScrollBy(page);
-      return true;
+      return page;
     case KEY_HOME:
-      ScrollBy(INT_MIN);
-      return true;
+      return INT_MIN;
     case KEY_END:
-      ScrollBy(INT_MAX);
-      return true;
+      return INT_MAX;
     default:
-      return false;
+      return 0;
   }
+}
+
+bool TextArea::ScrollByKey(int key) {
+  const int step = ScrollStep(key);
+  if (step == 0) {
+    return false;
+  }
+  ScrollBy(step);
+  return true;
+}
+
+bool TextArea::ScrollLongTextByKey(int key) {
+  const int step = ScrollStep(key);
+  if (step == 0) {
+    return false;
+  }
+  const std::string laidOut = LayOutText();
+  if (CountLines(laidOut) <= _height) {
+    return false;
+  }
+  ScrollLaidOut(laidOut, step);
+  return true;
 }
 
 void TextArea::Render() {

@@ -42,6 +42,9 @@ class TextArea : public Window {
   // and End to either end. True when `key` is one of them, whether or not
   // the view could move.
   bool ScrollByKey(int key);
+  // The same for a text that may fit: false, and nothing done, when `key`
+  // is not one of those keys or the text fits the area (laid out once).
+  bool ScrollLongTextByKey(int key);
 
   // The layout pass: alignment, variables and wrapping; colour tags pass
   // through. Without markup only the wrapping is done.
@@ -67,6 +70,10 @@ class TextArea : public Window {
 
  private:
   std::string LayOutText() const;
+  // ScrollBy over a layout already made.
+  bool ScrollLaidOut(const std::string& laidOut, int lines);
+  // How far a scrolling key moves the view; 0 for any other key.
+  int ScrollStep(int key) const;
   void Render();
   // Draws the window rows [fromRow, toRow) of the laid-out text as seen
   // from the current scroll position.

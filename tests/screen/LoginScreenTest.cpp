@@ -2,6 +2,7 @@
 // (pam_wrapper + pam_matrix on the simulated host's password file, plus the
 // host's account module for expired and refused accounts), and the
 // keyboard layout dialog reached from the login's first line.
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -117,9 +118,16 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"WrongPassword", "root", "nope", "", "", "Authentication failed", kInvalid,
                     "Authentication of user root failed", "Authentication of user root failed",
                     "login.connect user=root success=0 reason=\"Invalid Login\"", ""},
-        RefusedCase{"UnknownUser", "nobody", "merel", "", "", "Authentication failed", kInvalid,
-                    "Authentication of user nobody failed", "Authentication of user nobody failed",
-                    "login.connect user=nobody success=0 reason=\"Invalid Login\"", ""},
+        // No such account, but a name one could have: logged as typed.
+        RefusedCase{"UnknownUser", "toor", "merel", "", "", "Authentication failed", kInvalid,
+                    "Authentication of user toor failed", "Authentication of user toor failed",
+                    "login.connect user=toor success=0 reason=\"Invalid Login\"", ""},
+        // A character no account name has (a password typed into the name
+        // field, say): the name stays out of the logs.
+        RefusedCase{"OddName", "Secr3t!", "merel", "", "", "Authentication failed", kInvalid,
+                    "Authentication of user unknown user failed",
+                    "Authentication of user unknown user failed",
+                    "login.connect user=\"unknown user\" success=0 reason=\"Invalid Login\"", ""},
         // PAM_NEW_AUTHTOK_REQD (12).
         RefusedCase{"Expired", "root", "merel", "", "expired", "Authentication Denied", kExpired,
                     "Password has expired for user root", "Access denied for user root",
@@ -139,6 +147,38 @@ INSTANTIATE_TEST_SUITE_P(
                     "Access denied for user sshonly",
                     "login.connect user=sshonly success=0 reason=\"No permission\"", "**"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// A page pasted into the login name field: refused like any unknown name,
+// and none of it reaches the logs, so no log line grows with it.
+TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenLogin(host);
+  std::string pasted;
+  while (pasted.size() < 10240) {
+    pasted += "hunter2 ";
+  }
+  console->SendKey(Key::kUp);
+  console->SendText(pasted);
+  console->SendKey(Key::kDown);
+  console->SendText("merel");
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, kInvalid)) << console->Text();
+  EXPECT_TRUE(host.WaitForSyslog("auth.err Authentication of user unknown user failed"))
+      << host.Syslog();
+  EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", "user=\"unknown user\" success=0"))
+      << host.AuditLog();
+  for (const std::string& log : {host.Syslog(), host.AuditLog(), host.ObsvLog()}) {
+    EXPECT_EQ(log.find("hunter2"), std::string::npos) << log.substr(0, 400);
+    size_t longest = 0;
+    for (size_t start = 0; start < log.size();) {
+      const size_t end = std::min(log.find('\n', start), log.size());
+      longest = std::max(longest, end - start);
+      start = end + 1;
+    }
+    EXPECT_LT(longest, 300u) << log.substr(0, 400);
+  }
+}
 
 TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   SimHost host;

@@ -162,6 +162,109 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
 }
 
+// Only adapters without link: Enter asks first, naming them; Esc goes back
+// to the list, Enter takes them all the same.
+TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
+  SimHost host("many-adapters");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "Network Adapters", "Device Name");
+  // pnic0 and pnic1 out, pnic3 (no link) in.
+  Type(*console,
+       {Key::kDown, Key::kSpace, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  ExpectShown(*console,
+              {"Network Adapters: Warning", "pnic3: Disconnected", "Use these adapters anyway?"});
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitGone(*console, "None of the chosen")) << console->Text();
+  ExpectShown(*console, {"Toggle Selected"});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  Accept(*console);
+  ApplyChanges(*console);
+  const nlohmann::json state = host.HostJson();
+  const nlohmann::json& group =
+      (*Named(state["network"]["vswitches"], "vSwitch0"))["portGroups"][0];
+  EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic3"})) << group.dump();
+}
+
+struct UplinkCase {
+  const char* name;
+  const char* fixture;    // "" for the demo host
+  std::vector<Key> keys;  // in the adapter list, from its first row
+  std::vector<std::string> active;
+  std::vector<std::string> standby;
+  const char* mac;  // the interface's afterwards: its first adapter's
+};
+
+class UplinkOrderTest : public testing::TestWithParam<UplinkCase> {};
+
+// Both hosts carry the management network on pnic0 (active) and pnic1
+// (standby, one active uplink at most). Whatever is unchecked or checked
+// again, the host ends with the chosen adapters in the order chosen, the
+// first active and the rest standby: never without an active uplink.
+TEST_P(UplinkOrderTest, ChosenAdaptersEndInOrderWithOneActive) {
+  const UplinkCase& c = GetParam();
+  SimHost host(c.fixture);
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenWindow(host);
+  ASSERT_TRUE(console);
+  OpenDialog(*console, "Network Adapters", "Device Name");
+  for (Key key : c.keys) {
+    Type(*console, {key});
+  }
+  Accept(*console);
+  ApplyChanges(*console);
+  const nlohmann::json state = host.HostJson();
+  const nlohmann::json* vSwitch0 = Named(state["network"]["vswitches"], "vSwitch0");
+  ASSERT_TRUE(vSwitch0) << state["network"].dump(1);
+  const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
+  EXPECT_EQ(group["name"], "Management Network");
+  EXPECT_EQ(group["activeUplinks"], nlohmann::json(c.active)) << group.dump();
+  EXPECT_EQ(group.value("standbyUplinks", nlohmann::json::array()), nlohmann::json(c.standby))
+      << group.dump();
+  EXPECT_EQ(Nex0(state)["mac"], c.mac);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkAdaptersTest,
+    UplinkOrderTest,
+    testing::Values(
+        UplinkCase{"DemoRemoveActive", "", {Key::kSpace}, {"pnic1"}, {}, "b4:96:91:3a:10:21"},
+        UplinkCase{"DemoRemoveStandby",
+                   "",
+                   {Key::kDown, Key::kSpace},
+                   {"pnic0"},
+                   {},
+                   "b4:96:91:3a:10:20"},
+        UplinkCase{"DemoReorder",
+                   "",
+                   {Key::kSpace, Key::kSpace},
+                   {"pnic1"},
+                   {"pnic0"},
+                   "b4:96:91:3a:10:21"},
+        UplinkCase{"ManyRemoveActive",
+                   "many-adapters",
+                   {Key::kDown, Key::kSpace},
+                   {"pnic1"},
+                   {},
+                   "00:50:56:a1:00:21"},
+        UplinkCase{"ManyRemoveStandby",
+                   "many-adapters",
+                   {Key::kDown, Key::kDown, Key::kSpace},
+                   {"pnic0"},
+                   {},
+                   "00:50:56:a1:00:20"},
+        UplinkCase{"ManyReorder",
+                   "many-adapters",
+                   {Key::kDown, Key::kSpace, Key::kSpace},
+                   {"pnic1"},
+                   {"pnic0"},
+                   "00:50:56:a1:00:21"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 struct VlanCase {
   const char* name;
   const char* typed;    // into the emptied field

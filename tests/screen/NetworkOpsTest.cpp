@@ -184,6 +184,8 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
   // The resolve step always leaves the hosts file as it found it.
   EXPECT_EQ(host.ReadFile("/etc/hosts"), hosts);
+  // A step's end interrupts the key wait; that is no error.
+  EXPECT_FALSE(Contains(host.Syslog(), "Interrupted system call")) << host.Syslog();
   if (c.leftoverBackup) {
     EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "# kept from an earlier run\n");
     EXPECT_TRUE(host.WaitForSyslog("failed to backup /etc/hosts: "));
@@ -232,6 +234,28 @@ TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
   ASSERT_TRUE(WaitGone(*console, "Invalid IP"));
   EXPECT_TRUE(Contains(console->Text(), "Ping Address #1:")) << console->Text();
   EXPECT_FALSE(Contains(console->Text(), "Pinging address")) << console->Text();
+}
+
+// The fields show 30 columns but take more: a full IPv6 address and a long
+// host name are typed whole, the field scrolling to the end, and the run
+// uses all of it.
+TEST(NetworkOpsTest, FieldsTakeLongerTextThanTheyShow) {
+  SimHost host("static-ipv4");
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  ASSERT_TRUE(console);
+  const std::string address = "2001:0db8:0000:0000:0000:0000:0000:0001";
+  console->SendText(address);  // replaces the gateway the field came with
+  ASSERT_TRUE(WaitQuiet(*console, "[ " + address.substr(address.size() - 30))) << console->Text();
+  const std::string name = "host-name-longer-than-the-field.lab.test";
+  ReplaceHostname(*console, name);
+  EXPECT_TRUE(Contains(console->Text(), "[ " + name.substr(name.size() - 30))) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "Pinging address #1 (2001:db8::1).")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "Resolving hostname (" + name + ").")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
 }
 
 // Children of the console's session that have ended and not been reaped.

@@ -1,6 +1,7 @@
 // Network Restore Options on a simulated host: the factory restore and the
 // move onto a new standard switch, as the screen shows them and as the host
 // and its logs saw them.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -234,26 +235,23 @@ TEST(NetworkRestoreTest, ConfirmationsIgnoreEveryKeyButF11AndEsc) {
   EXPECT_FALSE(Contains(host.Syslog(), "safe mode"));
 }
 
-struct SwitchCase {
-  const char* name;
-  const char* fixture;
-  const char* fault;       // "CALL" whose every call fails, or null
-  const char* newSwitch;   // "" when none is made
-  nlohmann::json uplinks;  // of the new switch
-  const char* logged;
-};
-
-class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
-
-// The demo host's management network sits on vSwitch0 beside "vSwitch1";
-// the distributed-switch host's on a port whose uplinks the new switch takes.
-TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
-  const SwitchCase& c = GetParam();
-  SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
+// Both hosts get a second interface (nex1, on a guest port group) and a
+// "vSwitch1" without uplinks; the demo host's management port group is on
+// VLAN 30. The distributed-switch host's management port (VLAN 20) has the
+// uplinks pnic0 and pnic1.
+void PrepareSwitchHost(const SimHost& host) {
   ModifyHost(host, [](nlohmann::json& state) {
     auto& net = state["network"];
-    net["vswitches"].push_back({{"name", "vSwitch1"}, {"uplinks", nlohmann::json::array()}});
+    net["vswitches"].push_back({{"name", "vSwitch1"},
+                                {"numPorts", 128},
+                                {"mtu", 1500},
+                                {"portGroups", nlohmann::json::array()},
+                                {"uplinks", nlohmann::json::array()}});
+    for (auto& group : net["vswitches"][0]["portGroups"]) {
+      if (group["name"] == "Management Network") {
+        group["vlanId"] = 30;
+      }
+    }
     nlohmann::json other = net["nics"][0];
     other["name"] = "nex1";
     other["management"] = false;
@@ -264,33 +262,45 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
     other["dvPort"] = "";
     net["nics"].push_back(other);
   });
-  if (c.fault != nullptr) {
-    FailCall(host, c.fault, "device busy");
-  }
-  const nlohmann::json before = Network(host);
+}
+
+struct SwitchCase {
+  const char* name;
+  const char* fixture;
+  nlohmann::json uplinks;  // of the new switch, vSwitch2
+  int vlanId;              // of its port group
+};
+
+class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
+
+// The management network moves whole: the new switch has the old uplinks,
+// all active, on a "Management Network" port group with the old VLAN; no
+// other switch keeps them; nex0 is on it and nex1 disabled. The selection
+// moves on to the repair of the distributed switch.
+TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
+  const SwitchCase& c = GetParam();
+  SimHost host(c.fixture);
+  ASSERT_TRUE(host.Ok());
+  PrepareSwitchHost(host);
   auto console = Open(host, "Restore Standard Switch");
   ASSERT_TRUE(console);
   console->Send(kF11);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
-  // On to the repair of the distributed switch.
   EXPECT_EQ(RightTitle(*console), "Restore DVS");
   EXPECT_TRUE(host.WaitForSyslog(
       "Enabling safe mode networking by moving all uplinks to a new management vSwitch"));
-  EXPECT_TRUE(Contains(host.Syslog(), c.logged)) << host.Syslog();
 
   const nlohmann::json net = host.HostJson()["network"];
-  if (*c.newSwitch == 0) {
-    EXPECT_EQ(Network(host), before);
-    return;
-  }
-  const nlohmann::json* created = Named(net["vswitches"], c.newSwitch);
+  const nlohmann::json* created = Named(net["vswitches"], "vSwitch2");
   ASSERT_TRUE(created) << net["vswitches"].dump(2);
   EXPECT_EQ((*created)["uplinks"], c.uplinks);
   ASSERT_EQ((*created)["portGroups"].size(), 1u) << created->dump(2);
-  EXPECT_EQ((*created)["portGroups"][0]["name"], "Management Network");
-  EXPECT_EQ((*created)["portGroups"][0]["activeUplinks"], c.uplinks);
+  const nlohmann::json& group = (*created)["portGroups"][0];
+  EXPECT_EQ(group["name"], "Management Network");
+  EXPECT_EQ(group["activeUplinks"], c.uplinks);
+  EXPECT_EQ(group.value("vlanId", 0), c.vlanId);
   for (const auto& sw : net["vswitches"]) {
-    if (sw["name"] != c.newSwitch) {
+    if (sw["name"] != "vSwitch2") {
       EXPECT_FALSE(Named(sw["portGroups"], "Management Network")) << sw.dump(2);
       for (const auto& uplink : c.uplinks) {
         EXPECT_FALSE(Contains(sw["uplinks"].dump(), uplink.get<std::string>())) << sw.dump(2);
@@ -313,16 +323,87 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
 INSTANTIATE_TEST_SUITE_P(
     NetworkRestoreTest,
     StandardSwitchMove,
+    ::testing::Values(SwitchCase{"FromAStandardSwitch", "", {"pnic0", "pnic1"}, 30},
+                      SwitchCase{"FromADistributedSwitch", "dvs", {"pnic0", "pnic1"}, 20}),
+    [](const auto& info) { return info.param.name; });
+
+// The network as far as the move changes it, with each switch's own list of
+// uplinks and of port groups sorted: what is put back joins the end of such
+// a list, and their order means nothing (a teaming's order does, and is
+// compared).
+nlohmann::json Comparable(const SimHost& host) {
+  nlohmann::json network = Network(host);
+  for (auto& list : {&network[0], &network[1]}) {
+    for (auto& sw : *list) {
+      if (sw.contains("uplinks")) {
+        std::sort(sw["uplinks"].begin(), sw["uplinks"].end());
+      }
+      if (sw.contains("portGroups")) {
+        std::sort(sw["portGroups"].begin(), sw["portGroups"].end(),
+                  [](const nlohmann::json& a, const nlohmann::json& b) {
+                    return a.value("name", "") < b.value("name", "");
+                  });
+      }
+    }
+  }
+  return network;
+}
+
+struct SwitchFaultCase {
+  const char* name;
+  const char* fixture;
+  const char* call;     // fails once, at its first call of the move
+  bool always = false;  // fails at every call instead
+};
+
+class StandardSwitchFault : public ::testing::TestWithParam<SwitchFaultCase> {};
+
+// A step of the move fails: what had moved is put back, so the host's
+// network is as it was; the message says what failed and that the network
+// was left as it was; the selection stays.
+TEST_P(StandardSwitchFault, LeavesTheNetworkAsItWas) {
+  const SwitchFaultCase& c = GetParam();
+  SimHost host(c.fixture);
+  ASSERT_TRUE(host.Ok());
+  PrepareSwitchHost(host);
+  const nlohmann::json before = Comparable(host);
+  FailCall(host, c.call, "no free ports", !c.always);
+  auto console = Open(host, "Restore Standard Switch");
+  ASSERT_TRUE(console);
+  console->Send(kF11);
+  ASSERT_TRUE(WaitQuiet(*console, "The network was left as it was.")) << console->Text();
+  const std::string shown = console->Text();
+  EXPECT_TRUE(Contains(shown, "Unable to move the management network onto a standard switch."))
+      << shown;
+  EXPECT_TRUE(Contains(shown, "Failed: ")) << shown;
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+  EXPECT_EQ(RightTitle(*console), "Restore Standard Switch");
+  EXPECT_EQ(Comparable(host), before);
+  EXPECT_TRUE(host.WaitForSyslog("Changing to legacy virtual switch failed: no free ports"))
+      << host.Syslog();
+  EXPECT_FALSE(Contains(host.Syslog(), "Undoing")) << host.Syslog();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    NetworkRestoreTest,
+    StandardSwitchFault,
     ::testing::Values(
-        SwitchCase{"FromAStandardSwitch", "", nullptr, "vSwitch2", {"pnic0", "pnic1"},
-                   "Enabling safe mode"},
-        SwitchCase{"FromADistributedSwitch", "dvs", nullptr, "vSwitch2", {"pnic0", "pnic1"},
-                   "Enabling safe mode"},
-        SwitchCase{"AnUplinkThatWillNotMove", "dvs", "DVPortImpl.RemoveUplink", "vSwitch2",
-                   nlohmann::json::array(), "Moving uplink pnic1 failed: device busy"},
-        SwitchCase{"AFailingHostCall", "", "VirtualSwitchInfoImpl.AddVirtualSwitch", "",
-                   nlohmann::json::array(),
-                   "Changing to legacy virtual switch failed: device busy"}),
+        SwitchFaultCase{"AddVirtualSwitch", "", "VirtualSwitchInfoImpl.AddVirtualSwitch"},
+        SwitchFaultCase{"AddPortGroup", "", "PortGroupImpl.AddPortGroup"},
+        SwitchFaultCase{"AddPortGroupAlways", "", "PortGroupImpl.AddPortGroup", true},
+        SwitchFaultCase{"AddUplink", "", "VirtualSwitchInfoImpl.AddUplink"},
+        SwitchFaultCase{"SetTeamingPolicy", "", "PortGroupImpl.SetTeamingPolicy"},
+        SwitchFaultCase{"MoveToPortGroup", "", "NexelNicInfoImpl.MoveToPortGroup"},
+        SwitchFaultCase{"MoveToPortGroupAlways", "", "NexelNicInfoImpl.MoveToPortGroup", true},
+        SwitchFaultCase{"GetNexelNics", "", "NexelNicInfoImpl.GetNexelNics"},
+        SwitchFaultCase{"Disable", "", "NexNic.Disable"},
+        SwitchFaultCase{"RemovePortGroup", "", "PortGroupImpl.RemovePortGroup"},
+        SwitchFaultCase{"DvsRemoveUplink", "dvs", "DVPortImpl.RemoveUplink"},
+        SwitchFaultCase{"DvsAddUplink", "dvs", "VirtualSwitchInfoImpl.AddUplink"},
+        SwitchFaultCase{"DvsAddUplinkAlways", "dvs", "VirtualSwitchInfoImpl.AddUplink", true},
+        SwitchFaultCase{"DvsMoveToPortGroup", "dvs", "NexelNicInfoImpl.MoveToPortGroup"},
+        SwitchFaultCase{"DvsDisable", "dvs", "NexNic.Disable"}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace

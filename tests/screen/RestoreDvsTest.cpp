@@ -25,8 +25,8 @@ std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expec
   return console;
 }
 
-// The dead uplinks come checked and are unchecked; choosing nothing is
-// refused; the free adapter and vSwitch0's adapter are chosen, the latter
+// The port's dead uplinks come unchecked; choosing nothing is refused;
+// choosing only them is asked about; the free adapter and vSwitch0's adapter are chosen, the latter
 // after its confirmation. The host then has the new port with the VLAN of
 // the old one, nex0 on it, and pnic3 moved.
 TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
@@ -42,10 +42,19 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
   ExpectGoldenScreen(*console, "dvs-uplinks");
-  Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "No uplinks were selected.")) << console->Text();
-  Type(*console, {Key::kEnter, Key::kDown, Key::kSpace, Key::kDown, Key::kSpace});
+  // The port's own uplinks have no link: choosing only them is asked about,
+  // and Esc goes back to the list.
+  Type(*console, {Key::kEnter, Key::kSpace, Key::kDown, Key::kSpace});
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "DVS Uplinks: Warning")) << console->Text();
+  EXPECT_TRUE(Contains(console->Text(), "pnic1: Disconnected")) << console->Text();
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitGone(*console, "None of the chosen")) << console->Text();
+  Type(*console, {Key::kSpace, Key::kUp, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace,
+                  Key::kDown, Key::kSpace});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "pnic3 will be removed from vSwitch0 and added to DSwitch-Prod."))
       << console->Text();
@@ -103,6 +112,7 @@ TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
   ASSERT_TRUE(console);
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  Type(*console, {Key::kDown, Key::kDown, Key::kSpace});  // pnic2: free, with link
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "Restore DVS: Error")) << console->Text();
   EXPECT_TRUE(Contains(console->Text(), "no free port")) << console->Text();

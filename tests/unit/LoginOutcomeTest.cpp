@@ -36,6 +36,7 @@ class RecordingBackend : public Platform::Backend {
     }
   }
   bool ResolveHostname(const std::string&, std::vector<std::string>&) override { return false; }
+  std::vector<std::string> AccountNames() override { return accounts; }
   Platform::HostState Load() override { return state; }
   void Modify(const std::function<void(Platform::HostState&)>& change) override { change(state); }
   bool EventServiceAvailable() override { return false; }
@@ -49,6 +50,7 @@ class RecordingBackend : public Platform::Backend {
   }
 
   Platform::HostState state;
+  std::vector<std::string> accounts = {"root"};
   bool echo = false;
   std::vector<std::string> syslog, events, audits;
 };
@@ -78,6 +80,7 @@ class LoginOutcomeTest : public ::testing::Test {
 // audited, and its absence is reported. Any PAM answer other than success,
 // expiry or no permission is an invalid login.
 TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
+  backend->accounts.push_back("ann");
   const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, "ann");
   EXPECT_FALSE(outcome.success);
   EXPECT_TRUE(outcome.clearPassword);
@@ -88,6 +91,43 @@ TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
   EXPECT_EQ(
       backend->syslog.back().rfind("user.3 Unable to initialize obsvuser library from MEREL.", 0),
       0u);
+}
+
+// Whatever was typed into the login name field reaches the three logs of a
+// failed login only when it could be one of the host's account names; a
+// password typed there by mistake, or a pasted page, is "unknown user".
+TEST_F(LoginOutcomeTest, FailedLoginsLogOnlyNamesAnAccountCouldHave) {
+  backend->accounts = {"root", "ops-admin"};
+  const struct {
+    std::string typed, logged;
+  } cases[] = {
+      {"root", "root"},
+      {"ops-admin", "ops-admin"},
+      {"nobody", "unknown user"},    // "b" and "y" are in no account name
+      {"dorm", "dorm"},              // could be an account: nothing secret in it
+      {"ops-admins", "unknown user"},  // longer than every account name
+      {"Secr3t!", "unknown user"},
+      {"root pw", "unknown user"},
+      {"", "unknown user"},
+      {std::string(10240, 'o'), "unknown user"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.typed.substr(0, 20));
+    backend->syslog.clear();
+    backend->audits.clear();
+    Merel::RecordLoginResult(PAM_AUTH_ERR, c.typed);
+    ASSERT_FALSE(backend->syslog.empty());
+    EXPECT_EQ(backend->syslog.front(), "auth.3 Authentication of user " + c.logged + " failed");
+    EXPECT_EQ(backend->audits,
+              std::vector<std::string>{"login.connect " + c.logged + " 0 reason=Invalid Login"});
+  }
+  // The other two failures name the user the same way.
+  for (const int result : {PAM_PERM_DENIED, PAM_NEW_AUTHTOK_REQD}) {
+    backend->audits.clear();
+    Merel::RecordLoginResult(result, std::string(10240, 'x'));
+    ASSERT_EQ(backend->audits.size(), 1u);
+    EXPECT_EQ(backend->audits[0].rfind("login.connect unknown user 0 reason=", 0), 0u);
+  }
 }
 
 // The sessions the check keeps, and what it says about them.

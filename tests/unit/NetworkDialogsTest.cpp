@@ -126,7 +126,7 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
       {{"", "", ""}, "fe80::1%nex0", kFine},  // a link-local gateway is let through
       {{"fe80::1/64", "", ""}, "", scope},
       {{"febf::1/64", "", ""}, "", scope},
-      {{"fec0::1/64", "", ""}, "", kFine},
+      {{"fd00::1/64", "", ""}, "", kFine},
       {{"2001:db8::5", "", ""}, "", invalid},
       {{"", "g/64", ""}, "", at(invalid, 5)},
       {{"2001:db8::5/64", "fe80::1/64", "zzz"}, "", at(scope, 5)},
@@ -151,6 +151,45 @@ TEST(AdapterListTest, Order) {
   };
   for (const auto& c : cases) {
     EXPECT_EQ(AdaptersDialog::ComesBefore(c.a, c.b), c.before) << c.a << " " << c.b;
+  }
+}
+
+std::vector<std::string> Listed(const std::vector<std::string>& names) {
+  std::vector<std::string> listed;
+  for (size_t at : AdaptersDialog::ListingOrder(names)) {
+    listed.push_back(names[at]);
+  }
+  return listed;
+}
+
+// The list is sorted once; the result is the order ComesBefore defines.
+TEST(AdapterListTest, ListingOrderSortsOnce) {
+  const struct {
+    std::vector<std::string> names, listed;
+  } cases[] = {
+      {{"pnic10", "pnic3", "eth0", "pnic0", "pnic9", "pnic1"},
+       {"eth0", "pnic0", "pnic1", "pnic3", "pnic9", "pnic10"}},
+      {{"pnicx", "pnic1", "eth", "eth0", "pnic01", "vmk0"},
+       {"eth", "eth0", "pnic01", "pnic1", "pnicx", "vmk0"}},
+      // The same name twice keeps its order (the rows differ otherwise).
+      {{"pnic2", "pnic1", "pnic2"}, {"pnic1", "pnic2", "pnic2"}},
+      // Names that make the comparison go round in a circle still give one
+      // order: those with a number together, by number.
+      {{"pnic 5", "pnic+", "pnic3"}, {"pnic+", "pnic3", "pnic 5"}},
+      {{}, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Listed(c.names), c.listed);
+  }
+  // Many adapters, listed backwards by the host.
+  std::vector<std::string> names;
+  for (int i = 4999; i >= 0; --i) {
+    names.push_back("pnic" + std::to_string(i));
+  }
+  const std::vector<std::string> listed = Listed(names);
+  ASSERT_EQ(listed.size(), names.size());
+  for (size_t i = 0; i < listed.size(); ++i) {
+    ASSERT_EQ(listed[i], "pnic" + std::to_string(i));
   }
 }
 
@@ -345,10 +384,11 @@ TEST_F(NetworkDialogsTest, Ipv4) {
        "0.0.0.0"},
       {"Space on a field keeps static", false, false, Repeat(kDown, 3) + " " + kEnter, false,
        false, "10.0.0.5", "255.255.255.0", "10.0.0.1"},
-      // A long paste stops at the longest address, so fifteen backspaces empty
-      // the field; junk never reaches it; the bad subnet takes the focus.
+      // A long paste stops one past the longest address (so it cannot pass
+      // cut short), and sixteen backspaces empty the field; junk never
+      // reaches it; the bad subnet takes the focus.
       {"typed, refused, corrected", true, false,
-       kDown + kDown + " " + kDown + Repeat("1", 1000) + Repeat(kBackspace, 15) +
+       kDown + kDown + " " + kDown + Repeat("1", 1000) + Repeat(kBackspace, 16) +
            "192.168abc.1:" + kJunk + ".1" + kDown + "255.0.255.0" + kEnter + kEnter +
            Repeat(kBackspace, 11) + "255.255.0.0" + kEnter,
        false, false, "192.168.1.1", "255.255.0.0", "10.0.0.1"},

@@ -181,10 +181,18 @@ TEST(RestoreDvsTest, RepairOfABrokenPort) {
   EXPECT_EQ(port["activeUplinks"], nlohmann::json(chosen));
   EXPECT_TRUE(Named(dvs["ports"], "key", "12").value("blocked", false));
 
-  // A second repair makes the next port and leaves the first.
+  // A second repair makes the next port and removes the host-local port it
+  // replaces; the manager's port stays.
   ASSERT_EQ(Merel::ReadDvsRepair(repair), Merel::DvsReadResult::kReady);
   EXPECT_FALSE(repair.health.blocked);
   EXPECT_EQ(Merel::ApplyDvsRepair(repair, {"pnic2"}), "hlp-DSwitch-Prod#1");
+  const nlohmann::json after = nlohmann::json::parse(root.File("/host.json"))["network"];
+  std::vector<std::string> keys;
+  for (const auto& p : Named(after["dvswitches"], "name", "DSwitch-Prod")["ports"]) {
+    keys.push_back(p["key"]);
+  }
+  EXPECT_EQ(keys, std::vector<std::string>({"12", "hlp-DSwitch-Prod#1"}));
+  EXPECT_EQ(Named(after["nics"], "name", "nex0").value("dvPort", ""), "hlp-DSwitch-Prod#1");
 }
 
 }  // namespace

@@ -35,6 +35,19 @@ class WindowTest : public testing::Test {
   MerelTest::CursesScreen _screen{"xterm-256color", true};  // Draw's flushinp reads descriptor 0
 };
 
+// Curses would mark a new full-screen window for clearing, and opening the
+// menu or the network window would then send a clear and every cell. A frame
+// of any size opens sending only what differs.
+TEST_F(WindowTest, NewTopLevelWindowsAreNotMarkedForClearing) {
+  const struct {
+    int x, y, width, height;
+  } cases[] = {{0, 0, COLS, LINES}, {5, 7, 70, 10}, {0, 0, COLS, LINES - 1}};
+  for (const auto& c : cases) {
+    Window window(c.x, c.y, c.width, c.height, kBlack, kWhite);
+    EXPECT_FALSE(is_cleared(window.GetWindow())) << c.width << "x" << c.height;
+  }
+}
+
 TEST_F(WindowTest, ChildrenTakeTheColoursTheyLeaveUnsetAndPositionsAddUp) {
   Window top(10, 5, 40, 12, kYellow, kWhite);
   Window* ownForeground = &top.AddChild<Window>(0, 0, 5, 3, -1, kDarkGrey);

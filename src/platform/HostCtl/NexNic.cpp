@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "FacadeSupport.h"
+#include "HostCtl/AddressRules.h"
 #include "HostModel.h"
 
 namespace HostCtl::Network {
@@ -57,9 +58,13 @@ IpConfig NexNic::GetIpConfig() const {
 
 void NexNic::SetIpConfig(const IpConfig& config) {
   if (!config.GetUseDhcp() && !config.GetIpv4UseNone()) {
-    const Ipv4Address& address = config.GetIpv4Address();
-    if (!address.IsUnspecified() && !config.GetIpv4Netmask().IsValidNetmask()) {
+    if (!config.GetIpv4Netmask().IsValidNetmask()) {
       Platform::Fail("Invalid netmask " + config.GetIpv4Netmask().GetStringAddress());
+    }
+    const std::string problem =
+        Ipv4AddressProblem(config.GetIpv4Address(), config.GetIpv4Netmask());
+    if (!problem.empty()) {
+      Platform::Fail("Invalid IPv4 address: " + problem);
     }
   }
   Platform::ModifyHost("NexNic.SetIpConfig", [&](HostState& state) {
@@ -89,6 +94,10 @@ void NexNic::SetIpConfig(const IpConfig& config) {
           std::any_of(automaticBefore.begin(), automaticBefore.end(), same) ||
           std::any_of(automaticAfter.begin(), automaticAfter.end(), same)) {
         continue;
+      }
+      if (const std::string problem = Ipv6AddressProblem(network.GetAddress());
+          !problem.empty()) {
+        Platform::Fail("Invalid IPv6 address: " + problem);
       }
       std::string text = network.GetStringAddress();
       if (std::find(nic.ipv6Addresses.begin(), nic.ipv6Addresses.end(), text) ==

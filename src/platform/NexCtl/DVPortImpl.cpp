@@ -57,6 +57,46 @@ std::string DVPortImpl::AddHostLocalPort(const std::string& dvSwitch,
   return key;
 }
 
+void DVPortImpl::RemoveHostLocalPort(const std::string& dvSwitch, const std::string& portKey) {
+  Platform::ModifyHost("DVPortImpl.RemoveHostLocalPort", [&](Platform::HostState& state) {
+    auto& dvs = Require(state, dvSwitch);
+    if (portKey.rfind("hlp-", 0) != 0) {
+      Platform::Fail("Port '" + portKey + "' is not a host-local port");
+    }
+    for (const auto& nic : state.network.nics) {
+      if (nic.dvSwitch == dvSwitch && nic.dvPort == portKey) {
+        Platform::Fail("Port '" + portKey + "' is in use by " + nic.name);
+      }
+    }
+    const auto erased = std::erase_if(
+        dvs.ports, [&](const Platform::DVPortState& port) { return port.key == portKey; });
+    if (erased == 0) {
+      Platform::Fail("Port '" + portKey + "' not found on '" + dvSwitch + "'");
+    }
+  });
+}
+
+void DVPortImpl::SetTeamingPolicy(const std::string& dvSwitch,
+                                  const std::string& portKey,
+                                  const HostCtl::Network::NicTeamingPolicy& policy) {
+  Platform::ModifyHost("DVPortImpl.SetTeamingPolicy", [&](Platform::HostState& state) {
+    auto& dvs = Require(state, dvSwitch);
+    for (const auto& uplink : policy.GetUplinks()) {
+      if (std::find(dvs.uplinks.begin(), dvs.uplinks.end(), uplink) == dvs.uplinks.end()) {
+        Platform::Fail("'" + uplink + "' is not an uplink of '" + dvSwitch + "'");
+      }
+    }
+    for (auto& port : dvs.ports) {
+      if (port.key == portKey) {
+        port.activeUplinks = policy.GetActiveUplinks();
+        port.standbyUplinks = policy.GetStandbyUplinks();
+        return;
+      }
+    }
+    Platform::Fail("Port '" + portKey + "' not found on '" + dvSwitch + "'");
+  });
+}
+
 void DVPortImpl::AddUplink(const std::string& dvSwitch, const std::string& pnic) {
   Platform::ModifyHost("DVPortImpl.AddUplink", [&](Platform::HostState& state) {
     if (!Platform::FindPnic(state, pnic))

@@ -17,6 +17,14 @@ class DVPortImpl {
   std::string AddHostLocalPort(const std::string& dvSwitch,
                                const std::string& templatePortKey,
                                const std::vector<std::string>& uplinks);
+  // Removes a host-local port that no kernel NIC uses any more. The ports of
+  // the switch's manager are not the host's to remove.
+  void RemoveHostLocalPort(const std::string& dvSwitch, const std::string& portKey);
+  // The active and standby uplinks of one port; they must be uplinks of the
+  // switch.
+  void SetTeamingPolicy(const std::string& dvSwitch,
+                        const std::string& portKey,
+                        const HostCtl::Network::NicTeamingPolicy& policy);
   void AddUplink(const std::string& dvSwitch, const std::string& pnic);
   void RemoveUplink(const std::string& dvSwitch, const std::string& pnic);
 };

@@ -5,20 +5,24 @@
 #include <fstream>
 
 #include "FacadeSupport.h"
+#include "HostCtl/AddressRules.h"
 #include "HostModel.h"
 
 namespace NexCtl::Network {
 
 namespace {
 
-bool IsValidName(const std::string& name) {
-  if (name.empty() || name.size() > 253 || name.front() == '-' || name.front() == '.' ||
-      name.back() == '-' || name.back() == '.') {
-    return false;
+// Why `name` cannot be a host name, domain or search suffix, quoted with it
+// for the exception; empty when it can. The exception text reaches the log
+// and the screen, so a pasted page is quoted only by its start.
+std::string NameFault(const std::string& name) {
+  const std::string problem = HostCtl::Network::NameProblem(name);
+  if (problem.empty()) {
+    return "";
   }
-  return std::all_of(name.begin(), name.end(), [](char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '.';
-  });
+  constexpr size_t kQuoted = 64;
+  const std::string shown = name.size() <= kQuoted ? name : name.substr(0, kQuoted) + "...";
+  return "'" + shown + "': " + problem;
 }
 
 std::vector<std::string> SplitNames(const std::string& text) {
@@ -75,8 +79,11 @@ std::vector<HostCtl::Network::Ipv6Address> DnsConfigImpl::GetIpv6NameServers() {
 
 void DnsConfigImpl::SetHostname(const std::string& hostname, bool /*fromDhcp*/) {
   Platform::RequireNetStack(_netStack);
-  if (!IsValidName(hostname) || hostname.find('.') != std::string::npos) {
-    Platform::Fail("Invalid hostname '" + hostname + "'");
+  if (hostname.find('.') != std::string::npos) {
+    Platform::Fail("Invalid hostname '" + hostname + "': a host name has no dots.");
+  }
+  if (const std::string fault = NameFault(hostname); !fault.empty()) {
+    Platform::Fail("Invalid hostname " + fault);
   }
   Platform::ModifyHost("DnsConfigImpl.SetHostname",
                        [&](Platform::HostState& state) { state.network.dns.hostname = hostname; });
@@ -84,8 +91,11 @@ void DnsConfigImpl::SetHostname(const std::string& hostname, bool /*fromDhcp*/) 
 
 void DnsConfigImpl::SetFqdn(const std::string& fqdn, bool /*fromDhcp*/, const std::string& domain) {
   Platform::RequireNetStack(_netStack);
-  if (!IsValidName(fqdn)) {
-    Platform::Fail("Invalid fully qualified domain name '" + fqdn + "'");
+  if (const std::string fault = NameFault(fqdn); !fault.empty()) {
+    Platform::Fail("Invalid fully qualified domain name " + fault);
+  }
+  if (const std::string fault = domain.empty() ? "" : NameFault(domain); !fault.empty()) {
+    Platform::Fail("Invalid domain " + fault);
   }
   auto dot = fqdn.find('.');
   std::string host = fqdn.substr(0, dot);
@@ -98,8 +108,8 @@ void DnsConfigImpl::SetFqdn(const std::string& fqdn, bool /*fromDhcp*/, const st
 
 void DnsConfigImpl::SetDomain(const std::string& domain) {
   Platform::RequireNetStack(_netStack);
-  if (!domain.empty() && !IsValidName(domain)) {
-    Platform::Fail("Invalid domain '" + domain + "'");
+  if (const std::string fault = domain.empty() ? "" : NameFault(domain); !fault.empty()) {
+    Platform::Fail("Invalid domain " + fault);
   }
   Platform::ModifyHost("DnsConfigImpl.SetDomain",
                        [&](Platform::HostState& state) { state.network.dns.domain = domain; });
@@ -109,8 +119,8 @@ void DnsConfigImpl::SetSearchDomainsString(const std::string& domains) {
   Platform::RequireNetStack(_netStack);
   auto names = SplitNames(domains);
   for (const auto& name : names) {
-    if (!IsValidName(name))
-      Platform::Fail("Invalid search domain '" + name + "'");
+    if (const std::string fault = NameFault(name); !fault.empty())
+      Platform::Fail("Invalid search domain " + fault);
   }
   Platform::ModifyHost("DnsConfigImpl.SetSearchDomainsString", [&](Platform::HostState& state) {
     state.network.dns.searchDomains = names;
@@ -119,8 +129,8 @@ void DnsConfigImpl::SetSearchDomainsString(const std::string& domains) {
 
 void DnsConfigImpl::AddSearchDomain(const std::string& domain) {
   Platform::RequireNetStack(_netStack);
-  if (!IsValidName(domain)) {
-    Platform::Fail("Invalid search domain '" + domain + "'");
+  if (const std::string fault = NameFault(domain); !fault.empty()) {
+    Platform::Fail("Invalid search domain " + fault);
   }
   Platform::ModifyHost("DnsConfigImpl.AddSearchDomain", [&](Platform::HostState& state) {
     auto& list = state.network.dns.searchDomains;
@@ -139,8 +149,9 @@ void DnsConfigImpl::RemoveNameServers() {
 
 void DnsConfigImpl::AddNameServer(const HostCtl::Network::IpAddress& server) {
   Platform::RequireNetStack(_netStack);
-  if (server.IsUnspecified()) {
-    Platform::Fail("Invalid name server address " + server.GetStringAddress());
+  if (const std::string problem = HostCtl::Network::NameServerProblem(server);
+      !problem.empty()) {
+    Platform::Fail("Invalid name server address: " + problem);
   }
   Platform::ModifyHost("DnsConfigImpl.AddNameServer", [&](Platform::HostState& state) {
     auto& list =

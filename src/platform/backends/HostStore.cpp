@@ -64,22 +64,64 @@ bool WriteAll(int fd, const std::string& data) {
 HostStore::HostStore(std::string root)
     : _root(std::move(root)), _statePath(_root + "/host.json"), _lockPath(_root + "/host.lock") {}
 
-bool HostStore::Read(HostState& state, std::string& error) const {
-  std::ifstream in(_statePath, std::ios::binary);
-  if (!in) {
+namespace {
+
+std::string StampOf(const struct stat& st) {
+  return std::to_string(st.st_dev) + ":" + std::to_string(st.st_ino) + ":" +
+         std::to_string(st.st_size) + ":" + std::to_string(st.st_mtim.tv_sec) + "." +
+         std::to_string(st.st_mtim.tv_nsec) + ":" + std::to_string(st.st_ctim.tv_sec) + "." +
+         std::to_string(st.st_ctim.tv_nsec);
+}
+
+}  // namespace
+
+std::string HostStore::Stamp() const {
+  struct stat st {};
+  if (stat(_statePath.c_str(), &st) != 0) {
+    return "";
+  }
+  return StampOf(st);
+}
+
+bool HostStore::Read(HostState& state, std::string& error, std::string* stamp) const {
+  const int fd = open(_statePath.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
     error = _statePath + ": cannot read: " + std::strerror(errno);
     return false;
   }
-  std::stringstream text;
-  text << in.rdbuf();
-  if (in.bad()) {
-    error = _statePath + ": cannot read: " + std::strerror(errno);
+  // The stamp of the descriptor read from, not of the path: the file may be
+  // replaced meanwhile, and then the stamp must not claim the new one.
+  struct stat st {};
+  std::string text;
+  bool ok = fstat(fd, &st) == 0;
+  if (ok) {
+    text.reserve(static_cast<size_t>(st.st_size));
+    char buffer[65536];
+    for (;;) {
+      const ssize_t n = read(fd, buffer, sizeof buffer);
+      if (n > 0) {
+        text.append(buffer, static_cast<size_t>(n));
+      } else if (n == 0) {
+        break;
+      } else if (errno != EINTR) {
+        ok = false;
+        break;
+      }
+    }
+  }
+  const int savedErrno = errno;
+  close(fd);
+  if (!ok) {
+    error = _statePath + ": cannot read: " + std::strerror(savedErrno);
     return false;
   }
   std::string problem;
-  if (!FromJson(text.str(), state, problem)) {
+  if (!FromJson(text, state, problem)) {
     error = _statePath + ": invalid host state: " + problem;
     return false;
+  }
+  if (stamp) {
+    *stamp = StampOf(st);
   }
   return true;
 }

@@ -15,8 +15,13 @@ class HostStore {
   explicit HostStore(std::string root);
   virtual ~HostStore() = default;
 
-  // One line naming the file and the problem on failure.
-  bool Read(HostState& state, std::string& error) const;
+  // One line naming the file and the problem on failure. `stamp`, when
+  // given, receives the stamp of the very file that was read.
+  virtual bool Read(HostState& state, std::string& error, std::string* stamp = nullptr) const;
+  // What tells one version of the file from the next: device, inode, size
+  // and the times of change ("" when it cannot be seen). Every write
+  // replaces the file by a new one, so a write by anybody changes it.
+  std::string Stamp() const;
   // Writes a state without reading the old one (used to create a host).
   bool Write(const HostState& state, std::string& error);
   // Locked read-modify-write. Returns false (with `error`) when the state

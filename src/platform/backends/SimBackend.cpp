@@ -23,6 +23,7 @@
 
 #include "HostCtl/HostCtlException.h"
 #include "HostModel.h"
+#include "ReadScope.h"
 #include "backends/RecordText.h"
 
 namespace Platform {
@@ -246,8 +247,12 @@ std::unique_ptr<SimBackend> SimBackend::Open(const std::string& root, std::strin
     return nullptr;
   }
   auto backend = std::make_unique<SimBackend>(resolved);
-  HostState state;
-  if (!backend->_store->Read(state, error)) {
+  // Read as any call would: within the start-up's action, this reading is
+  // the one its first calls get.
+  try {
+    backend->Reading();
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    error = e.what();
     return nullptr;
   }
   return backend;
@@ -286,6 +291,8 @@ pid_t SimBackend::Spawn(const char* path,
   if (!IsHostProgram(program)) {
     return -1;
   }
+  // A host program may change the host.
+  ReadScope::Forget();
   posix_spawn_file_actions_t actions;
   if (posix_spawn_file_actions_init(&actions) != 0) {
     return -1;
@@ -343,6 +350,8 @@ int SimBackend::System(const char* command) {
       return 127 << 8;  // what the shell answers for a command it cannot find
     }
   }
+  // A host program may change the host.
+  ReadScope::Forget();
   std::string pathVar = "PATH=" + _root + "/bin:" + _root + "/sbin";
   std::string rootVar = "MEREL_SIM_ROOT=" + _root;
   char* const argv[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
@@ -447,6 +456,10 @@ bool SimBackend::ConsoleKeyboard(int /*fd*/) {
   }
 }
 
+std::vector<std::string> SimBackend::AccountNames() {
+  return ReadAccountNames(HostPath("/etc/pam_matrix.passwd"));
+}
+
 bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
   addresses.clear();
   if (name.empty()) {
@@ -504,16 +517,28 @@ bool SimBackend::ResolveHostname(const std::string& name, std::vector<std::strin
   return false;
 }
 
-HostState SimBackend::Load() {
-  HostState state;
-  std::string error;
-  if (!_store->Read(state, error)) {
+std::shared_ptr<const HostState> SimBackend::Reading() {
+  if (ReadScope::Open()) {
+    if (auto kept = ReadScope::Kept(_store->Stamp())) {
+      return kept;
+    }
+  }
+  auto state = std::make_shared<HostState>();
+  std::string error, stamp;
+  if (!_store->Read(*state, error, &stamp)) {
     throw HostCtl::Lib::HostCtlException(error);
   }
+  ReadScope::Keep(state, stamp);
   return state;
 }
 
+HostState SimBackend::Load() {
+  return *Reading();
+}
+
 void SimBackend::Modify(const std::function<void(HostState&)>& change) {
+  // Whatever happens below, the reading of the action is no longer the host.
+  ReadScope::Forget();
   std::string error;
   if (!_store->Modify(change, error)) {
     throw HostCtl::Lib::HostCtlException(error);

@@ -41,7 +41,11 @@ class SimBackend : public Backend {
   bool SwitchVirtualTerminal(int vt) override;
   // The host's "consoleKeyboard"; the terminal itself is not asked.
   bool ConsoleKeyboard(int fd) override;
+  // The accounts of the host's PAM password database.
+  std::vector<std::string> AccountNames() override;
 
+  // Within a read scope (ReadScope.h) the first reading of an action is
+  // kept and handed to the later calls, as long as the file is unchanged.
   HostState Load() override;
   void Modify(const std::function<void(HostState&)>& change) override;
 
@@ -63,6 +67,7 @@ class SimBackend : public Backend {
 
  private:
   void AppendLine(const std::string& hostPath, const std::string& line);
+  std::shared_ptr<const HostState> Reading();
 
   std::string _root;
   std::unique_ptr<HostStore> _store;
