@@ -109,8 +109,9 @@ static char* ReadAll(const char* path) {
   return text;
 }
 
-/* Finds the line of `user` for `service` in `text`: its start and end, and
- * where its password field lies. 1 when found. */
+/* Finds the line of `user` for `service` (for any service when NULL) in
+ * `text`: its start and end, and where its password field lies. 1 when
+ * found. */
 static int FindAccount(const char* text, const char* user, const char* service,
                        const char** lineBegin, const char** lineEnd,
                        const char** passBegin, const char** passEnd) {
@@ -123,7 +124,8 @@ static int FindAccount(const char* text, const char* user, const char* service,
     if (second != NULL) {
       char* name = DecodeField(line, first);
       char* serv = DecodeField(second + 1, end);
-      int match = name && serv && strcmp(name, user) == 0 && strcmp(serv, service) == 0;
+      int match = name && serv && strcmp(name, user) == 0 &&
+                  (service == NULL || strcmp(serv, service) == 0);
       free(name);
       free(serv);
       if (match) {
@@ -150,8 +152,9 @@ static int Names(pam_handle_t* pamh, const char** user, const char** service) {
   return PAM_SUCCESS;
 }
 
-/* PAM_SUCCESS when the password database knows the user for this service
- * (and, with `password`, holds that password). */
+/* With `password`: PAM_SUCCESS when the database holds that password for
+ * the user (for any service, as pam_matrix does). Without: PAM_SUCCESS when
+ * the user may use this service, PAM_PERM_DENIED when only others. */
 static int CheckAccount(pam_handle_t* pamh, const char* passdb, const char* password) {
   const char* user;
   const char* service;
@@ -163,7 +166,12 @@ static int CheckAccount(pam_handle_t* pamh, const char* passdb, const char* pass
     return PAM_AUTHINFO_UNAVAIL;
   const char *lineBegin, *lineEnd, *passBegin, *passEnd;
   rc = PAM_USER_UNKNOWN;
-  if (FindAccount(text, user, service, &lineBegin, &lineEnd, &passBegin, &passEnd)) {
+  if (password == NULL && !FindAccount(text, user, service, &lineBegin, &lineEnd, &passBegin,
+                                       &passEnd)) {
+    if (FindAccount(text, user, NULL, &lineBegin, &lineEnd, &passBegin, &passEnd))
+      rc = PAM_PERM_DENIED;
+  } else if (FindAccount(text, user, password == NULL ? service : NULL, &lineBegin, &lineEnd,
+                         &passBegin, &passEnd)) {
     rc = PAM_SUCCESS;
     if (password != NULL) {
       char* stored = DecodeField(passBegin, passEnd);
