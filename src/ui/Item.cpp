@@ -119,7 +119,8 @@ std::string InputItem::Render(int width) {
   }
 
   // Counted in characters: a password may hold UTF-8 letters (other fields
-  // take ASCII only), and each shows as one star.
+  // take ASCII only, as the text area counts a byte a column), and each
+  // shows as one star.
   const size_t from = Offset(_value, _scroll);
   std::string visible = _value.substr(from, Offset(_value, _scroll + fw) - from);
   const int shown = Chars(visible);
