@@ -18,6 +18,7 @@
 #include "HostState.h"
 #include "SimHostTestSupport.h"
 #include "backends/HostStore.h"
+#include "backends/SimHostInit.h"
 
 namespace {
 
@@ -34,6 +35,17 @@ const std::vector<std::string> kFiles = {"/etc/pam_matrix.passwd", "/etc/resolv.
 
 std::string Quote(const std::string& text) {
   return "'" + text + "'";
+}
+
+// What a program of the simulated host runs with, as `merel-sim run` sets it
+// up: pam_wrapper preloaded (after the ASan runtime in a sanitizer build).
+std::string HostEnvironment(const std::string& root) {
+  std::string preload = "libpam_wrapper.so";
+  if (const char* asan = Platform::AsanRuntime()) {
+    preload = std::string(asan) + " " + preload;
+  }
+  return "MEREL_SIM_ROOT=" + Quote(root) + " LD_PRELOAD=" + Quote(preload) +
+         " PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " ";
 }
 
 int Shell(const std::string& command) {
@@ -119,16 +131,13 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
   ASSERT_EQ(SimHostTest::RunSim("init " + Quote(root)), 0);
   if (std::string(change.name) == "Reset") {
     // Something for the reset to undo: another password, another name.
-    ASSERT_EQ(Shell("MEREL_SIM_ROOT=" + Quote(root) + " LD_PRELOAD=libpam_wrapper.so PAM_WRAPPER=1 "
-                    "PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " " +
-                    Quote(MEREL_WRITE_DRIVER) + " passwd root merel changed >/dev/null 2>&1 && " +
-                    "MEREL_SIM_ROOT=" + Quote(root) + " " + Quote(MEREL_WRITE_DRIVER) + " apply"),
+    ASSERT_EQ(Shell(HostEnvironment(root) + Quote(MEREL_WRITE_DRIVER) +
+                    " passwd root merel changed >/dev/null 2>&1 && " + HostEnvironment(root) +
+                    Quote(MEREL_WRITE_DRIVER) + " apply"),
               0);
   }
   ASSERT_EQ(Shell("cp -a " + Quote(root) + " " + Quote(pristine)), 0);
-  const std::string environment = "MEREL_SIM_ROOT=" + Quote(root) +
-                                  " LD_PRELOAD=libpam_wrapper.so PAM_WRAPPER=1 "
-                                  "PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " ";
+  const std::string environment = HostEnvironment(root);
   const std::string command = environment + change.command(root) + " >/dev/null 2>&1";
   const auto before = Snapshot(root);
   ASSERT_EQ(Shell(command), 0) << command;
