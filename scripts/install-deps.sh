@@ -11,6 +11,7 @@ PKGS=(
   dialog whiptail
   clang libclang-rt-14-dev
   lintian fakeroot dpkg-dev file systemd groff-base
+  strace
 )
 missing=()
 for p in "${PKGS[@]}"; do

@@ -18,11 +18,13 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "DurableFile.h"
 #include "Frame.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
 #include "LoginDialog.h"
 #include "Platform.h"
+#include "RunTestDialog.h"
 #include "Terminal.h"
 #include "WelcomeWindow.h"
 
@@ -126,8 +128,9 @@ void StartLogging() {
 }
 
 // Single instance. A second instance still runs; it only leaves the pid file
-// to the first, which is the one other tools signal.
-void ClaimPidFile() {
+// to the first, which is the one other tools signal. True when this one is
+// the only console.
+bool ClaimPidFile() {
   const std::string path = Platform::HostPath(kPidFile);
   int pid = 0;
   if (FILE* file = fopen(path.c_str(), "r")) {
@@ -139,13 +142,13 @@ void ClaimPidFile() {
   if (pid > 0 && kill(pid, 0) == 0) {
     Platform::Syslog(LOG_ERR, "Attempt to run multiple MEREL instances, not updating %s",
                      path.c_str());
-    return;
+    return false;
   }
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd >= 0) {
-    dprintf(fd, "%d", static_cast<int>(getpid()));
-    close(fd);
+  std::string error;
+  if (!Platform::WriteFileDurably(path, std::to_string(getpid()), 0644, error)) {
+    Platform::Syslog(LOG_ERR, "%s", error.c_str());
   }
+  return true;
 }
 
 // The VT switch. The switch itself belongs to the host (a simulated host only
@@ -209,7 +212,11 @@ int main(int argc, char** argv) {
   tcgetattr(STDOUT_FILENO, &orig_termios);
   ChooseTerminalType();
   StartLogging();
-  ClaimPidFile();
+  if (ClaimPidFile()) {
+    // A console killed outright during a network test may have left the
+    // hosts file without the host's entry; no other console is running one.
+    Merel::RunTestDialog::RecoverHostsFile();
+  }
   if (vt != 0) {
     SwitchVirtualTerminal(vt);
   }

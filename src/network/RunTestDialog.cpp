@@ -1,6 +1,7 @@
 #include "RunTestDialog.h"
 
 #include <errno.h>
+#include <string.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -10,8 +11,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <fstream>
+#include <sstream>
 #include <system_error>
 
+#include "DurableFile.h"
 #include "HostCtl/HostCtlException.h"
 #include "NexCtl/HostsFile.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -91,6 +95,37 @@ void RunTestDialog::ReapAbandoned() {
     const pid_t rc = waitpid(pid, &status, WNOHANG);
     return rc == pid || (rc < 0 && errno == ECHILD);
   });
+}
+
+void RunTestDialog::RecoverHostsFile() {
+  const std::string file = NexCtl::Network::HostsFile().GetPath();
+  const std::string backup = Platform::HostPath("/etc/hosts.backup");
+  if (access(backup.c_str(), F_OK) != 0) {
+    return;
+  }
+  // The backup is the file as it was before the step: it goes back whole,
+  // in one rename.
+  if (rename(backup.c_str(), file.c_str()) != 0 || merel_sync_parent(file.c_str()) != 0) {
+    Platform::Syslog(LOG_INFO, "failed to restore /etc/hosts: %s", strerror(errno));
+  } else {
+    Platform::Syslog(LOG_INFO, "restored /etc/hosts from /etc/hosts.backup");
+  }
+}
+
+void RunTestDialog::EndChildren() {
+  std::vector<pid_t> children = _abandoned;
+  if (currentRunTest != nullptr && currentRunTest->childPid > 0) {
+    children.push_back(currentRunTest->childPid);
+  }
+  for (pid_t pid : children) {
+    kill(pid, SIGKILL);
+  }
+  for (pid_t pid : children) {
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+  _abandoned.clear();
+  RecoverHostsFile();
 }
 
 void RunTestDialog::Report(int status) {
@@ -188,8 +223,27 @@ int RunTestDialog::ResolveInChild(const std::string& hostname) {
     const fs::path backup = Platform::HostPath("/etc/hosts.backup");
     // A backup that is already there may be the only copy of the original
     // file (an earlier run that never finished): it is never overwritten.
-    if (!fs::copy_file(file, backup, fs::copy_options::none, error)) {
+    if (fs::exists(backup, error) || error) {
+      if (!error) {
+        error = std::make_error_code(std::errc::file_exists);
+      }
       Platform::Syslog(LOG_INFO, "failed to backup /etc/hosts: %s", error.message().c_str());
+      return 1;
+    }
+    std::string content;
+    {
+      std::ifstream in(file, std::ios::binary);
+      std::ostringstream text;
+      text << in.rdbuf();
+      if (!in) {
+        error = std::error_code(errno != 0 ? errno : EIO, std::generic_category());
+        Platform::Syslog(LOG_INFO, "failed to backup /etc/hosts: %s", error.message().c_str());
+        return 1;
+      }
+      content = text.str();
+    }
+    if (merel_write_file(backup.c_str(), content.data(), content.size(), 0644) != 0) {
+      Platform::Syslog(LOG_INFO, "failed to backup /etc/hosts: %s", strerror(errno));
       return 1;
     }
     std::vector<std::string> addresses;
@@ -200,13 +254,10 @@ int RunTestDialog::ResolveInChild(const std::string& hostname) {
     } catch (const HostCtl::Lib::HostCtlException& e) {
       Platform::Syslog(LOG_INFO, "Resolving %s failed: %s", hostname.c_str(), e.what());
     }
-    bool restored = fs::remove(file, error);
-    if (restored) {
-      fs::rename(backup, file, error);
-      restored = !error;
-    }
-    if (!restored) {
-      Platform::Syslog(LOG_INFO, "failed to restore /etc/hosts: %s", error.message().c_str());
+    // One rename puts the original back: there is no moment without a
+    // hosts file.
+    if (rename(backup.c_str(), file.c_str()) != 0 || merel_sync_parent(file.c_str()) != 0) {
+      Platform::Syslog(LOG_INFO, "failed to restore /etc/hosts: %s", strerror(errno));
     }
     return addresses.empty() ? 1 : 0;
   } catch (const HostCtl::Lib::HostCtlException& e) {
@@ -251,6 +302,11 @@ int RunTestDialog::Loop() {
     Platform::Syslog(LOG_ERR, "Getting the management interface failed: %s", e.what());
   }
   ReapAbandoned();
+  static const bool endsWithTheConsole = [] {
+    atexit(EndChildren);
+    return true;
+  }();
+  (void)endsWithTheConsole;
   ChildWatch watch;
   for (int k = 0; k < 3; ++k) {
     if (_targets[k] != nullptr && !PingStep(k + 1, *_targets[k])) {

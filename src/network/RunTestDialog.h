@@ -33,6 +33,11 @@ class RunTestDialog : public Dialog {
   // back. The exit status: 0 when the name resolved.
   static int ResolveInChild(const std::string& hostname);
 
+  // Puts back a hosts file that a resolve step took the host's entry out
+  // of and that nobody restored (its backup is the original): at the start
+  // of a console that killed one could not, and at every end.
+  static void RecoverHostsFile();
+
  private:
   bool PingStep(int index, HostCtl::Network::IpAddress& target);
   bool ResolveStep();
@@ -48,6 +53,10 @@ class RunTestDialog : public Dialog {
   std::string _nicName;
   pid_t childPid = -1;
   int testDone = 0;
+
+  // At the console's end: its test children end with it, then the hosts
+  // file is put back.
+  static void EndChildren();
 
   static std::vector<pid_t> _abandoned;
 };

@@ -34,9 +34,10 @@ const char* const kConfirmFooter =
     "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}{align:right}"
     "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 
-// Passwords take any printable byte; the editing keys move and delete.
+// Passwords take any printable character, UTF-8 letters included (their
+// bytes arrive one by one); the editing keys move and delete.
 bool IsEditingKey(int key) {
-  return FieldKeys::IsEditing(key) || (key >= 0 && key <= 255 && isprint(key));
+  return FieldKeys::IsEditing(key) || (key >= 0 && key <= 255 && (isprint(key) || key >= 0x80));
 }
 
 }  // namespace

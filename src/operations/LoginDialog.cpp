@@ -348,7 +348,8 @@ int LoginDialog::Loop() {
         }
         break;
       default:
-        if (field != nullptr && key >= 0 && key <= 255 && isprint(key)) {
+        // Bytes of UTF-8 letters too: the field decides what it keeps.
+        if (field != nullptr && key >= 0 && key <= 255 && (isprint(key) || key >= 0x80)) {
           field->HandleKey(key);
           DrawFields();
         }

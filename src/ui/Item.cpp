@@ -14,6 +14,45 @@ namespace Merel {
 
 namespace {
 constexpr size_t kSecretCapacity = 8192;
+
+bool IsContinuation(unsigned char c) {
+  return (c & 0xc0) == 0x80;
+}
+
+// Characters in a UTF-8 text (continuation bytes are not counted).
+int Chars(const std::string& text) {
+  int n = 0;
+  for (unsigned char c : text) {
+    n += IsContinuation(c) ? 0 : 1;
+  }
+  return n;
+}
+
+// The byte at which character `chars` of a UTF-8 text begins.
+size_t Offset(const std::string& text, int chars) {
+  size_t at = 0;
+  for (; at < text.size() && chars > 0; --chars) {
+    ++at;
+    while (at < text.size() && IsContinuation(static_cast<unsigned char>(text[at]))) {
+      ++at;
+    }
+  }
+  return at;
+}
+
+// Bytes a UTF-8 character that starts with `lead` has; 0 for no valid lead.
+size_t SequenceLength(unsigned char lead) {
+  if (lead >= 0xc2 && lead <= 0xdf) {
+    return 2;
+  }
+  if (lead >= 0xe0 && lead <= 0xef) {
+    return 3;
+  }
+  if (lead >= 0xf0 && lead <= 0xf4) {
+    return 4;
+  }
+  return 0;
+}
 }  // namespace
 
 LabelItem::LabelItem(std::string label, bool selectable) : _label(std::move(label)) {
@@ -53,14 +92,14 @@ InputItem::InputItem(std::string label, std::string value, int fieldWidth)
     : _label(std::move(label)),
       _value(std::move(value)),
       _fieldWidth(fieldWidth),
-      _cursor(static_cast<int>(_value.size())) {}
+      _cursor(Chars(_value)) {}
 
 void InputItem::SetValue(const std::string& value) {
   if (_password) {
     Wipe();
   }
   _value = value;
-  _cursor = static_cast<int>(_value.size());
+  _cursor = Chars(_value);
   _scroll = 0;
   _pristine = true;
 }
@@ -72,18 +111,23 @@ int InputItem::FieldWidth(int width) const {
 
 std::string InputItem::Render(int width) {
   const int fw = FieldWidth(width);
-  const int length = static_cast<int>(_value.size());
+  const int length = Chars(_value);
   if (fw > length) {
     _scroll = 0;
   } else if (_cursor - _scroll > fw) {
     _scroll = _cursor - fw;
   }
 
-  std::string visible = _value.substr(static_cast<size_t>(_scroll), static_cast<size_t>(fw));
+  // Counted in characters: a password may hold UTF-8 letters (other fields
+  // take ASCII only, as the text area counts a byte a column), and each
+  // shows as one star.
+  const size_t from = Offset(_value, _scroll);
+  std::string visible = _value.substr(from, Offset(_value, _scroll + fw) - from);
+  const int shown = Chars(visible);
   if (_password) {
-    visible.assign(visible.size(), '*');
+    visible.assign(static_cast<size_t>(shown), '*');
   }
-  const std::string blanks(static_cast<size_t>(fw) - visible.size(), ' ');
+  const std::string blanks(static_cast<size_t>(fw - shown), ' ');
 
   // The label is padded but never cut: a long one pushes the brackets right.
   std::string line = _label;
@@ -132,12 +176,24 @@ void InputItem::MoveToBuffer(size_t capacity) {
 void InputItem::Wipe() {
   explicit_bzero(_value.data(), _value.capacity());
   _value.clear();
+  explicit_bzero(_pending.data(), _pending.size());
+  _pending.clear();
   _cursor = 0;
   _scroll = 0;
 }
 
 void InputItem::HandleKey(int key) {
-  const int length = static_cast<int>(_value.size());
+  const int length = Chars(_value);
+  // The bytes of one character, from its position to the next one's.
+  auto erase = [this](int at) {
+    const size_t from = Offset(_value, at);
+    _value.erase(from, Offset(_value, at + 1) - from);
+  };
+  if (!(key >= 0x80 && key <= 0xff)) {
+    // A UTF-8 character cut short by another key is dropped whole.
+    explicit_bzero(_pending.data(), _pending.size());
+    _pending.clear();
+  }
   auto clear = [this]() {
     // Wiped even when it holds no secret: a field is a few bytes.
     Wipe();
@@ -174,7 +230,7 @@ void InputItem::HandleKey(int key) {
       if (_pristine) {
         clear();
       } else if (_cursor < length) {
-        _value.erase(static_cast<size_t>(_cursor), 1);
+        erase(_cursor);
       }
       return;
     case KEY_BACKSPACE:
@@ -182,7 +238,7 @@ void InputItem::HandleKey(int key) {
       if (_pristine) {
         clear();
       } else if (_cursor > 0) {
-        _value.erase(static_cast<size_t>(_cursor) - 1, 1);
+        erase(_cursor - 1);
         _cursor -= 1;
         // Backspacing past the left edge of the view shows the whole value
         // again with the cursor at its end; long-standing behaviour.
@@ -196,13 +252,35 @@ void InputItem::HandleKey(int key) {
       if (_pristine) {
         clear();
       }
-      if (key >= 0 && key <= 255 && isprint(key)) {
-        if (_password && _value.size() == _value.capacity()) {
+      std::string character;
+      if (key >= 0 && key < 0x80 && isprint(key)) {
+        character.assign(1, static_cast<char>(key));
+      } else if (_password && key >= 0x80 && key <= 0xff) {
+        // A password takes UTF-8 letters too: the terminal sends each as its
+        // bytes one by one, and the field keeps them once the character is
+        // complete. Bytes that make no character are dropped.
+        const auto byte = static_cast<unsigned char>(key);
+        if (_pending.empty() ? SequenceLength(byte) == 0 : !IsContinuation(byte)) {
+          explicit_bzero(_pending.data(), _pending.size());
+          _pending.clear();
+          if (SequenceLength(byte) == 0) {
+            return;
+          }
+        }
+        _pending += static_cast<char>(byte);
+        if (_pending.size() < SequenceLength(static_cast<unsigned char>(_pending[0]))) {
+          return;
+        }
+        character.swap(_pending);
+      }
+      if (!character.empty()) {
+        if (_password && _value.size() + character.size() > _value.capacity()) {
           // Growing in place would free the old buffer with the secret in it.
           MoveToBuffer(_value.capacity() * 2);
         }
-        _value.insert(static_cast<size_t>(_cursor), 1, static_cast<char>(key));
+        _value.insert(Offset(_value, _cursor), character);
         _cursor += 1;
+        explicit_bzero(character.data(), character.size());
       }
       return;
   }

@@ -114,6 +114,8 @@ class InputItem : public Item {
 
   std::string _label;
   std::string _value;
+  // The first bytes of a UTF-8 character still being typed (passwords only).
+  std::string _pending;
   int _fieldWidth;
   bool _password = false;
   int _cursor = 0;

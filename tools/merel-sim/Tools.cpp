@@ -1,5 +1,7 @@
 #include "Tools.h"
 
+#include "DurableFile.h"
+
 #include <fcntl.h>
 #include <signal.h>
 #include <termios.h>
@@ -406,8 +408,13 @@ int Nexbacktrace(Context& c) {
   auto percent = output.find('%');
   if (percent != std::string::npos)
     output.replace(percent, 1, std::to_string(getpid()));
-  std::ofstream core(c.host.HostPath(dir + (dir.ends_with("/") ? "" : "/") + output + ".core"));
-  core << "live core of " << process << "\n";
+  std::string error;
+  if (!Platform::WriteFileDurably(
+          c.host.HostPath(dir + (dir.ends_with("/") ? "" : "/") + output + ".core"),
+          "live core of " + process + "\n", 0644, error)) {
+    std::cerr << "nexbacktrace: " << error << "\n";
+    return 1;
+  }
   c.host.Modify([](HostState& s) { Count(s, "livecores"); });
   return 0;
 }

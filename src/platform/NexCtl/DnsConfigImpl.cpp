@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <sstream>
 
+#include "DurableFile.h"
 #include "FacadeSupport.h"
 #include "HostCtl/AddressRules.h"
 #include "HostModel.h"
@@ -165,28 +166,33 @@ void DnsConfigImpl::AddNameServer(const HostCtl::Network::IpAddress& server) {
 
 void DnsConfigImpl::SaveConfig() {
   Platform::RequireNetStack(_netStack);
-  Platform::HostState saved;
+  // The resolver file is in place before the state counts the save, so a
+  // state that says "saved" never goes with an old file.
   Platform::ModifyHost("DnsConfigImpl.SaveConfig", [&](Platform::HostState& state) {
+    std::ostringstream out;
+    const auto& dns = state.network.dns;
+    std::vector<std::string> search = dns.searchDomains;
+    if (search.empty() && !dns.domain.empty())
+      search.push_back(dns.domain);
+    if (!dns.domain.empty())
+      out << "domain " << dns.domain << "\n";
+    if (!search.empty()) {
+      out << "search";
+      for (const auto& name : search)
+        out << " " << name;
+      out << "\n";
+    }
+    for (const auto& server : Platform::Model::EffectiveIpv4NameServers(state))
+      out << "nameserver " << server << "\n";
+    for (const auto& server : Platform::Model::EffectiveIpv6NameServers(state))
+      out << "nameserver " << server << "\n";
+    std::string error;
+    if (!Platform::WriteFileDurably(Platform::HostPath("/etc/resolv.conf"), out.str(), 0644,
+                                    error)) {
+      Platform::Fail(error);
+    }
     ++state.network.dns.saveCount;
-    saved = state;
   });
-  std::ofstream out(Platform::HostPath("/etc/resolv.conf"), std::ios::trunc);
-  const auto& dns = saved.network.dns;
-  std::vector<std::string> search = dns.searchDomains;
-  if (search.empty() && !dns.domain.empty())
-    search.push_back(dns.domain);
-  if (!dns.domain.empty())
-    out << "domain " << dns.domain << "\n";
-  if (!search.empty()) {
-    out << "search";
-    for (const auto& name : search)
-      out << " " << name;
-    out << "\n";
-  }
-  for (const auto& server : Platform::Model::EffectiveIpv4NameServers(saved))
-    out << "nameserver " << server << "\n";
-  for (const auto& server : Platform::Model::EffectiveIpv6NameServers(saved))
-    out << "nameserver " << server << "\n";
 }
 
 }  // namespace NexCtl::Network

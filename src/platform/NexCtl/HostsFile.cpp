@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "DurableFile.h"
 #include "FacadeSupport.h"
 
 namespace NexCtl::Network {
@@ -27,17 +28,12 @@ std::vector<std::string> ReadLines(const std::string& path) {
 }
 
 void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
-  std::string temporary = path + ".tmp";
-  {
-    std::ofstream out(temporary, std::ios::trunc);
-    for (const auto& line : lines)
-      out << line << "\n";
-    if (!out)
-      Platform::Fail(temporary + ": cannot write");
-  }
-  if (rename(temporary.c_str(), path.c_str()) != 0) {
-    Platform::Fail(path + ": cannot replace: " + std::strerror(errno));
-  }
+  std::string content;
+  for (const auto& line : lines)
+    content += line + "\n";
+  std::string error;
+  if (!Platform::WriteFileDurably(path, content, 0644, error))
+    Platform::Fail(error);
 }
 
 std::string FormatLine(const std::string& address, const std::vector<std::string>& names) {

@@ -1,8 +1,9 @@
 #include "backends/HostStore.h"
 
+#include "DurableFile.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -44,20 +45,6 @@ class FileLock {
   int _fd = -1;
   int _error = 0;
 };
-
-bool WriteAll(int fd, const std::string& data) {
-  size_t done = 0;
-  while (done < data.size()) {
-    ssize_t n = write(fd, data.data() + done, data.size() - done);
-    if (n < 0) {
-      if (errno == EINTR)
-        continue;
-      return false;
-    }
-    done += static_cast<size_t>(n);
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -132,30 +119,7 @@ bool HostStore::WriteLocked(const HostState& state, std::string& error) {
     error = _statePath + ": refusing to write an invalid host state: " + problem;
     return false;
   }
-  std::string temporary = _statePath + ".tmp";
-  int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    error = temporary + ": cannot write: " + std::strerror(errno);
-    return false;
-  }
-  bool written = WriteAll(fd, ToJson(state));
-  int savedErrno = errno;
-  if (close(fd) != 0 && written) {
-    written = false;
-    savedErrno = errno;
-  }
-  if (!written) {
-    unlink(temporary.c_str());
-    error = temporary + ": cannot write: " + std::strerror(savedErrno);
-    return false;
-  }
-  BeforeRename(temporary);
-  if (rename(temporary.c_str(), _statePath.c_str()) != 0) {
-    error = _statePath + ": cannot replace: " + std::strerror(errno);
-    unlink(temporary.c_str());
-    return false;
-  }
-  return true;
+  return WriteFileDurably(_statePath, ToJson(state), 0644, error);
 }
 
 bool HostStore::Write(const HostState& state, std::string& error) {

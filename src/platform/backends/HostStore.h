@@ -1,5 +1,5 @@
 // ROOT/host.json on disk: whole-file reads, and changes that are atomic with
-// respect to crashes (temporary file + rename) and to other processes (an
+// respect to crashes (DurableFile.h) and to other processes (an
 // exclusive flock on ROOT/host.lock around the read-modify-write).
 #pragma once
 
@@ -29,12 +29,6 @@ class HostStore {
   // exceptions of `change` propagate, and in every failing case the file on
   // disk is left as it was.
   bool Modify(const std::function<void(HostState&)>& change, std::string& error);
-
- protected:
-  // Called with the lock held, after the new state is complete in the
-  // temporary file and before it replaces the old one. Tests override it
-  // to die at the worst moment.
-  virtual void BeforeRename(const std::string& /*temporaryPath*/) {}
 
  private:
   bool WriteLocked(const HostState& state, std::string& error);

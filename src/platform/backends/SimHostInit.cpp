@@ -12,6 +12,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "DurableFile.h"
 #include "HostModel.h"
 #include "HostState.h"
 #include "backends/HostStore.h"
@@ -47,26 +48,25 @@ bool WriteFile(const std::string& path,
                const std::string& content,
                mode_t mode,
                std::string& error) {
-  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-  if (fd < 0) {
-    error = path + ": cannot write: " + std::strerror(errno);
-    return false;
-  }
-  size_t done = 0;
-  while (done < content.size()) {
-    ssize_t n = write(fd, content.data() + done, content.size() - done);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n <= 0) {
-      error = path + ": cannot write: " + std::strerror(errno);
-      close(fd);
-      return false;
+  return WriteFileDurably(path, content, mode, error);
+}
+
+// A field of the password database: '%', ':', CR and LF as %25, %3A, %0D and
+// %0A, every other byte as it is. The host's PAM module reads and writes the
+// same format.
+std::string PassDbField(const std::string& text) {
+  static const char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  for (unsigned char c : text) {
+    if (c == '%' || c == ':' || c == '\n' || c == '\r') {
+      out += '%';
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    } else {
+      out += static_cast<char>(c);
     }
-    done += static_cast<size_t>(n);
   }
-  fchmod(fd, mode);
-  close(fd);
-  return true;
+  return out;
 }
 
 // A program of the machine (openssl, ssh-keygen) looked up on PATH.
@@ -419,19 +419,22 @@ bool InitHostRoot(const std::string& rootIn,
     return false;
   }
 
-  // PAM: pam_wrapper reads services from etc/pam.d; pam_matrix checks the
-  // description's accounts, and the host's account module adds what
-  // pam_matrix cannot say (an expired password). "other" must exist, or
-  // pam_wrapper complains on standard error at every start.
-  std::string matrix = PamMatrixModule() + " passdb=" + root + "/etc/pam_matrix.passwd";
-  std::string service = "auth\trequired\t" + matrix + "\naccount\trequired\t" + matrix + "\n";
+  // PAM: pam_wrapper reads services from etc/pam.d. The host's own module
+  // checks the description's accounts in its password database and keeps
+  // what a password alone cannot say (an expired password); without it,
+  // pam_matrix checks the passwords (those without ':' or '%' only). "other"
+  // must exist, or pam_wrapper complains on standard error at every start.
+  const std::string passdb = root + "/etc/pam_matrix.passwd";
+  std::string service;
   if (!accountModule.empty()) {
-    const std::string accounts = accountModule + " state=" + root + "/" + kAccountStates;
-    // requisite: a password pam_matrix did not take leaves an expiry alone.
-    service += "account\trequired\t" + accounts + "\npassword\trequisite\t" + matrix +
-               "\npassword\trequired\t" + accounts + "\n";
+    const std::string module = accountModule + " passdb=" + passdb;
+    const std::string accounts = module + " state=" + root + "/" + kAccountStates;
+    service = "auth\trequired\t" + module + "\naccount\trequired\t" + accounts +
+              "\npassword\trequired\t" + accounts + "\n";
   } else {
-    service += "password\trequired\t" + matrix + "\n";
+    std::string matrix = PamMatrixModule() + " passdb=" + passdb;
+    service = "auth\trequired\t" + matrix + "\naccount\trequired\t" + matrix +
+              "\npassword\trequired\t" + matrix + "\n";
   }
   service += "session\trequired\tpam_permit.so\n";
   if (!WriteFile(root + "/etc/pam.d/merel", service, 0644, error))
@@ -458,7 +461,7 @@ bool WriteAccounts(const std::string& root,
                    std::string& error) {
   std::string passwd;
   for (const auto& account : accounts)
-    passwd += account.user + ":" + account.password + ":merel\n";
+    passwd += PassDbField(account.user) + ":" + PassDbField(account.password) + ":merel\n";
   if (!WriteFile(root + "/etc/pam_matrix.passwd", passwd, 0600, error))
     return false;
   const std::string states = root + "/" + kAccountStates;

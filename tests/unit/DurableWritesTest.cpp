@@ -1,0 +1,207 @@
+// Every file the console and the simulated host write is whole after a kill
+// at any of their write calls: strace's fault injection kills the process
+// at its first write, then at its second, and so on until a run gets
+// through. After each kill every file is the old one or the new one, and the
+// next complete run leaves no temporary file behind.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "DurableFile.h"
+#include "HostState.h"
+#include "SimHostTestSupport.h"
+#include "backends/HostStore.h"
+#include "backends/SimHostInit.h"
+
+namespace {
+
+using SimHostTest::ReadFile;
+using SimHostTest::TempDir;
+namespace fs = std::filesystem;
+
+// Far more writes than any of the changes below makes: the loop ends when a
+// run is no longer killed, this only bounds it.
+constexpr int kMaxKillPoints = 60;
+
+const std::vector<std::string> kFiles = {"/etc/pam_matrix.passwd", "/etc/resolv.conf",
+                                         "/etc/hosts", "/etc/account-states/root"};
+
+std::string Quote(const std::string& text) {
+  return "'" + text + "'";
+}
+
+// What a program of the simulated host runs with, as `merel-sim run` sets it
+// up: pam_wrapper preloaded (after the ASan runtime in a sanitizer build).
+std::string HostEnvironment(const std::string& root) {
+  std::string preload = "libpam_wrapper.so";
+  if (const char* asan = Platform::AsanRuntime()) {
+    preload = std::string(asan) + " " + preload;
+  }
+  return "MEREL_SIM_ROOT=" + Quote(root) + " LD_PRELOAD=" + Quote(preload) +
+         " PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " ";
+}
+
+int Shell(const std::string& command) {
+  return std::system(command.c_str());
+}
+
+bool StraceWorks(std::string& why) {
+  TempDir dir;
+  int status = Shell("strace -f -qq -o /dev/null -e trace=write -e inject=write:signal=KILL:when=1 "
+                     "sh -c 'echo x > /dev/null' >/dev/null 2>" + dir.Path() + "/errors");
+  if (WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL)) {
+    return true;
+  }
+  why = ReadFile(dir.Path() + "/errors");
+  if (why.empty()) {
+    why = "strace could not kill a traced process (status " + std::to_string(status) + ")";
+  }
+  return false;
+}
+
+std::map<std::string, std::string> Snapshot(const std::string& root) {
+  std::map<std::string, std::string> files;
+  for (const auto& file : kFiles) {
+    files[file] = fs::exists(root + file) ? ReadFile(root + file) : "<none>";
+  }
+  return files;
+}
+
+// pam_wrapper's folders (/tmp/pam.X) that a killed process made and could
+// not take away again: there are only so many of those names.
+void RemovePamWrapperFolders(const std::string& trace) {
+  std::istringstream lines(ReadFile(trace));
+  std::string line;
+  while (std::getline(lines, line)) {
+    const auto at = line.find("mkdir(\"/tmp/pam.");
+    if (at != std::string::npos && line.ends_with("= 0")) {
+      const auto begin = at + 7;
+      std::error_code ignored;
+      fs::remove_all(line.substr(begin, line.find('"', begin) - begin), ignored);
+    }
+  }
+}
+
+std::vector<std::string> Temporaries(const std::string& root) {
+  std::vector<std::string> found;
+  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+    if (entry.path().string().ends_with(".tmp")) {
+      found.push_back(entry.path().string());
+    }
+  }
+  return found;
+}
+
+struct Change {
+  const char* name;
+  // The command, given the host root; run with MEREL_SIM_ROOT and pam_wrapper set.
+  std::string (*command)(const std::string& root);
+};
+
+const Change kChanges[] = {
+    {"Apply", [](const std::string&) { return Quote(MEREL_WRITE_DRIVER) + " apply"; }},
+    {"PasswordChange",
+     [](const std::string&) {
+       return Quote(MEREL_WRITE_DRIVER) + " passwd root merel " + Quote("n3w:pass\\wörd");
+     }},
+    {"Reset",
+     [](const std::string& root) {
+       return Quote(MEREL_SIM_BIN) + " tool " + Quote(root) + " configReset.sh --reset-only";
+     }},
+};
+
+class DurableWritesTest : public ::testing::TestWithParam<Change> {};
+
+TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
+  std::string why;
+  if (!StraceWorks(why)) {
+    GTEST_SKIP() << "strace cannot trace here: " << why;
+  }
+  const Change& change = GetParam();
+  TempDir dir;
+  const std::string root = dir.Path() + "/root";
+  const std::string pristine = dir.Path() + "/pristine";
+  ASSERT_EQ(SimHostTest::RunSim("init " + Quote(root)), 0);
+  if (std::string(change.name) == "Reset") {
+    // Something for the reset to undo: another password, another name.
+    ASSERT_EQ(Shell(HostEnvironment(root) + Quote(MEREL_WRITE_DRIVER) +
+                    " passwd root merel changed >/dev/null 2>&1 && " + HostEnvironment(root) +
+                    Quote(MEREL_WRITE_DRIVER) + " apply"),
+              0);
+  }
+  ASSERT_EQ(Shell("cp -a " + Quote(root) + " " + Quote(pristine)), 0);
+  const std::string environment = HostEnvironment(root);
+  const std::string command = environment + change.command(root) + " >/dev/null 2>&1";
+  const auto before = Snapshot(root);
+  ASSERT_EQ(Shell(command), 0) << command;
+  const auto after = Snapshot(root);
+  ASSERT_NE(before, after) << "the change changed no file";
+
+  int killed = 0;
+  for (int n = 1; n <= kMaxKillPoints; ++n) {
+    // Back to the old files; temporaries a kill left stay where they are.
+    ASSERT_EQ(Shell("cp -a " + Quote(pristine) + "/. " + Quote(root)), 0);
+    const std::string trace = dir.Path() + "/trace";
+    const int status = Shell(environment + "strace -f -qq -o " + Quote(trace) + " -e trace=write,mkdir "
+                             "-e inject=write:signal=KILL:when=" + std::to_string(n) + " " +
+                             change.command(root) + " >/dev/null 2>&1");
+    const bool wasKilled =
+        WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL);
+    if (wasKilled) {
+      RemovePamWrapperFolders(trace);
+    }
+    const auto now = Snapshot(root);
+    for (const auto& file : kFiles) {
+      EXPECT_TRUE(now.at(file) == before.at(file) || now.at(file) == after.at(file))
+          << "killed at write " << n << ": " << file << " is neither old nor new:\n"
+          << now.at(file);
+    }
+    Platform::HostState state;
+    std::string error;
+    EXPECT_TRUE(Platform::HostStore(root).Read(state, error))
+        << "killed at write " << n << ": " << error;
+    if (!wasKilled) {
+      break;
+    }
+    ++killed;
+  }
+  EXPECT_GT(killed, 0);
+  // A complete run after the kills: the new files, and no temporary left.
+  ASSERT_EQ(Shell("cp -a " + Quote(pristine) + "/. " + Quote(root)), 0);
+  ASSERT_EQ(Shell(command), 0) << command;
+  EXPECT_EQ(Snapshot(root), after);
+  EXPECT_EQ(Temporaries(root), std::vector<std::string>{});
+  std::printf("%s: killed at each of its first %d writes\n", change.name, killed);
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes,
+                         DurableWritesTest,
+                         ::testing::ValuesIn(kChanges),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// Writers of one file take turns, and a temporary left by a killed writer is
+// taken over by the next one.
+TEST(DurableFileTest, ReplacesWholeAndTakesOverALeftoverTemporary) {
+  TempDir dir;
+  const std::string path = dir.Path() + "/file";
+  std::string error;
+  { std::ofstream(path + ".tmp") << "half of an earlier wri"; }
+  ASSERT_TRUE(Platform::WriteFileDurably(path, "new\n", 0600, error)) << error;
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_FALSE(fs::exists(path + ".tmp"));
+  EXPECT_EQ(fs::status(path).permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_FALSE(Platform::WriteFileDurably(dir.Path() + "/missing/file", "x", 0644, error));
+  EXPECT_NE(error.find("/missing/file: cannot write: No such file or directory"),
+            std::string::npos)
+      << error;
+}
+
+}  // namespace
