@@ -51,6 +51,11 @@ constexpr int kListRows = 3;
 
 constexpr int kCtrlH = 8;
 
+const char* const kNonAsciiNameTitle = "Invalid login name";
+const char* const kNonAsciiNameText =
+    "Login names are made of ASCII letters, digits and signs only; the character typed was "
+    "not taken.";
+
 // String table keys.
 
 // The stray ">" after "black" is how this footer has always been written; the
@@ -298,6 +303,14 @@ bool LoginDialog::Submit() {
   return false;
 }
 
+void LoginDialog::RefuseNonAsciiName() {
+  {
+    MessageDialog message(this, std::string(kNonAsciiNameTitle), std::string(kNonAsciiNameText));
+    Frame::Run(&message);
+  }
+  DrawFields();
+}
+
 int LoginDialog::Loop() {
   ShowTexts();
   DrawFields();
@@ -348,6 +361,14 @@ int LoginDialog::Loop() {
         }
         break;
       default:
+        if (field == _nameItem && key >= 0xc2 && key <= 0xf4) {
+          // Account names on the host are plain ASCII: a letter such as "é"
+          // cannot be part of one. Dropping it silently would log in (or
+          // fail) with a name other than the one typed, so the user is told.
+          // The rest of the letter's bytes go with the message.
+          RefuseNonAsciiName();
+          break;
+        }
         // Bytes of UTF-8 letters too: the field decides what it keeps.
         if (field != nullptr && key >= 0 && key <= 255 && (isprint(key) || key >= 0x80)) {
           field->HandleKey(key);

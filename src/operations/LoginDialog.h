@@ -66,6 +66,8 @@ class LoginDialog : public Dialog {
   TextArea* _prompt = nullptr;
   ItemList* _list = nullptr;
   LabelItem* _keyboardLine = nullptr;
+  void RefuseNonAsciiName();
+
   InputItem* _nameItem = nullptr;
   InputItem* _passwordItem = nullptr;
   bool _pinMode = false;

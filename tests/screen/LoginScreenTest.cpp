@@ -180,6 +180,20 @@ TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
   }
 }
 
+// A letter no account name can hold is refused out loud, not dropped: the
+// name stays as it was.
+TEST(LoginScreenTest, NonAsciiLetterInTheNameIsRefusedWithAMessage) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenLogin(host);
+  console->SendKey(Key::kUp);
+  console->SendText("\xc3\xa9");
+  ASSERT_TRUE(WaitQuiet(*console, "Invalid login name")) << console->Text();
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(*console, "Invalid login name")) << console->Text();
+  EXPECT_EQ(FieldValue(*console, kNameRow), "root") << console->Text();
+}
+
 TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   SimHost host;
   ASSERT_TRUE(host.Ok());
