@@ -122,12 +122,6 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"UnknownUser", "toor", "merel", "", "", "Authentication failed", kInvalid,
                     "Authentication of user toor failed", "Authentication of user toor failed",
                     "login.connect user=toor success=0 reason=\"Invalid Login\"", ""},
-        // A character no account name has (a password typed into the name
-        // field, say): the name stays out of the logs.
-        RefusedCase{"OddName", "Secr3t!", "merel", "", "", "Authentication failed", kInvalid,
-                    "Authentication of user unknown user failed",
-                    "Authentication of user unknown user failed",
-                    "login.connect user=\"unknown user\" success=0 reason=\"Invalid Login\"", ""},
         // PAM_NEW_AUTHTOK_REQD (12).
         RefusedCase{"Expired", "root", "merel", "", "expired", "Authentication Denied", kExpired,
                     "Password has expired for user root", "Access denied for user root",

@@ -275,16 +275,6 @@ Look LookAt(const Terminal& console, int x, int y) {
   return {cell.reverse, cell.bold};
 }
 
-// The dialog row (at the dialog's list column) that shows `text`, or -1.
-int RowOf(const Terminal& console, const std::string& text) {
-  for (int y = 0; y < console.Options().rows; ++y) {
-    if (console.Find(y, text) != -1) {
-      return y;
-    }
-  }
-  return -1;
-}
-
 class BlackAndWhiteTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {

@@ -59,6 +59,16 @@ inline std::string RightText(const Terminal& console) {
   return text;
 }
 
+// The first row holding `text`, or -1.
+inline int RowOf(const Terminal& console, const std::string& text) {
+  for (int y = 0; y < console.Options().rows; ++y) {
+    if (console.Find(y, text) >= 0) {
+      return y;
+    }
+  }
+  return -1;
+}
+
 // The menu is in front (its title is shown and it has the keyboard).
 inline bool WaitForMenu(Terminal& console) {
   return console.WaitFor([&] {
@@ -101,10 +111,22 @@ inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions option
   return console;
 }
 
-// Logs in as root from the welcome screen and waits for the menu.
-inline std::unique_ptr<Terminal> LogIn(SimHost& host, TerminalOptions options = {}) {
+// Logs in from the welcome screen (as root unless `user` is given) and waits
+// for the menu.
+inline std::unique_ptr<Terminal> LogIn(SimHost& host,
+                                       TerminalOptions options = {},
+                                       const std::string& user = "",
+                                       const std::string& password = "merel") {
   std::unique_ptr<Terminal> console = OpenLogin(host, options);
-  console->SendText("merel");
+  if (!user.empty()) {
+    console->SendKey(Key::kUp);
+    console->WaitUntilQuiet();
+    console->SendText(user);
+    console->WaitUntilQuiet();
+    console->SendKey(Key::kDown);
+    console->WaitUntilQuiet();
+  }
+  console->SendText(password);
   console->SendKey(Key::kEnter);
   if (!WaitForMenu(*console)) {
     ADD_FAILURE() << "no menu after the login:\n" << console->Text();

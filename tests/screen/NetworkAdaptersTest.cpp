@@ -228,40 +228,20 @@ TEST_P(UplinkOrderTest, ChosenAdaptersEndInOrderWithOneActive) {
   EXPECT_EQ(Nex0(state)["mac"], c.mac);
 }
 
+using enum Key;
+
 INSTANTIATE_TEST_SUITE_P(
     NetworkAdaptersTest,
     UplinkOrderTest,
     testing::Values(
-        UplinkCase{"DemoRemoveActive", "", {Key::kSpace}, {"pnic1"}, {}, "b4:96:91:3a:10:21"},
-        UplinkCase{"DemoRemoveStandby",
-                   "",
-                   {Key::kDown, Key::kSpace},
-                   {"pnic0"},
-                   {},
-                   "b4:96:91:3a:10:20"},
-        UplinkCase{"DemoReorder",
-                   "",
-                   {Key::kSpace, Key::kSpace},
-                   {"pnic1"},
-                   {"pnic0"},
-                   "b4:96:91:3a:10:21"},
-        UplinkCase{"ManyRemoveActive",
-                   "many-adapters",
-                   {Key::kDown, Key::kSpace},
-                   {"pnic1"},
-                   {},
+        UplinkCase{"DemoRemoveActive", "", {kSpace}, {"pnic1"}, {}, "b4:96:91:3a:10:21"},
+        UplinkCase{"DemoRemoveStandby", "", {kDown, kSpace}, {"pnic0"}, {}, "b4:96:91:3a:10:20"},
+        UplinkCase{"DemoReorder", "", {kSpace, kSpace}, {"pnic1"}, {"pnic0"}, "b4:96:91:3a:10:21"},
+        UplinkCase{"ManyRemoveActive", "many-adapters", {kDown, kSpace}, {"pnic1"}, {},
                    "00:50:56:a1:00:21"},
-        UplinkCase{"ManyRemoveStandby",
-                   "many-adapters",
-                   {Key::kDown, Key::kDown, Key::kSpace},
-                   {"pnic0"},
-                   {},
+        UplinkCase{"ManyRemoveStandby", "many-adapters", {kDown, kDown, kSpace}, {"pnic0"}, {},
                    "00:50:56:a1:00:20"},
-        UplinkCase{"ManyReorder",
-                   "many-adapters",
-                   {Key::kDown, Key::kSpace, Key::kSpace},
-                   {"pnic1"},
-                   {"pnic0"},
+        UplinkCase{"ManyReorder", "many-adapters", {kDown, kSpace, kSpace}, {"pnic1"}, {"pnic0"},
                    "00:50:56:a1:00:21"}),
     [](const auto& info) { return std::string(info.param.name); });
 

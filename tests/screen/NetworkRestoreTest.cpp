@@ -267,8 +267,7 @@ void PrepareSwitchHost(const SimHost& host) {
 struct SwitchCase {
   const char* name;
   const char* fixture;
-  nlohmann::json uplinks;  // of the new switch, vSwitch2
-  int vlanId;              // of its port group
+  int vlanId;  // of the new switch's port group
 };
 
 class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
@@ -279,6 +278,7 @@ class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
 // moves on to the repair of the distributed switch.
 TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   const SwitchCase& c = GetParam();
+  const nlohmann::json uplinks = {"pnic0", "pnic1"};
   SimHost host(c.fixture);
   ASSERT_TRUE(host.Ok());
   PrepareSwitchHost(host);
@@ -293,22 +293,22 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   const nlohmann::json net = host.HostJson()["network"];
   const nlohmann::json* created = Named(net["vswitches"], "vSwitch2");
   ASSERT_TRUE(created) << net["vswitches"].dump(2);
-  EXPECT_EQ((*created)["uplinks"], c.uplinks);
+  EXPECT_EQ((*created)["uplinks"], uplinks);
   ASSERT_EQ((*created)["portGroups"].size(), 1u) << created->dump(2);
   const nlohmann::json& group = (*created)["portGroups"][0];
   EXPECT_EQ(group["name"], "Management Network");
-  EXPECT_EQ(group["activeUplinks"], c.uplinks);
+  EXPECT_EQ(group["activeUplinks"], uplinks);
   EXPECT_EQ(group.value("vlanId", 0), c.vlanId);
   for (const auto& sw : net["vswitches"]) {
     if (sw["name"] != "vSwitch2") {
       EXPECT_FALSE(Named(sw["portGroups"], "Management Network")) << sw.dump(2);
-      for (const auto& uplink : c.uplinks) {
+      for (const auto& uplink : uplinks) {
         EXPECT_FALSE(Contains(sw["uplinks"].dump(), uplink.get<std::string>())) << sw.dump(2);
       }
     }
   }
   for (const auto& dvs : net["dvswitches"]) {
-    for (const auto& uplink : c.uplinks) {
+    for (const auto& uplink : uplinks) {
       EXPECT_FALSE(Contains(dvs.dump(), uplink.get<std::string>())) << dvs.dump(2);
     }
   }
@@ -323,8 +323,8 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
 INSTANTIATE_TEST_SUITE_P(
     NetworkRestoreTest,
     StandardSwitchMove,
-    ::testing::Values(SwitchCase{"FromAStandardSwitch", "", {"pnic0", "pnic1"}, 30},
-                      SwitchCase{"FromADistributedSwitch", "dvs", {"pnic0", "pnic1"}, 20}),
+    ::testing::Values(SwitchCase{"FromAStandardSwitch", "", 30},
+                      SwitchCase{"FromADistributedSwitch", "dvs", 20}),
     [](const auto& info) { return info.param.name; });
 
 // The network as far as the move changes it, with each switch's own list of

@@ -74,17 +74,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadValueCase{"LoopbackAddress", "IPv4 Configuration", "Set static IPv4 address",
                      {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown},
                      "127.0.0.1", "Invalid IP address", "127.0.0.1 is a loopback address."},
-        BadValueCase{"OwnAddressAsGateway", "IPv4 Configuration", "Set static IPv4 address",
-                     {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown, Key::kDown,
-                      Key::kDown},
-                     "192.168.10.20", "Invalid gateway address",
-                     "192.168.10.20 is this host's own address."},
         // Would read as no server and drop the primary one.
         BadValueCase{"UnspecifiedDnsServer", "DNS Configuration", "Primary DNS Server",
                      {}, "0.0.0.0", "Invalid DNS server address", "0.0.0.0 is not a host address."},
-        BadValueCase{"EmptyLabelInHostname", "DNS Configuration", "Primary DNS Server",
-                     {Key::kDown, Key::kDown}, "esx..lab.test", "Invalid hostname",
-                     "A name cannot have an empty part"},
         // A paste longer than the field: refused whole, never stored cut.
         BadValueCase{"PastedSuffixes", "Custom DNS Suffixes", "Suffixes:", {}, Pasted(),
                      "Invalid DNS suffix", "The suffixes can have at most 1024 characters"},

@@ -320,14 +320,8 @@ TEST(LockdownScreenTest, RefusedUserChangesNothing) {
   ASSERT_TRUE(host.Ok());
   host.WriteFile("/etc/pam_matrix.passwd",
                  host.ReadFile("/etc/pam_matrix.passwd") + "operator:pw:merel\n");
-  auto console = OpenLogin(host);
-  console->SendKey(Key::kUp);
-  console->WaitUntilQuiet();
-  TypeText(*console, "operator");
-  Type(*console, {Key::kDown});
-  console->SendText("pw");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  auto console = LogIn(host, {}, "operator", "pw");
+  ASSERT_TRUE(console);
   ASSERT_TRUE(SelectEntry(*console, "Configure Lockdown Mode"));
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(*console, "[ ] Enable lockdown mode")) << console->Text();

@@ -20,16 +20,6 @@ using namespace MerelMenuTest;
 const char kHeading[] = "To manage this host go to:";
 const char kDemoProduct[] = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
 
-// The row holding `text`, or -1.
-int RowOf(const Terminal& console, const std::string& text) {
-  for (int y = 0; y < console.Options().rows; ++y) {
-    if (console.Find(y, text) >= 0) {
-      return y;
-    }
-  }
-  return -1;
-}
-
 // Where `text` starts when centred in the upper half (2 columns in, 76 wide).
 int CentredColumn(const std::string& text) {
   return 2 + (76 - static_cast<int>(text.size())) / 2;

@@ -39,6 +39,28 @@ enum class Field {
   kIpv6Gateway,
 };
 
+// What the dialog says about a refused value of the field: the field that
+// gets the focus, the title, and the request after the reason.
+struct Refusal {
+  int focus;
+  const char* title;
+  const char* request;
+};
+
+const Refusal& RefusalOf(Field field) {
+  static const Refusal kRefusals[] = {
+      {3, "Invalid IP address", "Please reenter a valid IPv4 address (x.x.x.x)."},
+      {5, "Invalid gateway address", "Please reenter a valid gateway address (x.x.x.x)."},
+      {2, "Invalid DNS server address", "Please reenter a valid DNS server address (IP or IPv6)."},
+      {3, "Invalid DNS server address", "Please reenter a valid DNS server address (IP or IPv6)."},
+      {4, "Invalid hostname", "Please reenter a valid hostname."},
+      {0, "Invalid DNS suffix", "Please reenter the suffixes, separated by spaces or commas."},
+      {4, "Invalid IP address", "Please reenter a valid IPv6 network address (x:x:x/x)."},
+      {7, "Invalid gateway address", "Please reenter a valid IPv6 gateway address (x:x:x)."},
+  };
+  return kRefusals[static_cast<int>(field)];
+}
+
 std::optional<FieldError> CheckField(Field field, const std::string& value) {
   switch (field) {
     case Field::kIpv4Address:
@@ -65,137 +87,96 @@ std::optional<FieldError> CheckField(Field field, const std::string& value) {
   return std::nullopt;
 }
 
-const std::string kIpv4Text = " Please reenter a valid IPv4 address (x.x.x.x).";
-const std::string kGatewayText = " Please reenter a valid gateway address (x.x.x.x).";
-const std::string kDnsText = " Please reenter a valid DNS server address (IP or IPv6).";
-const std::string kNameText = " Please reenter a valid hostname.";
-const std::string kSuffixText = " Please reenter the suffixes, separated by spaces or commas.";
-const std::string kIpv6Text = " Please reenter a valid IPv6 network address (x:x:x/x).";
-const std::string kIpv6GatewayText = " Please reenter a valid IPv6 gateway address (x:x:x).";
+const std::string kEmptyPart = "A name cannot have an empty part before, after or between dots.";
+const std::string kHyphen = "A part of a name cannot begin or end with \"-\".";
+const std::string kLongPart = "Each part of a name between dots can have at most 63 characters.";
+const std::string kDigits = "The last part of a name cannot be all digits.";
 
-// Each value with the field (selection index) that gets the focus and the
-// message shown; an empty title means the value is accepted.
+// Each value with the reason the dialog gives for refusing it; an empty
+// reason means the value is accepted.
 TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
   const std::string label63(63, 'a');
   const std::string name253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
+  using enum Field;
   const struct {
     Field field;
-    std::string value;
-    int focus;
-    std::string title, text;
+    std::string value, reason;
   } cases[] = {
       // IPv4 address on 10.0.0.0/24 (or the value's own /24).
-      {Field::kIpv4Address, "10.0.0.5", -1, "", ""},
-      {Field::kIpv4Address, "0.0.0.0", 3, "Invalid IP address",
-       "0.0.0.0 is not a host address." + kIpv4Text},
-      {Field::kIpv4Address, "255.255.255.255", 3, "Invalid IP address",
-       "255.255.255.255 is the broadcast address." + kIpv4Text},
-      {Field::kIpv4Address, "127.0.0.1", 3, "Invalid IP address",
-       "127.0.0.1 is a loopback address." + kIpv4Text},
-      {Field::kIpv4Address, "224.0.0.1", 3, "Invalid IP address",
-       "224.0.0.1 is a multicast address." + kIpv4Text},
-      {Field::kIpv4Address, "10.0.0.0", 3, "Invalid IP address",
-       "10.0.0.0 is the network address of its subnet." + kIpv4Text},
-      {Field::kIpv4Address, "10.0.0.255", 3, "Invalid IP address",
-       "10.0.0.255 is the broadcast address of its subnet." + kIpv4Text},
+      {kIpv4Address, "10.0.0.5", ""},
+      {kIpv4Address, "0.0.0.0", "0.0.0.0 is not a host address."},
+      {kIpv4Address, "255.255.255.255", "255.255.255.255 is the broadcast address."},
+      {kIpv4Address, "127.0.0.1", "127.0.0.1 is a loopback address."},
+      {kIpv4Address, "224.0.0.1", "224.0.0.1 is a multicast address."},
+      {kIpv4Address, "10.0.0.0", "10.0.0.0 is the network address of its subnet."},
+      {kIpv4Address, "10.0.0.255", "10.0.0.255 is the broadcast address of its subnet."},
       // IPv4 gateway of 10.0.0.5/24.
-      {Field::kIpv4Gateway, "10.0.0.1", -1, "", ""},
-      {Field::kIpv4Gateway, "192.168.9.1", -1, "", ""},  // outside the subnet: allowed
-      {Field::kIpv4Gateway, "10.0.1.0", -1, "", ""},     // another subnet's edge: its business
-      {Field::kIpv4Gateway, "0.0.0.0", 5, "Invalid gateway address",
-       "0.0.0.0 is not a host address." + kGatewayText},
-      {Field::kIpv4Gateway, "10.0.0.5", 5, "Invalid gateway address",
-       "10.0.0.5 is this host's own address." + kGatewayText},
-      {Field::kIpv4Gateway, "10.0.0.255", 5, "Invalid gateway address",
-       "10.0.0.255 is the broadcast address of its subnet." + kGatewayText},
-      {Field::kIpv4Gateway, "127.0.0.1", 5, "Invalid gateway address",
-       "127.0.0.1 is a loopback address." + kGatewayText},
+      {kIpv4Gateway, "10.0.0.1", ""},
+      {kIpv4Gateway, "192.168.9.1", ""},  // outside the subnet: allowed
+      {kIpv4Gateway, "10.0.1.0", ""},     // another subnet's edge: its business
+      {kIpv4Gateway, "0.0.0.0", "0.0.0.0 is not a host address."},
+      {kIpv4Gateway, "10.0.0.5", "10.0.0.5 is this host's own address."},
+      {kIpv4Gateway, "10.0.0.255", "10.0.0.255 is the broadcast address of its subnet."},
+      {kIpv4Gateway, "127.0.0.1", "127.0.0.1 is a loopback address."},
       // DNS servers of either family.
-      {Field::kPrimaryDns, "10.0.0.53", -1, "", ""},
-      {Field::kPrimaryDns, "127.0.0.1", -1, "", ""},  // a resolver on the host itself
-      {Field::kAlternateDns, "fe80::1", -1, "", ""},
-      {Field::kPrimaryDns, "0.0.0.0", 2, "Invalid DNS server address",
-       "0.0.0.0 is not a host address." + kDnsText},
-      {Field::kAlternateDns, "::", 3, "Invalid DNS server address",
-       ":: is not a host address." + kDnsText},
-      {Field::kPrimaryDns, "255.255.255.255", 2, "Invalid DNS server address",
-       "255.255.255.255 is the broadcast address." + kDnsText},
-      {Field::kPrimaryDns, "239.1.1.1", 2, "Invalid DNS server address",
-       "239.1.1.1 is a multicast address." + kDnsText},
-      {Field::kAlternateDns, "ff02::1", 3, "Invalid DNS server address",
-       "ff02::1 is a multicast address." + kDnsText},
-      {Field::kAlternateDns, "::ffff:224.0.0.1", 3, "Invalid DNS server address",
-       "::ffff:224.0.0.1 does not lead to a name server." + kDnsText},
+      {kPrimaryDns, "10.0.0.53", ""},
+      {kPrimaryDns, "127.0.0.1", ""},  // a resolver on the host itself
+      {kAlternateDns, "fe80::1", ""},
+      {kPrimaryDns, "0.0.0.0", "0.0.0.0 is not a host address."},
+      {kAlternateDns, "::", ":: is not a host address."},
+      {kPrimaryDns, "255.255.255.255", "255.255.255.255 is the broadcast address."},
+      {kPrimaryDns, "239.1.1.1", "239.1.1.1 is a multicast address."},
+      {kAlternateDns, "ff02::1", "ff02::1 is a multicast address."},
+      {kAlternateDns, "::ffff:224.0.0.1", "::ffff:224.0.0.1 does not lead to a name server."},
       // Host names.
-      {Field::kHostname, "", -1, "", ""},
-      {Field::kHostname, "esx-01.lab.test", -1, "", ""},
-      {Field::kHostname, name253, -1, "", ""},
-      {Field::kHostname, "a..b", 4, "Invalid hostname",
-       "A name cannot have an empty part before, after or between dots." + kNameText},
-      {Field::kHostname, "host.", 4, "Invalid hostname",
-       "A name cannot have an empty part before, after or between dots." + kNameText},
-      {Field::kHostname, label63 + "a.test", 4, "Invalid hostname",
-       "Each part of a name between dots can have at most 63 characters." + kNameText},
-      {Field::kHostname, "-host", 4, "Invalid hostname",
-       "A part of a name cannot begin or end with \"-\"." + kNameText},
-      {Field::kHostname, "host.lab-.test", 4, "Invalid hostname",
-       "A part of a name cannot begin or end with \"-\"." + kNameText},
-      {Field::kHostname, name253 + "b", 4, "Invalid hostname",
-       "A name can have at most 253 characters." + kNameText},
-      {Field::kHostname, "0.0.0.0", 4, "Invalid hostname",
-       "The last part of a name cannot be all digits." + kNameText},
+      {kHostname, "", ""},
+      {kHostname, "esx-01.lab.test", ""},
+      {kHostname, name253, ""},
+      {kHostname, "a..b", kEmptyPart},
+      {kHostname, "host.", kEmptyPart},
+      {kHostname, label63 + "a.test", kLongPart},
+      {kHostname, "-host", kHyphen},
+      {kHostname, "host.lab-.test", kHyphen},
+      {kHostname, name253 + "b", "A name can have at most 253 characters."},
+      {kHostname, "0.0.0.0", kDigits},
       // Suffixes: every one is a name; a paste too long for the field is
       // refused whole.
-      {Field::kSuffixes, "", -1, "", ""},
-      {Field::kSuffixes, "a.test, b.test,,c.test", -1, "", ""},
-      {Field::kSuffixes, "a.test a..b", 0, "Invalid DNS suffix",
-       "\"a..b\": A name cannot have an empty part before, after or between dots." + kSuffixText},
-      {Field::kSuffixes, "-a.test", 0, "Invalid DNS suffix",
-       "\"-a.test\": A part of a name cannot begin or end with \"-\"." + kSuffixText},
-      {Field::kSuffixes, std::string(64, 'x') + ".test", 0, "Invalid DNS suffix",
-       "\"" + std::string(37, 'x') +
-           "...\": Each part of a name between dots can have at most 63 characters." +
-           kSuffixText},
-      {Field::kSuffixes, "10.1.1.1", 0, "Invalid DNS suffix",
-       "\"10.1.1.1\": The last part of a name cannot be all digits." + kSuffixText},
-      {Field::kSuffixes, std::string(1025, 'a'), 0, "Invalid DNS suffix",
-       "The suffixes can have at most 1024 characters in all." + kSuffixText},
+      {kSuffixes, "", ""},
+      {kSuffixes, "a.test, b.test,,c.test", ""},
+      {kSuffixes, "a.test a..b", "\"a..b\": " + kEmptyPart},
+      {kSuffixes, "-a.test", "\"-a.test\": " + kHyphen},
+      {kSuffixes, std::string(64, 'x') + ".test",
+       "\"" + std::string(37, 'x') + "...\": " + kLongPart},
+      {kSuffixes, "10.1.1.1", "\"10.1.1.1\": " + kDigits},
+      {kSuffixes, std::string(1025, 'a'), "The suffixes can have at most 1024 characters in all."},
       // IPv6 addresses: global and unique-local unicast only.
-      {Field::kIpv6Address, "2001:db8::5/64", -1, "", ""},
-      {Field::kIpv6Address, "fd00:1::5/64", -1, "", ""},
-      {Field::kIpv6Address, "::1/128", 4, "Invalid IP address",
-       "::1 is the loopback address." + kIpv6Text},
-      {Field::kIpv6Address, "::/64", 4, "Invalid IP address",
-       ":: is not a host address." + kIpv6Text},
-      {Field::kIpv6Address, "ff02::1/64", 4, "Invalid IP address",
-       "ff02::1 is a multicast address." + kIpv6Text},
-      {Field::kIpv6Address, "::ffff:10.0.0.1/96", 4, "Invalid IP address",
-       "::ffff:10.0.0.1 is an IPv4-mapped address." + kIpv6Text},
-      {Field::kIpv6Address, "fec0::1/64", 4, "Invalid IP address",
-       "fec0::1 is not a global or unique-local unicast address." + kIpv6Text},
+      {kIpv6Address, "2001:db8::5/64", ""},
+      {kIpv6Address, "fd00:1::5/64", ""},
+      {kIpv6Address, "::1/128", "::1 is the loopback address."},
+      {kIpv6Address, "::/64", ":: is not a host address."},
+      {kIpv6Address, "ff02::1/64", "ff02::1 is a multicast address."},
+      {kIpv6Address, "::ffff:10.0.0.1/96", "::ffff:10.0.0.1 is an IPv4-mapped address."},
+      {kIpv6Address, "fec0::1/64", "fec0::1 is not a global or unique-local unicast address."},
       // IPv6 gateways: link-local or global.
-      {Field::kIpv6Gateway, "fe80::1%nex0", -1, "", ""},
-      {Field::kIpv6Gateway, "2001:db8::1", -1, "", ""},
-      {Field::kIpv6Gateway, "::", 7, "Invalid gateway address",
-       ":: is not a host address." + kIpv6GatewayText},
-      {Field::kIpv6Gateway, "::1", 7, "Invalid gateway address",
-       "::1 is the loopback address." + kIpv6GatewayText},
-      {Field::kIpv6Gateway, "ff02::2", 7, "Invalid gateway address",
-       "ff02::2 is a multicast address." + kIpv6GatewayText},
-      {Field::kIpv6Gateway, "::ffff:10.0.0.1", 7, "Invalid gateway address",
-       "::ffff:10.0.0.1 is an IPv4-mapped address." + kIpv6GatewayText},
+      {kIpv6Gateway, "fe80::1%nex0", ""},
+      {kIpv6Gateway, "2001:db8::1", ""},
+      {kIpv6Gateway, "::", ":: is not a host address."},
+      {kIpv6Gateway, "::1", "::1 is the loopback address."},
+      {kIpv6Gateway, "ff02::2", "ff02::2 is a multicast address."},
+      {kIpv6Gateway, "::ffff:10.0.0.1", "::ffff:10.0.0.1 is an IPv4-mapped address."},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.value.substr(0, 80));
     const std::optional<FieldError> error = CheckField(c.field, c.value);
-    if (c.title.empty()) {
+    if (c.reason.empty()) {
       EXPECT_FALSE(error.has_value()) << error->Title() << ": " << error->Text();
       continue;
     }
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->field, c.focus);
-    EXPECT_EQ(error->Title(), c.title);
-    EXPECT_EQ(error->Text(), c.text);
+    const Refusal& refusal = RefusalOf(c.field);
+    EXPECT_EQ(error->field, refusal.focus);
+    EXPECT_EQ(error->Title(), refusal.title);
+    EXPECT_EQ(error->Text(), c.reason + " " + refusal.request);
   }
 }
 
@@ -206,26 +187,15 @@ TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
   SimHostTest::SimRoot root;  // the demo host: static 192.168.10.20/24, IPv6 on
   namespace Net = NexCtl::Network;
   const char kStack[] = "defaultNetStack";
-  auto withAddress = [](const char* address, const char* netmask) {
+  // Changes the management interface's live configuration and stores it.
+  auto withInterface = [](std::function<void(IpConfig&)> change) {
     return [=] {
       Net::NetworkInfoImpl network;
       network.UpdateManagementInterface();
       auto nic = network.GetManagementInterface();
       IpConfig settings, live;
       nic->GetIpConfigs(settings, live);
-      live.SetIpv4Address(Ipv4Address(address));
-      live.SetIpv4Netmask(Ipv4Address(netmask));
-      nic->SetIpConfig(live);
-    };
-  };
-  auto withIpv6 = [](const char* network) {
-    return [=] {
-      Net::NetworkInfoImpl info;
-      info.UpdateManagementInterface();
-      auto nic = info.GetManagementInterface();
-      IpConfig settings, live;
-      nic->GetIpConfigs(settings, live);
-      live.AddIpv6Network(Ipv6Network(network));
+      change(live);
       nic->SetIpConfig(live);
     };
   };
@@ -233,8 +203,12 @@ TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
     const char* name;
     std::function<void()> call;
   } cases[] = {
-      {"loopback address", withAddress("127.0.0.1", "255.0.0.0")},
-      {"IPv6 multicast", withIpv6("ff02::1/64")},
+      {"loopback address", withInterface([](IpConfig& c) {
+         c.SetIpv4Address(Ipv4Address("127.0.0.1"));
+         c.SetIpv4Netmask(Ipv4Address("255.0.0.0"));
+       })},
+      {"IPv6 multicast",
+       withInterface([](IpConfig& c) { c.AddIpv6Network(Ipv6Network("ff02::1/64")); })},
       {"own address as gateway",
        [&] { Net::RoutingInfoImpl(kStack).SetNexelDefaultGateway(Ipv4Address("192.168.10.20")); }},
       {"loopback IPv6 gateway",

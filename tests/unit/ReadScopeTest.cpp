@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -129,15 +131,11 @@ TEST(ReadScopeTest, AnUnreadableHostFailsEveryCall) {
   SimRoot root;
   ReadScope action;
   Hostname();
-  {
-    // Replaced by something that is not a host state at all.
-    FILE* file = fopen((root.Path() + "/host.json.new").c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    fputs("not json", file);
-    fclose(file);
-    ASSERT_EQ(rename((root.Path() + "/host.json.new").c_str(), (root.Path() + "/host.json").c_str()),
-              0);
-  }
+  // Replaced by something that is not a host state at all.
+  { std::ofstream(root.Path() + "/host.json.new") << "not json"; }
+  ASSERT_EQ(
+      std::rename((root.Path() + "/host.json.new").c_str(), (root.Path() + "/host.json").c_str()),
+      0);
   EXPECT_THROW(Hostname(), HostCtl::Lib::HostCtlException);
   EXPECT_THROW(Hostname(), HostCtl::Lib::HostCtlException);
 }
