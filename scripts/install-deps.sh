@@ -11,6 +11,7 @@ PKGS=(
   dialog whiptail
   clang libclang-rt-14-dev
   lintian fakeroot dpkg-dev file systemd groff-base
+  libsystemd-dev libaudit-dev libvirt-dev pci.ids libpam-modules util-linux
 )
 missing=()
 for p in "${PKGS[@]}"; do
