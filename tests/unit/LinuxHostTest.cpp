@@ -227,6 +227,61 @@ TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
   EXPECT_EQ(adapters[1].firmwareVersion, "1.0");
 }
 
+TEST(LinuxFacts, TheDefaultRoutesInterfaceIsTheManagementInterface) {
+  Tree tree;
+  for (const char* name : {"eno1", "eno2"}) {
+    tree.Write(std::string("/sys/class/net/") + name + "/address", "52:54:00:00:00:0" +
+                                                                        std::string(name + 3) +
+                                                                        "\n");
+    tree.Write(std::string("/sys/class/net/") + name + "/operstate", "up\n");
+  }
+  tree.Write("/sys/class/net/eno2/speed", "1000\n");
+  tree.Write("/sys/class/net/lo/address", "00:00:00:00:00:00\n");
+  tree.Write("/proc/net/route",
+             "Iface\tDestination\tGateway \tFlags\n"
+             "eno2\t0002A8C0\t00000000\t0001\n"
+             "eno2\t00000000\t0102A8C0\t0003\n");
+  tree.Write("/etc/resolv.conf", "search example.test lab.test\nnameserver 192.168.2.53\n"
+                                 "nameserver 2001:db8::53\n");
+  NetworkState network;
+  Linux::ReadNetwork(tree.Root(),
+                     {{"eno1", "10.0.0.5", 8, false},
+                      {"eno2", "192.168.2.10", 24, false},
+                      {"eno2", "2001:db8::10", 64, true}},
+                     network);
+  ASSERT_EQ(network.pnics.size(), 2u);  // loopback is no adapter
+  EXPECT_EQ(network.pnics[1].speedMbps, 1000);
+  ASSERT_EQ(network.nics.size(), 1u);
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(nic.name, "eno2");
+  EXPECT_TRUE(nic.management);
+  EXPECT_EQ(nic.mac, "52:54:00:00:00:02");
+  EXPECT_EQ(nic.ipv4Address, "192.168.2.10");
+  EXPECT_EQ(nic.ipv4Netmask, "255.255.255.0");
+  EXPECT_EQ(nic.ipv6Addresses, std::vector<std::string>{"2001:db8::10/64"});
+  EXPECT_EQ(network.routing.ipv4Gateway, "192.168.2.1");
+  EXPECT_EQ(Join(network.dns.searchDomains), "example.test lab.test");
+  EXPECT_EQ(Join(network.dns.nameServers), "192.168.2.53");
+  EXPECT_EQ(Join(network.dns.ipv6NameServers), "2001:db8::53");
+  ASSERT_EQ(network.vswitches.size(), 1u);
+  EXPECT_EQ(network.vswitches[0].portGroups[0].name, nic.portGroup);
+}
+
+TEST(LinuxFacts, WithoutARouteTheFirstInterfaceWithAnAddressManages) {
+  Tree tree;
+  for (const char* name : {"a0", "b0"})
+    tree.Write(std::string("/sys/class/net/") + name + "/address", "52:54:00:00:00:01\n");
+  NetworkState network;
+  Linux::ReadNetwork(tree.Root(), {{"b0", "10.1.1.1", 16, false}}, network);
+  ASSERT_EQ(network.nics.size(), 1u);
+  EXPECT_EQ(network.nics[0].name, "b0");
+  EXPECT_EQ(network.nics[0].ipv4Netmask, "255.255.0.0");
+  EXPECT_EQ(network.routing.ipv4Gateway, "0.0.0.0");
+  NetworkState none;
+  Linux::ReadNetwork(tree.Root() + "/nothing", {}, none);
+  EXPECT_TRUE(none.nics.empty());
+}
+
 struct ProgramCase {
   const char* name;
   std::vector<std::string> argv;  // argv[0] is the path

@@ -326,6 +326,15 @@ HostState LinuxBackend::Load() {
   std::getline(release, state.product.kernelVersion);
 
   state.network.dns.hostname = Linux::ReadHostname(_root);
+  // The machine's own addresses only on the machine: a prepared tree has
+  // none of its own.
+  Linux::ReadNetwork(_root,
+                     _root.empty() ? Linux::MachineAddresses()
+                                   : std::vector<Linux::InterfaceAddress>{},
+                     state.network);
+  // What a simulated host's network offers around it does not exist here.
+  state.network.dhcp.available = false;
+  state.network.dhcp.ipv6DhcpAvailable = false;
   const long pageSize = sysconf(_SC_PAGESIZE);
   state.hardware.cpu = Linux::ReadCpu(_root);
   state.hardware.memory = Linux::ReadMemory(_root, pageSize > 0 ? pageSize : 4096);

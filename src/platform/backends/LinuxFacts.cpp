@@ -273,3 +273,178 @@ std::vector<StorageAdapterState> ReadStorageAdapters(const std::string& root) {
 }
 
 }  // namespace Platform::Linux
+
+#include <ifaddrs.h>
+#include <netdb.h>
+#include <netinet/in.h>
+
+namespace Platform::Linux {
+
+namespace {
+
+int PrefixLength(const sockaddr* mask) {
+  if (!mask)
+    return 0;
+  const unsigned char* bytes = nullptr;
+  size_t size = 0;
+  if (mask->sa_family == AF_INET) {
+    bytes = reinterpret_cast<const unsigned char*>(
+        &reinterpret_cast<const sockaddr_in*>(mask)->sin_addr);
+    size = 4;
+  } else {
+    bytes = reinterpret_cast<const sockaddr_in6*>(mask)->sin6_addr.s6_addr;
+    size = 16;
+  }
+  int bits = 0;
+  for (size_t i = 0; i < size; ++i)
+    bits += __builtin_popcount(bytes[i]);
+  return bits;
+}
+
+std::string Netmask(int prefix) {
+  const uint32_t mask = prefix <= 0 ? 0 : prefix >= 32 ? 0xffffffffu : ~((1u << (32 - prefix)) - 1);
+  return std::to_string(mask >> 24) + "." + std::to_string((mask >> 16) & 255) + "." +
+         std::to_string((mask >> 8) & 255) + "." + std::to_string(mask & 255);
+}
+
+}  // namespace
+
+std::vector<InterfaceAddress> MachineAddresses() {
+  std::vector<InterfaceAddress> result;
+  ifaddrs* list = nullptr;
+  if (getifaddrs(&list) != 0)
+    return result;
+  for (ifaddrs* entry = list; entry; entry = entry->ifa_next) {
+    if (!entry->ifa_addr ||
+        (entry->ifa_addr->sa_family != AF_INET && entry->ifa_addr->sa_family != AF_INET6))
+      continue;
+    const bool ipv6 = entry->ifa_addr->sa_family == AF_INET6;
+    char text[NI_MAXHOST] = {};
+    const socklen_t size = ipv6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+    if (getnameinfo(entry->ifa_addr, size, text, sizeof(text), nullptr, 0, NI_NUMERICHOST) != 0)
+      continue;
+    std::string address = text;
+    if (address.find('%') != std::string::npos || address.rfind("fe80", 0) == 0 ||
+        address.rfind("127.", 0) == 0 || address == "::1")
+      continue;
+    result.push_back({entry->ifa_name, address, PrefixLength(entry->ifa_netmask), ipv6});
+  }
+  freeifaddrs(list);
+  return result;
+}
+
+std::string DefaultRoute(const std::string& root, std::string& gateway) {
+  gateway = "0.0.0.0";
+  std::ifstream file(root + "/proc/net/route");
+  std::string line;
+  std::getline(file, line);  // the heading
+  while (std::getline(file, line)) {
+    std::istringstream fields(line);
+    std::string name, destination, via;
+    if (!(fields >> name >> destination >> via) || destination != "00000000")
+      continue;
+    // The kernel prints the address as a number in the machine's byte
+    // order: "0102A8C0" is 192.168.2.1 on a little-endian machine.
+    const uint32_t value = static_cast<uint32_t>(std::strtoul(via.c_str(), nullptr, 16));
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(&value);
+    gateway = std::to_string(bytes[0]) + "." + std::to_string(bytes[1]) + "." +
+              std::to_string(bytes[2]) + "." + std::to_string(bytes[3]);
+    return name;
+  }
+  return "";
+}
+
+void ReadNetwork(const std::string& root,
+                 const std::vector<InterfaceAddress>& addresses,
+                 NetworkState& network) {
+  const std::string dir = root + "/sys/class/net/";
+  std::vector<std::string> names;
+  for (const auto& name : ListDir(dir)) {
+    if (name != "lo" && access((dir + name + "/address").c_str(), F_OK) == 0)
+      names.push_back(name);
+  }
+  network.pnics.clear();
+  network.vswitches.clear();
+  network.nics.clear();
+  network.dvswitches.clear();
+  if (names.empty())
+    return;
+  for (const auto& name : names) {
+    PnicState pnic;
+    pnic.name = name;
+    pnic.mac = ReadValue(dir + name + "/address");
+    pnic.driver = LinkName(dir + name + "/device/driver");
+    const std::string state = ReadValue(dir + name + "/operstate");
+    pnic.linkUp = state == "up" || state == "unknown";
+    // "-1" (or nothing) while the link is down.
+    const long speed = std::strtol(ReadValue(dir + name + "/speed").c_str(), nullptr, 10);
+    pnic.speedMbps = speed > 0 ? static_cast<int>(speed) : 0;
+    pnic.fullDuplex = ReadValue(dir + name + "/duplex") == "full";
+    network.pnics.push_back(pnic);
+  }
+  std::string gateway;
+  std::string management = DefaultRoute(root, gateway);
+  if (std::find(names.begin(), names.end(), management) == names.end()) {
+    management.clear();
+    for (const auto& address : addresses) {
+      if (!address.ipv6 && std::find(names.begin(), names.end(), address.name) != names.end()) {
+        management = address.name;
+        break;
+      }
+    }
+    if (management.empty())
+      management = names.front();
+  }
+  network.routing.ipv4Gateway = gateway;
+
+  VSwitchState vswitch;
+  vswitch.name = "vSwitch0";
+  vswitch.uplinks = {management};
+  PortGroupState group;
+  group.name = "Management Network";
+  group.activeUplinks = {management};
+  vswitch.portGroups.push_back(group);
+  network.vswitches.push_back(vswitch);
+
+  NexNicState nic;
+  nic.name = management;
+  nic.mac = ReadValue(dir + management + "/address");
+  nic.management = true;
+  nic.portGroup = group.name;
+  const long mtu = std::strtol(ReadValue(dir + management + "/mtu").c_str(), nullptr, 10);
+  nic.mtu = mtu > 0 ? static_cast<int>(mtu) : 1500;
+  nic.ipv4Mode = "static";
+  for (const auto& address : addresses) {
+    if (address.name != management)
+      continue;
+    if (address.ipv6) {
+      nic.ipv6Addresses.push_back(address.address + "/" + std::to_string(address.prefix));
+    } else if (nic.ipv4Address == "0.0.0.0") {
+      nic.ipv4Address = address.address;
+      nic.ipv4Netmask = Netmask(address.prefix);
+    }
+  }
+  network.nics.push_back(nic);
+
+  std::ifstream resolv(root + "/etc/resolv.conf");
+  std::string line;
+  network.dns.nameServers.clear();
+  network.dns.ipv6NameServers.clear();
+  network.dns.searchDomains.clear();
+  while (std::getline(resolv, line)) {
+    std::istringstream words(line);
+    std::string key, value;
+    if (!(words >> key))
+      continue;
+    if (key == "nameserver" && words >> value) {
+      (value.find(':') != std::string::npos ? network.dns.ipv6NameServers
+                                            : network.dns.nameServers)
+          .push_back(value);
+    } else if (key == "search") {
+      while (words >> value)
+        network.dns.searchDomains.push_back(value);
+    }
+  }
+}
+
+}  // namespace Platform::Linux

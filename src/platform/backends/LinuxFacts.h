@@ -51,3 +51,32 @@ std::vector<PciDeviceState> ReadPciDevices(const std::string& root, const PciNam
 std::vector<StorageAdapterState> ReadStorageAdapters(const std::string& root);
 
 }  // namespace Platform::Linux
+
+namespace Platform::Linux {
+
+// One address of an interface ("eth0", "192.0.2.5", 24).
+struct InterfaceAddress {
+  std::string name;
+  std::string address;
+  int prefix = 0;
+  bool ipv6 = false;
+};
+
+// The machine's addresses now (getifaddrs); loopback and link-local ones
+// left out.
+std::vector<InterfaceAddress> MachineAddresses();
+
+// The interface of the IPv4 default route in ROOT/proc/net/route, and the
+// gateway's address ("" and "0.0.0.0" when there is none).
+std::string DefaultRoute(const std::string& root, std::string& gateway);
+
+// The network as the console's model sees it: every interface of
+// ROOT/sys/class/net but loopback is an adapter on one switch, and the
+// interface of the default route (else the first with an IPv4 address, else
+// the first) is the management interface, with its addresses, the gateway
+// and the name servers of ROOT/etc/resolv.conf.
+void ReadNetwork(const std::string& root,
+                 const std::vector<InterfaceAddress>& addresses,
+                 NetworkState& network);
+
+}  // namespace Platform::Linux
