@@ -397,6 +397,29 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
   EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
 }
 
+TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
+  Tree tree;
+  tree.Write("/var/log/messages", "x\n");
+  tree.Write("/var/log/kern.log", "x\n");
+  const struct {
+    const char* asked;
+    const char* found;
+  } cases[] = {
+      {"/var/log/syslog.log", "/var/log/messages"},  // no /var/log/syslog here
+      {"/var/log/nexel.log", "/var/log/kern.log"},
+      {"/var/log/hostboot.log", ""},  // not on this machine
+      {"/var/log/obsvd.log", ""},     // events are in the journal
+      {"/etc/ssh/ssh_host_rsa_key.pub", "/etc/ssh/ssh_host_rsa_key.pub"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Linux::LogFile(tree.Root(), c.asked), c.found) << c.asked;
+  tree.Write("/var/log/syslog", "x\n");
+  EXPECT_EQ(Linux::LogFile(tree.Root(), "/var/log/syslog.log"), "/var/log/syslog");
+  LinuxBackend backend(tree.Root(), "1");
+  EXPECT_EQ(backend.HostPath("/var/log/nexel.log"), tree.Root() + "/var/log/kern.log");
+  EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
+}
+
 TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   Tree tree;
   tree.Write("/proc/sys/kernel/hostname", "kvm-host-3\n");

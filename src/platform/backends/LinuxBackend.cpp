@@ -171,8 +171,13 @@ std::string LinuxBackend::HostPath(const std::string& hostPath) {
   // exists (the package installs it; removing it locks the console).
   if (hostPath == "/var/run/ostrel/show-merel-login")
     return _root + "/etc/merel/console-login";
-  if (hostPath.empty() || hostPath[0] == '/')
-    return _root + hostPath;
+  if (hostPath.empty())
+    return _root;
+  if (hostPath[0] == '/') {
+    // A log this host does not keep is a path that names nothing.
+    const std::string log = Linux::LogFile(_root, hostPath);
+    return log.empty() ? _root + "/nonexistent" + hostPath : _root + log;
+  }
   for (const char* dir : {"/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"}) {
     const std::string candidate = _root + dir + hostPath;
     if (access(candidate.c_str(), X_OK) == 0)

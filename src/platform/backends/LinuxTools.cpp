@@ -1,6 +1,9 @@
 #include "backends/LinuxTools.h"
 
+#include <unistd.h>
+
 #include <fstream>
+#include <map>
 #include <sstream>
 
 namespace Platform::Linux {
@@ -145,6 +148,26 @@ Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
     }
   }
   return Action{};
+}
+
+std::string LogFile(const std::string& root, const std::string& hostPath) {
+  static const std::map<std::string, std::vector<std::string>> places = {
+      {"/var/log/syslog.log", {"/var/log/syslog", "/var/log/messages"}},
+      {"/var/log/nexel.log", {"/var/log/kern.log"}},
+      {"/var/log/hostboot.log", {"/var/log/boot.log"}},
+      {"/var/log/mgmtd.log", {"/var/log/libvirt/libvirtd.log"}},
+      {"/var/log/fdxa.log", {}},
+      {"/var/log/hamd.log", {}},
+      {"/var/log/obsvd.log", {}},
+  };
+  auto entry = places.find(hostPath);
+  if (entry == places.end())
+    return hostPath;
+  for (const auto& place : entry->second) {
+    if (access((root + place).c_str(), R_OK) == 0)
+      return place;
+  }
+  return "";
 }
 
 Action MapCommand(const std::string& command, const Config& config) {

@@ -43,6 +43,11 @@ struct Action {
 Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
                   const Config& config);
 
+// Where the log viewer's files are on a Linux host: the first of the usual
+// places for each that exists under `root`; "" for a log that a Linux host
+// does not keep, and `hostPath` itself for a path that is no such log.
+std::string LogFile(const std::string& root, const std::string& hostPath);
+
 // A shell command line of system(3).
 Action MapCommand(const std::string& command, const Config& config);
 
