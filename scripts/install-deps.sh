@@ -12,6 +12,7 @@ PKGS=(
   clang libclang-rt-14-dev
   lintian fakeroot dpkg-dev file systemd groff-base
   strace
+  libsystemd-dev libaudit-dev libvirt-dev pci.ids libpam-modules util-linux
 )
 missing=()
 for p in "${PKGS[@]}"; do

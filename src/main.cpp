@@ -59,12 +59,14 @@ int HandleOptions(int argc, char** argv) {
   const char* arg = argv[1];
   if (strcmp(arg, "--help") == 0 || strcmp(arg, "-h") == 0) {
     printf(
-        "usage: merel [VT]\n"
+        "usage: merel [--host linux|sim] [VT]\n"
         "The host's full-screen console: the welcome screen, and after a login the\n"
         "System Customization menu. VT (1 to 63) is the virtual terminal to bring\n"
         "to the front. It runs on the host named by MEREL_SIM_ROOT, otherwise on\n"
         "the demo host in the user's state directory. See merel(8).\n"
         "\n"
+        "  --host linux   run on this machine (its own facts, logins, services and power)\n"
+        "  --host sim     run on a simulated host (the default)\n"
         "  -h, --help     show this help and exit\n"
         "  -V, --version  show the version and exit\n");
     return 0;
@@ -78,6 +80,37 @@ int HandleOptions(int argc, char** argv) {
     fprintf(stderr, "merel: unknown option '%s' (try 'merel --help')\n", arg);
     return 2;
   }
+  return -1;
+}
+
+// "--host linux" (or "--host=linux") before the other arguments: the console
+// then runs on the machine itself instead of a simulated host. Removes the
+// option from the arguments. Returns the exit status of a bad option, or -1
+// to go on.
+int TakeHostOption(int& argc, char**& argv, bool& linuxHost) {
+  if (argc < 2 || strncmp(argv[1], "--host", 6) != 0 || (argv[1][6] != '\0' && argv[1][6] != '=')) {
+    return -1;
+  }
+  int used = 1;
+  const char* name = argv[1][6] == '=' ? argv[1] + 7 : nullptr;
+  if (name == nullptr) {
+    if (argc < 3) {
+      fprintf(stderr, "merel: --host needs a host: linux or sim\n");
+      return 2;
+    }
+    name = argv[2];
+    used = 2;
+  }
+  if (strcmp(name, "linux") == 0) {
+    linuxHost = true;
+  } else if (strcmp(name, "sim") != 0) {
+    fprintf(stderr, "merel: unknown host '%s' (linux or sim)\n", name);
+    return 2;
+  }
+  // The program's name stays first.
+  argv[used] = argv[0];
+  argv += used;
+  argc -= used;
   return -1;
 }
 
@@ -191,6 +224,10 @@ void StartCurses() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  bool linuxHost = false;
+  if (int status = TakeHostOption(argc, argv, linuxHost); status >= 0) {
+    return status;
+  }
   if (int status = HandleOptions(argc, argv); status >= 0) {
     return status;
   }
@@ -201,7 +238,9 @@ int main(int argc, char** argv) {
   // reading that checks the host is the one the start-up's calls share.
   Merel::Frame::BeginAction();
   std::string error;
-  if (!Platform::Select(error)) {
+  if (linuxHost) {
+    Platform::SelectLinux(MEREL_VERSION);
+  } else if (!Platform::Select(error)) {
     fprintf(stderr, "%s\n", error.c_str());
     return 1;
   }

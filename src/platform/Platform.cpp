@@ -17,6 +17,7 @@
 
 #include "Backend.h"
 #include "HostCtl/HostCtlException.h"
+#include "backends/LinuxBackend.h"
 #include "backends/SimBackend.h"
 #include "backends/SimHostInit.h"
 
@@ -135,6 +136,10 @@ bool Select(std::string& error) {
   }
   Install(std::move(backend));
   return true;
+}
+
+void SelectLinux(const std::string& version) {
+  Install(std::make_unique<LinuxBackend>("", version));
 }
 
 void Install(std::unique_ptr<Backend> backend) {

@@ -20,6 +20,9 @@ class Backend;
 // bundled demo host in the user's state directory. Returns false (with a one
 // line reason in `error`) when the host cannot be used; nothing is written then.
 bool Select(std::string& error);
+// Selects the machine the console runs on (`merel --host linux`); `version`
+// is the console's own, shown in the product line.
+void SelectLinux(const std::string& version);
 // For tests and tools: install a backend explicitly.
 void Install(std::unique_ptr<Backend> backend);
 // The selected backend; a backend that fails every host call when none is.

@@ -52,7 +52,13 @@ TEST(CommandLineTest, HelpVersionAndUnknownOptions) {
   } cases[] = {
       {MEREL_BIN, "--version", 0, "merel ", ""},
       {MEREL_BIN, "-V", 0, "merel ", ""},
-      {MEREL_BIN, "--help", 0, "usage: merel [VT]\n", ""},
+      {MEREL_BIN, "--help", 0, "usage: merel [--host linux|sim] [VT]\n", ""},
+      // The host is chosen before anything else is read; these never run it.
+      {MEREL_BIN, "--host linux --version", 0, "merel ", ""},
+      {MEREL_BIN, "--host=sim --help", 0, "usage: merel ", ""},
+      {MEREL_BIN, "--host", 2, "", "merel: --host needs a host: linux or sim\n"},
+      {MEREL_BIN, "--host mars", 2, "", "merel: unknown host 'mars' (linux or sim)\n"},
+      {MEREL_BIN, "--hostile", 2, "", "merel: unknown option '--hostile' (try 'merel --help')\n"},
       {MEREL_BIN, "--bogus", 2, "", "merel: unknown option '--bogus' (try 'merel --help')\n"},
       {MEREL_BIN, "-x 3", 2, "", "merel: unknown option '-x' (try 'merel --help')\n"},
       {MEREL_SIM_BIN, "--version", 0, "merel-sim ", ""},

@@ -1,0 +1,424 @@
+#include "backends/LinuxBackend.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <libaudit.h>
+#include <netdb.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <systemd/sd-journal.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "HostCtl/HostCtlException.h"
+#include "backends/LinuxFacts.h"
+#include "backends/LinuxVms.h"
+#include "backends/RecordText.h"
+
+namespace Platform {
+
+namespace {
+
+// Children start with no blocked signals and default dispositions: the
+// console blocks its termination signals in every thread.
+class CleanSignals {
+ public:
+  CleanSignals() {
+    posix_spawnattr_init(&_attr);
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&_attr, &none);
+    posix_spawnattr_setsigdefault(&_attr, &all);
+    posix_spawnattr_setflags(&_attr, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~CleanSignals() { posix_spawnattr_destroy(&_attr); }
+  CleanSignals(const CleanSignals&) = delete;
+  CleanSignals& operator=(const CleanSignals&) = delete;
+  const posix_spawnattr_t* Get() const { return &_attr; }
+
+ private:
+  posix_spawnattr_t _attr;
+};
+
+// systemctl gets a known environment, whatever the caller passed.
+char* const kToolEnvironment[] = {const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
+                                  const_cast<char*>("LANG=C"), nullptr};
+
+pid_t SpawnArgv(const std::vector<std::string>& words,
+                char* const envp[],
+                int in,
+                int out,
+                int err) {
+  std::vector<char*> argv;
+  for (const auto& word : words)
+    argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  if (posix_spawn_file_actions_init(&actions) != 0)
+    return -1;
+  // Through a scratch range, so that a descriptor that already is 0, 1 or 2
+  // is not overwritten before it has been copied.
+  const int fds[3] = {in, out, err};
+  for (int i = 0; i < 3; ++i)
+    posix_spawn_file_actions_adddup2(&actions, fds[i], 100 + i);
+  for (int i = 0; i < 3; ++i) {
+    posix_spawn_file_actions_adddup2(&actions, 100 + i, i);
+    posix_spawn_file_actions_addclose(&actions, 100 + i);
+  }
+  CleanSignals signals;
+  pid_t pid = -1;
+  const int rc = posix_spawn(&pid, argv[0], &actions, signals.Get(), argv.data(), envp);
+  posix_spawn_file_actions_destroy(&actions);
+  return rc == 0 ? pid : -1;
+}
+
+// Writes `data` to `path` so that a crash or power loss leaves the old file
+// or the new one: a temporary file in the same folder, flushed, renamed,
+// and the folder flushed.
+bool WriteFileDurably(const std::string& path, const std::string& data, std::string& error) {
+  const std::string folder = path.substr(0, path.find_last_of('/'));
+  mkdir(folder.c_str(), 0755);
+  std::string temp = path + ".XXXXXX";
+  const int fd = mkostemp(temp.data(), O_CLOEXEC);
+  if (fd < 0) {
+    error = path + ": " + std::strerror(errno);
+    return false;
+  }
+  fchmod(fd, 0644);
+  size_t done = 0;
+  bool ok = true;
+  while (ok && done < data.size()) {
+    const ssize_t n = write(fd, data.data() + done, data.size() - done);
+    if (n < 0 && errno == EINTR)
+      continue;
+    ok = n > 0;
+    done += n > 0 ? static_cast<size_t>(n) : 0;
+  }
+  ok = ok && fsync(fd) == 0;
+  const int saved = errno;
+  close(fd);
+  if (!ok || rename(temp.c_str(), path.c_str()) != 0) {
+    error = path + ": " + std::strerror(ok ? errno : saved);
+    unlink(temp.c_str());
+    return false;
+  }
+  const int dir = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir >= 0) {
+    fsync(dir);
+    close(dir);
+  }
+  return true;
+}
+
+std::string OptionLine(const AdvancedOptionState& option) {
+  return option.name + " = " +
+         (option.type == "string" ? option.stringValue : std::to_string(option.value)) + "\n";
+}
+
+void ReadOptions(const std::string& path, HostState& state) {
+  std::ifstream file(path);
+  std::string line;
+  while (std::getline(file, line)) {
+    const auto equals = line.find(" = ");
+    if (line.empty() || line[0] == '#' || equals == std::string::npos)
+      continue;
+    AdvancedOptionState* option = FindOption(state, line.substr(0, equals));
+    if (!option)
+      continue;
+    const std::string value = line.substr(equals + 3);
+    if (option->type == "string") {
+      option->stringValue = value;
+      continue;
+    }
+    char* end = nullptr;
+    errno = 0;
+    const long long number = std::strtoll(value.c_str(), &end, 10);
+    // A value out of the option's range is the file's fault, not the
+    // option's: the default stays.
+    if (errno == 0 && end != value.c_str() && *end == '\0' && number >= option->min &&
+        number <= option->max)
+      option->value = number;
+  }
+}
+
+}  // namespace
+
+LinuxBackend::LinuxBackend(std::string root, std::string version)
+    : _root(std::move(root)), _version(std::move(version)) {
+  while (!_root.empty() && _root.back() == '/')
+    _root.pop_back();
+  _config = Linux::ReadConfig(_root + "/etc/merel/merel.conf");
+  if (!_root.empty())
+    _config.systemctl = _root + _config.systemctl;
+}
+
+std::string LinuxBackend::OptionsPath() const {
+  return _root + "/etc/merel/options";
+}
+
+std::string LinuxBackend::HostPath(const std::string& hostPath) {
+  // The console is offered at the machine's console while this switch
+  // exists (the package installs it; removing it locks the console).
+  if (hostPath == "/var/run/ostrel/show-merel-login")
+    return _root + "/etc/merel/console-login";
+  if (hostPath.empty())
+    return _root;
+  if (hostPath[0] == '/') {
+    // A log this host does not keep is a path that names nothing.
+    const std::string log = Linux::LogFile(_root, hostPath);
+    return log.empty() ? _root + "/nonexistent" + hostPath : _root + log;
+  }
+  for (const char* dir : {"/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"}) {
+    const std::string candidate = _root + dir + hostPath;
+    if (access(candidate.c_str(), X_OK) == 0)
+      return candidate;
+  }
+  return _root + "/usr/bin/" + hostPath;
+}
+
+pid_t LinuxBackend::Spawn(const char* path,
+                          char* const argv[],
+                          char* const envp[],
+                          int in,
+                          int out,
+                          int err) {
+  if (!path)
+    return -1;
+  std::vector<std::string> words;
+  for (size_t i = 0; argv && argv[i]; ++i)
+    words.push_back(argv[i]);
+  std::string program = path;
+  if (!_root.empty() && program.rfind(_root + "/", 0) == 0)
+    program = program.substr(_root.size());
+  // A script path handed over through HostPath is the host's again.
+  if (program == "/bin/sh" && words.size() == 3 && !_root.empty() &&
+      words[1].rfind(_root + "/", 0) == 0)
+    words[1] = words[1].substr(_root.size());
+  const Linux::Action action = Linux::MapProgram(program, words, _config);
+  switch (action.kind) {
+    case Linux::Action::kRefuse:
+      WriteSyslog("MEREL", true, LOG_USER, LOG_WARNING,
+                  "not available on this host: " + program);
+      return -1;
+    case Linux::Action::kRun: {
+      std::vector<std::string> run = action.argv;
+      if (!_root.empty() && run[0].rfind(_root, 0) != 0)
+        run[0] = _root + run[0];
+      static char* const noEnv[] = {nullptr};
+      char* const* environment =
+          action.argv[0] == _config.systemctl ? kToolEnvironment : (envp ? envp : noEnv);
+      return SpawnArgv(run, environment, in, out, err);
+    }
+    case Linux::Action::kRunAll:
+    case Linux::Action::kSucceed:
+    case Linux::Action::kStopVms:
+      break;
+  }
+  // Work done by the console's own code runs in a child of its own, so that
+  // the caller sees a program like any other (its output, its status).
+  const pid_t pid = fork();
+  if (pid != 0)
+    return pid;
+  const int fds[3] = {in, out, err};
+  for (int i = 0; i < 3; ++i)
+    dup2(fds[i], 100 + i);
+  for (int i = 0; i < 3; ++i)
+    dup2(100 + i, i);
+  int status = 0;
+  if (action.kind == Linux::Action::kStopVms) {
+    std::string error;
+    const int handled = Linux::StopVirtualMachines("", action.force, error);
+    if (handled < 0) {
+      dprintf(2, "%s\n", error.c_str());
+      status = 1;
+    } else {
+      dprintf(1, "%d\n", handled);
+    }
+  } else if (!action.output.empty()) {
+    if (write(1, action.output.data(), action.output.size()) < 0)
+      status = 1;
+  }
+  _exit(status);
+}
+
+int LinuxBackend::System(const char* command) {
+  if (!command)
+    return 1;
+  const Linux::Action action = Linux::MapCommand(command, _config);
+  if (action.kind != Linux::Action::kRun) {
+    WriteSyslog("MEREL", true, LOG_USER, LOG_WARNING,
+                std::string("not available on this host: ") + command);
+    return -1;
+  }
+  // The tools' words must not reach the screen the console draws.
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (null < 0)
+    return -1;
+  const pid_t pid = SpawnArgv(action.argv, kToolEnvironment, null, null, null);
+  close(null);
+  if (pid < 0)
+    return -1;
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0) {
+    if (errno != EINTR)
+      return -1;
+  }
+  return status;
+}
+
+void LinuxBackend::WriteSyslog(const std::string& ident,
+                               bool withPid,
+                               int facility,
+                               int level,
+                               const std::string& message) {
+  // openlog keeps the pointer: the text must outlive the call.
+  if (ident != _syslogIdent) {
+    _syslogIdent = ident;
+  }
+  openlog(_syslogIdent.c_str(), withPid ? LOG_PID : 0, facility);
+  syslog(facility | level, "%s", message.c_str());
+}
+
+bool LinuxBackend::ResolveHostname(const std::string& name, std::vector<std::string>& addresses) {
+  addresses.clear();
+  if (name.empty())
+    return false;
+  addrinfo hints{};
+  hints.ai_family = AF_UNSPEC;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* result = nullptr;
+  if (getaddrinfo(name.c_str(), nullptr, &hints, &result) != 0)
+    return false;
+  for (addrinfo* entry = result; entry; entry = entry->ai_next) {
+    char text[INET6_ADDRSTRLEN] = {};
+    if (getnameinfo(entry->ai_addr, entry->ai_addrlen, text, sizeof(text), nullptr, 0,
+                    NI_NUMERICHOST) == 0)
+      addresses.push_back(text);
+  }
+  freeaddrinfo(result);
+  return !addresses.empty();
+}
+
+HostState LinuxBackend::Load() {
+  HostState state;
+  // What the simulated host describes and a Linux host does not have.
+  state.accounts.clear();
+  state.logs.clear();
+  state.services.clear();
+  state.showLoginMarker = false;
+  FillDefaults(state);
+  ReadOptions(OptionsPath(), state);
+
+  const auto os = Linux::ReadOsRelease(_root);
+  auto value = [&os](const char* key, const char* fallback) {
+    auto it = os.find(key);
+    return it != os.end() && !it->second.empty() ? it->second : std::string(fallback);
+  };
+  state.product.name = value("NAME", "Linux");
+  state.product.version = value("VERSION_ID", "");
+  state.product.build = _version;
+  std::ifstream release(_root + "/proc/sys/kernel/osrelease");
+  std::getline(release, state.product.kernelVersion);
+
+  state.network.dns.hostname = Linux::ReadHostname(_root);
+  // The machine's own addresses only on the machine: a prepared tree has
+  // none of its own.
+  Linux::ReadNetwork(_root,
+                     _root.empty() ? Linux::MachineAddresses()
+                                   : std::vector<Linux::InterfaceAddress>{},
+                     state.network);
+  // What a simulated host's network offers around it does not exist here.
+  state.network.dhcp.available = false;
+  state.network.dhcp.ipv6DhcpAvailable = false;
+  const long pageSize = sysconf(_SC_PAGESIZE);
+  state.hardware.cpu = Linux::ReadCpu(_root);
+  state.hardware.memory = Linux::ReadMemory(_root, pageSize > 0 ? pageSize : 4096);
+  Linux::ReadDmi(_root, state.hardware);
+  state.hardware.storageAdapters = Linux::ReadStorageAdapters(_root);
+  state.hardware.pciDevices =
+      Linux::ReadPciDevices(_root, Linux::ReadPciNames(Linux::FindPciNames(_root)));
+  // Handing devices to a guest is not offered yet on a Linux host.
+  state.hardware.deviceAssignmentState = 0;
+  state.eventServiceAvailable = EventServiceAvailable();
+  return state;
+}
+
+void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
+  const HostState before = Load();
+  HostState after = before;
+  change(after);
+  // Everything but the options must have stayed as it was.
+  HostState rest = after;
+  rest.advancedOptions = before.advancedOptions;
+  if (ToJson(rest) != ToJson(before))
+    throw HostCtl::Lib::HostCtlException("Not supported on this host");
+  if (ToJson(after) == ToJson(before))
+    return;
+  std::string text = "# The console's host options; written by the console.\n";
+  for (const auto& option : after.advancedOptions)
+    text += OptionLine(option);
+  std::string error;
+  if (!WriteFileDurably(OptionsPath(), text, error))
+    throw HostCtl::Lib::HostCtlException(error);
+}
+
+bool LinuxBackend::EventServiceAvailable() {
+  return access((_root + "/run/systemd/journal/socket").c_str(), F_OK) == 0;
+}
+
+void LinuxBackend::PostEvent(const std::string& text) {
+  // "@&!*@*@(<event id>)<message>" is how the event library frames an event;
+  // the id becomes a field of its own, so that the journal can be searched
+  // by it.
+  static const std::string prefix = "@&!*@*@(";
+  std::string id;
+  std::string message = text;
+  if (text.rfind(prefix, 0) == 0 && text.find(')') != std::string::npos) {
+    const size_t close = text.find(')');
+    id = text.substr(prefix.size(), close - prefix.size());
+    message = text.substr(close + 1);
+  }
+  sd_journal_send("MESSAGE=%s", message.c_str(), "MEREL_EVENT_ID=%s", id.c_str(), "PRIORITY=%i",
+                  LOG_INFO, "SYSLOG_IDENTIFIER=MEREL", nullptr);
+}
+
+void LinuxBackend::WriteAudit(const std::string& record,
+                              const std::string& user,
+                              bool success,
+                              const std::string& name,
+                              const std::string& value) {
+  const int type = record == "login.connect"      ? AUDIT_USER_LOGIN
+                   : record == "login.disconnect" ? AUDIT_USER_LOGOUT
+                                                  : AUDIT_USER_ACCT;
+  const int fd = audit_open();
+  if (fd >= 0) {
+    char tty[64] = {};
+    if (ttyname_r(STDIN_FILENO, tty, sizeof(tty)) != 0)
+      tty[0] = '\0';
+    const int sent = audit_log_acct_message(fd, type, nullptr, record.c_str(), user.c_str(),
+                                            static_cast<unsigned int>(-1), nullptr, nullptr,
+                                            tty[0] ? tty : nullptr, success ? 1 : 0);
+    audit_close(fd);
+    if (sent > 0)
+      return;
+  }
+  // No audit subsystem (a kernel without it, a container, another network
+  // namespace): the record goes to the auth facility instead.
+  std::string line = RecordToken(record) + " user=" + QuoteRecordValue(user) +
+                     " success=" + (success ? "1" : "0");
+  if (!name.empty())
+    line += " " + RecordToken(name) + "=" + QuoteRecordValue(value);
+  WriteSyslog("MEREL", true, LOG_AUTH, LOG_NOTICE, line);
+}
+
+}  // namespace Platform

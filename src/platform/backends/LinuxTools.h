@@ -1,0 +1,54 @@
+// How the console's host tools map onto a Linux machine. The screens run the
+// same programs and shell commands on every host; on a Linux host each one
+// that has a meaning there becomes a systemd call, a libvirt call, or a
+// plain success, and everything else is refused, so that no request can
+// start an arbitrary program of the machine.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Platform::Linux {
+
+// The console's settings for a Linux host (/etc/merel/merel.conf).
+struct Config {
+  std::string systemctl = "/bin/systemctl";
+  std::string sshUnit = "ssh.service";
+  // The "local shell": a login prompt on a second virtual terminal.
+  std::string shellUnit = "getty@tty2.service";
+  // The management agents that "Restart Management Agents" restarts.
+  std::vector<std::string> agents = {"libvirtd.service", "virtlogd.service"};
+};
+
+// "key = value" lines; '#' starts a comment. Unknown keys and a missing file
+// leave the defaults; `agents` is a list of words.
+Config ReadConfig(const std::string& path);
+
+struct Action {
+  enum Kind {
+    kRefuse,    // not available on this host: the start fails
+    kSucceed,   // nothing to do here; `output` is what the tool prints
+    kRun,       // run `argv` (argv[0] is the program's path)
+    kStopVms,   // stop the running virtual machines (`force`: destroy them)
+    kRunAll,    // run each of `commands` in turn
+  };
+  Kind kind = kRefuse;
+  std::vector<std::string> argv;
+  std::vector<std::vector<std::string>> commands;
+  bool force = false;
+  std::string output;
+};
+
+// A program start: `argv` as the console passes it, with `path` the program.
+Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
+                  const Config& config);
+
+// Where the log viewer's files are on a Linux host: the first of the usual
+// places for each that exists under `root`; "" for a log that a Linux host
+// does not keep, and `hostPath` itself for a path that is no such log.
+std::string LogFile(const std::string& root, const std::string& hostPath);
+
+// A shell command line of system(3).
+Action MapCommand(const std::string& command, const Config& config);
+
+}  // namespace Platform::Linux

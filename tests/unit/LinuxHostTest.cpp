@@ -1,0 +1,535 @@
+// The Linux host's readers, its tool mapping and its backend, on small
+// prepared trees that stand for "/" (nothing here reads or changes the
+// machine itself, except libvirt's test driver, which lives in the process).
+#include <gtest/gtest.h>
+#include <libvirt/libvirt.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "HostCtl/HostCtlException.h"
+#include "backends/LinuxBackend.h"
+#include "backends/LinuxFacts.h"
+#include "backends/LinuxTools.h"
+#include "backends/LinuxVms.h"
+
+namespace fs = std::filesystem;
+using namespace Platform;
+
+namespace {
+
+class Tree {
+ public:
+  Tree() {
+    char pattern[] = "/tmp/merel-linux-XXXXXX";
+    _root = mkdtemp(pattern);
+  }
+  ~Tree() { fs::remove_all(_root); }
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+  const std::string& Root() const { return _root; }
+  void Write(const std::string& path, const std::string& text) const {
+    fs::create_directories(fs::path(_root + path).parent_path());
+    std::ofstream(_root + path) << text;
+  }
+  void Link(const std::string& path, const std::string& target) const {
+    fs::create_directories(fs::path(_root + path).parent_path());
+    fs::create_symlink(target, _root + path);
+  }
+  std::string Read(const std::string& path) const {
+    std::ifstream in(_root + path);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+
+ private:
+  std::string _root;
+};
+
+std::string Join(const std::vector<std::string>& words) {
+  std::string text;
+  for (const auto& word : words)
+    text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+struct CpuCase {
+  const char* name;
+  const char* cpuinfo;
+  uint32_t packages, cores, threads;
+  const char* model;
+};
+
+class CpuTest : public ::testing::TestWithParam<CpuCase> {};
+
+TEST_P(CpuTest, CountsPackagesCoresAndThreads) {
+  const CpuCase& c = GetParam();
+  Tree tree;
+  if (c.cpuinfo)
+    tree.Write("/proc/cpuinfo", c.cpuinfo);
+  const CpuState cpu = Linux::ReadCpu(tree.Root());
+  EXPECT_EQ(cpu.packages, c.packages);
+  EXPECT_EQ(cpu.coresPerPackage, c.cores);
+  EXPECT_EQ(cpu.threadsPerCore, c.threads);
+  EXPECT_EQ(cpu.description, c.model);
+}
+
+// Two packages of two cores with two threads each: eight processors.
+const char kTwoSockets[] =
+    "processor\t: 0\nmodel name\t: Xeon Gold\nphysical id\t: 0\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 1\nmodel name\t: Xeon Gold\nphysical id\t: 0\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 2\nmodel name\t: Xeon Gold\nphysical id\t: 0\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 3\nmodel name\t: Xeon Gold\nphysical id\t: 0\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 4\nmodel name\t: Xeon Gold\nphysical id\t: 1\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 5\nmodel name\t: Xeon Gold\nphysical id\t: 1\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 6\nmodel name\t: Xeon Gold\nphysical id\t: 1\nsiblings\t: 4\ncpu cores\t: 2\n\n"
+    "processor\t: 7\nmodel name\t: Xeon Gold\nphysical id\t: 1\nsiblings\t: 4\ncpu cores\t: 2\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    CpuTest,
+    ::testing::Values(
+        CpuCase{"TwoSocketsWithThreads", kTwoSockets, 2, 2, 2, "Xeon Gold"},
+        // No topology lines: every processor is a core of one package.
+        CpuCase{"NoTopology", "processor\t: 0\nBogoMIPS\t: 50\n\nprocessor\t: 1\n\nprocessor\t: 2\n",
+                1, 3, 1, ""},
+        CpuCase{"OneCoreNoThreads",
+                "processor : 0\nmodel name : Tiny\nphysical id : 0\nsiblings : 1\ncpu cores : 1\n",
+                1, 1, 1, "Tiny"},
+        CpuCase{"Missing", nullptr, 1, 1, 1, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+struct OsReleaseCase {
+  const char* name;
+  const char* line;
+  const char* value;
+};
+
+class OsReleaseTest : public ::testing::TestWithParam<OsReleaseCase> {};
+
+TEST_P(OsReleaseTest, ReadsTheValueAsTheFormatDefinesIt) {
+  Tree tree;
+  tree.Write("/etc/os-release", std::string("# comment\n") + GetParam().line + "\n");
+  const auto values = Linux::ReadOsRelease(tree.Root());
+  auto it = values.find("NAME");
+  ASSERT_NE(it, values.end());
+  EXPECT_EQ(it->second, GetParam().value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Linux,
+                         OsReleaseTest,
+                         ::testing::Values(OsReleaseCase{"Plain", "NAME=Debian", "Debian"},
+                                           OsReleaseCase{"Double", "NAME=\"Debian GNU/Linux\"",
+                                                         "Debian GNU/Linux"},
+                                           OsReleaseCase{"Single", "NAME='A \"B\"'", "A \"B\""},
+                                           OsReleaseCase{"Escaped", "NAME=\"say \\\"hi\\\"\"",
+                                                         "say \"hi\""}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LinuxFacts, OsReleaseFallsBackToUsrLib) {
+  Tree tree;
+  tree.Write("/usr/lib/os-release", "NAME=Fallback\nVERSION_ID=\"7\"\n");
+  const auto values = Linux::ReadOsRelease(tree.Root());
+  EXPECT_EQ(values.at("NAME"), "Fallback");
+  EXPECT_EQ(values.at("VERSION_ID"), "7");
+}
+
+TEST(LinuxFacts, HostnameFollowsTheKernelBeforeTheFile) {
+  Tree tree;
+  tree.Write("/etc/hostname", "from-file\n");
+  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-file");
+  tree.Write("/proc/sys/kernel/hostname", "from-kernel\n");
+  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-kernel");
+}
+
+TEST(LinuxFacts, MemoryInPages) {
+  Tree tree;
+  tree.Write("/proc/meminfo", "MemFree:  1024 kB\nMemTotal:       16384 kB\n");
+  const MemoryState memory = Linux::ReadMemory(tree.Root(), 4096);
+  EXPECT_EQ(memory.totalPages, 4096u);
+  EXPECT_EQ(memory.pageSize, 4096u);
+}
+
+TEST(LinuxFacts, DmiIdentityAndBiosRelease) {
+  Tree tree;
+  const std::string dmi = "/sys/class/dmi/id/";
+  tree.Write(dmi + "sys_vendor", "Acme Servers\n");
+  tree.Write(dmi + "product_name", "R900\n");
+  tree.Write(dmi + "product_uuid", "4c4c4544-0042-3510\n");
+  tree.Write(dmi + "product_serial", "SER123\n");
+  tree.Write(dmi + "bios_vendor", "Acme\n");
+  tree.Write(dmi + "bios_version", "2.4.1\n");
+  tree.Write(dmi + "bios_release", "2.4\n");
+  HardwareState hardware;
+  Linux::ReadDmi(tree.Root(), hardware);
+  EXPECT_EQ(hardware.vendor, "Acme Servers");
+  EXPECT_EQ(hardware.model, "R900");
+  EXPECT_EQ(hardware.uuid, "4c4c4544-0042-3510");
+  EXPECT_EQ(hardware.serviceTag, "SER123");
+  EXPECT_EQ(hardware.bios.version, "2.4.1");
+  EXPECT_EQ(hardware.bios.major, 2);
+  EXPECT_EQ(hardware.bios.minor, 4);
+}
+
+TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
+  Tree tree;
+  tree.Write("/usr/share/misc/pci.ids",
+             "# the database\n8086  Intel Corporation\n\t10d3  82574L Gigabit Network "
+             "Connection\n\t\t8086 a01f  subsystem line\n10de  NVIDIA Corporation\n"
+             "C 02  Network controller\n\t00  Ethernet controller\n");
+  const std::string dir = "/sys/bus/pci/devices/";
+  tree.Write(dir + "0000:00:19.0/vendor", "0x8086\n");
+  tree.Write(dir + "0000:00:19.0/device", "0x10d3\n");
+  tree.Link(dir + "0000:00:19.0/driver", "../../../bus/pci/drivers/e1000e");
+  tree.Link(dir + "0000:00:19.0/iommu_group", "../../../kernel/iommu_groups/7");
+  tree.Write(dir + "0000:01:00.0/vendor", "0x10de\n");
+  tree.Write(dir + "0000:01:00.0/device", "0x1EB8\n");
+  tree.Link(dir + "0000:01:00.0/driver", "../../../bus/pci/drivers/vfio-pci");
+  tree.Write(dir + "0000:02:00.0/vendor", "0x1234\n");
+  tree.Write(dir + "0000:02:00.0/device", "0x0001\n");
+
+  const auto names = Linux::ReadPciNames(Linux::FindPciNames(tree.Root()));
+  const auto devices = Linux::ReadPciDevices(tree.Root(), names);
+  ASSERT_EQ(devices.size(), 3u);
+  EXPECT_EQ(devices[0].address, "0000:00:19.0");
+  EXPECT_EQ(devices[0].vendorName, "Intel Corporation");
+  EXPECT_EQ(devices[0].deviceName, "82574L Gigabit Network Connection");
+  EXPECT_EQ(devices[0].driver, "e1000e");
+  EXPECT_EQ(devices[0].group, "7");
+  EXPECT_FALSE(devices[0].passthrough);
+  // Known vendor, unknown device; ids in upper case still match.
+  EXPECT_EQ(devices[1].vendorName, "NVIDIA Corporation");
+  EXPECT_EQ(devices[1].deviceName, "Device 1eb8");
+  EXPECT_TRUE(devices[1].passthrough);
+  EXPECT_EQ(devices[1].driver, "");
+  EXPECT_EQ(devices[2].vendorName, "Vendor 1234");
+  EXPECT_EQ(devices[2].driver, "");
+  // The class section must not be read as vendors.
+  EXPECT_EQ(names.vendors.count("C 02"), 0u);
+  EXPECT_EQ(names.vendors.size(), 2u);
+}
+
+TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
+  Tree tree;
+  tree.Write("/sys/class/scsi_host/host0/proc_name", "ahci\n");
+  tree.Write("/sys/class/nvme/nvme0/model", "Fast SSD  \n");
+  tree.Write("/sys/class/nvme/nvme0/firmware_rev", "1.0\n");
+  const auto adapters = Linux::ReadStorageAdapters(tree.Root());
+  ASSERT_EQ(adapters.size(), 2u);
+  EXPECT_EQ(adapters[0].name, "hba0");
+  EXPECT_EQ(adapters[0].driver, "ahci");
+  EXPECT_EQ(adapters[1].name, "hba1");
+  EXPECT_EQ(adapters[1].model, "Fast SSD");
+  EXPECT_EQ(adapters[1].firmwareVersion, "1.0");
+}
+
+TEST(LinuxFacts, TheDefaultRoutesInterfaceIsTheManagementInterface) {
+  Tree tree;
+  for (const char* name : {"eno1", "eno2"}) {
+    tree.Write(std::string("/sys/class/net/") + name + "/address", "52:54:00:00:00:0" +
+                                                                        std::string(name + 3) +
+                                                                        "\n");
+    tree.Write(std::string("/sys/class/net/") + name + "/operstate", "up\n");
+  }
+  tree.Write("/sys/class/net/eno2/speed", "1000\n");
+  tree.Write("/sys/class/net/lo/address", "00:00:00:00:00:00\n");
+  tree.Write("/proc/net/route",
+             "Iface\tDestination\tGateway \tFlags\n"
+             "eno2\t0002A8C0\t00000000\t0001\n"
+             "eno2\t00000000\t0102A8C0\t0003\n");
+  tree.Write("/etc/resolv.conf", "search example.test lab.test\nnameserver 192.168.2.53\n"
+                                 "nameserver 2001:db8::53\n");
+  NetworkState network;
+  Linux::ReadNetwork(tree.Root(),
+                     {{"eno1", "10.0.0.5", 8, false},
+                      {"eno2", "192.168.2.10", 24, false},
+                      {"eno2", "2001:db8::10", 64, true}},
+                     network);
+  ASSERT_EQ(network.pnics.size(), 2u);  // loopback is no adapter
+  EXPECT_EQ(network.pnics[1].speedMbps, 1000);
+  ASSERT_EQ(network.nics.size(), 1u);
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(nic.name, "eno2");
+  EXPECT_TRUE(nic.management);
+  EXPECT_EQ(nic.mac, "52:54:00:00:00:02");
+  EXPECT_EQ(nic.ipv4Address, "192.168.2.10");
+  EXPECT_EQ(nic.ipv4Netmask, "255.255.255.0");
+  EXPECT_EQ(nic.ipv6Addresses, std::vector<std::string>{"2001:db8::10/64"});
+  EXPECT_EQ(network.routing.ipv4Gateway, "192.168.2.1");
+  EXPECT_EQ(Join(network.dns.searchDomains), "example.test lab.test");
+  EXPECT_EQ(Join(network.dns.nameServers), "192.168.2.53");
+  EXPECT_EQ(Join(network.dns.ipv6NameServers), "2001:db8::53");
+  ASSERT_EQ(network.vswitches.size(), 1u);
+  EXPECT_EQ(network.vswitches[0].portGroups[0].name, nic.portGroup);
+}
+
+TEST(LinuxFacts, WithoutARouteTheFirstInterfaceWithAnAddressManages) {
+  Tree tree;
+  for (const char* name : {"a0", "b0"})
+    tree.Write(std::string("/sys/class/net/") + name + "/address", "52:54:00:00:00:01\n");
+  NetworkState network;
+  Linux::ReadNetwork(tree.Root(), {{"b0", "10.1.1.1", 16, false}}, network);
+  ASSERT_EQ(network.nics.size(), 1u);
+  EXPECT_EQ(network.nics[0].name, "b0");
+  EXPECT_EQ(network.nics[0].ipv4Netmask, "255.255.0.0");
+  EXPECT_EQ(network.routing.ipv4Gateway, "0.0.0.0");
+  NetworkState none;
+  Linux::ReadNetwork(tree.Root() + "/nothing", {}, none);
+  EXPECT_TRUE(none.nics.empty());
+}
+
+struct ProgramCase {
+  const char* name;
+  std::vector<std::string> argv;  // argv[0] is the path
+  Linux::Action::Kind kind;
+  std::string run;  // the command run, words joined
+  std::string output;
+};
+
+class ProgramMapTest : public ::testing::TestWithParam<ProgramCase> {};
+
+TEST_P(ProgramMapTest, MapsTheConsolesToolsOntoTheMachine) {
+  const ProgramCase& c = GetParam();
+  std::vector<std::string> argv = c.argv;
+  const std::string path = argv[0];
+  argv[0] = path.substr(path.find_last_of('/') + 1);
+  const Linux::Action action = Linux::MapProgram(path, argv, Linux::Config{});
+  EXPECT_EQ(action.kind, c.kind);
+  EXPECT_EQ(Join(action.argv), c.run);
+  EXPECT_EQ(action.output, c.output);
+}
+
+using K = Linux::Action::Kind;
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    ProgramMapTest,
+    ::testing::Values(
+        ProgramCase{"StartSsh", {"/bin/rovi-cmd", "-U", "root", "hostsvc/start_ssh"}, K::kRun,
+                    "/bin/systemctl enable --now ssh.service", ""},
+        ProgramCase{"StopSsh", {"/bin/rovi-cmd", "-U", "root", "hostsvc/stop_ssh"}, K::kRun,
+                    "/bin/systemctl disable --now ssh.service", ""},
+        ProgramCase{"EnableSshIsDoneByStart",
+                    {"/bin/rovi-cmd", "-U", "root", "hostsvc/enable_ssh"},
+                    K::kSucceed, "", ""},
+        ProgramCase{"StartShell", {"/bin/rovi-cmd", "-U", "root", "hostsvc/start_tarvik_shell"},
+                    K::kRun, "/bin/systemctl enable --now getty@tty2.service", ""},
+        ProgramCase{"NoLockdown",
+                    {"/bin/rovi-cmd", "-U", "merel", "rovisvc/auth/lockdown_is_enabled"},
+                    K::kSucceed, "", "false\n"},
+        ProgramCase{"UnknownManagementCommand", {"/bin/rovi-cmd", "-U", "root", "vimsvc/x"},
+                    K::kRefuse, "", ""},
+        ProgramCase{"ManagementWithoutUser", {"/bin/rovi-cmd", "hostsvc/start_ssh"}, K::kRefuse,
+                    "", ""},
+        ProgramCase{"SshStatus", {"/bin/sh", "/etc/init.d/SSH", "status"}, K::kRun,
+                    "/bin/systemctl is-active --quiet ssh.service", ""},
+        ProgramCase{"ShellStop", {"/bin/sh", "/etc/init.d/TarvikShell", "stop"}, K::kRun,
+                    "/bin/systemctl stop getty@tty2.service", ""},
+        ProgramCase{"OtherScriptRefused", {"/bin/sh", "/etc/init.d/other", "start"}, K::kRefuse,
+                    "", ""},
+        ProgramCase{"ScriptVerbRefused", {"/bin/sh", "/etc/init.d/SSH", "reload;x"}, K::kRefuse,
+                    "", ""},
+        ProgramCase{"PlainShellRefused", {"/bin/sh", "-c", "poweroff"}, K::kRefuse, "", ""},
+        ProgramCase{"Pager", {"/bin/less", "/var/log/syslog"}, K::kRun,
+                    "/usr/bin/less /var/log/syslog", ""},
+        ProgramCase{"Keygen", {"/usr/bin/ssh-keygen", "-l", "-f", "k"}, K::kRun,
+                    "/usr/bin/ssh-keygen -l -f k", ""},
+        ProgramCase{"NetworkTestNotYet", {"/sbin/nexping", "-c", "1", "10.0.0.1"}, K::kRefuse,
+                    "", ""},
+        ProgramCase{"AnyOtherProgram", {"/sbin/poweroff"}, K::kRefuse, "", ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LinuxTools, StoppingVirtualMachinesForcesOnlyWithTerminate) {
+  const Linux::Config config;
+  EXPECT_EQ(Linux::MapProgram("/bin/powerOffVms", {"powerOffVms"}, config).kind, K::kStopVms);
+  EXPECT_FALSE(Linux::MapProgram("/bin/powerOffVms", {"powerOffVms"}, config).force);
+  EXPECT_TRUE(
+      Linux::MapProgram("/bin/powerOffVms", {"powerOffVms", "--terminate"}, config).force);
+}
+
+struct CommandCase {
+  const char* name;
+  const char* command;
+  Linux::Action::Kind kind;
+  std::string run;
+};
+
+class CommandMapTest : public ::testing::TestWithParam<CommandCase> {};
+
+TEST_P(CommandMapTest, MapsTheConsolesCommandLines) {
+  Linux::Config config;
+  config.agents = {"libvirtd.service", "virtlogd.service"};
+  const Linux::Action action = Linux::MapCommand(GetParam().command, config);
+  EXPECT_EQ(action.kind, GetParam().kind);
+  EXPECT_EQ(Join(action.argv), GetParam().run);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    CommandMapTest,
+    ::testing::Values(
+        CommandCase{"PowerOff", "poweroff", K::kRun, "/bin/systemctl poweroff"},
+        CommandCase{"Reboot", "reboot", K::kRun, "/bin/systemctl reboot"},
+        CommandCase{"ForcedReboot", "reboot -f", K::kRun, "/bin/systemctl reboot --force"},
+        CommandCase{"AgentsStop", "/bin/sh /sbin/services.sh stop", K::kRun,
+                    "/bin/systemctl stop libvirtd.service virtlogd.service"},
+        CommandCase{"AgentsStart", "/bin/sh /sbin/services.sh start", K::kRun,
+                    "/bin/systemctl start libvirtd.service virtlogd.service"},
+        CommandCase{"ChainedCommandRefused", "poweroff; rm -rf /", K::kRefuse, ""},
+        CommandCase{"ConfigResetRefused", "/sbin/configReset.sh --reset-only > /dev/null 2>&1",
+                    K::kRefuse, ""},
+        CommandCase{"Empty", "", K::kRefuse, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
+  Tree tree;
+  tree.Write("/merel.conf",
+             "# units\nssh-unit = sshd.service\nagents = a.service  b.service # two\n"
+             "shell-unit =\nnonsense\n");
+  const Linux::Config config = Linux::ReadConfig(tree.Root() + "/merel.conf");
+  EXPECT_EQ(config.sshUnit, "sshd.service");
+  EXPECT_EQ(Join(config.agents), "a.service b.service");
+  // An empty value keeps the default.
+  EXPECT_EQ(config.shellUnit, "getty@tty2.service");
+  EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
+}
+
+TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
+  Tree tree;
+  tree.Write("/var/log/messages", "x\n");
+  tree.Write("/var/log/kern.log", "x\n");
+  const struct {
+    const char* asked;
+    const char* found;
+  } cases[] = {
+      {"/var/log/syslog.log", "/var/log/messages"},  // no /var/log/syslog here
+      {"/var/log/nexel.log", "/var/log/kern.log"},
+      {"/var/log/hostboot.log", ""},  // not on this machine
+      {"/var/log/obsvd.log", ""},     // events are in the journal
+      {"/etc/ssh/ssh_host_rsa_key.pub", "/etc/ssh/ssh_host_rsa_key.pub"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Linux::LogFile(tree.Root(), c.asked), c.found) << c.asked;
+  tree.Write("/var/log/syslog", "x\n");
+  EXPECT_EQ(Linux::LogFile(tree.Root(), "/var/log/syslog.log"), "/var/log/syslog");
+  LinuxBackend backend(tree.Root(), "1");
+  EXPECT_EQ(backend.HostPath("/var/log/nexel.log"), tree.Root() + "/var/log/kern.log");
+  EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
+}
+
+TEST(LinuxBackend, LoadsTheMachinesIdentity) {
+  Tree tree;
+  tree.Write("/proc/sys/kernel/hostname", "kvm-host-3\n");
+  tree.Write("/proc/sys/kernel/osrelease", "6.1.0-18-amd64\n");
+  tree.Write("/etc/os-release", "NAME=\"Debian GNU/Linux\"\nVERSION_ID=\"12\"\n");
+  tree.Write("/sys/class/dmi/id/sys_vendor", "Acme\n");
+  tree.Write("/proc/meminfo", "MemTotal: 8192 kB\n");
+  LinuxBackend backend(tree.Root(), "1.2.3");
+  const HostState state = backend.Load();
+  EXPECT_EQ(state.network.dns.hostname, "kvm-host-3");
+  EXPECT_EQ(state.product.name, "Debian GNU/Linux");
+  EXPECT_EQ(state.product.version, "12");
+  EXPECT_EQ(state.product.build, "1.2.3");
+  EXPECT_EQ(state.product.kernelVersion, "6.1.0-18-amd64");
+  EXPECT_EQ(state.hardware.vendor, "Acme");
+  EXPECT_GT(state.hardware.memory.totalPages, 0u);
+  EXPECT_TRUE(state.accounts.empty());
+  EXPECT_EQ(state.hardware.deviceAssignmentState, 0);
+  ASSERT_NE(FindOption(state, "/UserVars/MerelTimeOut"), nullptr);
+  EXPECT_EQ(FindOption(state, "/UserVars/MerelTimeOut")->value, 600);
+}
+
+TEST(LinuxBackend, OptionsAreKeptInTheirFile) {
+  Tree tree;
+  fs::create_directories(tree.Root() + "/etc");
+  LinuxBackend backend(tree.Root(), "1");
+  backend.Modify([](HostState& s) { FindOption(s, "/UserVars/MerelTimeOut")->value = 120; });
+  EXPECT_NE(tree.Read("/etc/merel/options").find("/UserVars/MerelTimeOut = 120\n"),
+            std::string::npos);
+  EXPECT_EQ(FindOption(backend.Load(), "/UserVars/MerelTimeOut")->value, 120);
+  // No temporary file is left beside it.
+  int files = 0;
+  for (const auto& entry : fs::directory_iterator(tree.Root() + "/etc/merel")) {
+    (void)entry;
+    ++files;
+  }
+  EXPECT_EQ(files, 1);
+}
+
+TEST(LinuxBackend, OptionValuesOutOfRangeInTheFileKeepTheDefault) {
+  Tree tree;
+  tree.Write("/etc/merel/options",
+             "/UserVars/MerelTimeOut = 99999999\n/UserVars/TarvikShellTimeOut = 3x\n");
+  LinuxBackend backend(tree.Root(), "1");
+  const HostState state = backend.Load();
+  EXPECT_EQ(FindOption(state, "/UserVars/MerelTimeOut")->value, 600);
+  EXPECT_EQ(FindOption(state, "/UserVars/TarvikShellTimeOut")->value, 0);
+}
+
+TEST(LinuxBackend, OtherChangesAreRefusedAndWriteNothing) {
+  Tree tree;
+  LinuxBackend backend(tree.Root(), "1");
+  EXPECT_THROW(backend.Modify([](HostState& s) {
+    FindOption(s, "/UserVars/MerelTimeOut")->value = 120;
+    s.network.dns.hostname = "renamed";
+  }),
+               HostCtl::Lib::HostCtlException);
+  EXPECT_FALSE(fs::exists(tree.Root() + "/etc/merel/options"));
+}
+
+TEST(LinuxBackend, RefusedProgramsDoNotStart) {
+  Tree tree;
+  LinuxBackend backend(tree.Root(), "1");
+  char* const argv[] = {const_cast<char*>("poweroff"), nullptr};
+  EXPECT_EQ(backend.Spawn("/sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
+  EXPECT_EQ(backend.System("/sbin/configReset.sh"), -1);
+}
+
+TEST(LinuxBackend, TheLoginSwitchIsTheConsolesOwnFile) {
+  Tree tree;
+  LinuxBackend backend(tree.Root(), "1");
+  EXPECT_EQ(backend.HostPath("/var/run/ostrel/show-merel-login"),
+            tree.Root() + "/etc/merel/console-login");
+  EXPECT_EQ(backend.HostPath("/etc/ssh/x"), tree.Root() + "/etc/ssh/x");
+}
+
+// libvirt's test driver keeps its domains while a connection to it is open;
+// the test holds one, and the code under test opens its own beside it.
+class VirtualMachinesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    _conn = virConnectOpen("test:///default");
+    ASSERT_NE(_conn, nullptr);
+  }
+  void TearDown() override { virConnectClose(_conn); }
+  virConnectPtr _conn = nullptr;
+};
+
+TEST_F(VirtualMachinesTest, ShutDownAndDestroyTheRunningDomains) {
+  for (bool force : {false, true}) {
+    SCOPED_TRACE(force ? "destroy" : "shutdown");
+    virDomainPtr domain = virDomainLookupByName(_conn, "test");
+    ASSERT_NE(domain, nullptr);
+    if (!virDomainIsActive(domain)) {
+      ASSERT_EQ(virDomainCreate(domain), 0);
+    }
+    std::vector<std::string> names;
+    std::string error;
+    ASSERT_EQ(Linux::RunningVirtualMachines("test:///default", names, error), 1) << error;
+    EXPECT_EQ(names, std::vector<std::string>{"test"});
+    EXPECT_EQ(Linux::StopVirtualMachines("test:///default", force, error), 1) << error;
+    EXPECT_EQ(virDomainIsActive(domain), 0);
+    virDomainFree(domain);
+  }
+}
+
+TEST(LinuxVms, NoHypervisorIsAnErrorNotACrash) {
+  std::string error;
+  EXPECT_EQ(Linux::StopVirtualMachines("test:///nonexistent/file.xml", false, error), -1);
+  EXPECT_FALSE(error.empty());
+}
+
+}  // namespace
