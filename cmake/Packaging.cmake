@@ -37,9 +37,11 @@ install(TARGETS merel-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Found by merel-sim (and the console making its demo host) as
 # ../lib/merel/pam_merel_sim.so from its own folder.
 install(TARGETS pam_merel_sim LIBRARY DESTINATION lib/merel)
+# Found by the console as ../lib/merel/merel-linux.so on the Linux host.
+install(TARGETS merel_linux_services LIBRARY DESTINATION lib/merel)
 # The installed programs carry no debug information, whatever the build type.
 foreach(program ${CMAKE_INSTALL_SBINDIR}/merel ${CMAKE_INSTALL_BINDIR}/merel-sim
-                lib/merel/pam_merel_sim.so)
+                lib/merel/pam_merel_sim.so lib/merel/merel-linux.so)
   install(CODE "execute_process(COMMAND ${CMAKE_STRIP} --strip-all
                 --remove-section=.comment --remove-section=.note
                 \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${program}\")")

@@ -19,7 +19,8 @@ deb=$(ls "$build"/merel_*.deb)
 expected=$scratch/expected
 {
   printf '%s\n' ./etc/pam.d/merel ./lib/systemd/system/merel@.service \
-    ./usr/bin/merel-sim ./usr/lib/merel/pam_merel_sim.so ./usr/sbin/merel \
+    ./usr/bin/merel-sim ./usr/lib/merel/merel-linux.so ./usr/lib/merel/pam_merel_sim.so \
+    ./usr/sbin/merel \
     ./usr/share/doc/merel/changelog.gz ./usr/share/doc/merel/copyright \
     ./usr/share/lintian/overrides/merel \
     ./usr/share/man/man1/merel-sim.1.gz ./usr/share/man/man8/merel.8.gz \

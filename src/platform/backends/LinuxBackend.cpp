@@ -2,7 +2,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <libaudit.h>
+#include <dlfcn.h>
 #include <netdb.h>
 #include <signal.h>
 #include <spawn.h>
@@ -10,8 +10,6 @@
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include <systemd/sd-journal.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -21,7 +19,7 @@
 
 #include "HostCtl/HostCtlException.h"
 #include "backends/LinuxFacts.h"
-#include "backends/LinuxVms.h"
+#include "backends/LinuxServices.h"
 #include "backends/RecordText.h"
 
 namespace Platform {
@@ -237,7 +235,8 @@ pid_t LinuxBackend::Spawn(const char* path,
   int status = 0;
   if (action.kind == Linux::Action::kStopVms) {
     std::string error;
-    const int handled = Linux::StopVirtualMachines("", action.force, error);
+    const Linux::Services* services = Linux::LoadServices(error);
+    const int handled = services ? services->stopVirtualMachines("", action.force, error) : -1;
     if (handled < 0) {
       dprintf(2, "%s\n", error.c_str());
       status = 1;
@@ -388,8 +387,12 @@ void LinuxBackend::PostEvent(const std::string& text) {
     id = text.substr(prefix.size(), close - prefix.size());
     message = text.substr(close + 1);
   }
-  sd_journal_send("MESSAGE=%s", message.c_str(), "MEREL_EVENT_ID=%s", id.c_str(), "PRIORITY=%i",
-                  LOG_INFO, "SYSLOG_IDENTIFIER=MEREL", nullptr);
+  std::string error;
+  if (const Linux::Services* services = Linux::LoadServices(error)) {
+    services->journalEvent(message, id);
+  } else {
+    WriteSyslog("MEREL", true, LOG_USER, LOG_INFO, message);
+  }
 }
 
 void LinuxBackend::WriteAudit(const std::string& record,
@@ -397,28 +400,48 @@ void LinuxBackend::WriteAudit(const std::string& record,
                               bool success,
                               const std::string& name,
                               const std::string& value) {
-  const int type = record == "login.connect"      ? AUDIT_USER_LOGIN
-                   : record == "login.disconnect" ? AUDIT_USER_LOGOUT
-                                                  : AUDIT_USER_ACCT;
-  const int fd = audit_open();
-  if (fd >= 0) {
-    char tty[64] = {};
-    if (ttyname_r(STDIN_FILENO, tty, sizeof(tty)) != 0)
-      tty[0] = '\0';
-    const int sent = audit_log_acct_message(fd, type, nullptr, record.c_str(), user.c_str(),
-                                            static_cast<unsigned int>(-1), nullptr, nullptr,
-                                            tty[0] ? tty : nullptr, success ? 1 : 0);
-    audit_close(fd);
-    if (sent > 0)
-      return;
-  }
+  std::string error;
+  const Linux::Services* services = Linux::LoadServices(error);
+  if (services && services->auditAccount(record, user, success))
+    return;
   // No audit subsystem (a kernel without it, a container, another network
-  // namespace): the record goes to the auth facility instead.
+  // namespace, or no module to reach it): the record goes to the auth facility instead.
   std::string line = RecordToken(record) + " user=" + QuoteRecordValue(user) +
                      " success=" + (success ? "1" : "0");
   if (!name.empty())
     line += " " + RecordToken(name) + "=" + QuoteRecordValue(value);
   WriteSyslog("MEREL", true, LOG_AUTH, LOG_NOTICE, line);
 }
+
+namespace Linux {
+
+const Services* LoadServices(std::string& error) {
+  // Looked for once: beside the console in the build folder, in lib/merel
+  // next to its bin folder when installed.
+  static std::string reason;
+  static const Services* const services = []() -> const Services* {
+    char self[4096];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
+    std::string dir = length > 0 ? std::string(self, static_cast<size_t>(length)) : "";
+    dir = dir.substr(0, dir.rfind('/'));
+    for (const char* candidate : {"/merel-linux.so", "/../lib/merel/merel-linux.so"}) {
+      void* module = dlopen((dir + candidate).c_str(), RTLD_NOW | RTLD_LOCAL);
+      if (module == nullptr) {
+        reason = dlerror();
+        continue;
+      }
+      using Table = const Services* (*)();
+      if (auto table = reinterpret_cast<Table>(dlsym(module, "merel_linux_services")))
+        return table();
+      reason = "merel-linux.so has no service table";
+    }
+    return nullptr;
+  }();
+  if (services == nullptr)
+    error = "the Linux host's services module is missing: " + reason;
+  return services;
+}
+
+}  // namespace Linux
 
 }  // namespace Platform
