@@ -18,6 +18,7 @@
 #include <sstream>
 
 #include "HostCtl/HostCtlException.h"
+#include "backends/CleanSignals.h"
 #include "backends/LinuxFacts.h"
 #include "backends/LinuxServices.h"
 #include "backends/RecordText.h"
@@ -25,28 +26,6 @@
 namespace Platform {
 
 namespace {
-
-// Children start with no blocked signals and default dispositions: the
-// console blocks its termination signals in every thread.
-class CleanSignals {
- public:
-  CleanSignals() {
-    posix_spawnattr_init(&_attr);
-    sigset_t none, all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    posix_spawnattr_setsigmask(&_attr, &none);
-    posix_spawnattr_setsigdefault(&_attr, &all);
-    posix_spawnattr_setflags(&_attr, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-  ~CleanSignals() { posix_spawnattr_destroy(&_attr); }
-  CleanSignals(const CleanSignals&) = delete;
-  CleanSignals& operator=(const CleanSignals&) = delete;
-  const posix_spawnattr_t* Get() const { return &_attr; }
-
- private:
-  posix_spawnattr_t _attr;
-};
 
 // systemctl gets a known environment, whatever the caller passed.
 char* const kToolEnvironment[] = {const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
