@@ -36,57 +36,46 @@ std::string LastError() {
   return error && error->message ? error->message : "libvirt is not available";
 }
 
-// The running domains; the caller frees each and the array.
-int ListRunning(virConnectPtr conn, virDomainPtr** domains) {
-  return virConnectListAllDomains(conn, domains, VIR_CONNECT_LIST_DOMAINS_ACTIVE);
+// Calls `each` with every running domain (freed afterwards); the number of
+// domains, or -1 with the reason in `error`.
+template <typename Each>
+int ForEachRunning(const std::string& uri, std::string& error, Each each) {
+  Connection conn(uri);
+  virDomainPtr* domains = nullptr;
+  const int count =
+      conn.Get() ? virConnectListAllDomains(conn.Get(), &domains, VIR_CONNECT_LIST_DOMAINS_ACTIVE)
+                 : -1;
+  if (count < 0) {
+    error = LastError();
+    return -1;
+  }
+  for (int i = 0; i < count; ++i) {
+    each(domains[i]);
+    virDomainFree(domains[i]);
+  }
+  free(domains);
+  return count;
 }
 
 }  // namespace
 
 int StopVirtualMachines(const std::string& uri, bool force, std::string& error) {
-  Connection conn(uri);
-  if (!conn.Get()) {
-    error = LastError();
-    return -1;
-  }
-  virDomainPtr* domains = nullptr;
-  const int count = ListRunning(conn.Get(), &domains);
-  if (count < 0) {
-    error = LastError();
-    return -1;
-  }
   int handled = 0;
-  for (int i = 0; i < count; ++i) {
-    if ((force ? virDomainDestroy(domains[i]) : virDomainShutdown(domains[i])) == 0)
+  const int count = ForEachRunning(uri, error, [&](virDomainPtr domain) {
+    if ((force ? virDomainDestroy(domain) : virDomainShutdown(domain)) == 0)
       ++handled;
-    virDomainFree(domains[i]);
-  }
-  free(domains);
-  return handled;
+  });
+  return count < 0 ? -1 : handled;
 }
 
 int RunningVirtualMachines(const std::string& uri,
                            std::vector<std::string>& names,
                            std::string& error) {
   names.clear();
-  Connection conn(uri);
-  if (!conn.Get()) {
-    error = LastError();
-    return -1;
-  }
-  virDomainPtr* domains = nullptr;
-  const int count = ListRunning(conn.Get(), &domains);
-  if (count < 0) {
-    error = LastError();
-    return -1;
-  }
-  for (int i = 0; i < count; ++i) {
-    if (const char* name = virDomainGetName(domains[i]))
+  return ForEachRunning(uri, error, [&](virDomainPtr domain) {
+    if (const char* name = virDomainGetName(domain))
       names.push_back(name);
-    virDomainFree(domains[i]);
-  }
-  free(domains);
-  return count;
+  });
 }
 
 }  // namespace Platform::Linux

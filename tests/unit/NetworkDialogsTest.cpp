@@ -169,8 +169,8 @@ TEST(AdapterListTest, ListingOrderSortsOnce) {
   } cases[] = {
       {{"pnic10", "pnic3", "eth0", "pnic0", "pnic9", "pnic1"},
        {"eth0", "pnic0", "pnic1", "pnic3", "pnic9", "pnic10"}},
-      {{"pnicx", "pnic1", "eth", "eth0", "pnic01", "vmk0"},
-       {"eth", "eth0", "pnic01", "pnic1", "pnicx", "vmk0"}},
+      {{"pnicx", "pnic1", "eth", "eth0", "pnic01", "wlan0"},
+       {"eth", "eth0", "pnic01", "pnic1", "pnicx", "wlan0"}},
       // The same name twice keeps its order (the rows differ otherwise).
       {{"pnic2", "pnic1", "pnic2"}, {"pnic1", "pnic2", "pnic2"}},
       // Names that make the comparison go round in a circle still give one

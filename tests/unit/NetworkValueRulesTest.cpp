@@ -130,7 +130,7 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kAlternateDns, "::ffff:224.0.0.1", "::ffff:224.0.0.1 does not lead to a name server."},
       // Host names.
       {kHostname, "", ""},
-      {kHostname, "esx-01.lab.test", ""},
+      {kHostname, "host-01.lab.test", ""},
       {kHostname, name253, ""},
       {kHostname, "a..b", kEmptyPart},
       {kHostname, "host.", kEmptyPart},
