@@ -342,9 +342,10 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
 
 TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) {
   Terminal& console = Start();
-  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
   // The kernel has no route to a gateway outside every subnet of the host.
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
   InHost("ip addr flush dev br0; ip addr add 10.99.0.2/32 dev br0");
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
   OpenDialog(console, "DNS Configuration", "Use the following DNS server addresses");
   Type(console, {Key::kDown, Key::kDown});
   TypeText(console, "after-failure");
