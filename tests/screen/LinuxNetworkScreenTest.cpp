@@ -458,4 +458,43 @@ TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
       << console.Text();
 }
 
+// The factory layout: one bridge on the first adapter with a link, DHCP on
+// it, the names reset.
+TEST_F(LinuxNetworkTest, RestoreLeavesOneBridgeOnTheFirstAdapterWithDhcp) {
+  Terminal& console = Start();
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  InHost("ip link set nic1 master br0");
+  console.SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(console, "Authentication Required")) << console.Text();
+  console.SendText("rootpw");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Network Restore Options")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Restore DVS")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Restore Network Settings")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "<Esc> Cancel")) << console.Text();
+  console.Send("\x1b[23~");  // F11
+  // The test driver's domain runs: it is powered off first.
+  ASSERT_TRUE(console.WaitFor([&] {
+    return Contains(console.Text(), "Warning: VMs running") ||
+           Contains(console.Text(), "Auto-configuring network. ");
+  })) << console.Text();
+  if (Contains(console.Text(), "Warning: VMs running"))
+    console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Auto-configuring network. Done.")) << console.Text();
+
+  const std::string ports = InHost("ip -o link show master br0");
+  EXPECT_TRUE(Contains(ports, "nic0")) << ports;
+  EXPECT_FALSE(Contains(ports, "nic1")) << ports;
+  EXPECT_TRUE(console.WaitFor([&] {
+    return Contains(InHost("ip -4 -o addr show dev br0"), "inet 10.99.0.1");
+  })) << InHost("ip addr") << Slurp(_scratch + "/dnsmasq.log");
+  EXPECT_FALSE(Contains(InHost("ip -4 -o addr show dev br0"), "10.99.0.2/"));
+  EXPECT_EQ(InHost("hostname"), "localhost\n");
+  EXPECT_EQ(Field(Fields(File("/systemd/network/10-merel-br0.network")), "[Network] DHCP"), "ipv4");
+  EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network/10-merel-nic1.network"));
+}
+
 }  // namespace

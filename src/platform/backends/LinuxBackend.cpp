@@ -343,6 +343,14 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
   const HostState before = Load();
   HostState after = before;
   change(after);
+  // The network restore clears the network and then lays the factory one
+  // out: on a Linux host both are the one restore, made at the first call.
+  if (_root.empty() && !before.network.nics.empty() && after.network.nics.empty()) {
+    RestoreNetwork();
+    return;
+  }
+  if (after.network.autoConfigCount != before.network.autoConfigCount)
+    return;
   // Only the options and the network settings that map onto the machine
   // may change.
   if (ToJson(Untracked(after)) != ToJson(Untracked(before)))

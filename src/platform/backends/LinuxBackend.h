@@ -52,6 +52,9 @@ class LinuxBackend : public Backend {
   std::string OptionsPath() const;
   void ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState& network) const;
   void ApplyNetwork(const HostState& before, const HostState& after);
+  // The factory layout: one bridge (the management bridge, else a new
+  // "br0") on the first adapter with a link, DHCP on it, the names reset.
+  void RestoreNetwork();
   // The manager that owns the machine's interfaces when it is not the
   // console (systemd-networkd is the console's own); "" when none.
   std::string NetworkOwner(const Linux::KernelNetwork& kernel) const;

@@ -122,6 +122,9 @@ HostState Untracked(HostState state) {
   network.dns.saveCount = 0;
   network.routing = {};
   network.autoConfigCount = 0;
+  // A dump target has no meaning on a Linux host: switching it off is kept
+  // as done.
+  network.netDumperEnabled = false;
   for (auto& nic : network.nics) {
     // The MAC address follows the first uplink by itself on a bridge; the
     // counters are the simulated host's bookkeeping.
@@ -411,6 +414,65 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
       text += (text.empty() ? "" : "; ") + failure;
     throw HostCtl::Lib::HostCtlException(text);
   }
+}
+
+void LinuxBackend::RestoreNetwork() {
+  std::string error;
+  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
+  Linux::KernelNetwork kernel;
+  if (!netlink || !netlink->read(kernel, error))
+    throw HostCtl::Lib::HostCtlException(error);
+  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
+    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
+                                         "; the console does not change it");
+  const Linux::KernelLink* first = nullptr;
+  for (const auto& link : kernel.links) {
+    if (Linux::IsAdapter(link) && (!first || (link.carrier && !first->carrier)))
+      first = &link;
+  }
+  if (!first)
+    throw HostCtl::Lib::HostCtlException("no network adapter on this host");
+  if (Bridges(kernel).empty()) {
+    // The adapter's own addresses and routes go: the bridge takes its place.
+    const std::string client = DhcpClient();
+    if (!client.empty())
+      RunTool({client, "-x", first->name}, error);
+    if (!netlink->setAddresses(first->name, false, {}, error) ||
+        !netlink->setAddresses(first->name, true, {}, error) ||
+        !netlink->setDefaultRoute(first->name, false, "", error) ||
+        !netlink->addBridge("br0", error) || !netlink->setUp("br0", true, error))
+      throw HostCtl::Lib::HostCtlException(error);
+  }
+  const std::string adapter = first->name;
+  const HostState before = Load();
+  HostState after = before;
+  NetworkState& network = after.network;
+  const NexNicState* managed = ManagementNic(before);
+  if (!managed)
+    throw HostCtl::Lib::HostCtlException("no bridge on this host");
+  for (auto& vswitch : network.vswitches) {
+    if (vswitch.name != managed->name)
+      continue;
+    for (auto& group : vswitch.portGroups) {
+      group.activeUplinks = {adapter};
+      group.standbyUplinks.clear();
+    }
+  }
+  for (auto& nic : network.nics) {
+    nic.ipv4Mode = "dhcp";
+    nic.dhcpDns = true;
+    nic.ipv6Addresses.clear();
+    nic.ipv6RouterAdvertised = true;
+    nic.ipv6Dhcp = false;
+    nic.enabled = true;
+  }
+  network.routing = {};
+  network.dns.hostname = "localhost";
+  network.dns.domain.clear();
+  network.dns.searchDomains.clear();
+  network.dns.nameServers.clear();
+  network.dns.ipv6NameServers.clear();
+  ApplyNetwork(before, after);
 }
 
 }  // namespace Platform
