@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Command.h"
-#include "HostCtl/FirewallRuleset.h"
+#include "NexCtl/FirewallRuleset.h"
 #include "HostCtl/HostCtlException.h"
 #include "MerelTimeoutDialog.h"
 #include "NexCtl/SystemInfoImpl.h"

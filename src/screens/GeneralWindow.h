@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "RootWindow.h"
 
 namespace Merel {
