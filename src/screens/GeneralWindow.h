@@ -41,7 +41,7 @@ class GeneralWindow : public RootWindow {
   static std::vector<MenuRow> BuildRows(const MenuFlags& flags);
 
   // The management interface found when the menu was last built.
-  static std::unique_ptr<HostCtl::Network::NexNic> _mgmtIntf;
+  std::unique_ptr<HostCtl::Network::NexNic> _mgmtIntf;
 
  private:
   struct Impl;
