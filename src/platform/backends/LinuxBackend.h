@@ -62,6 +62,11 @@ class LinuxBackend : public Backend {
   std::string DhcpClient() const;
   void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,
                      std::vector<std::string>& failures);
+  // The work of "powerOffVms", in the child that stands for it: its exit
+  // status (0 when every running domain stopped).
+  int StopVirtualMachines(bool force);
+  // The pager of `action` reading the journal's export through a pipe.
+  pid_t PageJournal(const Linux::Action& action, char* const envp[], int in, int out, int err);
 
   std::string _root;
   std::string _version;
