@@ -30,7 +30,7 @@ cleanup() {
   done
   rm -rf "$S"
 }
-trap cleanup EXIT INT TERM
+trap cleanup EXIT INT TERM HUP
 
 cat > "$S/recorder" <<EOF
 #!/bin/sh
