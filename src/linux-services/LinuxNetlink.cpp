@@ -75,6 +75,13 @@ std::string Mac(nl_addr* addr) {
   return text;
 }
 
+// A default route of the main table (what "ip route" shows as "default").
+bool IsDefaultRoute(rtnl_route* route) {
+  nl_addr* dst = rtnl_route_get_dst(route);
+  return rtnl_route_get_table(route) == RT_TABLE_MAIN && (!dst || nl_addr_get_prefixlen(dst) == 0) &&
+         rtnl_route_get_type(route) == RTN_UNICAST;
+}
+
 int IndexOf(nl_sock* sock, const std::string& name, std::string& error) {
   rtnl_link* found = nullptr;
   if (Failed(rtnl_link_get_kernel(sock, 0, name.c_str(), &found), name, error))
@@ -136,9 +143,7 @@ bool Read(KernelNetwork& network, std::string& error) {
   for (nl_object* object = nl_cache_get_first(routes.get()); object;
        object = nl_cache_get_next(object)) {
     auto* route = reinterpret_cast<rtnl_route*>(object);
-    nl_addr* dst = rtnl_route_get_dst(route);
-    if (rtnl_route_get_table(route) != RT_TABLE_MAIN || (dst && nl_addr_get_prefixlen(dst) != 0) ||
-        rtnl_route_get_type(route) != RTN_UNICAST || rtnl_route_get_nnexthops(route) < 1)
+    if (!IsDefaultRoute(route) || rtnl_route_get_nnexthops(route) < 1)
       continue;
     rtnl_nexthop* hop = rtnl_route_nexthop_n(route, 0);
     KernelRoute entry;
@@ -223,9 +228,7 @@ bool SetDefaultRoute(const std::string& name,
   for (nl_object* object = nl_cache_get_first(routes.get()); object;
        object = nl_cache_get_next(object)) {
     auto* route = reinterpret_cast<rtnl_route*>(object);
-    nl_addr* dst = rtnl_route_get_dst(route);
-    if (rtnl_route_get_table(route) == RT_TABLE_MAIN && (!dst || nl_addr_get_prefixlen(dst) == 0) &&
-        rtnl_route_get_type(route) == RTN_UNICAST && rtnl_route_get_protocol(route) != RTPROT_RA &&
+    if (IsDefaultRoute(route) && rtnl_route_get_protocol(route) != RTPROT_RA &&
         Failed(rtnl_route_delete(sock.get(), route, 0), "default route", error))
       return false;
   }

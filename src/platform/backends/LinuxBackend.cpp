@@ -488,31 +488,33 @@ void LinuxBackend::WriteAudit(const std::string& record,
 
 namespace Linux {
 
-const Services* LoadServices(std::string& error) {
+void* ModuleEntry(const char* symbol, std::string& error) {
   // Looked for once: beside the console in the build folder, in lib/merel
   // next to its bin folder when installed.
   static std::string reason;
-  static const Services* const services = []() -> const Services* {
+  static void* const module = []() -> void* {
     char self[4096];
     const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
     std::string dir = length > 0 ? std::string(self, static_cast<size_t>(length)) : "";
     dir = dir.substr(0, dir.rfind('/'));
     for (const char* candidate : {"/merel-linux.so", "/../lib/merel/merel-linux.so"}) {
-      void* module = dlopen((dir + candidate).c_str(), RTLD_NOW | RTLD_LOCAL);
-      if (module == nullptr) {
-        reason = dlerror();
-        continue;
-      }
-      using Table = const Services* (*)();
-      if (auto table = reinterpret_cast<Table>(dlsym(module, "merel_linux_services")))
-        return table();
-      reason = "merel-linux.so has no service table";
+      if (void* found = dlopen((dir + candidate).c_str(), RTLD_NOW | RTLD_LOCAL))
+        return found;
+      reason = dlerror();
     }
     return nullptr;
   }();
-  if (services == nullptr)
-    error = "the Linux host's services module is missing: " + reason;
-  return services;
+  void* entry = module != nullptr ? dlsym(module, symbol) : nullptr;
+  if (entry == nullptr)
+    error = "the Linux host's services module is missing: " +
+            (module != nullptr ? "merel-linux.so has no " + std::string(symbol) : reason);
+  return entry;
+}
+
+const Services* LoadServices(std::string& error) {
+  using Table = const Services* (*)();
+  const auto table = reinterpret_cast<Table>(ModuleEntry("merel_linux_services", error));
+  return table != nullptr ? table() : nullptr;
 }
 
 }  // namespace Linux

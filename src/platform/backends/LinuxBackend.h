@@ -58,6 +58,9 @@ class LinuxBackend : public Backend {
   // The manager that owns the machine's interfaces when it is not the
   // console (systemd-networkd is the console's own); "" when none.
   std::string NetworkOwner(const Linux::KernelNetwork& kernel) const;
+  // The netlink table, with the kernel's network read into `kernel`; throws
+  // when it cannot be read or another manager owns it.
+  const Linux::Netlink& ChangeableNetwork(Linux::KernelNetwork& kernel) const;
   // The DHCP client of the machine ("" when it has none).
   std::string DhcpClient() const;
   void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,

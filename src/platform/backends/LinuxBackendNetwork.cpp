@@ -191,6 +191,17 @@ std::string LinuxBackend::NetworkOwner(const Linux::KernelNetwork& kernel) const
   return "";
 }
 
+const Linux::Netlink& LinuxBackend::ChangeableNetwork(Linux::KernelNetwork& kernel) const {
+  std::string error;
+  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
+  if (!netlink || !netlink->read(kernel, error))
+    throw HostCtl::Lib::HostCtlException(error);
+  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
+    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
+                                         "; the console does not change it");
+  return *netlink;
+}
+
 std::string LinuxBackend::DhcpClient() const {
   for (const char* place : {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"}) {
     if (access((_root + place).c_str(), X_OK) == 0)
@@ -230,13 +241,8 @@ void LinuxBackend::WriteNetworkd(const NetworkState& network,
 
 void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after) {
   std::string error;
-  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
   Linux::KernelNetwork kernel;
-  if (!netlink || !netlink->read(kernel, error))
-    throw HostCtl::Lib::HostCtlException(error);
-  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
-    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
-                                         "; the console does not change it");
+  const Linux::Netlink* netlink = &ChangeableNetwork(kernel);
   const NetworkState& was = before.network;
   const NetworkState& now = after.network;
   // Each part that fails is reported; the others are still made, and only
@@ -418,13 +424,8 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
 
 void LinuxBackend::RestoreNetwork() {
   std::string error;
-  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
   Linux::KernelNetwork kernel;
-  if (!netlink || !netlink->read(kernel, error))
-    throw HostCtl::Lib::HostCtlException(error);
-  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
-    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
-                                         "; the console does not change it");
+  const Linux::Netlink* netlink = &ChangeableNetwork(kernel);
   const Linux::KernelLink* first = nullptr;
   for (const auto& link : kernel.links) {
     if (Linux::IsAdapter(link) && (!first || (link.carrier && !first->carrier)))

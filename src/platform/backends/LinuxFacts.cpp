@@ -10,6 +10,8 @@
 #include <set>
 #include <sstream>
 
+#include "backends/LinuxNetwork.h"
+
 namespace Platform::Linux {
 
 namespace {
@@ -301,12 +303,6 @@ int PrefixLength(const sockaddr* mask) {
   return bits;
 }
 
-std::string Netmask(int prefix) {
-  const uint32_t mask = prefix <= 0 ? 0 : prefix >= 32 ? 0xffffffffu : ~((1u << (32 - prefix)) - 1);
-  return std::to_string(mask >> 24) + "." + std::to_string((mask >> 16) & 255) + "." +
-         std::to_string((mask >> 8) & 255) + "." + std::to_string(mask & 255);
-}
-
 }  // namespace
 
 std::vector<InterfaceAddress> MachineAddresses() {
@@ -421,30 +417,15 @@ void ReadNetwork(const std::string& root,
       nic.ipv6Addresses.push_back(address.address + "/" + std::to_string(address.prefix));
     } else if (nic.ipv4Address == "0.0.0.0") {
       nic.ipv4Address = address.address;
-      nic.ipv4Netmask = Netmask(address.prefix);
+      nic.ipv4Netmask = NetmaskOf(address.prefix);
     }
   }
   network.nics.push_back(nic);
 
   std::ifstream resolv(root + "/etc/resolv.conf");
-  std::string line;
-  network.dns.nameServers.clear();
-  network.dns.ipv6NameServers.clear();
-  network.dns.searchDomains.clear();
-  while (std::getline(resolv, line)) {
-    std::istringstream words(line);
-    std::string key, value;
-    if (!(words >> key))
-      continue;
-    if (key == "nameserver" && words >> value) {
-      (value.find(':') != std::string::npos ? network.dns.ipv6NameServers
-                                            : network.dns.nameServers)
-          .push_back(value);
-    } else if (key == "search") {
-      while (words >> value)
-        network.dns.searchDomains.push_back(value);
-    }
-  }
+  std::ostringstream text;
+  text << resolv.rdbuf();
+  ParseResolver(text.str(), network.dns);
 }
 
 }  // namespace Platform::Linux

@@ -1,7 +1,5 @@
 #include "backends/LinuxNetwork.h"
 
-#include <arpa/inet.h>
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +7,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+
+#include "HostCtl/IpAddress.h"
+#include "backends/LinuxServices.h"
 
 namespace Platform::Linux {
 
@@ -377,49 +378,19 @@ std::string RenderHosts(const std::string& hosts,
 }
 
 int PrefixOf(const std::string& netmask) {
-  in_addr mask{};
-  if (inet_pton(AF_INET, netmask.c_str(), &mask) != 1)
-    return -1;
-  const uint32_t value = ntohl(mask.s_addr);
-  const int bits = __builtin_popcount(value);
-  // Only contiguous masks are netmasks.
-  if (bits > 0 && value != ~((1u << (32 - bits)) - 1) && bits != 32)
-    return -1;
-  return bits;
+  return HostCtl::Network::Ipv4Address::IsValidNetmask(netmask) || netmask == "0.0.0.0"
+             ? HostCtl::Network::Ipv4Address(netmask).GetPrefixLength()
+             : -1;
 }
 
 std::string NetmaskOf(int prefix) {
-  const uint32_t mask =
-      prefix <= 0 ? 0 : prefix >= 32 ? 0xffffffffu : ~((1u << (32 - prefix)) - 1);
-  return std::to_string(mask >> 24) + "." + std::to_string((mask >> 16) & 255) + "." +
-         std::to_string((mask >> 8) & 255) + "." + std::to_string(mask & 255);
+  return HostCtl::Network::Ipv4Address::FromPrefixLength(prefix).GetStringAddress();
 }
 
 const Netlink* LoadNetlink(std::string& error) {
-  // The same module as the other system services: dlopen hands back the
-  // handle it already has when LoadServices opened it first.
-  static std::string reason;
-  static const Netlink* const netlink = []() -> const Netlink* {
-    char self[4096];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
-    std::string dir = length > 0 ? std::string(self, static_cast<size_t>(length)) : "";
-    dir = dir.substr(0, dir.rfind('/'));
-    for (const char* candidate : {"/merel-linux.so", "/../lib/merel/merel-linux.so"}) {
-      void* module = dlopen((dir + candidate).c_str(), RTLD_NOW | RTLD_LOCAL);
-      if (module == nullptr) {
-        reason = dlerror();
-        continue;
-      }
-      using Table = const Netlink* (*)();
-      if (auto table = reinterpret_cast<Table>(dlsym(module, "merel_linux_netlink")))
-        return table();
-      reason = "merel-linux.so has no netlink table";
-    }
-    return nullptr;
-  }();
-  if (netlink == nullptr)
-    error = "the Linux host's services module is missing: " + reason;
-  return netlink;
+  using Table = const Netlink* (*)();
+  const auto table = reinterpret_cast<Table>(ModuleEntry("merel_linux_netlink", error));
+  return table != nullptr ? table() : nullptr;
 }
 
 }  // namespace Platform::Linux

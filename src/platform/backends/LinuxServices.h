@@ -29,8 +29,11 @@ struct Services {
   bool (*auditAccount)(const std::string& record, const std::string& user, bool success);
 };
 
-// The module's table, loaded once; nullptr with the reason in `error` when
-// the module cannot be loaded.
+// An entry point of the module, which is opened once for all of them;
+// nullptr with the reason in `error` when the module or the entry is missing.
+void* ModuleEntry(const char* symbol, std::string& error);
+
+// The module's table; nullptr with the reason in `error`.
 const Services* LoadServices(std::string& error);
 
 }  // namespace Platform::Linux
