@@ -23,12 +23,14 @@
 #include <string>
 
 #include "Harness.h"
+#include "NamespaceUtil.h"
 #include "MenuScreenUtil.h"
 
 namespace {
 
 using namespace MerelMenuTest;
 namespace fs = std::filesystem;
+using namespace MerelNamespaceTest;
 
 constexpr const char* kF2 = "\x1bOQ";
 constexpr const char* kF11 = "\x1b[23~";
@@ -93,13 +95,6 @@ ip link set mgmt0 up
 mount -t sysfs sysfs /sys
 export LIBVIRT_DEFAULT_URI=test://$S/node.xml
 exec @MEREL@ --host linux
-)SH";
-
-const char kRecorder[] = R"SH(#!/bin/sh
-# merel-test-recorder
-echo "$(basename "$0") $*" >> @S@/calls
-case "$1" in is-active|is-enabled) exit 3 ;; esac
-exit 0
 )SH";
 
 // Two running guests and one shut off, for libvirt's test driver.
@@ -185,22 +180,10 @@ bool MachineAuditsLogins() {
   return on;
 }
 
-std::string Replace(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
-}
-
-std::string Slurp(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
 class LinuxHostTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (std::system("unshare --mount --net --uts true >/dev/null 2>&1") != 0) {
+    if (!CanMakeNamespaces()) {
       GTEST_SKIP() << "cannot create mount, network and UTS namespaces here (needs root or "
                       "user namespaces); the Linux host is only ever tested inside them";
     }
@@ -208,24 +191,13 @@ class LinuxHostTest : public ::testing::Test {
       GTEST_SKIP() << "the machine's audit subsystem is on: the console's login records would "
                       "be kept in its audit log";
     }
-    char pattern[] = "/tmp/merel-linux-ns-XXXXXX";
-    _scratch = mkdtemp(pattern);
+    _scratch = MakeScratch("/tmp/merel-linux-ns-XXXXXX", kSetup, kHostName);
     fs::create_directories(_scratch + "/dev");
     fs::create_directories(_scratch + "/varlog");
     std::ofstream(_scratch + "/node.xml") << kNode;
     _syslog = std::make_unique<LogSocket>(_scratch + "/dev/log");
     _journal = std::make_unique<LogSocket>(_scratch + "/journal");
     ASSERT_TRUE(_syslog->Ok() && _journal->Ok()) << "cannot make the test's log sockets";
-    const std::string pam = std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel";
-    std::string setup = Replace(kSetup, "@S@", _scratch);
-    setup = Replace(setup, "@HOST@", kHostName);
-    setup = Replace(setup, "@MEREL@", MEREL_BIN);
-    setup = Replace(setup, "@PAM@", pam);
-    std::ofstream(_scratch + "/setup.sh") << setup;
-    std::ofstream(_scratch + "/recorder") << Replace(kRecorder, "@S@", _scratch);
-    fs::permissions(_scratch + "/recorder", fs::perms::owner_all | fs::perms::group_read |
-                                                fs::perms::group_exec | fs::perms::others_read |
-                                                fs::perms::others_exec);
   }
   void TearDown() override {
     if (_console && _console->Running()) {

@@ -20,12 +20,14 @@
 #include <string>
 
 #include "Harness.h"
+#include "NamespaceUtil.h"
 #include "NetworkScreenUtil.h"
 
 namespace {
 
 using namespace MerelNetworkTest;
 namespace fs = std::filesystem;
+using namespace MerelNamespaceTest;
 
 constexpr const char* kHostName = "merel-net-host";
 
@@ -92,25 +94,6 @@ export LIBVIRT_DEFAULT_URI=test:///default
 exec @MEREL@ --host linux
 )SH";
 
-const char kRecorder[] = R"SH(#!/bin/sh
-# merel-test-recorder
-echo "$(basename "$0") $*" >> @S@/calls
-case "$1" in is-active|is-enabled) exit 3 ;; esac
-exit 0
-)SH";
-
-std::string Replace(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
-}
-
-std::string Slurp(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
 // What a command prints.
 std::string Output(const std::string& command) {
   std::string text;
@@ -150,22 +133,11 @@ std::string Field(const std::multimap<std::string, std::string>& fields, const s
 class LinuxNetworkTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (std::system("unshare --mount --net --uts true >/dev/null 2>&1") != 0) {
+    if (!CanMakeNamespaces()) {
       GTEST_SKIP() << "cannot create mount, network and UTS namespaces here (needs root); the "
                       "Linux host's network is only ever tested inside them";
     }
-    char pattern[] = "/tmp/merel-linux-net-XXXXXX";
-    _scratch = mkdtemp(pattern);
-    const std::string pam = std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel";
-    std::string setup = Replace(kSetup, "@S@", _scratch);
-    setup = Replace(setup, "@HOST@", kHostName);
-    setup = Replace(setup, "@MEREL@", MEREL_BIN);
-    setup = Replace(setup, "@PAM@", pam);
-    std::ofstream(_scratch + "/setup.sh") << setup;
-    std::ofstream(_scratch + "/recorder") << Replace(kRecorder, "@S@", _scratch);
-    fs::permissions(_scratch + "/recorder", fs::perms::owner_all | fs::perms::group_read |
-                                                fs::perms::group_exec | fs::perms::others_read |
-                                                fs::perms::others_exec);
+    _scratch = MakeScratch("/tmp/merel-linux-net-XXXXXX", kSetup, kHostName);
   }
   void TearDown() override {
     // Every process of the two network namespaces (the console, the DHCP
@@ -368,23 +340,6 @@ TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) 
   EXPECT_FALSE(Contains(InHost("ip route show default"), "10.99.0.254"));
 }
 
-// The step's line and what it ended with, from the test run's text.
-std::string StepRow(const Terminal& console, const std::string& step) {
-  for (int y = 0; y < 25; ++y) {
-    const int x = console.Find(y, step);
-    if (x >= 0) {
-      std::string row = CellText(console, y, x, 80 - x);
-      row = row.substr(0, row.find("\u2502"));
-      return row.erase(row.find_last_not_of(' ') + 1);
-    }
-  }
-  return "";
-}
-
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
   Terminal& console = Start();
   ASSERT_TRUE(OpenNetwork(console)) << console.Text();
@@ -450,11 +405,11 @@ TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
     return Contains(text, "<Enter> OK") && !Contains(text, "<Esc> Cancel");
   })) << console.Text();
   console.WaitUntilQuiet();
-  EXPECT_TRUE(EndsWith(StepRow(console, "Pinging address #1 (10.99.0.1)."), "OK."))
+  EXPECT_TRUE(RowWith(console, "Pinging address #1 (10.99.0.1).").ends_with("OK."))
       << console.Text() << InHost("ip addr; ip route; cat /etc/resolv.conf; ps ax");
-  EXPECT_TRUE(EndsWith(StepRow(console, "Pinging address #2 (10.99.0.77)."), "Failed."))
+  EXPECT_TRUE(RowWith(console, "Pinging address #2 (10.99.0.77).").ends_with("Failed."))
       << console.Text();
-  EXPECT_TRUE(EndsWith(StepRow(console, "Resolving hostname (merel-test.lab)."), "OK."))
+  EXPECT_TRUE(RowWith(console, "Resolving hostname (merel-test.lab).").ends_with("OK."))
       << console.Text();
 }
 

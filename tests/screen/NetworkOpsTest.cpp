@@ -33,20 +33,6 @@ const nlohmann::json& Nex0(const nlohmann::json& state) {
   return none;
 }
 
-// The dialog's line that starts with `step`, up to the dialog's border and
-// without trailing blanks; "" if none.
-std::string RowWith(const Terminal& console, const std::string& step) {
-  for (int y = 0; y < 25; ++y) {
-    const int x = console.Find(y, step);
-    if (x >= 0) {
-      std::string row = CellText(console, y, x, 80 - x);
-      row = row.substr(0, row.find("\u2502"));
-      return row.erase(row.find_last_not_of(' ') + 1);
-    }
-  }
-  return "";
-}
-
 // Only F11 confirms; Esc leaves the interface alone. The run shows the
 // steps and the static address; the host saw a stop and a start; only Enter
 // closes the result.
