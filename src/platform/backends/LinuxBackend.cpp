@@ -129,6 +129,18 @@ void ReadOptions(const std::string& path, HostState& state) {
   }
 }
 
+// In a forked child: `in`, `out` and `err` become descriptors 0, 1 and 2
+// (through spare numbers, as any of them may already be one of those).
+void BecomeStandardFds(int in, int out, int err) {
+  const int fds[3] = {in, out, err};
+  for (int i = 0; i < 3; ++i)
+    dup2(fds[i], 100 + i);
+  for (int i = 0; i < 3; ++i)
+    dup2(100 + i, i);
+  for (int i = 0; i < 3; ++i)
+    close(100 + i);
+}
+
 }  // namespace
 
 LinuxBackend::LinuxBackend(std::string root, std::string version)
@@ -209,11 +221,7 @@ pid_t LinuxBackend::Spawn(const char* path,
   const pid_t pid = fork();
   if (pid != 0)
     return pid;
-  const int fds[3] = {in, out, err};
-  for (int i = 0; i < 3; ++i)
-    dup2(fds[i], 100 + i);
-  for (int i = 0; i < 3; ++i)
-    dup2(100 + i, i);
+  BecomeStandardFds(in, out, err);
   int status = 0;
   if (action.kind == Linux::Action::kStopVms) {
     status = StopVirtualMachines(action.force);
@@ -248,13 +256,7 @@ pid_t LinuxBackend::PageJournal(const Linux::Action& action,
   const pid_t exporting = SpawnArgv(exporter, kToolEnvironment, null, pipeFds[1], pipeFds[1]);
   if (exporting < 0)
     _exit(127);
-  const int fds[3] = {pipeFds[0], out, err};
-  for (int i = 0; i < 3; ++i)
-    dup2(fds[i], 100 + i);
-  for (int i = 0; i < 3; ++i)
-    dup2(100 + i, i);
-  for (int i = 0; i < 3; ++i)
-    close(100 + i);
+  BecomeStandardFds(pipeFds[0], out, err);
   (void)in;  // the pager reads its keys from the terminal itself
   sigset_t none;
   sigemptyset(&none);
