@@ -35,15 +35,17 @@ void CheckFactoryAndProductLine() {
   ok = ok && table != nullptr && GetStringFactory("fr_FR") == table &&  // ... then any locale
        GetStringFactory(nullptr) == table;                              // gets it
   SimHostTest::SimRoot root;                                            // the demo host
+  auto productLine = [table] {
+    return std::string(table->GetString(Strings::kWelcomeProductLine));
+  };
   const std::string json = root.Path() + "/host.json";
   std::filesystem::rename(json, json + ".away");
-  ok = ok && std::string(table->GetString(Strings::kWelcomeProductLine))
-                 .empty();  // unreadable: empty, asked again
+  ok = ok && productLine().empty();  // unreadable: empty, asked again
   std::filesystem::rename(json + ".away", json);
   const std::string product = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
-  ok = ok && table->GetString(Strings::kWelcomeProductLine) == product;
+  ok = ok && productLine() == product;
   Platform::Current().Modify([](Platform::HostState& state) { state.product.name = "Other"; });
-  ok = ok && table->GetString(Strings::kWelcomeProductLine) == product;  // computed once
+  ok = ok && productLine() == product;  // computed once
   _exit(ok ? 0 : 1);
 }
 
