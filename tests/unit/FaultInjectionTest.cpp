@@ -83,35 +83,4 @@ TEST(FaultInjectionTest, NamedCallsFailAlwaysOrOnce) {
   }
 }
 
-TEST(FaultInjectionTest, FailedChangeLeavesHostAsItWas) {
-  SimRoot root;
-  std::string before = Net::DnsConfigImpl("defaultNetStack").GetHostname();
-  ASSERT_EQ(RunSim("fail '" + root.Path() + "' SetHostname x"), 0);
-  EXPECT_EQ(Outcome(SetHostname), "x");
-  EXPECT_EQ(Net::DnsConfigImpl("defaultNetStack").GetHostname(), before);
-  ASSERT_EQ(RunSim("fail '" + root.Path() + "' SetHostname y --once"), 0);
-  EXPECT_EQ(Outcome(SetHostname), "y");
-  EXPECT_EQ(Platform::Current().Load().faults.size(), 0u);
-  EXPECT_EQ(Net::DnsConfigImpl("defaultNetStack").GetHostname(), before);
-}
-
-TEST(FaultInjectionTest, UnknownCallOrBadUsageRefused) {
-  SimRoot root;
-  struct {
-    std::string args;
-    const char* error;  // in standard error
-  } cases[] = {
-      {"SetHostnames x", "unknown host-library call 'SetHostnames'"},
-      {"NexNic.SetHostname x", "unknown host-library call 'NexNic.SetHostname'"},
-      {"SetHostname", "usage:"},
-      {"SetHostname x --twice", "usage:"},
-  };
-  for (const auto& c : cases) {
-    std::string errors;
-    EXPECT_EQ(RunSim("fail '" + root.Path() + "' " + c.args, &errors), 2) << c.args;
-    EXPECT_NE(errors.find(c.error), std::string::npos) << c.args << ": " << errors;
-  }
-  EXPECT_TRUE(Platform::Current().Load().faults.empty());
-}
-
 }  // namespace
