@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "NetworkSettings.h"
 
 namespace Merel {
