@@ -20,6 +20,7 @@
 #include "HostCtl/HostCtlException.h"
 #include "backends/CleanSignals.h"
 #include "backends/LinuxFacts.h"
+#include "backends/LinuxNetwork.h"
 #include "backends/LinuxServices.h"
 #include "backends/RecordText.h"
 
@@ -378,16 +379,23 @@ HostState LinuxBackend::Load() {
   std::ifstream release(_root + "/proc/sys/kernel/osrelease");
   std::getline(release, state.product.kernelVersion);
 
+  // The machine's own network only on the machine: a prepared tree has no
+  // kernel of its own, only its files.
+  Linux::KernelNetwork kernel;
+  std::string error;
+  const Linux::Netlink* netlink = _root.empty() ? Linux::LoadNetlink(error) : nullptr;
+  if (netlink && netlink->read(kernel, error)) {
+    ReadNetwork(kernel, state.network);
+  } else {
+    Linux::ReadNetwork(_root,
+                       _root.empty() ? Linux::MachineAddresses()
+                                     : std::vector<Linux::InterfaceAddress>{},
+                       state.network);
+    // What a simulated host's network offers around it does not exist here.
+    state.network.dhcp.available = false;
+    state.network.dhcp.ipv6DhcpAvailable = false;
+  }
   state.network.dns.hostname = Linux::ReadHostname(_root);
-  // The machine's own addresses only on the machine: a prepared tree has
-  // none of its own.
-  Linux::ReadNetwork(_root,
-                     _root.empty() ? Linux::MachineAddresses()
-                                   : std::vector<Linux::InterfaceAddress>{},
-                     state.network);
-  // What a simulated host's network offers around it does not exist here.
-  state.network.dhcp.available = false;
-  state.network.dhcp.ipv6DhcpAvailable = false;
   const long pageSize = sysconf(_SC_PAGESIZE);
   state.hardware.cpu = Linux::ReadCpu(_root);
   state.hardware.memory = Linux::ReadMemory(_root, pageSize > 0 ? pageSize : 4096);
@@ -405,12 +413,28 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
   const HostState before = Load();
   HostState after = before;
   change(after);
-  // Everything but the options must have stayed as it was.
-  HostState rest = after;
-  rest.advancedOptions = before.advancedOptions;
-  if (ToJson(rest) != ToJson(before))
+  // The network restore clears the network and then lays the factory one
+  // out: on a Linux host both are the one restore, made at the first call.
+  if (_root.empty() && !before.network.nics.empty() && after.network.nics.empty()) {
+    RestoreNetwork();
+    return;
+  }
+  if (after.network.autoConfigCount != before.network.autoConfigCount)
+    return;
+  // Only the options and the network settings that map onto the machine
+  // may change.
+  if (ToJson(Untracked(after)) != ToJson(Untracked(before)))
     throw HostCtl::Lib::HostCtlException("Not supported on this host");
-  if (ToJson(after) == ToJson(before))
+  if (NetworkJson(after.network) != NetworkJson(before.network)) {
+    if (!_root.empty())
+      throw HostCtl::Lib::HostCtlException("Not supported on this host");
+    ApplyNetwork(before, after);
+  }
+  HostState options;
+  options.advancedOptions = after.advancedOptions;
+  HostState optionsBefore;
+  optionsBefore.advancedOptions = before.advancedOptions;
+  if (ToJson(options) == ToJson(optionsBefore))
     return;
   std::string text = "# The console's host options; written by the console.\n";
   for (const auto& option : after.advancedOptions)
