@@ -28,7 +28,6 @@ std::string Label(const Terminal& console, int row) {
 
 TEST(LoginScreenTest, DialogLayoutAndDefaults) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   // The name preset to root, the demo host without smart cards: no F3.
   ExpectGoldenScreen(*console, "login");
@@ -36,7 +35,6 @@ TEST(LoginScreenTest, DialogLayoutAndDefaults) {
 
 TEST(LoginScreenTest, SuccessLogsAuditsAndOpensTheMenu) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   console->SendText("merel");
   ASSERT_TRUE(console->WaitFor([&] { return FieldValue(*console, kPasswordRow) == "*****"; }))
@@ -95,7 +93,6 @@ class LoginRefusedTest : public ::testing::TestWithParam<RefusedCase> {};
 TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   const RefusedCase& c = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   host.WriteFile("/etc/pam_matrix.passwd", host.ReadFile("/etc/pam_matrix.passwd") + c.passwd);
   host.WriteFile(std::string("/etc/account-states/") + c.user, std::string(c.state) + "\n");
   auto console = OpenLogin(host);
@@ -106,16 +103,13 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
     console->SendKey(Key::kDown);
   }
   console->SendText(c.password);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+  Press(*console, Key::kEnter, c.message);
   EXPECT_NE(console->Text().find(c.title), std::string::npos) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
+  PressGone(*console, Key::kEnter, c.message);
   if (c.message == kExpired) {
     // The password change comes next; left with Esc, the login is back.
-    ASSERT_TRUE(WaitQuiet(*console, "Old Password:")) << console->Text();
-    console->SendKey(Key::kEscape);
-    ASSERT_TRUE(WaitGone(*console, "Old Password:")) << console->Text();
+    Expect(*console, "Old Password:");
+    PressGone(*console, Key::kEscape, "Old Password:");
   }
   // The dialog stays, the name as typed.
   EXPECT_NE(console->Text().find("Authentication Required"), std::string::npos) << console->Text();
@@ -167,7 +161,6 @@ INSTANTIATE_TEST_SUITE_P(
 // and none of it reaches the logs, so no log line grows with it.
 TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   std::string pasted;
   while (pasted.size() < 10240) {
@@ -177,8 +170,7 @@ TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
   console->SendText(pasted);
   console->SendKey(Key::kDown);
   console->SendText("merel");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, kInvalid)) << console->Text();
+  Press(*console, Key::kEnter, kInvalid);
   EXPECT_TRUE(host.WaitForSyslog("auth.err Authentication of user unknown user failed"))
       << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", "user=\"unknown user\" success=0"))
@@ -199,23 +191,19 @@ TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
 // name stays as it was.
 TEST(LoginScreenTest, NonAsciiLetterInTheNameIsRefusedWithAMessage) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   console->SendKey(Key::kUp);
   console->SendText("\xc3\xa9");
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid login name")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Invalid login name")) << console->Text();
+  Expect(*console, "Invalid login name");
+  PressGone(*console, Key::kEnter, "Invalid login name");
   EXPECT_EQ(FieldValue(*console, kNameRow), "root") << console->Text();
 }
 
 TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   console->SendText("mer");
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "Authentication Required")) << console->Text();
+  PressGone(*console, Key::kEscape, "Authentication Required");
   EXPECT_NE(console->Text().find("<F2>"), std::string::npos) << console->Text();
   EXPECT_EQ(host.AuditLog().find("login."), std::string::npos) << host.AuditLog();
   EXPECT_EQ(host.Syslog().find("logged out"), std::string::npos) << host.Syslog();
@@ -227,7 +215,6 @@ TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
 // was drawn after the field; on the keyboard line there is nothing to type.
 TEST(LoginScreenTest, TerminalCursorSitsOnTheFocusedField) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   console->TrackScreen();
   EXPECT_EQ(console->CursorPosition(), std::pair(39, kPasswordRow)) << "first draw";
@@ -259,57 +246,53 @@ TEST(LoginScreenTest, TerminalCursorSitsOnTheFocusedField) {
 // not Esc, closes that.
 TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   ASSERT_EQ(0, std::remove(host.Path("/var/run/ostrel/show-merel-login").c_str()));
   auto console = host.StartConsole();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Direct console access has been disabled by the"))
-      << console->Text();
+  Press(*console, Key::kF2, "Direct console access has been disabled by the");
   console->SendKey(Key::kEscape);
   console->WaitUntilQuiet(milliseconds(200));
   EXPECT_NE(console->Text().find("Authentication Denied"), std::string::npos);
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitGone(*console, "Authentication Denied")) << console->Text();
+  PressGone(*console, Key::kEnter, "Authentication Denied");
   EXPECT_EQ(console->Text().find("Login Name:"), std::string::npos);
+
+  // Esc and Enter in one write: curses reads the Enter while it looks for
+  // the rest of an Esc sequence, and the key wait must still hand it out.
+  // The Esc is ignored by this dialog; the Enter closes it.
+  Press(*console, Key::kF2, "Authentication Denied");
+  console->Send("\x1b\r");
+  EXPECT_TRUE(WaitGone(*console, "Authentication Denied")) << console->Text();
 }
 
 // With smart-card support F3 switches between the password and the PIN
 // form; the card's user is filled in as the login id.
 TEST(LoginScreenTest, F3SwitchesToThePinAndBack) {
   SimHost host("smart-card");
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host,
              [](nlohmann::json& state) { state["hardware"]["smartCard"]["users"] = {"alice"}; });
   auto console = OpenLogin(host);
   EXPECT_NE(console->Find(kFooterRow, "<F3> Switch PIN/Password Login"), -1) << console->Text();
-  console->SendKey(Key::kF3);
-  ASSERT_TRUE(WaitQuiet(*console, "Enter the smart card login PIN for")) << console->Text();
+  Press(*console, Key::kF3, "Enter the smart card login PIN for");
   EXPECT_EQ(Label(*console, kNameRow), "Login Id:");
   EXPECT_EQ(Label(*console, kPasswordRow), "PIN:");
   EXPECT_EQ(FieldValue(*console, kNameRow), "alice");
-  console->SendKey(Key::kF3);
-  ASSERT_TRUE(WaitQuiet(*console, "Enter an authorized login name and password for"))
-      << console->Text();
+  Press(*console, Key::kF3, "Enter an authorized login name and password for");
   EXPECT_EQ(Label(*console, kNameRow), "Login Name:");
   EXPECT_EQ(Label(*console, kPasswordRow), "Password:");
 }
 
 TEST(KeyboardScreenTest, SpaceThenEnterSetsTheLayout) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   // Up twice from the password reaches the keyboard line.
   console->SendKeys({Key::kUp, Key::kUp, Key::kEnter});
-  ASSERT_TRUE(WaitQuiet(*console, "<Space> Toggle Selected")) << console->Text();
+  Expect(*console, "<Space> Toggle Selected");
   // From "US Default" one down is "United Kingdom"; moving alone chooses nothing.
   console->SendKey(Key::kDown);
   console->WaitUntilQuiet();
   EXPECT_NE(console->Text().find("(o) US Default"), std::string::npos) << console->Text();
-  console->SendKey(Key::kSpace);
-  ASSERT_TRUE(WaitQuiet(*console, "(o) United Kingdom")) << console->Text();
+  Press(*console, Key::kSpace, "(o) United Kingdom");
   EXPECT_NE(console->Text().find("( ) US Default"), std::string::npos) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Toggle Selected")) << console->Text();
+  PressGone(*console, Key::kEnter, "Toggle Selected");
   EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "United Kingdom");
   EXPECT_TRUE(host.WaitForSyslog("user.info Keyboard Layout changed to United Kingdom"))
       << host.Syslog();
@@ -319,10 +302,7 @@ TEST(KeyboardScreenTest, SpaceThenEnterSetsTheLayout) {
 
 TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
-  TerminalOptions options;
-  options.term = "xterm-256color";  // the focus shows in the colours
-  auto console = OpenLogin(host, options);
+  auto console = OpenLogin(host, {.term = "xterm-256color"});  // the focus shows in the colours
   console->SendKey(Key::kUp);
   console->SendText("operator");
   console->SendKey(Key::kDown);
@@ -331,36 +311,16 @@ TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   EXPECT_TRUE(console->WaitFor([&] {
     return console->CellAt(13, kKeyboardRow).bg.Console() == ConsoleColor::kWhite;
   })) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Toggle Selected")) << console->Text();
+  Press(*console, Key::kEnter, "Toggle Selected");
   console->SendKeys({Key::kDown, Key::kDown, Key::kSpace});
-  ASSERT_TRUE(WaitQuiet(*console, "(o) German")) << console->Text();
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "Toggle Selected")) << console->Text();
+  Expect(*console, "(o) German");
+  PressGone(*console, Key::kEscape, "Toggle Selected");
   EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "US Default");
   EXPECT_EQ(host.Syslog().find("Keyboard Layout changed"), std::string::npos) << host.Syslog();
   EXPECT_NE(console->Text().find("Configured Keyboard (US Default)"), std::string::npos);
   EXPECT_EQ(FieldValue(*console, kNameRow), "operator");
   EXPECT_EQ(FieldValue(*console, kPasswordRow), "**");
   EXPECT_EQ(host.AuditLog().find("login."), std::string::npos);
-}
-
-}  // namespace
-
-namespace {
-
-// Esc and Enter in one write: curses reads the Enter while it looks for the
-// rest of an Esc sequence, and the key wait must still hand it out. The Esc
-// is ignored by this dialog; the Enter closes it.
-TEST(LoginScreenTest, KeyAfterEscInTheSameWriteIsNotHeldBack) {
-  SimHost host;
-  ASSERT_TRUE(host.Ok());
-  ASSERT_EQ(0, std::remove(host.Path("/var/run/ostrel/show-merel-login").c_str()));
-  auto console = host.StartConsole();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Denied")) << console->Text();
-  console->Send("\x1b\r");
-  EXPECT_TRUE(WaitGone(*console, "Authentication Denied")) << console->Text();
 }
 
 }  // namespace

@@ -23,20 +23,14 @@ using namespace MerelMenuTest;
 // SSH_CLIENT): every entry, the keyboard entry included.
 TEST(MenuScreenTest, DemoHostEntriesInOrder) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = LogIn(host);
-  ASSERT_TRUE(console);
   ExpectGoldenScreen(*console, "menu");
 }
 
 // The keyboard is not the host's over SSH: no keyboard entry, and no gap.
 TEST(MenuScreenTest, RemoteTerminalHasNoKeyboardEntry) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
-  TerminalOptions options;
-  options.env["SSH_CLIENT"] = "192.0.2.7 50022 22";
-  auto console = LogIn(host, options);
-  ASSERT_TRUE(console);
+  auto console = LogIn(host, {.env = {{"SSH_CLIENT", "192.0.2.7 50022 22"}}});
   const std::vector<std::string> expected = {"Configure Password",
                                              "Configure Lockdown Mode",
                                              "",
@@ -68,19 +62,14 @@ class GreyEntriesTest : public testing::TestWithParam<GreyCase> {};
 TEST_P(GreyEntriesTest, GreyAndSkipped) {
   const GreyCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   if (c.change) {
     ModifyHost(host, c.change);
   }
-  TerminalOptions options;
-  options.term = "xterm-256color";  // colours are checked
-  auto console = LogIn(host, options);
-  ASSERT_TRUE(console);
+  auto console = LogIn(host, {.term = "xterm-256color"});  // colours are checked
   const std::vector<std::string> rows = MenuRows(*console);
   for (const std::string& entry : c.grey) {
-    const auto at = std::find(rows.begin(), rows.end(), entry);
-    ASSERT_NE(at, rows.end()) << entry << " missing:\n" << console->Text();
-    const int y = kMenuTop + static_cast<int>(at - rows.begin());
+    const int y = MenuRow(*console, entry);
+    ASSERT_GE(y, 0) << entry << " missing:\n" << console->Text();
     EXPECT_EQ(console->CellAt(kMenuColumn, y).fg.Console(), ConsoleColor::kDarkGrey) << entry;
   }
   // Walk the whole menu down; no greyed entry ever becomes the selection.
@@ -121,10 +110,8 @@ TEST(MenuScreenTest, EscapeOrIdlingLogsOut) {
   for (const bool idle : {false, true}) {
     SCOPED_TRACE(idle ? "idle" : "Esc");
     SimHost host;
-    ASSERT_TRUE(host.Ok());
     SetIdleTimeout(host, 5);
     auto console = LogIn(host, idle ? FastClock(host) : TerminalOptions());
-    ASSERT_TRUE(console);
     if (!idle) {
       console->SendKey(Key::kEscape);
     }
@@ -148,9 +135,8 @@ std::unique_ptr<Terminal> OpenLogsEntry(SimHost& host) {
   host.WriteFile("/var/log/hostboot.log", "hostboot marker line\n");
   host.WriteFile("/var/log/obsvd.log", "obsvd marker line\n");
   auto console = LogIn(host);
-  if (console && !SelectEntry(*console, "View System Logs")) {
-    ADD_FAILURE() << "no logs entry:\n" << console->Text();
-    return nullptr;
+  if (!SelectEntry(*console, "View System Logs")) {
+    Fail("no logs entry:\n" + console->Text());
   }
   return console;
 }
@@ -168,9 +154,7 @@ class LogViewerTest : public testing::TestWithParam<LogCase> {};
 TEST_P(LogViewerTest, DigitOpensThatLogAndQuitReturns) {
   const LogCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogsEntry(host);
-  ASSERT_TRUE(console);
   EXPECT_NE(RightText(*console).find(c.list), std::string::npos) << console->Text();
   const std::string menu = console->Text();
   console->SendText(c.digit);
@@ -196,11 +180,9 @@ INSTANTIATE_TEST_SUITE_P(
 // file; each refused command leaves it working.
 TEST(LogViewerScreenTest, PagerRefusesShellPipeEditorAndOtherFiles) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogsEntry(host);
-  ASSERT_TRUE(console);
   console->SendText("7");
-  ASSERT_TRUE(WaitQuiet(*console, "obsvd marker line")) << console->Text();
+  Expect(*console, "obsvd marker line");
   for (const char* command : {"!", "|", "v", ":e"}) {
     console->SendText(command);
     EXPECT_TRUE(WaitQuiet(*console, "Command not available")) << command << "\n" << console->Text();
@@ -216,17 +198,13 @@ TEST(LogViewerScreenTest, PagerRefusesShellPipeEditorAndOtherFiles) {
 
 TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   std::string text;
   for (int i = 1; i <= 40; ++i) {
     text += "Support line " + std::to_string(i) + " {not markup}\n";
   }
   host.WriteFile("/etc/ostrel/support", text);
   auto console = LogIn(host);
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(SelectEntry(*console, "View Support Information")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Lines 1-12 of 40")) << console->Text();
+  Choose(*console, "View Support Information", "Lines 1-12 of 40");
   // The file is shown as it stands: braces are text, not markup.
   EXPECT_NE(console->Text().find("Support line 1 {not markup}"), std::string::npos);
   EXPECT_EQ(console->Text().find("Support line 13 {"), std::string::npos);
@@ -241,17 +219,14 @@ TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   for (const auto& [key, first] : steps) {
     console->SendKey(key);
     const int last = first + 11;
-    ASSERT_TRUE(WaitQuiet(*console, "Lines " + std::to_string(first) + "-" +
-                                        std::to_string(last) + " of 40"))
-        << console->Text();
+    Expect(*console, "Lines " + std::to_string(first) + "-" + std::to_string(last) + " of 40");
     const std::string screen = console->Text();
     EXPECT_NE(screen.find(line(first)), std::string::npos) << screen;
     EXPECT_NE(screen.find(line(last)), std::string::npos) << screen;
     EXPECT_EQ(screen.find(line(first - 1)), std::string::npos) << screen;
     EXPECT_EQ(screen.find(line(last + 1)), std::string::npos) << screen;
   }
-  console->SendKey(Key::kEscape);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(console->Text().find("Support line"), std::string::npos);
   EXPECT_EQ(RightTitle(*console), "View Support Information");
 }
@@ -279,24 +254,15 @@ class BlackAndWhiteTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [](nlohmann::json& state) {
     state["lockdown"] = {{"enabled", false}, {"possible", false}};
   });
-  TerminalOptions options;
-  options.term = GetParam();
-  auto console = LogIn(host, options);
-  ASSERT_TRUE(console);
-  const std::vector<std::string> rows = MenuRows(*console);
-  auto menuRow = [&](const std::string& entry) {
-    const auto at = std::find(rows.begin(), rows.end(), entry);
-    EXPECT_NE(at, rows.end()) << entry << " missing:\n" << console->Text();
-    return kMenuTop + static_cast<int>(at - rows.begin());
-  };
+  auto console = LogIn(host, {.term = GetParam()});
   // The first entry is selected at the start.
-  const int selected = menuRow("Configure Password");
-  const int other = menuRow("Configure Management Network");
-  const int greyed = menuRow("Configure Lockdown Mode");
+  const int selected = MenuRow(*console, "Configure Password");
+  const int other = MenuRow(*console, "Configure Management Network");
+  const int greyed = MenuRow(*console, "Configure Lockdown Mode");
+  ASSERT_TRUE(selected >= 0 && other >= 0 && greyed >= 0) << console->Text();
   EXPECT_NE(LookAt(*console, kMenuColumn, selected), LookAt(*console, kMenuColumn, other))
       << console->Text();
   if (std::string(GetParam()) == "xterm") {
@@ -311,9 +277,7 @@ TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {
   EXPECT_NE(LookAt(*console, kMenuColumn, greyed), LookAt(*console, kMenuColumn, selected));
 
   // In a dialog the focused device line stands apart, and follows the cursor.
-  ASSERT_TRUE(SelectEntry(*console, "Configure DriverVM Devices"));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  Choose(*console, "Configure DriverVM Devices", "DriverVM Configuration");
   const int first = RowOf(*console, "[ ] 0000:3b:00.0");
   const int second = RowOf(*console, "[ ] 0000:3b:00.1");
   ASSERT_NE(first, -1) << console->Text();
@@ -335,9 +299,7 @@ INSTANTIATE_TEST_SUITE_P(Terminals,
 // steps down from the current layout, Space to choose it, Enter to set it.
 TEST(KeyboardScreenTest, KeysInOneWriteAllTakeEffect) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenEntry(host, "Configure Keyboard", "choose a layout");
-  ASSERT_TRUE(console);
   console->Send("\x1b[B\x1b[B \r");
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("user.info Keyboard Layout changed to German")) << host.Syslog();
@@ -348,12 +310,10 @@ TEST(KeyboardScreenTest, KeysInOneWriteAllTakeEffect) {
 // again, so that what it leaves at its end does not stay on the shell's.
 TEST(LogViewerScreenTest, BackOnTheAlternateScreenAfterThePager) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogsEntry(host);
-  ASSERT_TRUE(console);
   console->TrackScreen();
   console->SendText("7");
-  ASSERT_TRUE(WaitQuiet(*console, "obsvd marker line")) << console->Text();
+  Expect(*console, "obsvd marker line");
   console->SendText("q");
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_TRUE(console->AltScreen());

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <initializer_list>
@@ -60,6 +61,13 @@ inline std::vector<std::string> MenuRows(const Terminal& console) {
   return rows;
 }
 
+// The screen row of the menu's `entry`, or -1.
+inline int MenuRow(const Terminal& console, const std::string& entry) {
+  const std::vector<std::string> rows = MenuRows(console);
+  const auto at = std::find(rows.begin(), rows.end(), entry);
+  return at == rows.end() ? -1 : kMenuTop + static_cast<int>(at - rows.begin());
+}
+
 inline std::string RightTitle(const Terminal& console) {
   return CellText(console, 1, 42, 36);
 }
@@ -91,6 +99,14 @@ inline bool WaitForMenu(Terminal& console) {
   }) && console.WaitUntilQuiet();
 }
 
+// `key`, then the menu is in front again; otherwise the test ends.
+inline void PressToMenu(Terminal& console, Key key) {
+  console.SendKey(key);
+  if (!WaitForMenu(console)) {
+    Fail("not back in the menu:\n" + console.Text());
+  }
+}
+
 inline bool WaitQuiet(Terminal& console, const std::string& text) {
   return console.WaitForText(text) && console.WaitUntilQuiet();
 }
@@ -103,6 +119,27 @@ inline bool Contains(const std::string& text, const std::string& part) {
 inline bool WaitGone(Terminal& console, const std::string& text) {
   return console.WaitFor([&] { return !Contains(console.Text(), text); }) &&
          console.WaitUntilQuiet();
+}
+
+// `text` shows and the screen settled; otherwise the test ends here.
+inline void Expect(Terminal& console, const std::string& text) {
+  if (!WaitQuiet(console, text)) {
+    Fail("no \"" + text + "\" on the screen:\n" + console.Text());
+  }
+}
+
+// `key`, then `text` shows and the screen settled; otherwise the test ends.
+inline void Press(Terminal& console, Key key, const std::string& text) {
+  console.SendKey(key);
+  Expect(console, text);
+}
+
+// `key`, then `text` went away and the screen settled; otherwise the test ends.
+inline void PressGone(Terminal& console, Key key, const std::string& text) {
+  console.SendKey(key);
+  if (!WaitGone(console, text)) {
+    Fail("\"" + text + "\" stayed on the screen:\n" + console.Text());
+  }
 }
 
 // The entry of a host.json list whose `field` is `name`, or null.
@@ -120,13 +157,12 @@ inline const nlohmann::json* Named(const nlohmann::json& list,
 // F2 on the welcome screen, up to the login dialog.
 inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions options = {}) {
   auto console = host.StartConsole(options);
-  console->SendKey(Key::kF2);
-  EXPECT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kF2, "Authentication Required");
   return console;
 }
 
 // Logs in from the welcome screen (as root unless `user` is given) and waits
-// for the menu.
+// for the menu; the test ends when it does not come.
 inline std::unique_ptr<Terminal> LogIn(SimHost& host,
                                        TerminalOptions options = {},
                                        const std::string& user = "",
@@ -143,8 +179,7 @@ inline std::unique_ptr<Terminal> LogIn(SimHost& host,
   console->SendText(password);
   console->SendKey(Key::kEnter);
   if (!WaitForMenu(*console)) {
-    ADD_FAILURE() << "no menu after the login:\n" << console->Text();
-    return nullptr;
+    Fail("no menu after the login:\n" + console->Text());
   }
   return console;
 }
@@ -165,6 +200,15 @@ inline bool SelectEntry(Terminal& console, const std::string& entry) {
   return RightTitle(console) == entry;
 }
 
+// Selects the menu's `entry`, opens it and waits for `expected`; otherwise
+// the test ends.
+inline void Choose(Terminal& console, const std::string& entry, const std::string& expected) {
+  if (!SelectEntry(console, entry)) {
+    Fail("no entry " + entry + ":\n" + console.Text());
+  }
+  Press(console, Key::kEnter, expected);
+}
+
 // Sends `keys` one at a time, each after the screen settled.
 inline void Type(Terminal& console, std::initializer_list<Key> keys) {
   for (Key key : keys) {
@@ -178,18 +222,13 @@ inline void TypeText(Terminal& console, const std::string& text) {
   console.WaitUntilQuiet();
 }
 
-// Logs in, opens the menu's `entry` and waits for `expected`.
+// Logs in, opens the menu's `entry` and waits for `expected` (or ends the test).
 inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
                                            const std::string& entry,
                                            const std::string& expected,
                                            TerminalOptions options = {}) {
   auto console = LogIn(host, options);
-  if (!console || !SelectEntry(*console, entry)) {
-    ADD_FAILURE() << "no entry " << entry;
-    return nullptr;
-  }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  Choose(*console, entry, expected);
   return console;
 }
 

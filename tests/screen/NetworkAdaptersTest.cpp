@@ -51,7 +51,7 @@ void ExpectDetails(Terminal& console,
                    const char* golden = nullptr,
                    Key close = Key::kEnter) {
   console.SendText("d");
-  ASSERT_TRUE(WaitQuiet(console, "Adapter Details")) << console.Text();
+  Expect(console, "Adapter Details");
   ExpectShown(console, lines);
   if (golden != nullptr) {
     ExpectGoldenScreen(console, golden);
@@ -70,10 +70,8 @@ bool Has(const nlohmann::json& list, const std::string& name) {
 // and the host's switches afterwards.
 TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   SimHost host("many-adapters");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "Network Adapters", "Device Name");
+  Choose(*console, "Network Adapters", "Device Name");
 
   const std::vector<std::string> order = {"eth0",  "pnic0", "pnic1", "pnic2", "pnic3", "pnic4",
                                           "pnic5", "pnic6", "pnic7", "pnic8", "pnic9", "pnic10"};
@@ -97,11 +95,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   // Neither management adapter left: refused, and the list stays open.
   Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
   EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "No adapter")) << console->Text();
+  Press(*console, Key::kEnter, "No adapter");
   ExpectShown(*console, {"Select at least one adapter."});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "No adapter")) << console->Text();
+  PressGone(*console, Key::kEnter, "No adapter");
   ExpectShown(*console, {"Toggle Selected"});
 
   // pnic4 (another standard switch), pnic5 (a distributed switch), pnic6
@@ -125,14 +121,11 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   const std::vector<std::string> warning = {
       "Network Adapters: Warning", "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
       "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."};
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  Press(*console, Key::kEnter, "Remove these adapters");
   ExpectShown(*console, warning);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "Remove these")) << console->Text();
+  PressGone(*console, Key::kEscape, "Remove these");
   ExpectShown(*console, {"Toggle Selected"});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Remove these adapters")) << console->Text();
+  Press(*console, Key::kEnter, "Remove these adapters");
   Accept(*console);
   // An adapter without a label goes by its MAC address.
   EXPECT_EQ(RightText(*console).rfind("pnic4 (Broadcom BCM5720)\npnic5 (Broadcom BCM5720)\n"
@@ -166,22 +159,17 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
 // to the list, Enter takes them all the same.
 TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
   SimHost host("many-adapters");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "Network Adapters", "Device Name");
+  Choose(*console, "Network Adapters", "Device Name");
   // pnic0 and pnic1 out, pnic3 (no link) in.
   Type(*console,
        {Key::kDown, Key::kSpace, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  Press(*console, Key::kEnter, "None of the chosen adapters has link.");
   ExpectShown(*console,
               {"Network Adapters: Warning", "pnic3: Disconnected", "Use these adapters anyway?"});
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "None of the chosen")) << console->Text();
+  PressGone(*console, Key::kEscape, "None of the chosen");
   ExpectShown(*console, {"Toggle Selected"});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  Press(*console, Key::kEnter, "None of the chosen adapters has link.");
   Accept(*console);
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
@@ -208,10 +196,8 @@ class UplinkOrderTest : public testing::TestWithParam<UplinkCase> {};
 TEST_P(UplinkOrderTest, ChosenAdaptersEndInOrderWithOneActive) {
   const UplinkCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "Network Adapters", "Device Name");
+  Choose(*console, "Network Adapters", "Device Name");
   for (Key key : c.keys) {
     Type(*console, {key});
   }
@@ -261,32 +247,29 @@ class VlanTest : public testing::TestWithParam<VlanCase> {};
 TEST_P(VlanTest, TypedOverTheHostsId) {
   const VlanCase& c = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [](nlohmann::json& state) {
     state["network"]["vswitches"][0]["portGroups"][0]["vlanId"] = 30;
   });
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
   ASSERT_NE(console->Text().find("[ 30    ]"), std::string::npos) << console->Text();
   TypeText(*console, "\b");
   TypeText(*console, "\b");
   TypeText(*console, c.typed);
   console->SendKey(Key::kEnter);
   if (*c.title != '\0') {
-    ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+    Expect(*console, c.message);
     ExpectShown(*console, {c.title});
     console->SendKey(Key::kEnter);
   }
   if (!c.accepted) {
     // Back in the dialog with the text kept; Esc drops it.
     ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
-    ASSERT_TRUE(WaitQuiet(*console, std::string("[ ") + c.typed)) << console->Text();
+    Expect(*console, std::string("[ ") + c.typed);
     console->SendKey(Key::kEscape);
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
     EXPECT_NE(RightText(*console).find("30"), std::string::npos) << console->Text();
-    console->SendKey(Key::kEscape);
-    ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+    PressToMenu(*console, Key::kEscape);
   } else {
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
     const std::string shown = c.hostVlan == 0 ? "Not set" : std::to_string(c.hostVlan);
@@ -326,12 +309,10 @@ class StaticIpv6Test : public testing::TestWithParam<Ipv6Case> {};
 TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
   const Ipv6Case& c = GetParam();
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
   const std::vector<std::string> addresses = {"2001:db8:30::10/64", "2001:db8:30::11/64",
                                               "2001:db8:31::12/48"};
-  OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
+  Choose(*console, "IPv6 Configuration", "Set static IPv6");
   Type(*console, {Key::kDown, Key::kDown, Key::kDown});
   for (const std::string& address : addresses) {
     TypeText(*console, address);
@@ -348,13 +329,11 @@ TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
   if (*c.failingCall != '\0') {
     FailCall(host, c.failingCall, "disk on fire", true);
   }
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"))
-      << console->Text();
+  Press(*console, Key::kEscape, "Apply changes and restart management network?");
   console->SendText("y");
   if (*c.failingCall != '\0') {
     const std::string line = std::string(c.failure) + "disk on fire";
-    ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+    Expect(*console, line);
     ExpectShown(*console, {"Enable Management Network: Error"});
     console->SendKey(Key::kEnter);
     ExpectLines(host, {"user.err " + line});

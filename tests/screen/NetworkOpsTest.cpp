@@ -15,41 +15,24 @@
 #include <gtest/gtest.h>
 
 #include "Harness.h"
-#include "MenuScreenUtil.h"
+#include "NetworkScreenUtil.h"
 
 namespace {
 
-using namespace MerelMenuTest;
-
-const char kF11[] = "\x1b[23~";
-
-const nlohmann::json& Nex0(const nlohmann::json& state) {
-  for (const auto& nic : state["network"]["nics"]) {
-    if (nic["name"] == "nex0") {
-      return nic;
-    }
-  }
-  static const nlohmann::json none;
-  return none;
-}
+using namespace MerelNetworkTest;
 
 // Only F11 confirms; Esc leaves the interface alone. The run shows the
 // steps and the static address; the host saw a stop and a start; only Enter
 // closes the result.
 TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
-  ASSERT_TRUE(console);
   console->SendKey(Key::kEnter);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 0);
 
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Restart management network now?"));
-  console->Send(kF11);
-  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  Press(*console, Key::kEnter, "Restart management network now?");
+  Press(*console, Key::kF11, "<Enter> OK");
   const std::string text = console->Text();
   EXPECT_TRUE(Contains(text, "Stopping management network. Done.")) << text;
   EXPECT_TRUE(Contains(text, "Starting management network.")) << text;
@@ -64,8 +47,7 @@ TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
   console->SendKey(Key::kEscape);
   console->WaitUntilQuiet(milliseconds(200));
   EXPECT_TRUE(Contains(console->Text(), "<Enter> OK"));
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
 }
 
 // A leased address is not awaited: no IPv4 line. The interface holds only
@@ -73,11 +55,8 @@ TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
 // before the IPv6 part, so "Done." goes on a line of its own.
 TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
   SimHost host("dhcp");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
-  ASSERT_TRUE(console);
-  console->Send(kF11);
-  ASSERT_TRUE(WaitQuiet(*console, "<Enter> OK")) << console->Text();
+  Press(*console, Key::kF11, "<Enter> OK");
   const std::string text = console->Text();
   EXPECT_FALSE(std::regex_search(text, std::regex("IP address is  [0-9]+\\."))) << text;
   int starting = -1;
@@ -95,16 +74,11 @@ TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
 // A host call that fails during the restart ends it with the menu's message.
 TEST(NetworkOpsTest, AFailedRestartIsReported) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   FailCall(host, "NexNic.Enable", "interface busy");
   auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
-  ASSERT_TRUE(console);
-  console->Send(kF11);
-  EXPECT_TRUE(WaitQuiet(*console, "Operation on the management network interface failed."))
-      << console->Text();
+  Press(*console, Key::kF11, "Operation on the management network interface failed.");
   EXPECT_TRUE(host.WaitForSyslog("Restarting the management network failed: interface busy"));
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
 }
 
 // The run is over: its footer offers Enter only (the targets dialog behind
@@ -143,11 +117,9 @@ class NetworkTestRun : public ::testing::TestWithParam<TestCase> {};
 TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   const TestCase& c = GetParam();
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [](nlohmann::json& state) { state["network"]["reachable"] = {"10.20.30.2"}; });
   const std::string hosts = host.ReadFile("/etc/hosts");
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  ASSERT_TRUE(console);
   if (c.leftoverBackup) {
     // Made while the console runs (a console that starts puts a backup
     // back over the hosts file).
@@ -168,8 +140,7 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   if (c.golden != nullptr) {
     ExpectGoldenScreen(*console, c.golden);
   }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
   // The resolve step always leaves the hosts file as it found it.
   EXPECT_EQ(host.ReadFile("/etc/hosts"), hosts);
   // A step's end interrupts the key wait; that is no error.
@@ -209,17 +180,13 @@ INSTANTIATE_TEST_SUITE_P(
 // message, the field in focus; nothing is run.
 TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  ASSERT_TRUE(console);
   console->SendKeys({Key::kDown, Key::kEnd});
   console->WaitUntilQuiet();
   console->SendText("::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
   console->WaitUntilQuiet();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid IP or IPv6 address.")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Invalid IP"));
+  Press(*console, Key::kEnter, "Invalid IP or IPv6 address.");
+  PressGone(*console, Key::kEnter, "Invalid IP");
   EXPECT_TRUE(Contains(console->Text(), "Ping Address #1:")) << console->Text();
   EXPECT_FALSE(Contains(console->Text(), "Pinging address")) << console->Text();
 }
@@ -229,9 +196,7 @@ TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
 // uses all of it.
 TEST(NetworkOpsTest, FieldsTakeLongerTextThanTheyShow) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  ASSERT_TRUE(console);
   const std::string address = "2001:0db8:0000:0000:0000:0000:0000:0001";
   console->SendText(address);  // replaces the gateway the field came with
   ASSERT_TRUE(WaitQuiet(*console, "[ " + address.substr(address.size() - 30))) << console->Text();
@@ -242,8 +207,7 @@ TEST(NetworkOpsTest, FieldsTakeLongerTextThanTheyShow) {
   ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
   EXPECT_TRUE(Contains(console->Text(), "Pinging address #1 (2001:db8::1).")) << console->Text();
   EXPECT_TRUE(Contains(console->Text(), "Resolving hostname (" + name + ").")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
 }
 
 // Children of the console's session that have ended and not been reaped.
@@ -271,26 +235,20 @@ int Zombies(const Terminal& console) {
 // is reaped by the next run, which works as usual.
 TEST(NetworkOpsTest, EscInterruptsASlowPing) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [](nlohmann::json& state) {
     state["network"]["pingDelayMs"] = {{"10.20.30.1", 1500}};
   });
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  ASSERT_TRUE(console);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Pinging address #1 (10.20.30.1).")) << console->Text();
+  Press(*console, Key::kEnter, "Pinging address #1 (10.20.30.1).");
   EXPECT_FALSE(Contains(console->Text(), "Pinging address #2"));
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
   EXPECT_FALSE(Contains(console->Text(), "Pinging address #2"));
 
   ModifyHost(host, [](nlohmann::json& state) {
     state["network"]["pingDelayMs"] = nlohmann::json::object();
   });
   std::this_thread::sleep_for(milliseconds(2000));
-  ASSERT_TRUE(SelectEntry(*console, "Test Management Network"));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Ping Address #0:"));
+  Choose(*console, "Test Management Network", "Ping Address #0:");
   console->SendKey(Key::kEnter);
   EXPECT_TRUE(WaitForRunEnd(*console)) << console->Text();
   EXPECT_EQ(Zombies(*console), 0);
@@ -303,15 +261,13 @@ std::unique_ptr<Terminal> StartSlowResolve(SimHost& host, const std::string& ori
     state["network"]["resolveDelayMs"] = {{"static-host.lab.test", 4000}};
   });
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  if (!console) {
-    return console;
+  Press(*console, Key::kEnter, "Resolving hostname (static-host.lab.test).");
+  if (!console->WaitFor([&] {
+        return !Contains(host.ReadFile("/etc/hosts"), "static-host.lab.test") &&
+               host.ReadFile("/etc/hosts.backup") == original;
+      })) {
+    Fail("the entry stayed in the hosts file:\n" + host.ReadFile("/etc/hosts"));
   }
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Resolving hostname (static-host.lab.test).")) << console->Text();
-  EXPECT_TRUE(console->WaitFor([&] {
-    return !Contains(host.ReadFile("/etc/hosts"), "static-host.lab.test") &&
-           host.ReadFile("/etc/hosts.backup") == original;
-  })) << host.ReadFile("/etc/hosts");
   return console;
 }
 
@@ -321,11 +277,9 @@ class EndedDuringTheResolve : public ::testing::TestWithParam<int> {};
 
 TEST_P(EndedDuringTheResolve, TheHostsFileIsPutBack) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   const std::string original = host.ReadFile("/etc/hosts");
   ASSERT_TRUE(Contains(original, "static-host.lab.test")) << original;
   auto console = StartSlowResolve(host, original);
-  ASSERT_TRUE(console);
   if (GetParam() == SIGHUP) {
     kill(-console->Pid(), SIGHUP);  // the terminal's whole session, as a hang-up does
   } else {
@@ -351,10 +305,8 @@ INSTANTIATE_TEST_SUITE_P(NetworkOpsTest,
 // test works again.
 TEST(NetworkOpsTest, KilledDuringTheResolveTheNextStartPutsTheHostsFileBack) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   const std::string original = host.ReadFile("/etc/hosts");
   auto console = StartSlowResolve(host, original);
-  ASSERT_TRUE(console);
   console->Signal(SIGKILL);
   ASSERT_TRUE(console->WaitForExit());
   ASSERT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }));
@@ -365,7 +317,6 @@ TEST(NetworkOpsTest, KilledDuringTheResolveTheNextStartPutsTheHostsFileBack) {
     state["network"]["resolveDelayMs"] = nlohmann::json::object();
   });
   console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  ASSERT_TRUE(console);
   EXPECT_EQ(host.ReadFile("/etc/hosts"), original);
   EXPECT_FALSE(std::filesystem::exists(host.Path("/etc/hosts.backup")));
   console->SendKey(Key::kEnter);

@@ -16,8 +16,6 @@ namespace {
 
 using namespace MerelMenuTest;
 
-const char kF11[] = "\x1b[23~";
-
 // The window is in front: no dialog (which would offer OK or Cancel) is left.
 bool WaitForWindow(Terminal& console) {
   return console.WaitFor([&] {
@@ -30,14 +28,14 @@ bool WaitForWindow(Terminal& console) {
 // Logs in and opens the window, then the dialog of `entry` if one is given.
 std::unique_ptr<Terminal> Open(SimHost& host, const std::string& entry = "") {
   auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
-  if (!console || !WaitForWindow(*console)) {
-    ADD_FAILURE() << "no restore window:\n" << (console ? console->Text() : "");
-    return nullptr;
+  if (!WaitForWindow(*console)) {
+    Fail("no restore window:\n" + console->Text());
   }
   if (!entry.empty()) {
-    EXPECT_TRUE(SelectEntry(*console, entry)) << console->Text();
-    console->SendKey(Key::kEnter);
-    EXPECT_TRUE(WaitQuiet(*console, "<Esc> Cancel")) << console->Text();
+    if (!SelectEntry(*console, entry)) {
+      Fail("no entry " + entry + ":\n" + console->Text());
+    }
+    Press(*console, Key::kEnter, "<Esc> Cancel");
   }
   return console;
 }
@@ -59,15 +57,12 @@ nlohmann::json Network(const SimHost& host) {
 
 TEST(NetworkRestoreTest, WindowListsTheThreeRestores) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = Open(host);
-  ASSERT_TRUE(console);
   EXPECT_EQ(MenuRows(*console), (std::vector<std::string>{"Restore Network Settings",
                                                           "Restore Standard Switch",
                                                           "Restore DVS"}));
   ExpectGoldenScreen(*console, "network-restore");
-  console->SendKey(Key::kEscape);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
 }
 
 struct FactoryCase {
@@ -88,7 +83,6 @@ class FactoryRestore : public ::testing::TestWithParam<FactoryCase> {};
 TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
   const FactoryCase& c = GetParam();
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [&](nlohmann::json& state) { state["vms"] = c.vms; });
   // The shut-down's tool is gone: only the restore's own may be used.
   std::filesystem::remove(host.Path("/bin/powerOffVms"));
@@ -97,10 +91,9 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
   }
   const nlohmann::json before = Network(host);
   auto console = Open(host, "Restore Network Settings");
-  ASSERT_TRUE(console);
-  console->Send(kF11);
+  console->SendKey(Key::kF11);
   if (Named(c.vms, "web-01") != nullptr) {
-    ASSERT_TRUE(WaitQuiet(*console, "Warning: VMs running on the host")) << console->Text();
+    Expect(*console, "Warning: VMs running on the host");
     console->SendKey(c.answer);
   }
   if (!c.shown.empty()) {
@@ -211,14 +204,10 @@ TEST(NetworkRestoreTest, ConfirmationsIgnoreEveryKeyButF11AndEsc) {
        "restore-standard-switch"},
   };
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   const nlohmann::json before = Network(host);
   auto console = Open(host);
-  ASSERT_TRUE(console);
   for (const Case& c : cases) {
-    ASSERT_TRUE(SelectEntry(*console, c.entry)) << c.entry;
-    console->SendKey(Key::kEnter);
-    ASSERT_TRUE(WaitQuiet(*console, c.question)) << console->Text();
+    Choose(*console, c.entry, c.question);
     if (c.golden != nullptr) {
       ExpectGoldenScreen(*console, c.golden);
     }
@@ -280,11 +269,9 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   const SwitchCase& c = GetParam();
   const nlohmann::json uplinks = {"pnic0", "pnic1"};
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   PrepareSwitchHost(host);
   auto console = Open(host, "Restore Standard Switch");
-  ASSERT_TRUE(console);
-  console->Send(kF11);
+  console->SendKey(Key::kF11);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
   EXPECT_EQ(RightTitle(*console), "Restore DVS");
   EXPECT_TRUE(host.WaitForSyslog(
@@ -364,14 +351,11 @@ class StandardSwitchFault : public ::testing::TestWithParam<SwitchFaultCase> {};
 TEST_P(StandardSwitchFault, LeavesTheNetworkAsItWas) {
   const SwitchFaultCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   PrepareSwitchHost(host);
   const nlohmann::json before = Comparable(host);
   FailCall(host, c.call, "no free ports", !c.always);
   auto console = Open(host, "Restore Standard Switch");
-  ASSERT_TRUE(console);
-  console->Send(kF11);
-  ASSERT_TRUE(WaitQuiet(*console, "The network was left as it was.")) << console->Text();
+  Press(*console, Key::kF11, "The network was left as it was.");
   const std::string shown = console->Text();
   EXPECT_TRUE(Contains(shown, "Unable to move the management network onto a standard switch."))
       << shown;

@@ -34,9 +34,7 @@ class NetworkHostTest : public testing::TestWithParam<HostCase> {};
 TEST_P(NetworkHostTest, ShowsTheLiveSettings) {
   const HostCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
   EXPECT_EQ(RightTitle(*console), c.firstEntry);
   if (*c.fixture == '\0') {
     ExpectGoldenScreen(*console, "network");
@@ -84,30 +82,22 @@ INSTANTIATE_TEST_SUITE_P(
 // and does not open.
 TEST(NetworkScreenTest, ManagementInterfaceGone) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = LogIn(host);
-  ASSERT_TRUE(console);
   ModifyHost(host,
              [](nlohmann::json& state) { state["network"]["nics"][0]["management"] = false; });
-  ASSERT_TRUE(SelectEntry(*console, kWindowTitle));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Management network interface cannot be found."))
-      << console->Text();
+  Choose(*console, kWindowTitle, "Management network interface cannot be found.");
   EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
   EXPECT_NE(host.Syslog().find("Could not get a suitable management interface"), std::string::npos);
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
 }
 
 // A DHCP host set to a static address, then back to DHCP: the host follows,
 // and the welcome screen shows the address leased anew.
 TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   SimHost host("dhcp");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
 
-  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown});
   TypeText(*console, "172.16.5.77");
   ExpectGoldenScreen(*console, "network-ipv4");
@@ -120,17 +110,15 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   ExpectLines(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
                      "Setting default gateway to 172.16.5.1", "Network settings changed."});
 
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForWindow(*console));
-  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Accept(*console);
+  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
   Type(*console, {Key::kDown, Key::kSpace});
   Accept(*console);
   ApplyChanges(*console);
   EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "dhcp");
   ExpectLines(host, {"Switching to DHCP on nex0"});
 
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "<F2> Customize System")) << console->Text();
+  Press(*console, Key::kEscape, "<F2> Customize System");
   const std::string lease = Nex0(host.HostJson()).value("leaseAddress", "");
   ASSERT_FALSE(lease.empty());
   EXPECT_NE(lease, "172.16.5.77");
@@ -141,11 +129,9 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
 // separator: only the name settings are written.
 TEST(NetworkScreenTest, DnsAndSuffixes) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
 
-  OpenDialog(*console, "DNS Configuration", "Use the following DNS server addresses");
+  Choose(*console, "DNS Configuration", "Use the following DNS server addresses");
   // Manual DNS: the dialog starts on the first server.
   TypeText(*console, "10.20.30.9");
   Type(*console, {Key::kDown, Key::kDown});
@@ -153,7 +139,7 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   ExpectGoldenScreen(*console, "network-dns");
   Accept(*console);
 
-  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
   TypeText(*console, "a.test, b.test,,c.test");
   ExpectGoldenScreen(*console, "network-suffixes");
   Accept(*console);
@@ -174,15 +160,12 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
 // step has run.
 TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "IPv6 Configuration", "Disable IPv6");
+  Choose(*console, "IPv6 Configuration", "Disable IPv6");
   Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
   Accept(*console);
   EXPECT_NE(RightText(*console).find("IPv6 is disabled."), std::string::npos) << console->Text();
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and reboot host?")) << console->Text();
+  Press(*console, Key::kEscape, "Apply changes and reboot host?");
   console->SendText("Y");
   ASSERT_TRUE(console->WaitForExit()) << console->Text();
   const nlohmann::json state = host.HostJson();
@@ -195,24 +178,22 @@ TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
 // to the uplinks, a VLAN, a second static IPv6 address.
 TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
 
-  OpenDialog(*console, "Network Adapters", "pnic2");
+  Choose(*console, "Network Adapters", "pnic2");
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
   ExpectGoldenScreen(*console, "network-adapters");
   Accept(*console);
   EXPECT_NE(RightText(*console).find("pnic2"), std::string::npos) << console->Text();
 
-  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
   TypeText(*console, "20");
   ExpectGoldenScreen(*console, "network-vlan");
   Accept(*console);
 
   // The demo host's address stays in the first field; the second one is added.
   // The dialog opens on its first choice; the DHCPv6 box is skipped.
-  OpenDialog(*console, "IPv6 Configuration", "Set static IPv6");
+  Choose(*console, "IPv6 Configuration", "Set static IPv6");
   Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
   TypeText(*console, "2001:db8::5/64");
   ExpectGoldenScreen(*console, "network-ipv6");
@@ -239,27 +220,21 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
 // window, N drops the edits.
 TEST(NetworkScreenTest, LeavingWithoutApplying) {
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   const nlohmann::json before = host.HostJson();
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
   Accept(*console);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
 
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForWindow(*console));
-  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  Accept(*console);
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
   TypeText(*console, "other.test");
   Accept(*console);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"));
+  Press(*console, Key::kEscape, "Apply changes and restart management network?");
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
   EXPECT_NE(RightText(*console).find("other.test"), std::string::npos);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "Apply changes and restart management network?"));
+  Press(*console, Key::kEscape, "Apply changes and restart management network?");
   console->SendText("N");
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_EQ(host.HostJson()["network"], before["network"]);
@@ -278,29 +253,25 @@ class ApplyFailureTest : public testing::TestWithParam<FailCase> {};
 TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   const FailCase& c = GetParam();
   SimHost host("static-ipv4");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
   Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown});
   TypeText(*console, "10.20.30.41");
   Accept(*console);
-  OpenDialog(*console, "Custom DNS Suffixes", "Suffixes:");
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
   TypeText(*console, "x.test");
   Accept(*console);
-  OpenDialog(*console, "VLAN (optional)", "VLAN ID (1-4094");
+  Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
   TypeText(*console, "20");
   Accept(*console);
 
   FailCall(host, c.call, "disk on fire", true);
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "Apply changes")) << console->Text();
+  Press(*console, Key::kEscape, "Apply changes");
   console->SendText("y");
   const std::string line = std::string(c.line) + "disk on fire";
-  ASSERT_TRUE(WaitQuiet(*console, line)) << console->Text();
+  Expect(*console, line);
   EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEnter);
 
   ExpectLines(host, {"user.err " + line, "Changed vlan, restarting management interface",
                      "Network settings changed."});

@@ -26,41 +26,35 @@ inline bool WaitForWindow(Terminal& console) {
   }) && console.WaitUntilQuiet();
 }
 
-// Logs in and opens the window from the menu.
-inline std::unique_ptr<Terminal> OpenWindow(SimHost& host, bool expectWindow = true) {
+// Logs in and opens the window from the menu (or ends the test).
+inline std::unique_ptr<Terminal> OpenWindow(SimHost& host) {
   auto console = LogIn(host);
-  if (!console || !SelectEntry(*console, kWindowTitle)) {
-    ADD_FAILURE() << "menu entry not reached";
-    return nullptr;
+  if (!SelectEntry(*console, kWindowTitle)) {
+    Fail("menu entry not reached:\n" + console->Text());
   }
   console->SendKey(Key::kEnter);
-  if (expectWindow && !WaitForWindow(*console)) {
-    ADD_FAILURE() << "no network window:\n" << console->Text();
-    return nullptr;
+  if (!WaitForWindow(*console)) {
+    Fail("no network window:\n" + console->Text());
   }
   return console;
-}
-
-// Enter on `entry` and wait for its dialog.
-inline void OpenDialog(Terminal& console, const std::string& entry, const std::string& shown) {
-  ASSERT_TRUE(SelectEntry(console, entry)) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, shown)) << console.Text();
 }
 
 // Enter on the dialog, back in the window.
 inline void Accept(Terminal& console) {
   console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+  if (!WaitForWindow(console)) {
+    Fail("not back in the window:\n" + console.Text());
+  }
 }
 
 // Esc and Y: applied, and back in the menu.
 inline void ApplyChanges(Terminal& console,
                          const char* question = "Apply changes and restart management network?") {
-  console.SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(console, question)) << console.Text();
+  Press(console, Key::kEscape, question);
   console.SendText("y");
-  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+  if (!WaitForMenu(console)) {
+    Fail("not back in the menu:\n" + console.Text());
+  }
 }
 
 inline void ExpectLines(const SimHost& host, const std::vector<std::string>& lines) {
@@ -71,7 +65,9 @@ inline void ExpectLines(const SimHost& host, const std::vector<std::string>& lin
 }
 
 inline const nlohmann::json& Nex0(const nlohmann::json& state) {
-  return state["network"]["nics"][0];
+  static const nlohmann::json none;
+  const nlohmann::json* nic = Named(state["network"]["nics"], "nex0");
+  return nic ? *nic : none;
 }
 
 }  // namespace MerelNetworkTest

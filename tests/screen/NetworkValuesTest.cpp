@@ -34,27 +34,22 @@ class NetworkBadValueTest : public testing::TestWithParam<BadValueCase> {};
 TEST_P(NetworkBadValueTest, RefusedWithAMessageAndNothingChanges) {
   const BadValueCase& c = GetParam();
   SimHost host;  // the demo host: static 192.168.10.20/24, manual DNS, IPv6 on
-  ASSERT_TRUE(host.Ok());
   const nlohmann::json before = host.HostJson()["network"];
   auto console = OpenWindow(host);
-  ASSERT_TRUE(console);
-  OpenDialog(*console, c.entry, c.shown);
+  Choose(*console, c.entry, c.shown);
   for (Key key : c.toField) {
     Type(*console, {key});
   }
   TypeText(*console, c.value);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, c.reason)) << console->Text();
+  Press(*console, Key::kEnter, c.reason);
   EXPECT_NE(console->Text().find(c.title), std::string::npos) << console->Text();
   // The message goes, the dialog stays for a correction; Esc drops it and
   // the window has nothing to apply.
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, c.reason)) << console->Text();
+  PressGone(*console, Key::kEnter, c.reason);
   EXPECT_NE(console->Text().find(c.shown), std::string::npos) << console->Text();
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(host.HostJson()["network"], before);
   EXPECT_EQ(host.Syslog().find("Network settings changed."), std::string::npos);
 }

@@ -78,7 +78,6 @@ std::string FindSecretIn(const SimHost& host, const std::string& dir, const std:
 
 TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   PreparePam(host, "");
   auto console = LogInWith(host, kOld);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
@@ -103,12 +102,10 @@ TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
   }
 
   // Log out; the old password is refused, the new one opens the menu.
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "<F2>")) << console->Text();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kEscape, "<F2>");
+  Press(*console, Key::kF2, "Authentication Required");
   Type(*console, kOld);
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid login or password.")) << console->Text();
+  Expect(*console, "Invalid login or password.");
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet(milliseconds(150));
   Type(*console, kNew);
@@ -123,7 +120,6 @@ class TypablePasswordTest : public ::testing::TestWithParam<const char*> {};
 TEST_P(TypablePasswordTest, ChangedToItLogsInWithIt) {
   const std::string password = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   PreparePam(host, "");
   auto console = LogInWith(host, kOld);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
@@ -134,13 +130,11 @@ TEST_P(TypablePasswordTest, ChangedToItLogsInWithIt) {
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   ASSERT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
 
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "<F2>")) << console->Text();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kEscape, "<F2>");
+  Press(*console, Key::kF2, "Authentication Required");
   // A prefix is not enough: the whole password went into the database.
   Type(*console, password.substr(0, password.size() - 1));
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid login or password.")) << console->Text();
+  Expect(*console, "Invalid login or password.");
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet(milliseconds(150));
   Type(*console, password);
@@ -159,26 +153,22 @@ INSTANTIATE_TEST_SUITE_P(Passwords,
 // expiry is over for the next login.
 TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
   SimHost host("expired-password");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenLogin(host);
   Type(*console, "merel");
-  ASSERT_TRUE(WaitQuiet(*console, "Password has expired.")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Old Password:")) << console->Text();
+  Expect(*console, "Password has expired.");
+  Press(*console, Key::kEnter, "Old Password:");
   // The expired password passes the old-password check.
   Type(*console, "merel");
   Type(*console, kNew);
   Type(*console, kNew);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Expect(*console, "Authentication Required");
   EXPECT_EQ(console->Text().find("Old Password:"), std::string::npos) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
   Type(*console, kNew);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
 
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitQuiet(*console, "<F2>")) << console->Text();
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kEscape, "<F2>");
+  Press(*console, Key::kF2, "Authentication Required");
   Type(*console, kNew);
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
 }
@@ -187,7 +177,6 @@ TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
 // keeps all three fields as typed, Enter goes on with the change.
 TEST(PasswordScreenTest, SamePasswordAsksFirst) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   PreparePam(host, "");
   auto console = LogInWith(host, kOld);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
@@ -195,18 +184,15 @@ TEST(PasswordScreenTest, SamePasswordAsksFirst) {
   Type(*console, kOld);
   Type(*console, kOld);
   Type(*console, kOld);
-  ASSERT_TRUE(WaitQuiet(*console, "New password is same as old password. Are you sure?"))
-      << console->Text();
+  Expect(*console, "New password is same as old password. Are you sure?");
   ExpectGoldenScreen(*console, "password-same");
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Are you sure?"); }));
   const std::string screen = console->Text();
   EXPECT_EQ(std::count(screen.begin(), screen.end(), '*'), 3 * static_cast<long>(sizeof(kOld) - 1))
       << screen;
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Are you sure?")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  Press(*console, Key::kEnter, "Are you sure?");
+  PressToMenu(*console, Key::kEnter);
   EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
 }
 
@@ -224,7 +210,6 @@ class PasswordRefusedTest : public ::testing::TestWithParam<RefusalCase> {};
 TEST_P(PasswordRefusedTest, ReportsAndKeepsTheOldPassword) {
   const RefusalCase& c = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   PreparePam(host, c.state);
   if (std::string(c.state) == "nomodule") {
     host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "password required " +
@@ -238,7 +223,7 @@ TEST_P(PasswordRefusedTest, ReportsAndKeepsTheOldPassword) {
     Type(*console, c.newPassword);
     Type(*console, c.confirm);
   }
-  ASSERT_TRUE(WaitQuiet(*console, c.message)) << console->Text();
+  Expect(*console, c.message);
   console->SendKey(Key::kEnter);
   // The message goes and the dialog stays.
   EXPECT_TRUE(console->WaitFor([&] {

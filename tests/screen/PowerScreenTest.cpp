@@ -15,17 +15,12 @@ namespace {
 
 using namespace MerelMenuTest;
 
-constexpr const char* kF11 = "\x1b[23~";
-constexpr const char* kF12 = "\x1b[24~";
-
 // F12, the login, up to the shut-down dialog.
 std::unique_ptr<Terminal> OpenShutdown(SimHost& host) {
   auto console = host.StartConsole();
-  console->Send(kF12);
-  EXPECT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kF12, "Authentication Required");
   console->SendText("merel");
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Forcefully terminate")) << console->Text();
+  Press(*console, Key::kEnter, "Forcefully terminate");
   return console;
 }
 
@@ -43,7 +38,6 @@ std::string ToolsFrom(const SimHost& host, const std::string& first) {
 
 TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenShutdown(host);
   ExpectGoldenScreen(*console, "shutdown");
   console->SendKey(Key::kF2);
@@ -73,12 +67,11 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
 
 TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenShutdown(host);
   console->SendKey(Key::kSpace);
   EXPECT_TRUE(console->WaitForText("[X] Forcefully")) << console->Text();
   console->WaitUntilQuiet();
-  console->Send(kF11);
+  console->SendKey(Key::kF11);
   auto status = console->WaitForExit();
   ASSERT_TRUE(status) << console->Text();
   EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
@@ -99,12 +92,10 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
 // Enter does not act; Esc leaves with nothing logged, stopped or changed.
 TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenShutdown(host);
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet();
-  console->SendKey(Key::kEscape);
-  EXPECT_TRUE(WaitGone(*console, "Forcefully")) << console->Text();
+  PressGone(*console, Key::kEscape, "Forcefully");
   EXPECT_TRUE(WaitQuiet(*console, "<F12>"));
   EXPECT_TRUE(console->Running());
   EXPECT_EQ(host.HostJson()["powerState"], "on");
@@ -126,15 +117,12 @@ std::unique_ptr<Terminal> OpenReset(SimHost& host) {
 // Enter does not confirm and Esc goes back: nothing logged, run or changed.
 TEST(ResetScreenTest, OnlyF11Confirms) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenReset(host);
-  ASSERT_TRUE(console);
   ExpectGoldenScreen(*console, "reset-confirm");
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet();
   EXPECT_NE(console->Text().find("Reset System Configuration now?"), std::string::npos);
-  console->SendKey(Key::kEscape);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(host.ReadFile("/var/log/tools.log").find("configReset"), std::string::npos);
   EXPECT_EQ(host.Syslog().find("Restoring factory defaults"), std::string::npos);
   EXPECT_EQ(host.HostJson()["configResets"], 0);
@@ -142,13 +130,10 @@ TEST(ResetScreenTest, OnlyF11Confirms) {
 
 TEST(ResetScreenTest, F11ResetsToTheFactoryStateAndRestarts) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   SetIdleTimeout(host, 300);
   ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
   auto console = OpenReset(host);
-  ASSERT_TRUE(console);
-  console->Send(kF11);
-  ASSERT_TRUE(WaitQuiet(*console, "Default settings are restored.")) << console->Text();
+  Press(*console, Key::kF11, "Default settings are restored.");
   ExpectGoldenScreen(*console, "reset-done");
   EXPECT_NE(host.ObsvLog().find("[obsv.user.merel.restore.factory.defaults] Restoring factory "
                                 "defaults"),
@@ -187,16 +172,10 @@ TEST(DriverVmScreenTest, EntryFollowsTheAssignmentState) {
       {"static-ipv4", false, false}, {"device-assignment-1", true, false}, {"", true, true}};
   for (const auto& c : cases) {
     SimHost host(c.fixture);
-    ASSERT_TRUE(host.Ok());
-    TerminalOptions options;
-    options.term = "xterm-256color";  // colours are checked
-    auto console = LogIn(host, options);
-    ASSERT_TRUE(console);
-    const auto rows = MenuRows(*console);
-    const auto row = std::find(rows.begin(), rows.end(), "Configure DriverVM Devices");
-    EXPECT_EQ(row != rows.end(), c.shown) << c.fixture;
-    if (row != rows.end()) {
-      const int y = kMenuTop + static_cast<int>(row - rows.begin());
+    auto console = LogIn(host, {.term = "xterm-256color"});  // colours are checked
+    const int y = MenuRow(*console, "Configure DriverVM Devices");
+    EXPECT_EQ(y >= 0, c.shown) << c.fixture;
+    if (y >= 0) {
       const bool grey = console->CellAt(kMenuColumn, y).fg.Console() == ConsoleColor::kDarkGrey;
       EXPECT_EQ(grey, !c.usable) << c.fixture;
     }
@@ -217,19 +196,13 @@ nlohmann::json Device(const SimHost& host, const std::string& address) {
 // Enter saves both for the next boot, which applies them.
 TEST(DriverVmScreenTest, ToggleSavedForTheNextBoot) {
   SimHost host("device-assignment-2");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenDriverVm(host);
-  ASSERT_TRUE(console);
   ExpectGoldenScreen(*console, "drivervm");
-  console->SendKey(Key::kSpace);
-  ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Warning")) << console->Text();
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "[X] 0000:3b:00.1")) << console->Text();
+  Press(*console, Key::kSpace, "Device Assignment Warning");
+  Press(*console, Key::kEnter, "[X] 0000:3b:00.1");
   EXPECT_EQ(Device(host, "0000:3b:00.0").value("passthroughAfterReboot", -1), -1);  // not yet saved
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "The device assignment has been saved.")) << console->Text();
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  Press(*console, Key::kEnter, "The device assignment has been saved.");
+  PressToMenu(*console, Key::kEnter);
   for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
     EXPECT_EQ(Device(host, address).value("passthroughAfterReboot", -1), 1) << address;
     EXPECT_EQ(Device(host, address)["passthrough"], false) << address;
@@ -237,15 +210,12 @@ TEST(DriverVmScreenTest, ToggleSavedForTheNextBoot) {
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
 
   // Opened again it shows the change waiting; Esc leaves what was saved.
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "DriverVM Configuration")) << console->Text();
+  Press(*console, Key::kEnter, "DriverVM Configuration");
   EXPECT_NE(console->Text().find("Host -> DriverVM"), std::string::npos) << console->Text();
   console->SendKeys({Key::kDown, Key::kDown});
   console->WaitUntilQuiet();
-  console->SendKey(Key::kSpace);
-  EXPECT_TRUE(WaitQuiet(*console, "[ ] 0000:af:00.0")) << console->Text();
-  console->SendKey(Key::kEscape);
-  EXPECT_TRUE(WaitForMenu(*console));
+  Press(*console, Key::kSpace, "[ ] 0000:af:00.0");
+  PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
 }
 
@@ -258,18 +228,14 @@ TEST(DriverVmScreenTest, GroupWarningNamesTheDevicesAndCanBeDeclined) {
   } cases[] = {{Key::kEscape, "[ ]"}, {Key::kEnter, "[X]"}};
   for (const auto& c : cases) {
     SimHost host("device-assignment-2");
-    ASSERT_TRUE(host.Ok());
     auto console = OpenDriverVm(host);
-    ASSERT_TRUE(console);
-    console->SendKey(Key::kSpace);
-    ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Warning")) << console->Text();
+    Press(*console, Key::kSpace, "Device Assignment Warning");
     const std::string warning = console->Text();
     EXPECT_TRUE(Contains(warning, "0000:3b:00.0  NVIDIA Corporation GA102GL [A10]")) << warning;
     EXPECT_TRUE(Contains(warning, "0000:3b:00.1  NVIDIA Corporation GA102 High Definition Audio"))
         << warning;
     EXPECT_TRUE(Contains(warning, "<Esc> Cancel")) << warning;
-    console->SendKey(c.answer);
-    ASSERT_TRUE(WaitGone(*console, "Device Assignment Warning")) << console->Text();
+    PressGone(*console, c.answer, "Device Assignment Warning");
     for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
       EXPECT_TRUE(Contains(console->Text(), std::string(c.marks) + " " + address))
           << console->Text();
@@ -283,26 +249,20 @@ TEST(DriverVmScreenTest, GroupWarningNamesTheDevicesAndCanBeDeclined) {
 // stores them.
 TEST(DriverVmScreenTest, FailedSaveReturnsToTheListWithTheChoicesKept) {
   SimHost host("device-assignment-2");
-  ASSERT_TRUE(host.Ok());
   FailCall(host, "SaveAssignment", "read-only file system", true);
   auto console = OpenDriverVm(host);
-  ASSERT_TRUE(console);
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
-  ASSERT_TRUE(WaitQuiet(*console, "[ ] 0000:af:00.0")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Device Assignment Error")) << console->Text();
+  Expect(*console, "[ ] 0000:af:00.0");
+  Press(*console, Key::kEnter, "Device Assignment Error");
   EXPECT_TRUE(Contains(console->Text(), "read-only file system")) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("Saving device assignment failed: read-only file system"))
       << host.Syslog();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Device Assignment Error")) << console->Text();
+  PressGone(*console, Key::kEnter, "Device Assignment Error");
   EXPECT_TRUE(Contains(console->Text(), "DriverVM Configuration")) << console->Text();
   EXPECT_TRUE(Contains(console->Text(), "[ ] 0000:af:00.0  Mellanox")) << console->Text();
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "The device assignment has been saved.")) << console->Text();
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  Press(*console, Key::kEnter, "The device assignment has been saved.");
+  PressToMenu(*console, Key::kEnter);
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), 0);
 }
 

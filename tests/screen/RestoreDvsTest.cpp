@@ -16,12 +16,8 @@ using namespace MerelMenuTest;
 // From the menu into "Network Restore Options", then its third entry.
 std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expected) {
   auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
-  if (!console) {
-    return nullptr;
-  }
   Type(*console, {Key::kDown, Key::kDown});
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, expected)) << console->Text();
+  Press(*console, Key::kEnter, expected);
   return console;
 }
 
@@ -31,35 +27,26 @@ std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expec
 // the old one, nex0 on it, and pnic3 moved.
 TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   SimHost host("dvs-broken");
-  ASSERT_TRUE(host.Ok());
   auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
-  ASSERT_TRUE(console);
   const std::string summary = console->Text();
   EXPECT_TRUE(Contains(summary, "DSwitch-Prod")) << summary;
   EXPECT_TRUE(Contains(summary, "blocked; none of its uplinks has link")) << summary;
   ExpectGoldenScreen(*console, "dvs-repair");
 
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  Press(*console, Key::kEnter, "DVS Uplinks");
   ExpectGoldenScreen(*console, "dvs-uplinks");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "No uplinks were selected.")) << console->Text();
+  Press(*console, Key::kEnter, "No uplinks were selected.");
   // The port's own uplinks have no link: choosing only them is asked about,
   // and Esc goes back to the list.
   Type(*console, {Key::kEnter, Key::kSpace, Key::kDown, Key::kSpace});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "None of the chosen adapters has link.")) << console->Text();
+  Press(*console, Key::kEnter, "None of the chosen adapters has link.");
   EXPECT_TRUE(Contains(console->Text(), "DVS Uplinks: Warning")) << console->Text();
   EXPECT_TRUE(Contains(console->Text(), "pnic1: Disconnected")) << console->Text();
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "None of the chosen")) << console->Text();
+  PressGone(*console, Key::kEscape, "None of the chosen");
   Type(*console, {Key::kSpace, Key::kUp, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace,
                   Key::kDown, Key::kSpace});
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "pnic3 will be removed from vSwitch0 and added to DSwitch-Prod."))
-      << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "hlp-DSwitch-Prod#0 of DSwitch-Prod.")) << console->Text();
+  Press(*console, Key::kEnter, "pnic3 will be removed from vSwitch0 and added to DSwitch-Prod.");
+  Press(*console, Key::kEnter, "hlp-DSwitch-Prod#0 of DSwitch-Prod.");
 
   const nlohmann::json network = host.HostJson()["network"];
   const nlohmann::json* nex0 = Named(network["nics"], "nex0");
@@ -77,15 +64,13 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
                          "hlp-DSwitch-Prod#0"));
   EXPECT_TRUE(Contains(host.ObsvLog(), "obsv.user.merel.dvs.port.restored")) << host.ObsvLog();
 
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Network Restore Options")) << console->Text();
+  Press(*console, Key::kEnter, "Network Restore Options");
 }
 
 // Every adapter belongs to another distributed switch and the broken port's
 // switch has none: the refusal says why, and the host is left alone.
 TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
   SimHost host("dvs-broken");
-  ASSERT_TRUE(host.Ok());
   ModifyHost(host, [](nlohmann::json& state) {
     auto& network = state["network"];
     network["vswitches"] = nlohmann::json::array();
@@ -95,10 +80,8 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
   });
   const nlohmann::json before = host.HostJson();
   auto console = OpenRestoreDvs(host, "No DVS Uplinks: Error");
-  ASSERT_TRUE(console);
   EXPECT_TRUE(Contains(console->Text(), "Nothing was changed.")) << console->Text();
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitQuiet(*console, "Network Restore Options")) << console->Text();
+  Press(*console, Key::kEnter, "Network Restore Options");
   EXPECT_EQ(host.HostJson(), before);
 }
 
@@ -106,15 +89,11 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
 // interface stays where it was.
 TEST(RestoreDvsTest, AHostFailureIsLoggedAndShown) {
   SimHost host("dvs-broken");
-  ASSERT_TRUE(host.Ok());
   FailCall(host, "DVPortImpl.AddHostLocalPort", "no free port");
   auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
-  ASSERT_TRUE(console);
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "DVS Uplinks")) << console->Text();
+  Press(*console, Key::kEnter, "DVS Uplinks");
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});  // pnic2: free, with link
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Restore DVS: Error")) << console->Text();
+  Press(*console, Key::kEnter, "Restore DVS: Error");
   EXPECT_TRUE(Contains(console->Text(), "no free port")) << console->Text();
   EXPECT_TRUE(host.WaitForSyslog("Restoring DVS port failed: no free port"));
   const nlohmann::json nics = host.HostJson()["network"]["nics"];

@@ -73,7 +73,6 @@ TEST(ScreenCostTest, EachActionReadsTheHostOnceAndWindowsOpenWithoutAClear) {
   for (const char* term : {"xterm", "vt102", "xterm-256color"}) {
     SCOPED_TRACE(term);
     SimHost host;
-    ASSERT_TRUE(host.Ok());
     StateFileOpens opens(host);
     ASSERT_TRUE(opens.Ok());
     auto console = host.StartConsole({.term = term});
@@ -149,8 +148,7 @@ TEST(ScreenCostTest, EachActionReadsTheHostOnceAndWindowsOpenWithoutAClear) {
       EXPECT_FALSE(HasClear(console->Raw().substr(before))) << "the network window";
       // What the user sees is the whole window all the same.
       EXPECT_EQ(CellText(*console, 1, 3, 28), "Configure Management Network");
-      console->SendKey(Key::kEscape);
-      ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+      PressToMenu(*console, Key::kEscape);
     }
   }
 }
@@ -160,7 +158,6 @@ TEST(ScreenCostTest, EachActionReadsTheHostOnceAndWindowsOpenWithoutAClear) {
 // garbled one).
 TEST(ScreenCostTest, OnlyTheRepaintKeyRepaintsTheWelcomeScreen) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = host.StartConsole({.term = "xterm"});
   ASSERT_TRUE(console->WaitForText("<F2> Customize System")) << console->Text();
   ASSERT_TRUE(console->WaitUntilQuiet());
@@ -169,11 +166,9 @@ TEST(ScreenCostTest, OnlyTheRepaintKeyRepaintsTheWelcomeScreen) {
   console->SendKey(Key::kF4);
   console->SendKey(Key::kF4);
   // A key with a visible answer after them: whatever F4 sent came first.
-  console->SendKey(Key::kF2);
-  ASSERT_TRUE(WaitQuiet(*console, "Authentication Required")) << console->Text();
+  Press(*console, Key::kF2, "Authentication Required");
   EXPECT_FALSE(HasClear(console->Raw().substr(before)));
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(WaitGone(*console, "Authentication Required")) << console->Text();
+  PressGone(*console, Key::kEscape, "Authentication Required");
   ASSERT_TRUE(console->WaitUntilQuiet());
   EXPECT_EQ(console->Text(), screen);
 

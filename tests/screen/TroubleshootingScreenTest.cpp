@@ -16,8 +16,6 @@ namespace {
 
 using namespace MerelMenuTest;
 
-const char kF11[] = "\x1b[23~";
-
 std::unique_ptr<Terminal> OpenTroubleshooting(SimHost& host, TerminalOptions options = {}) {
   return OpenEntry(host, "Troubleshooting Options", "Troubleshooting Mode Options", options);
 }
@@ -32,16 +30,6 @@ void TypeKeys(Terminal& console, const std::string& keys) {
     console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
     console.WaitUntilQuiet();
   }
-}
-
-// Enter on the entry whose heading (the first line of it) is `entry`,
-// waiting for `expected`.
-bool Choose(Terminal& console, const std::string& entry, const std::string& expected) {
-  if (!SelectEntry(console, entry)) {
-    return false;
-  }
-  console.SendKey(Key::kEnter);
-  return WaitQuiet(console, expected);
 }
 
 const nlohmann::json* Service(const nlohmann::json& state, const std::string& name) {
@@ -69,15 +57,12 @@ int64_t Option(const SimHost& host, const std::string& name) {
 
 TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
-  TerminalOptions options;
-  options.term = "xterm-256color";  // the greyed entry is checked
-  auto console = OpenTroubleshooting(host, options);
-  ASSERT_TRUE(console);
+  // Colours: the greyed entry is checked.
+  auto console = OpenTroubleshooting(host, {.term = "xterm-256color"});
   ExpectGoldenScreen(*console, "troubleshooting");
 
-  ASSERT_TRUE(Choose(*console, "Tarvik Shell", "Disable Tarvik Shell")) << console->Text();
-  ASSERT_TRUE(Choose(*console, "SSH Support", "Disable SSH")) << console->Text();
+  Choose(*console, "Tarvik Shell", "Disable Tarvik Shell");
+  Choose(*console, "SSH Support", "Disable SSH");
   EXPECT_TRUE(Contains(RightText(*console), "SSH is Enabled")) << console->Text();
   nlohmann::json state = host.HostJson();
   for (const char* name : {"TarvikShell", "SSH"}) {
@@ -100,7 +85,7 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
   // The management command now fails: SSH is stopped by its script, and the
   // firewall closed by the console itself.
   host.WriteFile("/bin/rovi-cmd", "#!/bin/sh\necho \"rovi-cmd: service unavailable\" >&2\nexit 1\n");
-  ASSERT_TRUE(Choose(*console, "SSH Support", "Enable SSH")) << console->Text();
+  Choose(*console, "SSH Support", "Enable SSH");
   EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to start/stop ssh"))
       << host.Syslog();
   EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to enable/disable ssh"))
@@ -127,16 +112,13 @@ class MerelTimeoutTest : public ::testing::TestWithParam<TimeoutCase> {};
 TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
   const TimeoutCase& c = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenTroubleshooting(host);
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
+  Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout");
   ExpectGoldenScreen(*console, "console-timeout");
   TypeKeys(*console, "\x7f" + c.typed);  // Backspace empties the preset "10"
   console->SendKey(Key::kEnter);
   if (c.refused) {
-    ASSERT_TRUE(WaitQuiet(*console, "Timeout value must be between 0 (disabled) and 1440 minutes"))
-        << console->Text();
+    Expect(*console, "Timeout value must be between 0 (disabled) and 1440 minutes");
     console->SendKey(Key::kEnter);
   }
   ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
@@ -165,13 +147,10 @@ INSTANTIATE_TEST_SUITE_P(
 // A time-out set in the window applies to the running session at once.
 TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenTroubleshooting(host, FastClock(host));
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout")) << console->Text();
+  Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout");
   TypeKeys(*console, "1");  // replaces the preset value
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
+  PressGone(*console, Key::kEnter, "Set idle timeout for MEREL access");
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
   // Sixty idle seconds pass in about three.
   EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
@@ -180,20 +159,15 @@ TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
 
 TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenTroubleshooting(host);
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(Choose(*console, "Modify Tarvik Shell and SSH", "Availability timeout"))
-      << console->Text();
+  Choose(*console, "Modify Tarvik Shell and SSH", "Availability timeout");
   ExpectGoldenScreen(*console, "shell-timeouts");
   TypeKeys(*console, "1440");
   console->SendKey(Key::kDown);
   console->WaitUntilQuiet(milliseconds(200));
   TypeKeys(*console, "1441");
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "Invalid timeout value")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(*console, "Set the timeouts for Tarvik Shell access")) << console->Text();
+  Press(*console, Key::kEnter, "Invalid timeout value");
+  PressGone(*console, Key::kEnter, "Set the timeouts for Tarvik Shell access");
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
   EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
@@ -222,24 +196,20 @@ bool CoreFileWritten(const SimHost& host) {
 TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
   const bool core = GetParam();
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = OpenTroubleshooting(host);
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(Choose(*console, "Restart Management Agents", "Restart management agents now?"))
-      << console->Text();
+  Choose(*console, "Restart Management Agents", "Restart management agents now?");
   if (core) {
     ExpectGoldenScreen(*console, "restart-agents");
-    console->SendKey(Key::kSpace);
-    ASSERT_TRUE(WaitQuiet(*console, "[X] Collect extra")) << console->Text();
+    Press(*console, Key::kSpace, "[X] Collect extra");
   }
   console->SendKey(Key::kEnter);  // only F11 confirms
   console->WaitUntilQuiet(milliseconds(200));
   EXPECT_TRUE(Contains(console->Text(), "Restart management agents now?"));
-  console->Send(kF11);
+  console->SendKey(Key::kF11);
   ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
   EXPECT_FALSE(Contains(console->Text(), "Starting management agents. Done."));
   EXPECT_EQ(Contains(console->Text(), "Collecting host agent live core information. Done."), core);
-  ASSERT_TRUE(WaitQuiet(*console, "Starting management agents. Done.")) << console->Text();
+  Expect(*console, "Starting management agents. Done.");
   if (core) {
     ASSERT_TRUE(host.WaitForSyslog("Executing nexbacktrace -c against mgmtd")) << host.Syslog();
     ASSERT_TRUE(console->WaitFor([&] { return CoreFileWritten(host); }));
@@ -253,8 +223,7 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
   EXPECT_TRUE(host.WaitForFileText("/var/log/obsvd.log",
                                    "[obsv.user.merel.restarting.hostagents] Restarting host agents"));
   EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
-  console->SendKey(Key::kEnter);
-  EXPECT_TRUE(WaitGone(*console, "Restart Management Agents: Confirm")) << console->Text();
+  PressGone(*console, Key::kEnter, "Restart Management Agents: Confirm");
 }
 
 INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),
@@ -265,11 +234,7 @@ INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),
 // leaving it greys the menu's entry at once.
 TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
   SimHost host("lockdown-possible");
-  ASSERT_TRUE(host.Ok());
-  TerminalOptions options;
-  options.term = "xterm-256color";
-  auto console = LogIn(host, options);
-  ASSERT_TRUE(console);
+  auto console = LogIn(host, {.term = "xterm-256color"});
   const struct {
     const char* before;
     const char* after;
@@ -283,9 +248,7 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
        "rovisvc/auth/lockdown_mode_exit", ConsoleColor::kDarkGrey},
   };
   for (const auto& step : steps) {
-    ASSERT_TRUE(SelectEntry(*console, "Configure Lockdown Mode"));
-    console->SendKey(Key::kEnter);
-    ASSERT_TRUE(WaitQuiet(*console, step.before)) << console->Text();
+    Choose(*console, "Configure Lockdown Mode", step.before);
     if (step.entry == ConsoleColor::kBlack) {
       ExpectGoldenScreen(*console, "lockdown");
     }
@@ -293,7 +256,7 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
       console->SendKey(Key::kSpace);
       console->WaitUntilQuiet();
     }
-    ASSERT_TRUE(WaitQuiet(*console, step.after)) << console->Text();
+    Expect(*console, step.after);
     console->SendKey(Key::kEnter);
     ASSERT_TRUE(BackAtMenu(*console, "Enable lockdown mode")) << console->Text();
     EXPECT_TRUE(host.WaitForSyslog(std::string("user.info ") + step.log)) << host.Syslog();
@@ -317,18 +280,12 @@ using namespace MerelMenuTest;
 // the console's own account never makes it in the user's place.
 TEST(LockdownScreenTest, RefusedUserChangesNothing) {
   SimHost host("lockdown-possible");
-  ASSERT_TRUE(host.Ok());
   host.WriteFile("/etc/pam_matrix.passwd",
                  host.ReadFile("/etc/pam_matrix.passwd") + "operator:pw:merel\n");
   auto console = LogIn(host, {}, "operator", "pw");
-  ASSERT_TRUE(console);
-  ASSERT_TRUE(SelectEntry(*console, "Configure Lockdown Mode"));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(*console, "[ ] Enable lockdown mode")) << console->Text();
-  console->SendKey(Key::kSpace);
-  ASSERT_TRUE(WaitQuiet(*console, "[X] Enable lockdown mode")) << console->Text();
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  Choose(*console, "Configure Lockdown Mode", "[ ] Enable lockdown mode");
+  Press(*console, Key::kSpace, "[X] Enable lockdown mode");
+  PressToMenu(*console, Key::kEnter);
   EXPECT_TRUE(host.WaitForSyslog(
       "user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"))
       << host.Syslog();

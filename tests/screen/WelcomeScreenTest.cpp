@@ -57,7 +57,6 @@ class WelcomeHostTest : public testing::TestWithParam<HostCase> {};
 TEST_P(WelcomeHostTest, ShowsTheHost) {
   const HostCase& c = GetParam();
   SimHost host(c.fixture);
-  ASSERT_TRUE(host.Ok());
   if (c.change != nullptr) {
     ModifyHost(host, c.change);
   }
@@ -158,9 +157,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WelcomeScreenTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
   SimHost host("welcome-message");
-  ASSERT_TRUE(host.Ok());
   auto console = host.StartConsole({.term = "xterm-256color"});
-  ASSERT_TRUE(WaitQuiet(*console, "Manage this host at https://10.1.1.10/")) << console->Text();
+  Expect(*console, "Manage this host at https://10.1.1.10/");
   const std::string welcome = "Welcome to greeter.example.test";
   EXPECT_EQ(console->Find(2, welcome), CentredColumn(welcome)) << console->Text();
   EXPECT_EQ(console->CellAt(CentredColumn(welcome), 2).fg.Console(), ConsoleColor::kYellow);
@@ -180,18 +178,14 @@ TEST(WelcomeScreenTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
 // keys, stops at either end, and still leaves F2 to the login.
 TEST(WelcomeScreenTest, LongCustomMessageScrolls) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
-  nlohmann::json state = host.HostJson();
-  ASSERT_TRUE(state.contains("welcomeMessage")) << state.dump();
   std::string message;
   for (int i = 1; i <= 60; ++i) {
     message += "Notice line " + std::to_string(i) + "\n";
   }
-  state["welcomeMessage"] = message;
-  host.WriteFile("/host.json", state.dump());
+  ModifyHost(host, [&](nlohmann::json& state) { state["welcomeMessage"] = message; });
   auto console = host.StartConsole();
   // 25 rows: the message area has 21, from row 2.
-  ASSERT_TRUE(WaitQuiet(*console, "Notice line 21")) << console->Text();
+  Expect(*console, "Notice line 21");
   // The row showing exactly "Notice line N" at column 2, or -1.
   const auto rowOf = [&](int n) {
     std::istringstream rows(console->Text());
@@ -227,7 +221,6 @@ TEST(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
   for (const auto& [term, toggles] :
        {std::pair{"xterm-256color", true}, std::pair{"xterm", false}}) {
     SimHost host;
-    ASSERT_TRUE(host.Ok());
     auto console = Start(host, term);
     const std::string text = console->Text();
     const bool upperReverse = console->CellAt(40, 2).reverse;
@@ -255,7 +248,6 @@ TEST(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
 // short: the console goes on, and exits when the session ends.
 TEST(WelcomeScreenTest, RestartRequestDuringASessionWaitsForTheLogout) {
   SimHost host;
-  ASSERT_TRUE(host.Ok());
   auto console = LogIn(host);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   console->Signal(SIGUSR2);

@@ -16,7 +16,6 @@
 #include "HostState.h"
 #include "Platform.h"
 #include "SimHostTestSupport.h"
-#include "TextArea.h"
 
 namespace {
 
@@ -66,34 +65,6 @@ class HostInformationOnSimHost : public ::testing::Test {
 
   SimHostTest::SimRoot _root;
 };
-
-// The variable names are what every string and custom welcome message is
-// written against: each must reach its own getter once installed.
-TEST_F(HostInformationOnSimHost, InstalledVariablesReachTheirGetters) {
-  const std::pair<const char*, std::string (*)()> bindings[] = {
-      {"ip", Info::GetIpValue},
-      {"ssl-thumbprint", Info::GetSSLThumbprintValue},
-      {"ssh-dsa-fingerprint", Info::GetSSHDsaKeyFingerprintValue},
-      {"ssh-rsa-fingerprint", Info::GetSSHRsaKeyFingerprintValue},
-      {"hostname", Info::GetHostnameValue},
-      {"tarvikproduct", Info::GetTarvikProduct},
-      {"tarvikversion", Info::GetTarvikVersion},
-      {"memory", Info::GetSystemMemory},
-      {"servicetag", Info::GetServiceTag},
-      {"assettag", Info::GetAssetTag},
-      {"BIOSversion", Info::GetBIOSVersion},
-      {"BMCversion", Info::GetBMCVersion},
-      {"CPLDversion", Info::GetCPLDVersion},
-      {"PLSAversion", Info::GetPLSAVersion},
-  };
-  Info::InstallVariables();
-  EXPECT_EQ(Merel::TextArea::Variables().size(), std::size(bindings));
-  for (const auto& [name, getter] : bindings) {
-    EXPECT_EQ(Merel::TextArea::VariableValue(name), getter()) << name;
-  }
-  EXPECT_EQ(Merel::TextArea::Layout("{hostname}", 40, Merel::TextArea::Variables()),
-            Info::GetHostnameValue());
-}
 
 TEST_F(HostInformationOnSimHost, HostnameAndIpFallBack) {
   Change([](Platform::HostState& s) {

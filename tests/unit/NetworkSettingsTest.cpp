@@ -1,12 +1,11 @@
-// The management network record: which name servers are shown, the suffix
-// text both ways, and loading from simulated hosts.
+// The management network record: which name servers are shown and the
+// suffix text both ways (loading it from a host: the network screen tests).
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "NetworkSettings.h"
-#include "SimHostTestSupport.h"
 
 namespace {
 
@@ -61,39 +60,6 @@ TEST(NetworkSettingsTest, SuffixText) {
   };
   for (const auto& [text, pieces] : splits) {
     EXPECT_EQ(Merel::SplitSuffixes(text), pieces) << '"' << text << '"';
-  }
-}
-
-struct LoadCase {
-  const char* fixture;
-  Merel::LoadResult result;
-  bool distributed;
-  std::vector<std::string> uplinks;
-  const char* logLine;  // expected in the host's syslog, or ""
-};
-
-// Uplinks, maximum and VLAN are read only on a standard switch; without a
-// management interface nothing but the IPv6 state is read.
-TEST(NetworkSettingsTest, LoadFromHosts) {
-  const LoadCase cases[] = {
-      {"", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
-      {"static-ipv4", Merel::LoadResult::kLoaded, false, {"pnic0", "pnic1"}, ""},
-      {"dvs", Merel::LoadResult::kLoaded, true, {}, ""},
-      {"no-mgmt",
-       Merel::LoadResult::kNoInterface,
-       false,
-       {},
-       "Could not get a suitable management interface"},
-  };
-  for (const LoadCase& c : cases) {
-    SimHostTest::SimRoot root(c.fixture);
-    Merel::NetworkSettings settings;
-    std::unique_ptr<HostCtl::Network::NexNic> nic;
-    EXPECT_EQ(Merel::LoadNetworkSettings(settings, nic), c.result) << c.fixture;
-    EXPECT_EQ(nic != nullptr, c.result == Merel::LoadResult::kLoaded) << c.fixture;
-    EXPECT_EQ(settings.distributedSwitch, c.distributed) << c.fixture;
-    EXPECT_EQ(settings.uplinks, c.uplinks) << c.fixture;
-    EXPECT_NE(root.File("/var/log/syslog.log").find(c.logLine), std::string::npos) << c.fixture;
   }
 }
 

@@ -126,17 +126,4 @@ TEST(PlatformFacadeTest, NetworkRestoreAndIpv6SwitchTakeEffectWhenTheySay) {
   EXPECT_EQ(Management()->GetIpConfig().GetIpv4Address().GetStringAddress(), "192.168.10.100");
 }
 
-TEST(PlatformFacadeTest, SwitchToDhcpLeasesFromThePool) {
-  SimRoot root;
-  IpConfig config = Management()->GetIpConfig();
-  config.SetUseDhcp(true, false);
-  Management()->SetIpConfig(config);
-  // The static address is not in the pool: the first free pool address.
-  EXPECT_EQ(Platform::Current().Load().network.nics[0].leaseAddress, "192.168.10.100");
-  IpConfig live = Management()->GetIpConfig();
-  EXPECT_TRUE(live.GetUseDhcp());
-  EXPECT_EQ(live.GetIpv4Address().GetStringAddress(), "192.168.10.100");
-  EXPECT_EQ(live.GetIpv4Gateway().GetStringAddress(), "192.168.10.1");
-}
-
 }  // namespace

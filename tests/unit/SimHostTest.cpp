@@ -1,7 +1,7 @@
-// The simulated host: its state file (JSON form, one-line errors, locked and
-// crash-safe changes), the operating-system side (paths, programs, the shell,
-// logs, power) and the host tools the console starts. Roots are made by the
-// real `merel-sim init`.
+// The simulated host as the console relies on it: the operating-system side
+// (paths, programs, the shell, logs, power), the host tools the console
+// starts, and the records its logs keep. Roots are made by the real
+// `merel-sim init`.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -17,14 +17,10 @@
 #include "HostLibraries.h"
 #include "HostState.h"
 #include "SimHostTestSupport.h"
-#include "backends/HostStore.h"
-#include "backends/RecordText.h"
-#include "backends/SimHostInit.h"
 
 namespace {
 
 using Platform::HostState;
-using Platform::HostStore;
 using SimHostTest::ExitCode;
 using SimHostTest::ReadFile;
 using SimHostTest::RunSim;
@@ -94,143 +90,6 @@ int Option(const HostState& s, const char* name) {
   return Platform::FindOption(s, name)->value;
 }
 #define HOLDS(condition) [](const HostState& s) { return condition; }
-
-TEST(SimHostStateTest, JsonRoundTripKeepsEveryMember) {
-  HostState demo;
-  std::string error;
-  ASSERT_TRUE(Platform::FromJson(Platform::BundledDemoHost(), demo, error)) << error;
-  demo.counters["x"] = 7;
-  demo.network.dns.records["a.test"] = {"10.0.0.1", "10.0.0.2"};
-  std::string once = Platform::ToJson(demo);
-  HostState again;
-  ASSERT_TRUE(Platform::FromJson(once, again, error)) << error;
-  EXPECT_EQ(Platform::ToJson(again), once);
-  EXPECT_EQ(again.network.nics.at(0).ipv4Address, "192.168.10.20");
-  EXPECT_EQ(again.counters.at("x"), 7);
-}
-
-TEST(SimHostStateTest, DefaultsFillOnlyWhatADescriptionLeavesOut) {
-  HostState state;
-  std::string error;
-  ASSERT_TRUE(Platform::FromJson(R"({"welcomeMessage": "hi", "advancedOptions":
-      [{"name": "/UserVars/MerelTimeOut", "value": 90, "max": 100}]})",
-                                 state, error))
-      << error;
-  Platform::FillDefaults(state);
-  EXPECT_EQ(state.welcomeMessage, "hi");
-  EXPECT_EQ(Platform::FindOption(state, "/UserVars/MerelTimeOut")->value, 90);
-  EXPECT_EQ(Platform::FindOption(state, "/UserVars/TarvikShellTimeOut")->value, 0);
-  EXPECT_NE(Platform::FindService(state, "TarvikShell"), nullptr);
-}
-
-TEST(SimHostStoreTest, BadStateFilesGiveOneLineNamingFileAndProblem) {
-  const std::string nic = R"({"network": {"vswitches": [{"name": "vs", "portGroups":
-      [{"name": "pg"}]}], "nics": [{"name": "nex0", "portGroup": "pg", )";
-  struct {
-    std::string json;  // empty: no file at all
-    const char* expected;
-  } cases[] = {
-      {"", "cannot read: No such file or directory"},
-      {"{", "invalid host state: not valid JSON"},
-      {R"({"welcomMessage": ""})", "invalid host state: welcomMessage: unknown member"},
-      {R"({"bootCount": "two"})", "invalid host state: bootCount: expected an integer"},
-      {R"({"network": {"nics": [{"name": "nex0", "portGroup": "nope"}]}})",
-       "invalid host state: network.nics[0].portGroup: unknown port group \"nope\""},
-      {nic + R"("ipv4Address": "10.0.0.300"}]}})",
-       "invalid host state: network.nics[0].ipv4Address: not an IPv4 address: \"10.0.0.300\""},
-      {R"({"network": {"pnics": [{"name": "p"}, {"name": "p"}]}})",
-       "invalid host state: network.pnics[1]: duplicate name \"p\""},
-      {R"({"accounts": [{"user": "ro:ot", "password": "x"}]})", "invalid host state: accounts[0]"},
-      {R"({"powerState": "sleeping"})", "invalid host state: powerState"},
-      {R"({"logs": ["../x.log"]})", "invalid host state: logs: \"../x.log\" is not a file name"},
-  };
-  for (const auto& c : cases) {
-    TempDir dir;
-    if (!c.json.empty())
-      std::ofstream(dir.Path() + "/host.json") << c.json;
-    HostState state;
-    state.welcomeMessage = "untouched";
-    std::string error;
-    EXPECT_FALSE(HostStore(dir.Path()).Read(state, error)) << c.json;
-    EXPECT_EQ(error.rfind(dir.Path() + "/host.json: " + c.expected, 0), 0u) << "got: " << error;
-    EXPECT_EQ(error.find('\n'), std::string::npos) << error;
-    EXPECT_EQ(state.welcomeMessage, "untouched");
-  }
-}
-
-TEST(SimHostStoreTest, ConcurrentWritersLoseNothing) {
-  TempDir dir;
-  HostStore store(dir.Path());
-  std::string error;
-  ASSERT_TRUE(store.Write(HostState(), error)) << error;
-  constexpr int kWriters = 6;
-  constexpr int kIncrements = 40;
-  std::vector<pid_t> children;
-  for (int w = 0; w < kWriters; ++w) {
-    children.push_back(Child([&] {
-      HostStore mine(dir.Path());
-      for (int i = 0; i < kIncrements; ++i) {
-        if (!mine.Modify([](HostState& s) { ++s.counters["n"]; }, error))
-          _exit(1);
-      }
-    }));
-  }
-  for (pid_t pid : children)
-    EXPECT_EQ(ExitCode(Wait(pid)), 0);
-  HostState state;
-  ASSERT_TRUE(store.Read(state, error)) << error;
-  EXPECT_EQ(state.counters["n"], kWriters * kIncrements);
-}
-
-// A change that fails in any way leaves the old state whole and the lock
-// free: refused as invalid, thrown out of, or killed with the lock held.
-// (Kills inside the write itself: DurableWritesTest.)
-TEST(SimHostStoreTest, FailedChangesLeaveTheOldStateWhole) {
-  TempDir dir;
-  HostStore store(dir.Path());
-  std::string error;
-  ASSERT_TRUE(store.Write(HostState(), error)) << error;
-  std::string before = ReadFile(dir.Path() + "/host.json");
-  EXPECT_FALSE(store.Modify([](HostState& s) { s.powerState = "asleep"; }, error));
-  EXPECT_NE(error.find("refusing to write an invalid host state: powerState"), std::string::npos);
-  EXPECT_THROW(store.Modify([](HostState&) { throw std::runtime_error("no"); }, error),
-               std::runtime_error);
-  EXPECT_EQ(ReadFile(dir.Path() + "/host.json"), before);
-  int status = Wait(Child([&] {
-    HostStore(dir.Path()).Modify(
-        [&](HostState& s) {
-          s.bootCount = 99;
-          raise(SIGKILL);
-        },
-        error);
-  }));
-  ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-  EXPECT_EQ(ReadFile(dir.Path() + "/host.json"), before);
-  EXPECT_TRUE(store.Modify([](HostState& s) { s.bootCount = 3; }, error)) << error;
-  HostState state;
-  ASSERT_TRUE(store.Read(state, error));
-  EXPECT_EQ(state.bootCount, 3);
-}
-
-TEST(SimHostInitTest, RefusesBadDescriptionsAndExistingRootsInOneLine) {
-  TempDir dir;
-  std::string bad = dir.Path() + "/bad.json", root = dir.Path() + "/r";
-  std::ofstream(bad) << R"({"network": {"nics": [{"name": "nex0"}]}})";
-  std::string errors;
-  EXPECT_EQ(RunSim("init '" + root + "' '" + bad + "'", &errors), 1);
-  EXPECT_EQ(errors, "merel-sim: " + bad +
-                        ": invalid host description: network.nics[0]: needs exactly one of "
-                        "portGroup, dvSwitch, opaqueNetwork\n");
-  EXPECT_NE(access(root.c_str(), F_OK), 0);
-  EXPECT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/none.json'", &errors), 1);
-  EXPECT_EQ(errors,
-            "merel-sim: " + dir.Path() + "/none.json: cannot read: No such file or directory\n");
-  ASSERT_EQ(RunSim("init '" + root + "'", &errors), 0) << errors;
-  std::string before = ReadFile(root + "/host.json");
-  EXPECT_EQ(RunSim("init '" + root + "'", &errors), 1);
-  EXPECT_NE(errors.find("/r/host.json: already exists"), std::string::npos) << errors;
-  EXPECT_EQ(ReadFile(root + "/host.json"), before);
-}
 
 // host.json is world-readable and rewritten by every tool; the passwords of
 // a description belong only in the PAM password database, which only its
@@ -628,27 +487,6 @@ TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
     SCOPED_TRACE(::testing::Message() << "value " << ::testing::PrintToString(value));
     check(value);
   }
-}
-
-// The quoting itself, where a reader could be misled by a lone character.
-TEST(SimHostRecordTest, ValuesAreQuotedOnlyWhenTheyNeedIt) {
-  const struct {
-    const char* value;
-    bool equalsIsPlain;
-    const char* written;
-  } cases[] = {
-      {"root", false, "root"},
-      {"", false, "\"\""},
-      {"a=b", false, "\"a=b\""},
-      {"/UserVars/MerelTimeOut=5", true, "/UserVars/MerelTimeOut=5"},
-      {"Invalid Login", false, "\"Invalid Login\""},
-      {"q\"\\", false, "\"q\\\"\\\\\""},
-      {"\n\x01", false, "\"\\n\\x01\""},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(Platform::QuoteRecordValue(c.value, c.equalsIsPlain), c.written) << c.value;
-  EXPECT_EQ(Platform::EscapeSyslogText("a\nb\tc"), "a#012b#011c");
-  EXPECT_EQ(Platform::RecordToken("obsv.user id]"), "obsv.user_id_");
 }
 
 }  // namespace

@@ -313,25 +313,6 @@ TEST_F(TextAreaScrollTest, SettingOrAppendingTextGoesBackToTheTop) {
   EXPECT_EQ(Rows(area), NumberedRows(0, 3, 8));
 }
 
-TEST_F(TextAreaScrollTest, PagingKeys) {
-  const struct {
-    int key;
-    bool handled;
-    int expected;
-  } cases[] = {
-      {KEY_UP, true, 2},    {KEY_DOWN, true, 4},   {KEY_PPAGE, true, 0}, {KEY_NPAGE, true, 6},
-      {KEY_HOME, true, 0},  {KEY_END, true, 16},   {'x', false, 3},      {kKeyEnter, false, 3},
-  };
-  for (const auto& c : cases) {
-    TextArea& area = Area(4);
-    area.SetText(NumberedLines(20));
-    area.ScrollBy(3);
-    EXPECT_EQ(area.ScrollByKey(c.key), c.handled) << c.key;
-    EXPECT_EQ(area.GetScroll(), c.expected) << c.key;
-    _parent.RemoveChild(&area);
-  }
-}
-
 TEST_F(TextAreaScrollTest, PlainTextShowsBracesAndCountsItsLines) {
   TextArea& area = Area(2);
   area.SetMarkup(false);

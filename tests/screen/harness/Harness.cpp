@@ -18,6 +18,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -34,8 +35,9 @@ constexpr int kEscDelayMs = 25;
 // One sequence per key. The console defines every one of these on each
 // terminal type it supports (the key table test checks that), so one set
 // serves all.
-const char* const kKeyBytes[] = {"\x1bOQ",  "\x1bOR",  "\x1bOS",  "\x1b[A", "\x1b[B", "\x1b[1~",
-                                 "\x1b[4~", "\x1b[5~", "\x1b[6~", "\r",     "\x1b",   " "};
+const char* const kKeyBytes[] = {"\x1bOQ",  "\x1bOR",  "\x1bOS",   "\x1b[A",  "\x1b[B",
+                                 "\x1b[1~", "\x1b[4~", "\x1b[5~",  "\x1b[6~", "\r",
+                                 "\x1b",    " ",       "\x1b[23~", "\x1b[24~"};
 
 void AppendUtf8(std::string& out, uint32_t c) {
   if (c < 0x80) {
@@ -594,8 +596,7 @@ SimHost::SimHost(const std::string& fixture) {
   const char* tmp = getenv("TMPDIR");
   std::string pattern = std::string(tmp != nullptr && *tmp ? tmp : "/tmp") + "/merel-host-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) {
-    ADD_FAILURE() << "cannot make a temporary folder: " << strerror(errno);
-    return;
+    throw std::runtime_error(std::string("cannot make a temporary folder: ") + strerror(errno));
   }
   _root = pattern;
   std::string command = std::string(MEREL_SIM_BIN) + " init '" + _root + "'";
@@ -604,8 +605,12 @@ SimHost::SimHost(const std::string& fixture) {
                (fixture.ends_with(".json") ? "'" : ".json'");
   }
   const std::string output = Run(command);
-  _ok = !output.starts_with("FAILED");
-  EXPECT_TRUE(_ok) << command << ": " << output;
+  if (output.starts_with("FAILED")) {
+    std::error_code ignored;
+    fs::remove_all(_root, ignored);
+    throw std::runtime_error(command + ": " + output);
+  }
+  _ok = true;
 }
 
 SimHost::~SimHost() {
@@ -658,6 +663,10 @@ std::unique_ptr<Terminal> SimHost::StartConsole(TerminalOptions options,
               terminal->WaitUntilQuiet(Scaled(milliseconds(150))))
       << "the console drew nothing";
   return terminal;
+}
+
+void Fail(const std::string& what) {
+  throw std::runtime_error(what);
 }
 
 void ExpectGoldenScreen(const Terminal& terminal, const std::string& name) {

@@ -73,7 +73,9 @@ enum class Key {
   kPageDown,
   kEnter,
   kEscape,
-  kSpace
+  kSpace,
+  kF11,
+  kF12
 };
 
 struct TerminalOptions {
@@ -181,11 +183,16 @@ class Terminal {
   void Feed(const char* bytes, size_t length);
 };
 
+// A step a test cannot go on without failed: ends the test (gtest reports
+// the exception with `what`).
+[[noreturn]] void Fail(const std::string& what);
+
 // A fresh simulated host root for one test, removed at the end.
 class SimHost {
  public:
   // `fixture`: a host description in the fixtures folder (".json" may be
-  // left out); empty for the bundled demo host.
+  // left out); empty for the bundled demo host. Throws when the root cannot
+  // be made, so that nothing is ever written outside one.
   explicit SimHost(const std::string& fixture = "");
   ~SimHost();
   SimHost(const SimHost&) = delete;
