@@ -41,6 +41,9 @@ class NetworkWindow : public RootWindow {
   void EditSuffixes();
   // Esc: true when the window is to be left.
   bool Leave();
+  // Writes the record, showing each failure and restarting when IPv6 was
+  // switched on or off.
+  void Apply();
 
   NetworkSettings _settings;
   std::unique_ptr<HostCtl::Network::NexNic> _nic;
