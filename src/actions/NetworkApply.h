@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "NetworkSettings.h"
 
 namespace Merel {

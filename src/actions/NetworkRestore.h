@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "HostCtl/Ipv6Network.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 
 namespace Merel {
 

@@ -11,7 +11,7 @@
 
 #include "HostCtl/IpAddress.h"
 #include "HostCtl/IpConfig.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 
 namespace Merel {
 

@@ -7,7 +7,7 @@
 
 #include "Dialog.h"
 #include "HostCtl/Ipv6Network.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "TextArea.h"
 
 namespace Merel {

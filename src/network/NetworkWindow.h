@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "NetworkSettings.h"
 #include "RootWindow.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Dialog.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "TextArea.h"
 
 namespace Merel {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Dialog.h"
-#include "HostCtl/Host.h"
+#include "HostCtl/HostRecords.h"
 
 namespace Merel {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Command.h"
-#include "HostCtl/FirewallRuleset.h"
+#include "NexCtl/FirewallRuleset.h"
 #include "HostCtl/HostCtlException.h"
 #include "Item.h"
 #include "MerelTimeoutDialog.h"

@@ -7,7 +7,7 @@
 
 #include "Backend.h"
 #include "HostCtl/ConnectionPoint.h"
-#include "HostCtl/Host.h"
+#include "HostCtl/HostRecords.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/IpConfig.h"
 #include "HostCtl/NetworkRecords.h"

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "RootWindow.h"
 
 namespace Merel {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Command.h"
-#include "HostCtl/Host.h"
+#include "NexCtl/Host.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/Ipv4Address.h"
 #include "HostCtl/Misc.h"

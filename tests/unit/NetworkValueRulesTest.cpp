@@ -10,7 +10,7 @@
 #include "DNSConfigurationDialog.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostCtl/IpConfig.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 #include "HostState.h"
 #include "IPConfigurationDialog.h"
 #include "IPv6ConfigurationDialog.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "HostCtl/NetworkRecords.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 
 namespace NexCtl::Network {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "HostCtl/IpConfig.h"
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 
 namespace NexCtl::Network {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "HostCtl/Host.h"
+#include "HostCtl/HostRecords.h"
 
 namespace NexCtl::Hardware {
 

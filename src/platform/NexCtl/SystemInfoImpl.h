@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "HostCtl/FirewallRuleset.h"
+#include "NexCtl/FirewallRuleset.h"
 
 namespace NexCtl::System {
 

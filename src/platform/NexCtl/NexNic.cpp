@@ -1,4 +1,4 @@
-#include "HostCtl/NexNic.h"
+#include "NexCtl/NexNic.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
-// The host as a whole: hardware, storage and system records.
+// Records of the host as a whole: hardware, storage and system. Snapshots
+// that the host library hands out; nothing here reads the host.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -69,18 +69,5 @@ struct SystemInfo {
 };
 
 }  // namespace System
-
-class Host {
- public:
-  // Each throws HostCtl::Lib::HostCtlException when the host cannot be read.
-  Hardware::HardwareInfo GetHardwareInfo() const;
-  Storage::StorageInfo GetStorageInfo() const;
-  System::SystemInfo GetSystemInfo() const;
-};
-
-class HostFactory {
- public:
-  static std::unique_ptr<Host> GetHost();
-};
 
 }  // namespace HostCtl

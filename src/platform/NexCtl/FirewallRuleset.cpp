@@ -1,4 +1,4 @@
-#include "HostCtl/FirewallRuleset.h"
+#include "NexCtl/FirewallRuleset.h"
 
 #include "FacadeSupport.h"
 

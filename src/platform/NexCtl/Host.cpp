@@ -1,4 +1,4 @@
-#include "HostCtl/Host.h"
+#include "NexCtl/Host.h"
 
 #include "FacadeSupport.h"
 
