@@ -4,8 +4,6 @@
 // repair of a distributed-switch port.
 #pragma once
 
-#include <cstdint>
-
 #include "RootWindow.h"
 
 namespace Merel {
@@ -15,15 +13,10 @@ class NetworkRestoreWindow : public RootWindow {
   explicit NetworkRestoreWindow(Frame* parent);
   // 1 when the user leaves with Esc.
   int Loop() override;
-  // The status line at the bottom of the screen.
+  // The footers and the status line at the bottom of the screen.
   void UpdateFooter() override;
 
  private:
-  void RefreshContents() override;
-  void OpenSelected() override;
-  uint32_t SelectedKey() const;
-  void Open(uint32_t key);
-
   TextArea* _statusText = nullptr;
 };
 

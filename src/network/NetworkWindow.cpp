@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <functional>
 #include <vector>
 
 #include "AdaptersDialog.h"
@@ -15,7 +16,6 @@
 #include "HostCtl/HostCtlException.h"
 #include "IPConfigurationDialog.h"
 #include "IPv6ConfigurationDialog.h"
-#include "Item.h"
 #include "MessageDialog.h"
 #include "NetworkApply.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -41,21 +41,6 @@ const char* const kRightFooter =
 const char* const kValue = "{color:white}";
 const char* const kHelp = "{/color}{color:light-grey}";
 const char* const kHelpEnd = "{/color}";
-
-// The list's rows: the string of each and the entry it opens (-1: spacer).
-struct Row {
-  uint32_t key;
-  int entry;
-};
-constexpr Row kRows[] = {
-    {Strings::kNetAdapters, NetworkWindow::kAdapters},
-    {Strings::kNetVlan, NetworkWindow::kVlan},
-    {Strings::kEmpty, -1},
-    {Strings::kNetIpv4, NetworkWindow::kIpv4},
-    {Strings::kNetIpv6, NetworkWindow::kIpv6},
-    {Strings::kNetDns, NetworkWindow::kDns},
-    {Strings::kNetSuffixes, NetworkWindow::kSuffixes},
-};
 
 // Text the host or the user supplied, shown as it stands: a brace would
 // start a markup tag.
@@ -118,56 +103,28 @@ int NetworkWindow::Loop() {
     case LoadResult::kReadFailed:
       return 0;
   }
-  BuildItems();
-  DrawContents();
-  while (true) {
-    switch (Frame::WaitForKey(this, true)) {
-      case KEY_DOWN:
-        _menu->Next();
-        ShowSelection();
-        break;
-      case KEY_UP:
-        _menu->Prev();
-        ShowSelection();
-        break;
-      case kKeyEnter:
-        Edit(SelectedEntry());
-        ShowSelection();
-        break;
-      case kKeyEscape:
-        if (Leave()) {
-          return 1;
-        }
-        ShowSelection();
-        break;
-      default:
-        break;
-    }
-  }
-}
-
-void NetworkWindow::BuildItems() {
-  std::vector<std::unique_ptr<Item>> items;
-  for (const Row& row : kRows) {
-    const bool switchEntry = row.entry == kAdapters || row.entry == kVlan;
-    const bool selectable = row.entry >= 0 && !(switchEntry && _settings.distributedSwitch);
-    items.push_back(std::make_unique<EntryItem>(_strings->GetString(row.key), selectable));
-  }
-  _menu->SetItems(std::move(items));
-}
-
-int NetworkWindow::SelectedEntry() const {
-  const int index = _menu->CurrentIndex();
-  if (index < 0 || static_cast<size_t>(index) >= std::size(kRows)) {
-    return -1;
-  }
-  return kRows[index].entry;
-}
-
-void NetworkWindow::DrawContents() {
-  _leftTitle->SetText(_strings->GetString(Strings::kNetworkWindowTitle));
-  _menu->DrawItems();
-  ShowSelection();
+  using namespace Strings;
+  // The pane shows the entry's values; Enter edits them in the record.
+  auto row = [this](uint32_t label, Entry entry, void (NetworkWindow::*edit)(),
+                    std::function<bool()> enabled = {}) {
+    return MenuEntry{.label = label,
+                     .enabled = std::move(enabled),
+                     .open = [this, edit] { (this->*edit)(); },
+                     .pane = [this, entry] { return PaneText(entry); }};
+  };
+  // A distributed switch's adapters and VLAN are not the host's to change.
+  auto onStandardSwitch = [this] { return !_settings.distributedSwitch; };
+  std::vector<MenuEntry> entries = {
+      row(kNetAdapters, kAdapters, &NetworkWindow::EditAdapters, onStandardSwitch),
+      row(kNetVlan, kVlan, &NetworkWindow::EditVlan, onStandardSwitch),
+      {},
+      row(kNetIpv4, kIpv4, &NetworkWindow::EditIpv4),
+      row(kNetIpv6, kIpv6, &NetworkWindow::EditIpv6),
+      row(kNetDns, kDns, &NetworkWindow::EditDns),
+      row(kNetSuffixes, kSuffixes, &NetworkWindow::EditSuffixes),
+  };
+  SetEntries(kNetworkWindowTitle, std::move(entries));
+  return RunEntries();
 }
 
 void NetworkWindow::UpdateFooter() {
@@ -175,18 +132,7 @@ void NetworkWindow::UpdateFooter() {
   _rightFooter->SetText(kRightFooter);
 }
 
-void NetworkWindow::ShowSelection() {
-  const int entry = SelectedEntry();
-  const int index = _menu->CurrentIndex();
-  _rightTitle->SetText(index >= 0 && static_cast<size_t>(index) < std::size(kRows)
-                           ? _strings->GetString(kRows[index].key)
-                           : "");
-  _rightText->SetText(PaneText(entry));
-  // The list and the pane reach down to the footer line: footers go last.
-  UpdateFooter();
-}
-
-std::string NetworkWindow::PaneText(int entry) {
+std::string NetworkWindow::PaneText(Entry entry) {
   const std::string notSet = _strings->GetString(Strings::kNotSet);
   auto help = [&](uint32_t key) {
     return kHelp + std::string(_strings->GetString(key)) + kHelpEnd;
@@ -300,31 +246,6 @@ std::string NetworkWindow::PaneText(int entry) {
   }
 }
 
-void NetworkWindow::Edit(int entry) {
-  switch (entry) {
-    case kAdapters:
-      EditAdapters();
-      break;
-    case kVlan:
-      EditVlan();
-      break;
-    case kIpv4:
-      EditIpv4();
-      break;
-    case kIpv6:
-      EditIpv6();
-      break;
-    case kDns:
-      EditDns();
-      break;
-    case kSuffixes:
-      EditSuffixes();
-      break;
-    default:
-      break;
-  }
-}
-
 void NetworkWindow::EditAdapters() {
   std::string switchName;
   if (!GetSwitchName(*_nic, switchName)) {
@@ -408,7 +329,6 @@ void NetworkWindow::EditIpv6() {
     }
     addresses.SetIpv6Gateway(result.GetIpv6Gateway());
   }
-  _menu->DrawItems();
 }
 
 void NetworkWindow::EditDns() {

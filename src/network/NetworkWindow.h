@@ -22,17 +22,12 @@ class NetworkWindow : public RootWindow {
   int Loop() override;
   void UpdateFooter() override;
 
-  // The selection index of each entry (the spacer has none).
+ private:
+  // The settings the entries show and edit.
   enum Entry { kAdapters, kVlan, kIpv4, kIpv6, kDns, kSuffixes };
 
- private:
-  void BuildItems();
-  // Titles, list, right pane and footers for the current selection.
-  void DrawContents();
-  void ShowSelection();
-  int SelectedEntry() const;
-  std::string PaneText(int entry);
-  void Edit(int entry);
+  // The right pane of `entry`: its values, then its help.
+  std::string PaneText(Entry entry);
   void EditAdapters();
   void EditVlan();
   void EditIpv4();
@@ -40,7 +35,7 @@ class NetworkWindow : public RootWindow {
   void EditDns();
   void EditSuffixes();
   // Esc: true when the window is to be left.
-  bool Leave();
+  bool Leave() override;
   // Writes the record, showing each failure and restarting when IPv6 was
   // switched on or off.
   void Apply();

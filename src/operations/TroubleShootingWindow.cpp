@@ -6,7 +6,6 @@
 
 #include <syslog.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +13,6 @@
 #include "Command.h"
 #include "NexCtl/FirewallRuleset.h"
 #include "HostCtl/HostCtlException.h"
-#include "Item.h"
 #include "MerelTimeoutDialog.h"
 #include "NexCtl/SystemInfoImpl.h"
 #include "Platform.h"
@@ -89,70 +87,49 @@ void UpdateFirewall(const char* rulesetId, bool enable) {
 TroubleShootingWindow::TroubleShootingWindow(Frame* parent) : RootWindow(parent) {
   shellEnabled = RunServiceScript(kServices[kShell].script, "status") == 0;
   sshEnabled = RunServiceScript(kServices[kSsh].script, "status") == 0;
-  std::vector<std::unique_ptr<Item>> items;
-  for (uint32_t key : {shellEnabled ? Strings::kDisableShell : Strings::kEnableShell,
-                       sshEnabled ? Strings::kDisableSsh : Strings::kEnableSsh,
-                       Strings::kShellTimeouts, Strings::kMerelTimeout, Strings::kRestartAgents}) {
-    auto item = std::make_unique<EntryItem>(_strings->GetString(key));
-    _entries[items.size()] = item.get();
-    items.push_back(std::move(item));
-  }
-  _menu->SetItems(std::move(items));
-  UpdateTimeoutEntry();
-}
-
-void TroubleShootingWindow::UpdateTimeoutEntry() {
-  _entries[kTimeouts]->SetSelectable(!shellEnabled && !sshEnabled);
-}
-
-int TroubleShootingWindow::FocusedIndex() const {
-  return _menu->GetTop() + _menu->GetRow();
+  using namespace Strings;
+  auto help = [this](uint32_t key) {
+    return [this, key] {
+      return "{/color}{color:light-grey}" + std::string(_strings->GetString(key));
+    };
+  };
+  // A service's entry switches it; its pane says how it is now.
+  auto service = [this](int entry, uint32_t title, uint32_t helpKey, uint32_t on, uint32_t off) {
+    const bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
+    const Service& s = kServices[entry];
+    return MenuEntry{.label = s.enableKey,
+                     .open = [this, entry] { Toggle(entry); },
+                     .labelNow = [&enabled, &s] { return enabled ? s.disableKey : s.enableKey; },
+                     .title = title,
+                     .pane =
+                         [this, &enabled, helpKey, on, off] {
+                           return std::string("{/color}{color:white}") +
+                                  _strings->GetString(enabled ? on : off) +
+                                  "\n{/color}{color:light-grey}" + _strings->GetString(helpKey);
+                         }};
+  };
+  SetEntries(kTroubleshootingTitle,
+             {
+                 service(kShell, kShellLabel, kHelpShellToggle, kShellEnabled, kShellDisabled),
+                 service(kSsh, kSshLabel, kHelpSshToggle, kSshEnabled, kSshDisabled),
+                 // Only while both services are off: a running service would
+                 // keep its old time-outs.
+                 {.label = kShellTimeouts,
+                  .enabled = [this] { return !shellEnabled && !sshEnabled; },
+                  .open = Opens<ShellTimeoutDialog>(this),
+                  .pane = help(kHelpShellTimeouts)},
+                 {.label = kMerelTimeout,
+                  .open = Opens<MerelTimeoutDialog>(this),
+                  .pane = help(kHelpMerelTimeout)},
+                 {.label = kRestartAgents,
+                  .open = Opens<RestartAgentsDialog>(this),
+                  .pane = help(kHelpRestartAgents)},
+             });
 }
 
 void TroubleShootingWindow::UpdateFooter() {
   _leftFooter->SetText(kLeftFooter);
-  _rightFooter->SetText(FocusedIndex() == kAgents ? kRestartFooter : kChangeFooter);
-}
-
-void TroubleShootingWindow::RefreshContents() {
-  _leftTitle->SetText(_strings->GetString(Strings::kTroubleshootingTitle));
-  _menu->DrawItems();
-  const int index = FocusedIndex();
-  uint32_t heading = 0;
-  std::string text;
-  switch (index) {
-    case kShell:
-      heading = Strings::kShellLabel;
-      text = std::string("{/color}{color:white}") +
-             _strings->GetString(shellEnabled ? Strings::kShellEnabled : Strings::kShellDisabled) +
-             "\n{/color}{color:light-grey}" + _strings->GetString(Strings::kHelpShellToggle);
-      break;
-    case kSsh:
-      heading = Strings::kSshLabel;
-      text = std::string("{/color}{color:white}") +
-             _strings->GetString(sshEnabled ? Strings::kSshEnabled : Strings::kSshDisabled) +
-             "\n{/color}{color:light-grey}" + _strings->GetString(Strings::kHelpSshToggle);
-      break;
-    case kTimeouts:
-      heading = Strings::kShellTimeouts;
-      text = std::string("{/color}{color:light-grey}") +
-             _strings->GetString(Strings::kHelpShellTimeouts);
-      break;
-    case kMerel:
-      heading = Strings::kMerelTimeout;
-      text = std::string("{/color}{color:light-grey}") +
-             _strings->GetString(Strings::kHelpMerelTimeout);
-      break;
-    default:
-      heading = Strings::kRestartAgents;
-      text = std::string("{/color}{color:light-grey}") +
-             _strings->GetString(Strings::kHelpRestartAgents);
-      break;
-  }
-  _rightTitle->SetText(_strings->GetString(heading));
-  _rightText->SetText(text);
-  // The list and the pane reach down to the footer line: footers go last.
-  UpdateFooter();
+  _rightFooter->SetText(SelectedIndex() == kAgents ? kRestartFooter : kChangeFooter);
 }
 
 void TroubleShootingWindow::Toggle(int entry) {
@@ -176,43 +153,10 @@ void TroubleShootingWindow::Toggle(int entry) {
   Platform::Syslog(
       LOG_INFO, "%s",
       ("User " + Frame::_loginName + (on ? " disabled " : " enabled ") + service.name).c_str());
-  _entries[entry]->SetLabel(_strings->GetString(enabled ? service.disableKey : service.enableKey));
-  UpdateTimeoutEntry();
-}
-
-void TroubleShootingWindow::Open(int index) {
-  switch (index) {
-    case kShell:
-    case kSsh:
-      Toggle(index);
-      break;
-    case kTimeouts: {
-      ShellTimeoutDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case kMerel: {
-      MerelTimeoutDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case kAgents: {
-      RestartAgentsDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    default:
-      return;
-  }
-  RefreshContents();
 }
 
 int TroubleShootingWindow::Loop() {
   return RunEntries();
-}
-
-void TroubleShootingWindow::OpenSelected() {
-  Open(FocusedIndex());
 }
 
 }  // namespace Merel

@@ -2,13 +2,9 @@
 // time-outs, the console's own idle time-out and the agents' restart.
 #pragma once
 
-#include <cstdint>
-
 #include "RootWindow.h"
 
 namespace Merel {
-
-class EntryItem;
 
 class TroubleShootingWindow : public RootWindow {
  public:
@@ -18,19 +14,11 @@ class TroubleShootingWindow : public RootWindow {
   void UpdateFooter() override;
 
  private:
-  void RefreshContents() override;
-  void OpenSelected() override;
   // Switches the shell (kShell) or SSH (kSsh) on or off.
   void Toggle(int entry);
-  // The time-out entry can be chosen only while both services are off: a
-  // running service would keep its old time-outs.
-  void UpdateTimeoutEntry();
-  int FocusedIndex() const;
-  void Open(int index);
 
   bool shellEnabled = false;
   bool sshEnabled = false;
-  EntryItem* _entries[5] = {};
 };
 
 }  // namespace Merel

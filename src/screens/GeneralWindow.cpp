@@ -6,14 +6,12 @@
 
 #include <syslog.h>
 
-#include <algorithm>
 #include <string>
 
 #include "ChangePasswordDialog.h"
 #include "Command.h"
 #include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
-#include "Item.h"
 #include "KeyboardDialog.h"
 #include "LockdownDialog.h"
 #include "LogViewer.h"
@@ -38,60 +36,12 @@ std::unique_ptr<HostCtl::Network::NexNic> GeneralWindow::_mgmtIntf;
 
 namespace {
 
-// An empty row between groups of entries (the table's empty text).
-constexpr uint32_t kSeparator = Strings::kEmpty;
-
 const char* const kLeftFooterStart =
     "{color:black}<Up/Down>{/color}{color:dark-grey} Select{/color}";
 const char* const kRightFooter =
     "{align:right}{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}{/align}";
 const char* const kSupportInformationHelp =
     "To view the support information of this host, press <Enter>.";
-
-// The help text of the right pane for the entries whose help is a plain
-// string-table text; 0 for the rest.
-uint32_t HelpKey(uint32_t key) {
-  switch (key) {
-    case Strings::kMenuConfigurePassword:
-      return Strings::kHelpPasswordUnset;
-    case Strings::kMenuConfigureLockdown:
-      return Strings::kHelpLockdown;
-    case Strings::kMenuConfigureDriverVm:
-      return Strings::kHelpDriverVm;
-    case Strings::kMenuConfigureNetwork:
-      return Strings::kHelpConfigureNetwork;
-    case Strings::kMenuRestartNetwork:
-      return Strings::kHelpRestartNetwork;
-    case Strings::kMenuTestNetwork:
-      return Strings::kHelpTestNetwork;
-    case Strings::kMenuNetworkRestore:
-      return Strings::kHelpNetworkRestore;
-    case Strings::kMenuSystemLogs:
-      return Strings::kHelpSystemLogs;
-    case Strings::kMenuTroubleshooting:
-      return Strings::kHelpTroubleshooting;
-    case Strings::kMenuResetConfiguration:
-      return Strings::kHelpResetConfiguration;
-    case Strings::kMenuConfigureKeyboard:
-      return Strings::kHelpKeyboard;
-    default:
-      return 0;
-  }
-}
-
-// A menu entry with the string-table key that says what it opens.
-class MenuItem : public EntryItem {
- public:
-  MenuItem(uint32_t key, std::string text, bool shown, bool enabled)
-      : EntryItem(std::move(text), enabled), _key(key) {
-    _shown = shown;
-  }
-
-  uint32_t Key() const { return _key; }
-
- private:
-  uint32_t _key;
-};
 
 bool LockdownAvailable() {
   return RoviQueryBool("rovisvc/auth/lockdown_is_enabled") ||
@@ -135,30 +85,79 @@ int DeviceAssignmentState() {
 
 }  // namespace
 
+// What the host allows, as found when the menu is built.
+struct MenuFlags {
+  bool lockdownAvailable = false;
+  bool managementInterfaceFound = false;
+  bool networkBooted = false;
+  int deviceAssignmentState = 0;  // 0 unsupported, 1 supported, 2 configurable
+  bool usingKeyboard = false;
+};
+
 struct GeneralWindow::Impl {
   MenuFlags flags;
   LogViewer logs;
 };
 
-std::vector<MenuRow> GeneralWindow::BuildRows(const MenuFlags& flags) {
-  const bool driverVMShown = flags.deviceAssignmentState == 1 || flags.deviceAssignmentState == 2;
-  const bool network = flags.managementInterfaceFound;
+std::vector<MenuEntry> GeneralWindow::Entries() {
+  using namespace Strings;
+  const MenuFlags& flags = _impl->flags;
+  auto network = [&flags] { return flags.managementInterfaceFound; };
   return {
-      {Strings::kMenuConfigurePassword, true, true},
-      {Strings::kMenuConfigureLockdown, true, flags.lockdownAvailable},
-      {kSeparator, true, false},
-      {Strings::kMenuConfigureDriverVm, driverVMShown, flags.deviceAssignmentState == 2},
-      {Strings::kMenuConfigureNetwork, true, network},
-      {Strings::kMenuRestartNetwork, true, network},
-      {Strings::kMenuTestNetwork, true, network},
-      {Strings::kMenuNetworkRestore, true, true},
-      {kSeparator, true, false},
-      {Strings::kMenuConfigureKeyboard, flags.usingKeyboard, true},
-      {Strings::kMenuTroubleshooting, true, true},
-      {kSeparator, true, false},
-      {Strings::kMenuSystemLogs, true, true},
-      {Strings::kMenuSupportInformation, true, true},
-      {Strings::kMenuResetConfiguration, true, !flags.networkBooted},
+      {.label = kMenuConfigurePassword,
+       .help = kHelpPasswordUnset,
+       .open = Opens<ChangePasswordDialog>(this)},
+      {.label = kMenuConfigureLockdown,
+       .help = kHelpLockdown,
+       .enabled = [&flags] { return flags.lockdownAvailable; },
+       .open = [this] { OpenLockdown(); }},
+      {},
+      {.label = kMenuConfigureDriverVm,
+       .help = kHelpDriverVm,
+       .shown =
+           [&flags] {
+             return flags.deviceAssignmentState == 1 || flags.deviceAssignmentState == 2;
+           },
+       .enabled = [&flags] { return flags.deviceAssignmentState == 2; },
+       .open = Opens<DriverVMDialog>(this)},
+      {.label = kMenuConfigureNetwork,
+       .help = kHelpConfigureNetwork,
+       .enabled = network,
+       .open = Opens<NetworkWindow>(this)},
+      {.label = kMenuRestartNetwork,
+       .help = kHelpRestartNetwork,
+       .enabled = network,
+       .open = [this] { RestartManagementNetwork(); }},
+      {.label = kMenuTestNetwork,
+       .help = kHelpTestNetwork,
+       .enabled = network,
+       .open = Opens<TestDialog>(this)},
+      {.label = kMenuNetworkRestore,
+       .help = kHelpNetworkRestore,
+       .open = Opens<NetworkRestoreWindow>(this)},
+      {},
+      {.label = kMenuConfigureKeyboard,
+       .help = kHelpKeyboard,
+       .shown = [&flags] { return flags.usingKeyboard; },
+       .open = Opens<KeyboardDialog>(this)},
+      {.label = kMenuTroubleshooting,
+       .help = kHelpTroubleshooting,
+       .open = Opens<TroubleShootingWindow>(this)},
+      {},
+      // The logs are opened by their number; the list stands in the pane.
+      {.label = kMenuSystemLogs,
+       .pane =
+           [this] {
+             return _strings->GetString(kHelpSystemLogs) + std::string("\n\n") +
+                    _impl->logs.ListText();
+           }},
+      {.label = kMenuSupportInformation,
+       .open = Opens<SupportInformationDialog>(this),
+       .pane = [] { return std::string(kSupportInformationHelp); }},
+      {.label = kMenuResetConfiguration,
+       .help = kHelpResetConfiguration,
+       .enabled = [&flags] { return !flags.networkBooted; },
+       .open = Opens<RestoreDialog>(this)},
   };
 }
 
@@ -170,33 +169,20 @@ GeneralWindow::GeneralWindow(Frame* parent) : RootWindow(parent), _impl(std::mak
   flags.networkBooted = NetworkBooted();
   flags.deviceAssignmentState = DeviceAssignmentState();
   flags.usingKeyboard = usingKeyboard;
-  BuildMenu();
+  _impl->logs.CheckAvailability();
+  SetEntries(Strings::kMenuTitle, Entries());
 }
 
 GeneralWindow::~GeneralWindow() = default;
 
-void GeneralWindow::BuildMenu() {
-  _impl->logs.CheckAvailability();
-  std::vector<std::unique_ptr<Item>> items;
-  for (const MenuRow& row : BuildRows(_impl->flags)) {
-    items.push_back(
-        std::make_unique<MenuItem>(row.key, _strings->GetString(row.key), row.shown, row.enabled));
-  }
-  _menu->SetItems(std::move(items));
-}
-
-uint32_t GeneralWindow::SelectedKey() const {
-  // The entry under the selection: the view's first index plus the row.
-  const int index = _menu->GetTop() + _menu->GetRow();
-  if (index < 0 || static_cast<size_t>(index) >= _menu->Count()) {
-    return kSeparator;
-  }
-  return static_cast<const MenuItem*>(_menu->At(static_cast<size_t>(index)))->Key();
+bool GeneralWindow::LogsSelected() const {
+  const MenuEntry* entry = Selected();
+  return entry != nullptr && entry->label == Strings::kMenuSystemLogs;
 }
 
 void GeneralWindow::UpdateFooter() {
   std::string footer = kLeftFooterStart;
-  if (SelectedKey() == Strings::kMenuSystemLogs) {
+  if (LogsSelected()) {
     const size_t count = _impl->logs.AvailableCount();
     if (count > 0) {
       const std::string range = count == 1 ? "<1>" : "<1-" + std::to_string(count) + ">";
@@ -205,52 +191,13 @@ void GeneralWindow::UpdateFooter() {
   } else {
     footer += "  {color:black}<Enter>{/color}{color:dark-grey} More{/color}";
   }
+  _rightFooter->SetText(kRightFooter);
   _leftFooter->SetText(footer);
 }
 
-void GeneralWindow::ShowSelection() {
-  const uint32_t key = SelectedKey();
-  _rightTitle->SetText(_strings->GetString(key));
-  std::string help;
-  if (key == Strings::kMenuSupportInformation) {
-    help = kSupportInformationHelp;
-  } else if (const uint32_t helpKey = HelpKey(key); helpKey != 0) {
-    help = _strings->GetString(helpKey);
-  }
-  if (key == Strings::kMenuSystemLogs) {
-    help += "\n\n" + _impl->logs.ListText();
-  }
-  _rightText->SetText(help);
-  // The list and the right-pane text reach down to the footer line and
-  // blank it when they are drawn: the footers always go last.
-  _rightFooter->SetText(kRightFooter);
-  UpdateFooter();
-}
-
-void GeneralWindow::DrawContents() {
-  _leftTitle->SetText(_strings->GetString(Strings::kMenuTitle));
-  _menu->DrawItems();
-  ShowSelection();
-}
-
 void GeneralWindow::Update() {
-  // Rebuilding resets the selection; put it back on the same entry when it
-  // can still be chosen.
-  const uint32_t selected = SelectedKey();
-  BuildMenu();
-  for (size_t i = 0; i < _menu->Count(); ++i) {
-    const auto* item = static_cast<const MenuItem*>(_menu->At(i));
-    if (item->Key() == selected && item->IsShown() && item->IsSelectable()) {
-      while (_menu->CurrentIndex() < static_cast<int>(i)) {
-        const int before = _menu->CurrentIndex();
-        _menu->Next();
-        if (_menu->CurrentIndex() == before) {
-          break;
-        }
-      }
-      break;
-    }
-  }
+  _impl->logs.CheckAvailability();
+  RefreshEntries();
   DrawContents();
 }
 
@@ -266,6 +213,13 @@ void GeneralWindow::SelectLast() {
     before = _menu->CurrentIndex();
     _menu->Next();
   }
+}
+
+void GeneralWindow::OpenLockdown() {
+  RunDialog<LockdownDialog>(this);
+  // The menu's rows follow the mode the host is in now.
+  _impl->flags.lockdownAvailable = LockdownAvailable();
+  _impl->logs.CheckAvailability();
 }
 
 void GeneralWindow::RestartManagementNetwork() {
@@ -293,110 +247,29 @@ void GeneralWindow::RestartManagementNetwork() {
   }
 }
 
-void GeneralWindow::Open(uint32_t key) {
-  switch (key) {
-    case Strings::kMenuConfigureNetwork: {
-      NetworkWindow window(this);
-      Frame::Run(&window);
-      break;
-    }
-    case Strings::kMenuRestartNetwork:
-      RestartManagementNetwork();
-      break;
-    case Strings::kMenuTestNetwork: {
-      TestDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuSupportInformation: {
-      SupportInformationDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuConfigureKeyboard: {
-      KeyboardDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuConfigureDriverVm: {
-      DriverVMDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuResetConfiguration: {
-      RestoreDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuConfigurePassword: {
-      ChangePasswordDialog dialog(this);
-      Frame::Run(&dialog);
-      break;
-    }
-    case Strings::kMenuConfigureLockdown: {
-      LockdownDialog dialog(this);
-      Frame::Run(&dialog);
-      // The menu's rows follow the mode the host is in now.
-      _impl->flags.lockdownAvailable = LockdownAvailable();
-      Update();
-      return;
-    }
-    case Strings::kMenuTroubleshooting: {
-      TroubleShootingWindow window(this);
-      Frame::Run(&window);
-      break;
-    }
-    case Strings::kMenuNetworkRestore: {
-      NetworkRestoreWindow window(this);
-      Frame::Run(&window);
-      break;
-    }
-    case Strings::kMenuSystemLogs:
-      // The logs are opened by their number; the list is already on the right.
-      return;
-    default:
-      // Separators: nothing opens.
-      return;
-  }
-  DrawContents();
+int GeneralWindow::Loop() {
+  return RunEntries();
 }
 
-int GeneralWindow::Loop() {
-  DrawContents();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    switch (key) {
-      case kKeyEscape:
-        return 1;
-      case KEY_UP:
-        _menu->Prev();
-        ShowSelection();
-        break;
-      case KEY_DOWN:
-        _menu->Next();
-        ShowSelection();
-        break;
-      case KEY_PPAGE:
-        SelectFirst();
-        ShowSelection();
-        break;
-      case KEY_NPAGE:
-        SelectLast();
-        ShowSelection();
-        break;
-      case kKeyEnter:
-        Open(SelectedKey());
-        break;
-      default:
-        if (key >= '0' && key <= '9' && SelectedKey() == Strings::kMenuSystemLogs) {
-          const int index = _impl->logs.Choose(key - '0');
-          if (index >= 0) {
-            _impl->logs.Show(static_cast<size_t>(index), this);
-            DrawContents();
-          }
+void GeneralWindow::HandleKey(int key) {
+  switch (key) {
+    case KEY_PPAGE:
+      SelectFirst();
+      ShowSelection();
+      break;
+    case KEY_NPAGE:
+      SelectLast();
+      ShowSelection();
+      break;
+    default:
+      if (key >= '0' && key <= '9' && LogsSelected()) {
+        const int index = _impl->logs.Choose(key - '0');
+        if (index >= 0) {
+          _impl->logs.Show(static_cast<size_t>(index), this);
+          DrawContents();
         }
-        break;
-    }
+      }
+      break;
   }
 }
 

@@ -40,6 +40,18 @@ void ItemList::SetItems(std::vector<std::unique_ptr<Item>> items) {
   UpdateFocus();
 }
 
+void ItemList::ItemsChanged() {
+  const Item* current = Current();
+  if (current == nullptr || !current->IsShown() || !current->IsSelectable()) {
+    SetItems(std::move(_items));
+    return;
+  }
+  const size_t index = static_cast<size_t>(CurrentIndex());
+  _shownIndex = static_cast<int>(std::count_if(_items.begin(), _items.begin() + index,
+                                               [](const auto& item) { return item->IsShown(); }));
+  UpdateFocus();
+}
+
 Item* ItemList::Current() const {
   const int index = _top + _row;
   if (index < 0 || static_cast<size_t>(index) >= _items.size()) {

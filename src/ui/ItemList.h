@@ -18,6 +18,10 @@ class ItemList : public Window {
 
   // Takes the items; the first shown and selectable item becomes current.
   void SetItems(std::vector<std::unique_ptr<Item>> items);
+  // After items were shown, hidden, enabled or disabled: the current item
+  // stays current, and the view where it is, while it can still be chosen;
+  // otherwise the first shown and selectable item becomes current.
+  void ItemsChanged();
   void Prev();
   void Next();
   void SelectShown(int n);

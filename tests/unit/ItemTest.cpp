@@ -165,6 +165,35 @@ TEST_F(ItemListTest, StartsOnTheFirstShownSelectableItemAndWithoutOneNothingMove
   EXPECT_EQ(empty->Current(), nullptr);
 }
 
+// A menu whose entries change state (a service switched, a mode left) keeps
+// its selection, and its view, while the selected entry can still be
+// chosen; otherwise the selection starts again at the top.
+TEST_F(ItemListTest, ChangedItemsKeepTheSelectionWhileItCanStillBeChosen) {
+  const struct {
+    const char* after;  // the same letter code as MakeList
+    std::array<int, 4> position;
+  } cases[] = {
+      {"ABCDE", {3, 1, 2, 3}},  // nothing changed
+      {".BCDE", {3, 1, 2, 2}},  // one shown item fewer above it
+      {"AbCDE", {3, 1, 2, 3}},  // one above it cannot be chosen any more
+      {"ABCdE", {0, 0, 0, 0}},  // it cannot be chosen any more
+      {"ABC.E", {0, 0, 0, 0}},  // it is hidden
+  };
+  for (const auto& c : cases) {
+    ItemList* list = MakeList("ABCDE");
+    for (int i = 0; i < 3; ++i) {
+      list->Next();
+    }
+    for (size_t i = 0; i < list->Count(); ++i) {
+      const char letter = c.after[i];
+      list->At(i)->SetSelectable(letter == '.' || isupper(letter));
+      list->At(i)->SetShown(letter != '.');
+    }
+    list->ItemsChanged();
+    EXPECT_EQ(At(list).first, c.position) << c.after;
+  }
+}
+
 // A password field's bytes are overwritten where they lie: while typing
 // (also past the first buffer's size) the secret never moves, and Wipe
 // leaves nothing of it behind.

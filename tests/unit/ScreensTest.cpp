@@ -1,6 +1,5 @@
-// The screens' own rules: which menu entries a host gets, the log numbers,
-// the pager's environment, the welcome screen's formats and the support
-// information's wrapping.
+// The screens' own rules: the log numbers, the pager's environment, the welcome screen's formats
+// and the support information's wrapping.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,7 +12,6 @@
 
 #include "CursesFixture.h"
 #include "Frame.h"
-#include "GeneralWindow.h"
 #include "LogViewer.h"
 #include "SimHostTestSupport.h"
 #include "StringFactory.h"
@@ -22,35 +20,6 @@
 
 namespace Merel {
 namespace {
-
-// Each shown row as its key, followed by "-" when it is disabled.
-TEST(MenuRowsTest, ShownAndEnabledRows) {
-  const struct {
-    MenuFlags flags;  // lockdown, management interface, network-booted, device assignment, keyboard
-    const char* picture;
-  } cases[] = {
-      {{true, true, false, 2, true}, "5 6 3- 7 8 9 10 11 3- 16 14 3- 13 12 15"},
-      {{true, true, false, 0, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15"},
-      {{true, false, false, 0, false}, "5 6 3- 8- 9- 10- 11 3- 14 3- 13 12 15"},
-      {{true, true, true, 0, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15-"},
-      {{false, true, false, 0, false}, "5 6- 3- 8 9 10 11 3- 14 3- 13 12 15"},
-      {{true, true, false, 1, false}, "5 6 3- 7- 8 9 10 11 3- 14 3- 13 12 15"},
-      {{true, true, false, 3, false}, "5 6 3- 8 9 10 11 3- 14 3- 13 12 15"},  // unknown state
-  };
-  for (const auto& c : cases) {
-    const std::vector<MenuRow> rows = GeneralWindow::BuildRows(c.flags);
-    // The key loop finds an entry by its index, hidden rows included.
-    EXPECT_EQ(rows.size(), 15u);
-    std::string picture;
-    for (const MenuRow& row : rows) {
-      if (row.shown) {
-        picture +=
-            (picture.empty() ? "" : " ") + std::to_string(row.key) + (row.enabled ? "" : "-");
-      }
-    }
-    EXPECT_EQ(picture, c.picture);
-  }
-}
 
 // A digit opens the log its number is shown against: numbers count only the
 // logs present on the host.

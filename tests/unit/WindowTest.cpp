@@ -10,6 +10,7 @@
 
 #include "CursesFixture.h"
 #include "MessageDialog.h"
+#include "StringFactory.h"
 
 namespace Merel {
 namespace {
@@ -152,7 +153,8 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
 }
 
 TEST_F(WindowTest, MessageDialogIsCentredAtFiveSeven) {
-  MessageDialog dialog(nullptr, 17, 20);
+  MessageDialog dialog(nullptr, Strings::kRestartNetworkErrorTitle,
+                       Strings::kNoManagementInterface);
   WINDOW* window = dialog.GetWindow();
   EXPECT_EQ((std::array{getbegx(window), getbegy(window), getmaxx(window), getmaxy(window)}),
             (std::array{5, 7, 70, 10}));
@@ -162,7 +164,7 @@ TEST_F(WindowTest, MessageDialogIsCentredAtFiveSeven) {
 // has two paragraphs) makes the box taller rather than being cut off.
 TEST_F(WindowTest, LongMessageGrowsTheBox) {
   const std::string paragraph(120, 'x');
-  MessageDialog dialog(nullptr, 17, paragraph + "\n\n" + paragraph);
+  MessageDialog dialog(nullptr, Strings::kRestartNetworkErrorTitle, paragraph + "\n\n" + paragraph);
   EXPECT_EQ(getmaxy(dialog.GetWindow()), 10 + 2);
   EXPECT_EQ(getmaxx(dialog.GetWindow()), 70);
 }
