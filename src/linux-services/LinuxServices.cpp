@@ -26,6 +26,12 @@ bool AuditAccount(const std::string& record, const std::string& user, bool succe
   const int fd = audit_open();
   if (fd < 0)
     return false;
+  // A kernel whose audit subsystem is off takes the record and drops it:
+  // only one that keeps it is "where audit runs".
+  if (audit_is_enabled(fd) <= 0) {
+    audit_close(fd);
+    return false;
+  }
   char tty[64] = {};
   if (ttyname_r(STDIN_FILENO, tty, sizeof(tty)) != 0)
     tty[0] = '\0';

@@ -3,7 +3,9 @@
 #include <libvirt/libvirt.h>
 #include <libvirt/virterror.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 namespace Platform::Linux {
 
@@ -36,15 +38,13 @@ std::string LastError() {
   return error && error->message ? error->message : "libvirt is not available";
 }
 
-// Calls `each` with every running domain (freed afterwards); the number of
-// domains, or -1 with the reason in `error`.
+// Calls `each` with every running domain of `conn` (freed afterwards); the
+// number of domains, or -1 with the reason in `error`.
 template <typename Each>
-int ForEachRunning(const std::string& uri, std::string& error, Each each) {
-  Connection conn(uri);
+int ForEachRunning(virConnectPtr conn, std::string& error, Each each) {
   virDomainPtr* domains = nullptr;
   const int count =
-      conn.Get() ? virConnectListAllDomains(conn.Get(), &domains, VIR_CONNECT_LIST_DOMAINS_ACTIVE)
-                 : -1;
+      conn ? virConnectListAllDomains(conn, &domains, VIR_CONNECT_LIST_DOMAINS_ACTIVE) : -1;
   if (count < 0) {
     error = LastError();
     return -1;
@@ -59,20 +59,55 @@ int ForEachRunning(const std::string& uri, std::string& error, Each each) {
 
 }  // namespace
 
-int StopVirtualMachines(const std::string& uri, bool force, std::string& error) {
-  int handled = 0;
-  const int count = ForEachRunning(uri, error, [&](virDomainPtr domain) {
-    if ((force ? virDomainDestroy(domain) : virDomainShutdown(domain)) == 0)
-      ++handled;
+int StopVirtualMachines(const std::string& uri,
+                        bool force,
+                        int waitSeconds,
+                        std::vector<VmStop>& outcome,
+                        std::string& error) {
+  outcome.clear();
+  // One connection for the requests and the wait: the domains are watched
+  // through the same hypervisor that was asked.
+  Connection conn(uri);
+  std::vector<bool> asked;
+  const int count = ForEachRunning(conn.Get(), error, [&](virDomainPtr domain) {
+    const char* name = virDomainGetName(domain);
+    VmStop stop{name ? name : "", false};
+    if (force)
+      stop.stopped = virDomainDestroy(domain) == 0;
+    asked.push_back(!force && virDomainShutdown(domain) == 0);
+    outcome.push_back(stop);
   });
-  return count < 0 ? -1 : handled;
+  if (count < 0)
+    return -1;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(waitSeconds);
+  for (;;) {
+    bool waiting = false;
+    for (size_t i = 0; i < outcome.size(); ++i) {
+      if (outcome[i].stopped || !asked[i])
+        continue;
+      virDomainPtr domain = virDomainLookupByName(conn.Get(), outcome[i].name.c_str());
+      // A domain that is gone altogether (a transient one) has stopped too.
+      outcome[i].stopped = domain == nullptr || virDomainIsActive(domain) == 0;
+      if (domain)
+        virDomainFree(domain);
+      waiting = waiting || !outcome[i].stopped;
+    }
+    if (!waiting || std::chrono::steady_clock::now() >= deadline)
+      break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  }
+  int stopped = 0;
+  for (const auto& stop : outcome)
+    stopped += stop.stopped ? 1 : 0;
+  return stopped;
 }
 
 int RunningVirtualMachines(const std::string& uri,
                            std::vector<std::string>& names,
                            std::string& error) {
   names.clear();
-  return ForEachRunning(uri, error, [&](virDomainPtr domain) {
+  Connection conn(uri);
+  return ForEachRunning(conn.Get(), error, [&](virDomainPtr domain) {
     if (const char* name = virDomainGetName(domain))
       names.push_back(name);
   });

@@ -270,7 +270,7 @@ void LoginDialog::ChooseKeyboard() {
 
 bool LoginDialog::Submit() {
   const std::string user = _nameItem->GetValue();
-  const int result = Authenticate(user, _passwordItem->GetValue());
+  const int result = Authenticate(user, _passwordItem->GetValue(), &LoginSession());
   const LoginOutcome outcome = RecordLoginResult(result, user);
   if (outcome.success) {
     Frame::_loginName = user;

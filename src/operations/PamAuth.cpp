@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include <unistd.h>
+
 namespace Merel {
 
 const char* const MEREL_APP = "merel";
@@ -72,7 +74,10 @@ int LoginConversation(int numMsg,
   return PAM_SUCCESS;
 }
 
-int Authenticate(const std::string& user, const std::string& password) {
+int Authenticate(const std::string& user, const std::string& password, PamSession* session) {
+  if (session != nullptr) {
+    session->Close();
+  }
   char* secret = strdup(password.c_str());
   if (secret == nullptr) {
     return PAM_BUF_ERR;
@@ -81,16 +86,58 @@ int Authenticate(const std::string& user, const std::string& password) {
   pam_handle_t* handle = nullptr;
   int result = pam_start(MEREL_APP, user.c_str(), &conversation, &handle);
   if (result == PAM_SUCCESS) {
+    // Session modules name the terminal in their records.
+    const char* tty = ttyname(STDIN_FILENO);
+    if (tty != nullptr) {
+      pam_set_item(handle, PAM_TTY, tty);
+    }
     result = pam_authenticate(handle, PAM_SILENT);
     if (result == PAM_SUCCESS) {
       result = pam_acct_mgmt(handle, PAM_SILENT);
     }
-    pam_end(handle, result);
+    bool keep = false;
+    if (result == PAM_SUCCESS && session != nullptr) {
+      // The password is wiped below, but the transaction lives on: from here
+      // the conversation answers no prompt, and notices go nowhere.
+      const struct pam_conv quiet = {LoginConversation, nullptr};
+      pam_set_item(handle, PAM_CONV, &quiet);
+      result = pam_setcred(handle, PAM_ESTABLISH_CRED | PAM_SILENT);
+      if (result == PAM_SUCCESS) {
+        result = pam_open_session(handle, PAM_SILENT);
+        if (result != PAM_SUCCESS) {
+          pam_setcred(handle, PAM_DELETE_CRED | PAM_SILENT);
+        }
+      }
+      keep = result == PAM_SUCCESS;
+    }
+    if (keep) {
+      session->_handle = handle;
+    } else {
+      pam_end(handle, result);
+    }
   }
   // The copy is wiped before it goes back to the allocator.
   explicit_bzero(secret, strlen(secret));
   free(secret);
   return result;
+}
+
+void PamSession::Close() {
+  if (_handle == nullptr) {
+    return;
+  }
+  pam_handle_t* handle = _handle;
+  _handle = nullptr;
+  int result = pam_close_session(handle, PAM_SILENT);
+  const int cred = pam_setcred(handle, PAM_DELETE_CRED | PAM_SILENT);
+  pam_end(handle, result == PAM_SUCCESS ? cred : result);
+}
+
+PamSession& LoginSession() {
+  // A static: an exit in the middle of a session (a restart request, a
+  // resize, a termination signal) still closes it on the way out.
+  static PamSession session;
+  return session;
 }
 
 namespace {

@@ -22,10 +22,39 @@ int LoginConversation(int numMsg,
                       struct pam_response** resp,
                       void* appdata);
 
+// The PAM transaction of the logged-in user, kept from the login to the
+// logout so that the session stack (pam_open_session, pam_close_session)
+// frames the session. One at a time: the console has one user.
+class PamSession {
+ public:
+  PamSession() = default;
+  ~PamSession() { Close(); }
+  PamSession(const PamSession&) = delete;
+  PamSession& operator=(const PamSession&) = delete;
+
+  bool IsOpen() const { return _handle != nullptr; }
+  // pam_close_session, pam_setcred(PAM_DELETE_CRED) and pam_end; nothing
+  // when no session is open.
+  void Close();
+
+ private:
+  friend int Authenticate(const std::string&, const std::string&, PamSession*);
+  pam_handle_t* _handle = nullptr;
+};
+
 // pam_start("merel", user) with LoginConversation answering `password`, then
 // pam_authenticate(PAM_SILENT) and, when that succeeded, pam_acct_mgmt
-// (PAM_SILENT); pam_end with the last result, which is returned.
-int Authenticate(const std::string& user, const std::string& password);
+// (PAM_SILENT); pam_end with the last result, which is returned. With a
+// `session` (closed before), a successful check goes on to
+// pam_setcred(PAM_ESTABLISH_CRED) and pam_open_session, and the transaction
+// stays open in `session`; a failure of either is the login's result.
+int Authenticate(const std::string& user,
+                 const std::string& password,
+                 PamSession* session = nullptr);
+
+// The session of the user logged in at the console; closed at the logout,
+// and at the latest when the process exits.
+PamSession& LoginSession();
 
 // The password-change conversation. `appdata` is a PasswordChangeSecrets:
 // the first echo-off prompt of the transaction (the authentication) is

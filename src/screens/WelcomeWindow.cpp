@@ -14,6 +14,7 @@
 #include "HostInformation.h"
 #include "HostLibraries.h"
 #include "Login.h"
+#include "PamAuth.h"
 #include "NexCtl/CpuInfoImpl.h"
 #include "NexCtl/MemoryInfoImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
@@ -290,6 +291,7 @@ bool WelcomeWindow::LogIn() {
     Frame::fgFrame = this;
     clearok(curscr, TRUE);
     if (Frame::_loggedIn) {
+      LoginSession().Close();
       Frame::SetLoggedIn(false);
     }
     return false;
@@ -314,6 +316,7 @@ void WelcomeWindow::RunSession(const std::function<void()>& session) {
     Platform::Syslog(LOG_INFO, "User %s logged out", user.c_str());
     AuditLog_Session("login.disconnect", user.c_str(), 1, "reason", "Session closed");
   }
+  LoginSession().Close();
   Frame::SetLoggedIn(false);
   // A restart asked for during the session was held back until now.
   if (Frame::_markForRestart) {

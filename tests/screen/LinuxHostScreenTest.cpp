@@ -1,13 +1,20 @@
 // The console on the Linux host backend (merel --host linux), run only
 // inside mount, network and UTS namespaces that each test creates: a private
 // copy of /etc (its own passwd, shadow, group, host name, PAM service and
-// console switch) is mounted over /etc, a fresh /run over /run, and the
-// power and service commands are replaced by a recorder, all inside that
-// mount namespace alone. The script that builds the namespace refuses to
+// console switch) is mounted over /etc, a fresh /run over /run, a /dev of
+// the few devices the console needs whose log socket (/dev/log) and journal
+// socket belong to the test, and the power and service commands are
+// replaced by a recorder, all inside that mount namespace alone. libvirt is
+// its test driver, on a node file of the test's own. The script that builds the namespace refuses to
 // start the console unless every replacement is in place, so nothing the
 // console does can reach the machine the tests run on.
 #include <gtest/gtest.h>
+#include <libaudit.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
+
+#include <cstdio>
 
 #include <cstdlib>
 #include <filesystem>
@@ -23,6 +30,8 @@ namespace {
 using namespace MerelMenuTest;
 namespace fs = std::filesystem;
 
+constexpr const char* kF2 = "\x1bOQ";
+constexpr const char* kF11 = "\x1b[23~";
 constexpr const char* kF12 = "\x1b[24~";
 constexpr const char* kHostName = "merel-ns-host";
 constexpr int kNameRow = 13;
@@ -47,7 +56,19 @@ mkdir -p "$S/etc/merel"
 cp @PAM@ "$S/etc/pam.d/merel"
 mount --bind "$S/etc" /etc
 mount -t tmpfs tmpfs /run
-if [ -e /dev/log ] || [ -L /dev/log ]; then mount --bind /dev/null /dev/log; fi
+mount --bind "$S/varlog" /var/log
+# The system logger and the journal are the test's own sockets.
+mkdir -p /run/systemd/journal
+: > /run/systemd/journal/socket
+mount --bind "$S/journal" /run/systemd/journal/socket
+mkdir -p "$S/dev/pts"
+for node in null zero full random urandom tty ptmx; do
+  : > "$S/dev/$node"
+  mount --bind "/dev/$node" "$S/dev/$node"
+done
+mount --bind /dev/pts "$S/dev/pts"
+ln -s /proc/self/fd "$S/dev/fd"
+mount --rbind "$S/dev" /dev
 for tool in /usr/bin/systemctl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
@@ -58,6 +79,9 @@ for tool in /bin/systemctl /usr/bin/systemctl /sbin/poweroff /sbin/reboot; do
   fi
 done
 if [ ! -e /bin/systemctl ]; then echo "NAMESPACE NOT SAFE: no recorder"; sleep 600; exit 97; fi
+if [ ! -S /dev/log ] || [ ! -S /run/systemd/journal/socket ]; then
+  echo "NAMESPACE NOT SAFE: the log sockets are the machine's"; sleep 600; exit 96
+fi
 if [ "$(cat /proc/sys/kernel/hostname)" != @HOST@ ] || ! grep -q '^plainuser:' /etc/shadow; then
   echo "NAMESPACE NOT SAFE: host name or /etc are the machine's"; sleep 600; exit 98
 fi
@@ -67,7 +91,7 @@ ip addr add 10.99.0.2/24 dev mgmt0
 ip link set mgmt1 up
 ip link set mgmt0 up
 mount -t sysfs sysfs /sys
-export LIBVIRT_DEFAULT_URI=test:///default
+export LIBVIRT_DEFAULT_URI=test://$S/node.xml
 exec @MEREL@ --host linux
 )SH";
 
@@ -77,6 +101,89 @@ echo "$(basename "$0") $*" >> @S@/calls
 case "$1" in is-active|is-enabled) exit 3 ;; esac
 exit 0
 )SH";
+
+// Two running guests and one shut off, for libvirt's test driver.
+const char kNode[] = R"XML(<node>
+  <domain type='test'>
+    <name>guest-a</name><memory>524288</memory><os><type>hvm</type></os>
+  </domain>
+  <domain type='test'>
+    <name>guest-b</name><memory>524288</memory><os><type>hvm</type></os>
+  </domain>
+  <domain type='test' xmlns:test='http://libvirt.org/schemas/domain/test/1.0'>
+    <name>guest-off</name><memory>524288</memory><os><type>hvm</type></os>
+    <test:runstate>5</test:runstate>
+  </domain>
+</node>
+)XML";
+
+// A datagram socket that stands for the system logger (or the journal) in
+// the namespace: every record the console's process sends ends up here.
+class LogSocket {
+ public:
+  explicit LogSocket(const std::string& path) {
+    _fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", path.c_str());
+    if (_fd >= 0 && bind(_fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+      close(_fd);
+      _fd = -1;
+    }
+  }
+  ~LogSocket() {
+    if (_fd >= 0)
+      close(_fd);
+  }
+  LogSocket(const LogSocket&) = delete;
+  LogSocket& operator=(const LogSocket&) = delete;
+  bool Ok() const { return _fd >= 0; }
+
+  // Every record so far, one a line (a record's own new lines kept).
+  const std::string& Records() {
+    char buffer[65536];
+    for (;;) {
+      const ssize_t n = recv(_fd, buffer, sizeof(buffer), MSG_DONTWAIT);
+      if (n <= 0)
+        break;
+      _records.append(buffer, static_cast<size_t>(n));
+      _records += '\n';
+    }
+    return _records;
+  }
+  // Whether a record holds `text` (with `priority`, "<N>", at its start).
+  bool Has(const std::string& text, const std::string& priority = "") {
+    std::istringstream lines(Records());
+    std::string line;
+    while (std::getline(lines, line)) {
+      if (line.find(text) != std::string::npos && line.rfind(priority, 0) == 0)
+        return true;
+    }
+    return false;
+  }
+  bool WaitFor(const std::string& text, const std::string& priority = "") {
+    for (int i = 0; i < 200; ++i) {
+      if (Has(text, priority))
+        return true;
+      usleep(50000);
+    }
+    return false;
+  }
+
+ private:
+  int _fd = -1;
+  std::string _records;
+};
+
+// The machine's audit subsystem would keep the console's login records.
+bool MachineAuditsLogins() {
+  const int fd = audit_open();
+  if (fd < 0)
+    return false;
+  const bool on = audit_is_enabled(fd) > 0;
+  audit_close(fd);
+  return on;
+}
 
 std::string Replace(std::string text, const std::string& from, const std::string& to) {
   for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
@@ -97,8 +204,18 @@ class LinuxHostTest : public ::testing::Test {
       GTEST_SKIP() << "cannot create mount, network and UTS namespaces here (needs root or "
                       "user namespaces); the Linux host is only ever tested inside them";
     }
+    if (MachineAuditsLogins()) {
+      GTEST_SKIP() << "the machine's audit subsystem is on: the console's login records would "
+                      "be kept in its audit log";
+    }
     char pattern[] = "/tmp/merel-linux-ns-XXXXXX";
     _scratch = mkdtemp(pattern);
+    fs::create_directories(_scratch + "/dev");
+    fs::create_directories(_scratch + "/varlog");
+    std::ofstream(_scratch + "/node.xml") << kNode;
+    _syslog = std::make_unique<LogSocket>(_scratch + "/dev/log");
+    _journal = std::make_unique<LogSocket>(_scratch + "/journal");
+    ASSERT_TRUE(_syslog->Ok() && _journal->Ok()) << "cannot make the test's log sockets";
     const std::string pam = std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel";
     std::string setup = Replace(kSetup, "@S@", _scratch);
     setup = Replace(setup, "@HOST@", kHostName);
@@ -116,6 +233,8 @@ class LinuxHostTest : public ::testing::Test {
       _console->WaitForExit();
     }
     _console.reset();
+    _syslog.reset();
+    _journal.reset();
     if (!_scratch.empty())
       fs::remove_all(_scratch);
   }
@@ -127,6 +246,11 @@ class LinuxHostTest : public ::testing::Test {
     return *_console;
   }
   std::string Calls() const { return Slurp(_scratch + "/calls"); }
+  // A file of the namespace's own /var/log.
+  void WriteLog(const std::string& path, const std::string& text) const {
+    fs::create_directories(fs::path(_scratch + "/varlog/" + path).parent_path());
+    std::ofstream(_scratch + "/varlog/" + path) << text;
+  }
 
   // F2 (or F12) and a login; true once `expected` shows.
   bool LogIn(Terminal& console,
@@ -152,6 +276,8 @@ class LinuxHostTest : public ::testing::Test {
 
   std::string _scratch;
   std::unique_ptr<Terminal> _console;
+  std::unique_ptr<LogSocket> _syslog;
+  std::unique_ptr<LogSocket> _journal;
 };
 
 std::string CpuModel() {
@@ -176,11 +302,17 @@ TEST_F(LinuxHostTest, WelcomeShowsTheNamespacesHostNameAndTheMachinesHardware) {
   EXPECT_FALSE(Contains(console.Text(), "Tarvik")) << console.Text();
 }
 
+// Without an audit subsystem that keeps them, the login records go to the
+// auth facility at notice level (<37>); PAM's session modules write to
+// authpriv.
+constexpr const char* kAuthNotice = "<37>";
+
 struct LoginCase {
   const char* name;
   const char* user;
   const char* password;
   const char* expected;
+  const char* record;
 };
 
 class LinuxLoginTest : public LinuxHostTest, public ::testing::WithParamInterface<LoginCase> {};
@@ -189,17 +321,30 @@ TEST_P(LinuxLoginTest, RealPamAgainstThePrivateShadowFile) {
   const LoginCase& c = GetParam();
   Terminal& console = Start();
   ASSERT_TRUE(LogIn(console, "\x1bOQ", c.user, c.password, c.expected)) << console.Text();
+  EXPECT_TRUE(_syslog->WaitFor(c.record, kAuthNotice)) << _syslog->Records();
+  const bool admitted = std::string(c.expected) == "System Customization";
+  EXPECT_EQ(_syslog->Has("session opened for user root"), admitted) << _syslog->Records();
+  if (admitted) {
+    // The session stack closes the session at the logout.
+    console.SendKey(Key::kEscape);
+    EXPECT_TRUE(_syslog->WaitFor("session closed for user root")) << _syslog->Records();
+    EXPECT_TRUE(_syslog->WaitFor("login.disconnect user=root success=1", kAuthNotice))
+        << _syslog->Records();
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Linux,
     LinuxLoginTest,
-    ::testing::Values(LoginCase{"RootAdmitted", "root", "rootpw", "System Customization"},
+    ::testing::Values(LoginCase{"RootAdmitted", "root", "rootpw", "System Customization",
+                                "login.connect user=root success=1"},
                       LoginCase{"WrongPasswordRefused", "root", "nope",
-                                "Invalid login or password."},
+                                "Invalid login or password.",
+                                "login.connect user=root success=0 reason=\"Invalid Login\""},
                       // A local account outside the administrators' group.
                       LoginCase{"PlainAccountRefused", "plainuser", "plainpw",
-                                "Invalid login or password."}),
+                                "Invalid login or password.",
+                                "login.connect user=plainuser success=0 reason=\"Invalid Login\""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
@@ -221,13 +366,96 @@ TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
   EXPECT_FALSE(Contains(calls, "poweroff")) << calls;
 }
 
-TEST_F(LinuxHostTest, ShutDownPowersOffThroughSystemd) {
+struct ShutdownCase {
+  const char* name;
+  bool force;      // the check item "Forcefully terminate running VMs"
+  const char* key; // F2 shuts down, F11 restarts
+  const char* stopped;  // what became of each running guest
+  const char* power;    // the recorded systemd call
+  const char* event;
+};
+
+class LinuxShutdownTest : public LinuxHostTest,
+                          public ::testing::WithParamInterface<ShutdownCase> {};
+
+TEST_P(LinuxShutdownTest, RunningGuestsAreStoppedBeforeThePowerGoes) {
+  const ShutdownCase& c = GetParam();
   Terminal& console = Start();
   ASSERT_TRUE(LogIn(console, kF12, "root", "rootpw", "Forcefully terminate")) << console.Text();
-  console.SendKey(Key::kF2);
-  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), "systemctl poweroff\n"); }))
+  if (c.force)
+    console.SendText(" ");
+  console.Send(c.key);
+  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), c.power); }))
       << Calls() << console.Text();
-  EXPECT_FALSE(Contains(Calls(), "reboot")) << Calls();
+  for (const char* guest : {"guest-a", "guest-b"}) {
+    EXPECT_TRUE(_syslog->WaitFor(std::string("Virtual machine ") + guest + c.stopped))
+        << _syslog->Records();
+  }
+  // The guest that was not running is left alone.
+  EXPECT_FALSE(_syslog->Has("guest-off")) << _syslog->Records();
+  EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + c.event)) << _journal->Records();
+  const bool restart = std::string(c.power).find("reboot") != std::string::npos;
+  EXPECT_FALSE(Contains(Calls(), restart ? "poweroff" : "reboot")) << Calls();
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    LinuxShutdownTest,
+    ::testing::Values(ShutdownCase{"GracefulShutDown", false, kF2, " shut down",
+                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
+                      ShutdownCase{"ForcedShutDown", true, kF2, " powered off",
+                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
+                      ShutdownCase{"GracefulRestart", false, kF11, " shut down",
+                                   "systemctl reboot\n", "obsv.user.merel.reboot.host"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+std::string MachineId() {
+  std::string id;
+  std::getline(std::ifstream("/etc/machine-id"), id);
+  return id;
+}
+
+struct LogCase {
+  const char* name;
+  const char* file;  // in /var/log; @ID@ is the machine's id
+  const char* text;
+  const char* shows;
+};
+
+class LinuxLogTest : public LinuxHostTest, public ::testing::WithParamInterface<LogCase> {};
+
+// The syslog entry opens the machine's syslog file in the restricted pager,
+// or the journal's export where the machine keeps its log only there.
+TEST_P(LinuxLogTest, TheSyslogEntryOpensTheMachinesLog) {
+  const LogCase& c = GetParam();
+  const std::string id = MachineId();
+  if (id.size() != 32)
+    GTEST_SKIP() << "this machine has no machine id to name its journal by";
+  WriteLog(Replace(c.file, "@ID@", id), c.text);
+  Terminal& console = Start();
+  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "View System Logs")) << console.Text();
+  ASSERT_TRUE(WaitQuiet(console, "1 Syslog")) << console.Text();
+  // Only the syslog is there; the others are not offered.
+  EXPECT_FALSE(Contains(RightText(console), "2 ")) << console.Text();
+  console.SendText("1");
+  ASSERT_TRUE(WaitQuiet(console, c.shows)) << console.Text();
+  console.SendText("!");
+  EXPECT_TRUE(WaitQuiet(console, "Command not available")) << console.Text();
+  console.SendKey(Key::kEnter);
+  console.SendText("q");
+  EXPECT_TRUE(WaitForMenu(console)) << console.Text();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    LinuxLogTest,
+    ::testing::Values(LogCase{"SyslogFile", "syslog", "Nov 25 10:00:00 host merel-ns marker\n",
+                              "merel-ns marker"},
+                      // A journal file that is no journal: what journalctl
+                      // makes of it reaches the pager all the same.
+                      LogCase{"JournalExport", "journal/@ID@/system.journal", "",
+                              "No entries"}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -47,7 +47,27 @@ TEST(LoginScreenTest, SuccessLogsAuditsAndOpensTheMenu) {
   EXPECT_TRUE(host.WaitForSyslog("user.info User root logged in")) << host.Syslog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", "login.connect user=root success=1"))
       << host.AuditLog();
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  // The session stack frames the session: opened at the login, closed at
+  // the logout (Esc leaves the menu).
+  EXPECT_EQ(host.ReadFile("/var/log/sessions.log"), "open root\n");
+  console->SendKey(Key::kEscape);
+  EXPECT_TRUE(host.WaitForFileText("/var/log/sessions.log", "open root\nclose root\n"))
+      << host.ReadFile("/var/log/sessions.log");
+}
+
+// A console told to end in the middle of a session (a termination signal,
+// as when the system stops it) still closes the session on its way out.
+TEST(LoginScreenTest, EndingTheConsoleClosesTheSession) {
+  SimHost host;
+  ASSERT_TRUE(host.Ok());
+  auto console = OpenLogin(host);
+  console->SendText("merel");
+  console->SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  console->Signal(SIGTERM);
+  console->WaitForExit();
+  EXPECT_EQ(host.ReadFile("/var/log/sessions.log"), "open root\nclose root\n");
 }
 
 // Every refused login through the real stack: what PAM answers for it and
@@ -108,6 +128,7 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
       << host.ObsvLog();
   EXPECT_TRUE(host.WaitForFileText("/var/log/audit.log", c.audit)) << host.AuditLog();
   EXPECT_EQ(host.Syslog().find("logged in"), std::string::npos) << host.Syslog();
+  EXPECT_EQ(host.ReadFile("/var/log/sessions.log"), "");
 }
 
 

@@ -335,6 +335,10 @@ INSTANTIATE_TEST_SUITE_P(
         ProgramCase{"PlainShellRefused", {"/bin/sh", "-c", "poweroff"}, K::kRefuse, "", ""},
         ProgramCase{"Pager", {"/bin/less", "/var/log/syslog"}, K::kRun,
                     "/usr/bin/less /var/log/syslog", ""},
+        // The journal's file stands for its export, read by the pager.
+        ProgramCase{"JournalPager",
+                    {"/bin/less", "-cfP", "Q", "/var/log/journal/0123/system.journal"},
+                    K::kPageJournal, "/usr/bin/less -cfP Q", ""},
         ProgramCase{"Keygen", {"/usr/bin/ssh-keygen", "-l", "-f", "k"}, K::kRun,
                     "/usr/bin/ssh-keygen -l -f k", ""},
         ProgramCase{"NetworkTestNotYet", {"/sbin/nexping", "-c", "1", "10.0.0.1"}, K::kRefuse,
@@ -397,6 +401,19 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
   EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
 }
 
+TEST(LinuxTools, VmShutdownWaitTakesOnlySecondsInRange) {
+  const std::pair<const char*, int> cases[] = {
+      {"0", 0}, {"300", 300}, {"3600", 3600}, {"3601", 120}, {"-5", 120},
+      {"2m", 120}, {"99999999999", 120}, {"", 120},
+  };
+  Tree tree;
+  for (const auto& [value, wait] : cases) {
+    SCOPED_TRACE(value);
+    tree.Write("/merel.conf", std::string("vm-shutdown-wait = ") + value + "\n");
+    EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").vmShutdownWait, wait);
+  }
+}
+
 TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   Tree tree;
   tree.Write("/var/log/messages", "x\n");
@@ -418,6 +435,37 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   LinuxBackend backend(tree.Root(), "1");
   EXPECT_EQ(backend.HostPath("/var/log/nexel.log"), tree.Root() + "/var/log/kern.log");
   EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
+}
+
+// Where the syslog entry of the log viewer points, by what the machine
+// keeps: a syslog file wins over the journal, the disk's journal over the
+// one in /run, and a journal needs the machine's id to be found.
+TEST(LinuxTools, SyslogFallsBackToTheJournal) {
+  const std::string id = "0123456789abcdef0123456789abcdef";
+  const struct {
+    std::vector<const char*> files;
+    const char* machineId;
+    std::string found;
+  } cases[] = {
+      {{"/var/log/syslog", "/var/log/journal/ID/system.journal"}, "ID", "/var/log/syslog"},
+      {{"/run/log/journal/ID/system.journal", "/var/log/journal/ID/system.journal"}, "ID",
+       "/var/log/journal/" + id + "/system.journal"},
+      {{"/run/log/journal/ID/system.journal"}, "ID", "/run/log/journal/" + id + "/system.journal"},
+      {{"/var/log/journal/ID/user-1000.journal"}, "ID", ""},
+      {{"/var/log/journal/ID/system.journal"}, "", ""},
+      {{"/var/log/journal/ID/system.journal"}, "../../etc", ""},
+  };
+  for (const auto& c : cases) {
+    Tree tree;
+    std::string machineId = c.machineId == std::string("ID") ? id : c.machineId;
+    tree.Write("/etc/machine-id", machineId + "\n");
+    for (std::string file : c.files) {
+      if (file.find("ID") != std::string::npos)
+        file.replace(file.find("ID"), 2, id);
+      tree.Write(file, "x");
+    }
+    EXPECT_EQ(Linux::LogFile(tree.Root(), "/var/log/syslog.log"), c.found) << c.files[0];
+  }
 }
 
 TEST(LinuxBackend, LoadsTheMachinesIdentity) {
@@ -520,7 +568,11 @@ TEST_F(VirtualMachinesTest, ShutDownAndDestroyTheRunningDomains) {
     std::string error;
     ASSERT_EQ(Linux::RunningVirtualMachines("test:///default", names, error), 1) << error;
     EXPECT_EQ(names, std::vector<std::string>{"test"});
-    EXPECT_EQ(Linux::StopVirtualMachines("test:///default", force, error), 1) << error;
+    std::vector<Linux::VmStop> outcome;
+    EXPECT_EQ(Linux::StopVirtualMachines("test:///default", force, 5, outcome, error), 1) << error;
+    ASSERT_EQ(outcome.size(), 1u);
+    EXPECT_EQ(outcome[0].name, "test");
+    EXPECT_TRUE(outcome[0].stopped);
     EXPECT_EQ(virDomainIsActive(domain), 0);
     virDomainFree(domain);
   }
@@ -528,7 +580,9 @@ TEST_F(VirtualMachinesTest, ShutDownAndDestroyTheRunningDomains) {
 
 TEST(LinuxVms, NoHypervisorIsAnErrorNotACrash) {
   std::string error;
-  EXPECT_EQ(Linux::StopVirtualMachines("test:///nonexistent/file.xml", false, error), -1);
+  std::vector<Linux::VmStop> outcome;
+  EXPECT_EQ(Linux::StopVirtualMachines("test:///nonexistent/file.xml", false, 5, outcome, error),
+            -1);
   EXPECT_FALSE(error.empty());
 }
 

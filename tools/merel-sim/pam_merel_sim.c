@@ -4,6 +4,7 @@
  *   auth required /path/pam_merel_sim.so passdb=FILE
  *   account required /path/pam_merel_sim.so passdb=FILE state=DIR
  *   password required /path/pam_merel_sim.so passdb=FILE state=DIR
+ *   session required /path/pam_merel_sim.so sessions=LOG
  *
  * FILE holds one line per account, "user:password:service", each field
  * with '%', ':', CR and LF written as %25, %3A, %0D and %0A (any other byte,
@@ -356,4 +357,39 @@ PAM_EXTERN int pam_sm_chauthtok(pam_handle_t* pamh, int flags, int argc, const c
     merel_sync_parent(path);
   }
   return PAM_SUCCESS;
+}
+
+/* The session stack: "open USER" and "close USER" lines appended to the
+ * file of the `sessions` option, so that a test can see a login's session
+ * framed by the logout. Without the option the module accepts and keeps
+ * nothing. */
+static int RecordSession(pam_handle_t* pamh, int argc, const char** argv, const char* what) {
+  const char* log = Option(argc, argv, "sessions");
+  if (log == NULL)
+    return PAM_SUCCESS;
+  const char* user = NULL;
+  if (pam_get_item(pamh, PAM_USER, (const void**)&user) != PAM_SUCCESS || user == NULL)
+    return PAM_SESSION_ERR;
+  char* before = ReadAll(log);
+  const size_t kept = before != NULL ? strlen(before) : 0;
+  const size_t size = kept + strlen(what) + strlen(user) + 3;
+  char* text = malloc(size);
+  int rc = PAM_BUF_ERR;
+  if (text != NULL) {
+    snprintf(text, size, "%s%s %s\n", before != NULL ? before : "", what, user);
+    rc = merel_write_file(log, text, strlen(text), 0644) == 0 ? PAM_SUCCESS : PAM_SESSION_ERR;
+  }
+  free(text);
+  free(before);
+  return rc;
+}
+
+PAM_EXTERN int pam_sm_open_session(pam_handle_t* pamh, int flags, int argc, const char** argv) {
+  (void)flags;
+  return RecordSession(pamh, argc, argv, "open");
+}
+
+PAM_EXTERN int pam_sm_close_session(pam_handle_t* pamh, int flags, int argc, const char** argv) {
+  (void)flags;
+  return RecordSession(pamh, argc, argv, "close");
 }

@@ -196,6 +196,8 @@ pid_t LinuxBackend::Spawn(const char* path,
           action.argv[0] == _config.systemctl ? kToolEnvironment : (envp ? envp : noEnv);
       return SpawnArgv(run, environment, in, out, err);
     }
+    case Linux::Action::kPageJournal:
+      return PageJournal(action, envp, in, out, err);
     case Linux::Action::kRunAll:
     case Linux::Action::kSucceed:
     case Linux::Action::kStopVms:
@@ -213,20 +215,88 @@ pid_t LinuxBackend::Spawn(const char* path,
     dup2(100 + i, i);
   int status = 0;
   if (action.kind == Linux::Action::kStopVms) {
-    std::string error;
-    const Linux::Services* services = Linux::LoadServices(error);
-    const int handled = services ? services->stopVirtualMachines("", action.force, error) : -1;
-    if (handled < 0) {
-      dprintf(2, "%s\n", error.c_str());
-      status = 1;
-    } else {
-      dprintf(1, "%d\n", handled);
-    }
+    status = StopVirtualMachines(action.force);
   } else if (!action.output.empty()) {
     if (write(1, action.output.data(), action.output.size()) < 0)
       status = 1;
   }
   _exit(status);
+}
+
+pid_t LinuxBackend::PageJournal(const Linux::Action& action,
+                                char* const envp[],
+                                int in,
+                                int out,
+                                int err) {
+  int pipeFds[2];
+  if (pipe2(pipeFds, O_CLOEXEC) != 0)
+    return -1;
+  // The pager is the child the caller waits for; the export is the pager's
+  // own child (the pager ends it by closing the pipe, and it is reaped by
+  // whoever inherits it once the pager is gone).
+  const pid_t pid = fork();
+  if (pid != 0) {
+    close(pipeFds[0]);
+    close(pipeFds[1]);
+    return pid;
+  }
+  std::vector<std::string> exporter = action.commands.at(0);
+  exporter[0] = _root + exporter[0];
+  const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  // What the journal says when it cannot be read is shown in the pager too.
+  const pid_t exporting = SpawnArgv(exporter, kToolEnvironment, null, pipeFds[1], pipeFds[1]);
+  if (exporting < 0)
+    _exit(127);
+  const int fds[3] = {pipeFds[0], out, err};
+  for (int i = 0; i < 3; ++i)
+    dup2(fds[i], 100 + i);
+  for (int i = 0; i < 3; ++i)
+    dup2(100 + i, i);
+  for (int i = 0; i < 3; ++i)
+    close(100 + i);
+  (void)in;  // the pager reads its keys from the terminal itself
+  sigset_t none;
+  sigemptyset(&none);
+  for (int number = 1; number < NSIG; ++number)
+    signal(number, SIG_DFL);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  std::vector<std::string> pager = action.argv;
+  pager[0] = _root + pager[0];
+  std::vector<char*> argv;
+  for (auto& word : pager)
+    argv.push_back(word.data());
+  argv.push_back(nullptr);
+  static char* const noEnv[] = {nullptr};
+  execve(argv[0], argv.data(), envp ? envp : noEnv);
+  _exit(127);
+}
+
+int LinuxBackend::StopVirtualMachines(bool force) {
+  std::string error;
+  std::vector<Linux::VmStop> outcome;
+  const Linux::Services* services = Linux::LoadServices(error);
+  const int stopped =
+      services ? services->stopVirtualMachines("", force, _config.vmShutdownWait, outcome, error)
+               : -1;
+  if (stopped < 0) {
+    // No libvirt on this machine: nothing runs that could be stopped.
+    WriteSyslog("MEREL", true, LOG_USER, LOG_WARNING, "Stopping virtual machines failed: " + error);
+    dprintf(2, "%s\n", error.c_str());
+    return 1;
+  }
+  // Which guest went down how, for whoever reads the log after the restart.
+  for (const auto& vm : outcome) {
+    std::string line = "Virtual machine " + vm.name;
+    if (force)
+      line += vm.stopped ? " powered off" : " could not be powered off";
+    else
+      line += vm.stopped ? " shut down"
+                         : " did not shut down within " + std::to_string(_config.vmShutdownWait) +
+                               " seconds";
+    WriteSyslog("MEREL", true, LOG_USER, vm.stopped ? LOG_INFO : LOG_WARNING, line);
+  }
+  dprintf(1, "%d\n", stopped);
+  return stopped == static_cast<int>(outcome.size()) ? 0 : 1;
 }
 
 int LinuxBackend::System(const char* command) {

@@ -47,6 +47,11 @@ class LinuxBackend : public Backend {
 
  private:
   std::string OptionsPath() const;
+  // The work of "powerOffVms", in the child that stands for it: its exit
+  // status (0 when every running domain stopped).
+  int StopVirtualMachines(bool force);
+  // The pager of `action` reading the journal's export through a pipe.
+  pid_t PageJournal(const Linux::Action& action, char* const envp[], int in, int out, int err);
 
   std::string _root;
   std::string _version;

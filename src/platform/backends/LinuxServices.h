@@ -8,11 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "backends/LinuxVms.h"
+
 namespace Platform::Linux {
 
 struct Services {
   // See LinuxVms.h.
-  int (*stopVirtualMachines)(const std::string& uri, bool force, std::string& error);
+  int (*stopVirtualMachines)(const std::string& uri,
+                             bool force,
+                             int waitSeconds,
+                             std::vector<VmStop>& outcome,
+                             std::string& error);
   int (*runningVirtualMachines)(const std::string& uri,
                                 std::vector<std::string>& names,
                                 std::string& error);

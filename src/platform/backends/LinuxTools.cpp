@@ -26,6 +26,8 @@ std::vector<std::string> Words(const std::string& text) {
   return words;
 }
 
+const std::string kJournalName = "/system.journal";
+
 Action Run(std::vector<std::string> argv) {
   Action action;
   action.kind = Action::kRun;
@@ -118,6 +120,9 @@ Config ReadConfig(const std::string& path) {
       config.shellUnit = value;
     else if (key == "agents")
       config.agents = Words(value);
+    else if (key == "vm-shutdown-wait" && value.find_first_not_of("0123456789") == std::string::npos &&
+             value.size() <= 4 && std::stoi(value) <= 3600)
+      config.vmShutdownWait = std::stoi(value);
   }
   return config;
 }
@@ -138,6 +143,20 @@ Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
   // The password file is the machine's own; nothing to back up besides it.
   if (path == "/sbin/backup.sh")
     return Succeed();
+  // The journal cannot be paged as a file: the pager reads its export
+  // instead, whole, as a syslog file would be. Only the journal's own file
+  // stands for it, so no other export can be asked for this way.
+  if ((path == "/bin/less" || path == "/usr/bin/less") && argv.size() >= 2 &&
+      argv.back().size() > kJournalName.size() &&
+      argv.back().compare(argv.back().size() - kJournalName.size(), kJournalName.size(),
+                          kJournalName) == 0) {
+    Action action;
+    action.kind = Action::kPageJournal;
+    action.argv.assign(argv.begin(), argv.end() - 1);
+    action.argv[0] = "/usr/bin/less";
+    action.commands = {{"/usr/bin/journalctl", "--no-pager"}};
+    return action;
+  }
   // Reading tools of the machine, started as they are (from /usr/bin, where
   // the console may name them by their older place in /bin).
   for (const char* tool : {"openssl", "ssh-keygen", "less"}) {
@@ -164,6 +183,22 @@ std::string LogFile(const std::string& root, const std::string& hostPath) {
   if (entry == places.end())
     return hostPath;
   for (const auto& place : entry->second) {
+    if (access((root + place).c_str(), R_OK) == 0)
+      return place;
+  }
+  return hostPath == "/var/log/syslog.log" ? JournalFile(root) : "";
+}
+
+std::string JournalFile(const std::string& root) {
+  std::ifstream file(root + "/etc/machine-id");
+  std::string id;
+  std::getline(file, id);
+  id = Trim(id);
+  // A machine id is 32 hexadecimal digits; anything else names no folder.
+  if (id.size() != 32 || id.find_first_not_of("0123456789abcdef") != std::string::npos)
+    return "";
+  for (const char* folder : {"/var/log/journal/", "/run/log/journal/"}) {
+    const std::string place = folder + id + kJournalName;
     if (access((root + place).c_str(), R_OK) == 0)
       return place;
   }

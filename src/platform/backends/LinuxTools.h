@@ -18,10 +18,14 @@ struct Config {
   std::string shellUnit = "getty@tty2.service";
   // The management agents that "Restart Management Agents" restarts.
   std::vector<std::string> agents = {"libvirtd.service", "virtlogd.service"};
+  // How long a shut down or restart waits for the virtual machines asked to
+  // shut down before it goes on without them.
+  int vmShutdownWait = 120;
 };
 
-// "key = value" lines; '#' starts a comment. Unknown keys and a missing file
-// leave the defaults; `agents` is a list of words.
+// "key = value" lines; '#' starts a comment. Unknown keys, values that do
+// not fit the key and a missing file leave the defaults; `agents` is a list
+// of words, `vm-shutdown-wait` seconds (0 to 3600).
 Config ReadConfig(const std::string& path);
 
 struct Action {
@@ -31,6 +35,7 @@ struct Action {
     kRun,       // run `argv` (argv[0] is the program's path)
     kStopVms,   // stop the running virtual machines (`force`: destroy them)
     kRunAll,    // run each of `commands` in turn
+    kPageJournal,  // run `argv` (the pager) reading what `commands[0]` writes
   };
   Kind kind = kRefuse;
   std::vector<std::string> argv;
@@ -45,8 +50,15 @@ Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
 
 // Where the log viewer's files are on a Linux host: the first of the usual
 // places for each that exists under `root`; "" for a log that a Linux host
-// does not keep, and `hostPath` itself for a path that is no such log.
+// does not keep, and `hostPath` itself for a path that is no such log. A
+// machine without a syslog file keeps its log in the journal: the syslog's
+// place is then the journal's file (JournalFile), which the pager is handed
+// as the journal's export.
 std::string LogFile(const std::string& root, const std::string& hostPath);
+
+// The journal's file of the system's own entries ("system.journal" of this
+// machine's id, kept on disk or in /run); "" when there is none.
+std::string JournalFile(const std::string& root);
 
 // A shell command line of system(3).
 Action MapCommand(const std::string& command, const Config& config);

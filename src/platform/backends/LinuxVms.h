@@ -8,10 +8,24 @@
 
 namespace Platform::Linux {
 
-// Asks every running domain to shut down, or with `force` destroys it.
-// Returns the number of domains handled; -1 with a one-line reason in
-// `error` when libvirt cannot be reached (no daemon, no driver).
-int StopVirtualMachines(const std::string& uri, bool force, std::string& error);
+// What became of one running domain when the host stopped its virtual
+// machines.
+struct VmStop {
+  std::string name;
+  bool stopped = false;  // shut down (or destroyed) in time
+};
+
+// With `force` destroys every running domain at once. Otherwise asks each
+// to shut down and waits up to `waitSeconds` for all of them to have
+// stopped; a guest that ignores the request is left running (the power-off
+// that follows ends it). One entry per domain in `outcome`. Returns the
+// number stopped; -1 with a one-line reason in `error` when libvirt cannot
+// be reached (no daemon, no driver).
+int StopVirtualMachines(const std::string& uri,
+                        bool force,
+                        int waitSeconds,
+                        std::vector<VmStop>& outcome,
+                        std::string& error);
 
 // The names of the running domains; -1 as above.
 int RunningVirtualMachines(const std::string& uri,

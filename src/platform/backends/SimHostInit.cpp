@@ -436,7 +436,11 @@ bool InitHostRoot(const std::string& rootIn,
     service = "auth\trequired\t" + matrix + "\naccount\trequired\t" + matrix +
               "\npassword\trequired\t" + matrix + "\n";
   }
-  service += "session\trequired\tpam_permit.so\n";
+  // The host's module keeps a record of the sessions it opened and closed.
+  service += accountModule.empty()
+                 ? std::string("session\trequired\tpam_permit.so\n")
+                 : "session\trequired\t" + accountModule + " sessions=" + root +
+                       "/var/log/sessions.log\n";
   if (!WriteFile(root + "/etc/pam.d/merel", service, 0644, error))
     return false;
   if (!WriteFile(root + "/etc/pam.d/other",
