@@ -397,8 +397,8 @@ NetworkApplyResult ApplyNetworkSettings(NetworkSettings& settings,
   return ApplyPass(settings, nic, progress).Run();
 }
 
-void FinishNetworkApply() {
-  RoviRefresh();
+void FinishNetworkApply(const std::string& user) {
+  RoviRefresh(user);
 }
 
 }  // namespace Merel

@@ -36,7 +36,7 @@ NetworkApplyResult ApplyNetworkSettings(NetworkSettings& settings,
                                         const NetworkApplyProgress& progress = {});
 
 // The management agents read the new network. Last, after a restart that
-// could not be started: a host on its way down needs no refresh.
-void FinishNetworkApply();
+// could not be started: a host on its way down needs no refresh. As `user`.
+void FinishNetworkApply(const std::string& user);
 
 }  // namespace Merel

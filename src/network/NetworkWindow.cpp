@@ -384,7 +384,7 @@ void NetworkWindow::Apply() {
     RebootConfirmDialog restart(this, true);
     Frame::Run(&restart);
   }
-  FinishNetworkApply();
+  FinishNetworkApply(GetSession().loginName);
 }
 
 bool NetworkWindow::Leave() {
