@@ -3,13 +3,10 @@
 // on Enter, the hostname is taken as typed.
 #include "DNSConfigurationDialog.h"
 
-#include <vector>
-
 #include "HostCtl/AddressRules.h"
 #include "HostCtl/Ipv4Address.h"
 #include "HostCtl/Ipv6Address.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -46,42 +43,33 @@ DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent,
                                                const HostCtl::Network::IpAddress* primary,
                                                const HostCtl::Network::IpAddress* alternate,
                                                const std::string& hostname)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kDnsDialogTitle,
+                 Strings::kDnsDialogText, kMarkOkCancelFooter),
       _automatic(automatic),
       _primary(primary != nullptr ? primary->Clone() : nullptr),
       _alternate(alternate != nullptr ? alternate->Clone() : nullptr),
       _hostname(hostname) {
-  std::vector<std::unique_ptr<Item>> items;
   const uint32_t radioKeys[2] = {Strings::kDnsAutomatic, Strings::kDnsManual};
   for (int i = 0; i < 2; ++i) {
-    auto radio =
-        std::make_unique<RadioItem>(_strings->GetString(radioKeys[i]), (i == 0) == _automatic);
-    radio->SetHighlightFocus(true);
+    _radios[i] = AddRadio(_strings->GetString(radioKeys[i]), (i == 0) == _automatic);
     // Without DHCP for IPv4 there is nothing to obtain DNS settings from.
-    radio->SetSelectable(usingDhcp);
-    _radios[i] = radio.get();
-    items.push_back(std::move(radio));
+    _radios[i]->SetSelectable(usingDhcp);
   }
-  items.push_back(std::make_unique<LabelItem>("", false));
+  AddSpacer();
   const bool ipv6Alternate =
       _primary != nullptr && _primary->IsIpv4() && _alternate != nullptr && _alternate->IsIpv6();
-  const std::string labels[3] = {
-      _strings->GetString(Strings::kPrimaryDnsLabel),
-      _strings->GetString(ipv6Alternate ? Strings::kIpv6DnsLabel : Strings::kAlternateDnsLabel),
-      _strings->GetString(Strings::kHostnameLabel)};
-  const std::string values[3] = {_primary ? _primary->GetStringAddress() : "",
-                                 _alternate ? _alternate->GetStringAddress() : "", _hostname};
+  const FieldSpec specs[3] = {
+      {_strings->GetString(Strings::kPrimaryDnsLabel), _primary ? _primary->GetStringAddress() : "",
+       kFieldWidth, IsServerKey, kLongestServer},
+      {_strings->GetString(ipv6Alternate ? Strings::kIpv6DnsLabel : Strings::kAlternateDnsLabel),
+       _alternate ? _alternate->GetStringAddress() : "", kFieldWidth, IsServerKey, kLongestServer},
+      {_strings->GetString(Strings::kHostnameLabel), _hostname, kFieldWidth, IsHostnameKey,
+       kLongestHostname}};
   for (int i = 0; i < 3; ++i) {
-    auto field = std::make_unique<InputItem>(labels[i], values[i], kFieldWidth);
-    field->SetSelectable(!_automatic);
-    _fields[i] = field.get();
-    items.push_back(std::move(field));
+    _fields[i] = AddField(specs[i]);
+    _fields[i]->SetSelectable(!_automatic);
   }
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+  ShowRows();
 }
 
 std::optional<FieldError> DNSConfigurationDialog::Check(const std::string& primary,
@@ -128,18 +116,23 @@ std::unique_ptr<HostCtl::Network::IpAddress> DNSConfigurationDialog::ServerOf(
   return std::make_unique<Ipv4Address>(text);
 }
 
-void DNSConfigurationDialog::Mark(bool automatic) {
-  _automatic = automatic;
-  _radios[0]->SetChecked(automatic);
-  _radios[1]->SetChecked(!automatic);
+void DNSConfigurationDialog::Mark(int row) {
+  // A choice that cannot be selected cannot be marked either.
+  if (row >= kPrimaryField || !_radios[row]->IsSelectable()) {
+    return;
+  }
+  _automatic = row == 0;
+  _radios[0]->SetChecked(_automatic);
+  _radios[1]->SetChecked(!_automatic);
   for (InputItem* field : _fields) {
-    field->SetSelectable(!automatic);
+    field->SetSelectable(!_automatic);
   }
 }
 
-int DNSConfigurationDialog::Selection() const {
-  const int index = _list->CurrentIndex();
-  return index < kSpacer ? index : index - 1;
+void DNSConfigurationDialog::Edited(int field) {
+  if (field == kAlternateField - kPrimaryField && _fields[field]->GetValue().size() < 3) {
+    _fields[field]->SetLabel(_strings->GetString(Strings::kAlternateDnsLabel));
+  }
 }
 
 int DNSConfigurationDialog::ListIndex(int selection) {
@@ -160,70 +153,6 @@ bool DNSConfigurationDialog::Finish() {
   _alternate = ServerOf(alternate);
   _hostname = _fields[2]->GetValue();
   return true;
-}
-
-int DNSConfigurationDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kDnsDialogTitle));
-  SetText(_strings->GetString(Strings::kDnsDialogText));
-  SetFooter(kMarkOkCancelFooter);
-  if (_list == nullptr) {
-    return 0;
-  }
-  Window::ShowCursor(Selection() >= kPrimaryField);
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const int selection = Selection();
-    switch (key) {
-      case KEY_UP:
-        _list->Prev();
-        if (Selection() < kPrimaryField) {
-          Window::ShowCursor(false);
-        }
-        _list->DrawItems();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        if (Selection() >= kPrimaryField) {
-          Window::ShowCursor(true);
-        }
-        _list->DrawItems();
-        break;
-      case ' ':
-        // A choice that cannot be selected cannot be marked either.
-        if (selection < kPrimaryField && _radios[selection]->IsSelectable()) {
-          Mark(selection == 0);
-        }
-        _list->DrawItems();
-        break;
-      case kKeyEnter:
-        if (Finish()) {
-          Window::ShowCursor(false);
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        Window::ShowCursor(false);
-        return 0;
-      default:
-        if (selection == kPrimaryField || selection == kAlternateField) {
-          InputItem& field = *_fields[selection - kPrimaryField];
-          if (IsServerKey(key) && FieldKeys::Fits(field, key, kLongestServer)) {
-            field.HandleKey(key);
-            if (selection == kAlternateField && field.GetValue().size() < 3) {
-              field.SetLabel(_strings->GetString(Strings::kAlternateDnsLabel));
-            }
-          }
-        } else if (selection == kHostnameField) {
-          InputItem& field = *_fields[2];
-          if (IsHostnameKey(key) && FieldKeys::Fits(field, key, kLongestHostname)) {
-            field.HandleKey(key);
-          }
-        }
-        _list->DrawItems();
-        break;
-    }
-  }
 }
 
 }  // namespace Merel

@@ -6,17 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "Dialog.h"
 #include "DialogFields.h"
+#include "FormDialog.h"
 #include "HostCtl/IpAddress.h"
-#include "ItemList.h"
 
 namespace Merel {
 
-class RadioItem;
-class InputItem;
-
-class DNSConfigurationDialog : public Dialog {
+class DNSConfigurationDialog : public FormDialog {
  public:
   // Selection indices of the fields.
   enum : int { kPrimaryField = 2, kAlternateField = 3, kHostnameField = 4 };
@@ -27,8 +23,6 @@ class DNSConfigurationDialog : public Dialog {
                          const HostCtl::Network::IpAddress* primary,
                          const HostCtl::Network::IpAddress* alternate,
                          const std::string& hostname);
-  // 1 when Enter was pressed on valid input, 0 on Esc.
-  int Loop() override;
   bool GetAutomatic() const { return _automatic; }
   const HostCtl::Network::IpAddress* GetPrimary() const { return _primary.get(); }
   const HostCtl::Network::IpAddress* GetAlternate() const { return _alternate.get(); }
@@ -46,17 +40,18 @@ class DNSConfigurationDialog : public Dialog {
   static std::unique_ptr<HostCtl::Network::IpAddress> ServerOf(const std::string& text);
 
  private:
-  void Mark(bool automatic);
-  int Selection() const;
+  // Space on a choice (row 0 automatic, row 1 manual) marks it alone.
+  void Mark(int row) override;
+  // The alternate server's label goes back to the plain one while typing.
+  void Edited(int field) override;
   // The list position of selection index `selection` (the spacer has none).
   static int ListIndex(int selection);
-  bool Finish();
+  bool Finish() override;
 
   bool _automatic;
   std::unique_ptr<HostCtl::Network::IpAddress> _primary;
   std::unique_ptr<HostCtl::Network::IpAddress> _alternate;
   std::string _hostname;
-  ItemList* _list = nullptr;
   RadioItem* _radios[2] = {};
   InputItem* _fields[3] = {};  // primary, alternate, hostname; owned by _list
 };

@@ -1,9 +1,6 @@
 #include "DoRestartNetworkDialog.h"
 
-#include <syslog.h>
-
-#include "Command.h"
-#include "Platform.h"
+#include "NetworkRestore.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -40,10 +37,6 @@ std::string DoRestartNetworkDialog::Ipv6Lines(
 }
 
 int DoRestartNetworkDialog::Loop() {
-  // Read before anything stops: a stopped interface reports no address.
-  const bool useDhcp = _nic->GetIpConfig().GetUseDhcp();
-  Platform::Syslog(LOG_INFO, "%s", ("Restarting " + _nic->GetName() + "\n").c_str());
-  PostObsv("obsv.user.merel.network.restart", "Restarting " + _nic->GetName());
   SetTitle(_strings->GetString(Strings::kRestartNetworkTitle));
   SetText(_strings->GetString(Strings::kRestartNetworkWait));
   SetFooter("");
@@ -55,29 +48,30 @@ int DoRestartNetworkDialog::Loop() {
       _text->AppendText(part);
     }
   };
-  if (_text != nullptr) {
-    _text->SetText(_strings->GetString(Strings::kStoppingNetwork));
-  }
-  append(" ");
-  // On screen while the interface is down, not only afterwards.
-  Window::UpdateTerminal();
-  _nic->Disable();
-  _nic->Refresh();
-  append(done);
-  append("\n");
-  _nic->Enable();
+  auto stopping = [&] {
+    if (_text != nullptr) {
+      _text->SetText(_strings->GetString(Strings::kStoppingNetwork));
+    }
+    append(" ");
+    // On screen while the interface is down, not only afterwards.
+    Window::UpdateTerminal();
+  };
+  auto stopped = [&] {
+    append(done);
+    append("\n");
+  };
+  const InterfaceRestart restart = RestartManagementInterface(*_nic, stopping, stopped);
   append(_strings->GetString(Strings::kStartingNetwork));
   append(" ");
-  if (!useDhcp) {
+  if (!restart.useDhcp) {
     // A leased address is not awaited, so only a static one is shown.
-    append("\n   " + label + " " + _nic->GetIpConfig().GetIpv4Address().GetStringAddress() + "\n");
+    append("\n   " + label + " " + restart.ipv4Address + "\n");
   }
-  const auto networks = _nic->GetIpConfig().GetIpv6Network();
-  if (!networks.empty()) {
-    if (useDhcp) {
+  if (!restart.ipv6Networks.empty()) {
+    if (restart.useDhcp) {
       append("\n");
     }
-    append(Ipv6Lines(networks, label));
+    append(Ipv6Lines(restart.ipv6Networks, label));
   }
   append(done);
   SetFooter("{align:right}{color:black}<Enter>{/color}{color:dark-grey} OK{/color}{/align}");

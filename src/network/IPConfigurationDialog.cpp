@@ -3,12 +3,8 @@
 // Nothing here talks to the host: the window compares and applies.
 #include "IPConfigurationDialog.h"
 
-#include <memory>
-#include <vector>
-
 #include "HostCtl/AddressRules.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -35,7 +31,8 @@ IPConfigurationDialog::IPConfigurationDialog(Frame* parent,
                                              bool useNone,
                                              bool useDhcp,
                                              const HostCtl::Network::IpConfig& config)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kIpv4DialogTitle,
+                 Strings::kIpv4DialogText, kMarkOkCancelFooter, CursorRule::kRowBeforeMove),
       _config(config),
       _useNone(useNone),
       _useDhcp(useDhcp),
@@ -44,34 +41,24 @@ IPConfigurationDialog::IPConfigurationDialog(Frame* parent,
   if (_useDhcp) {
     _useNone = false;
   }
-  std::vector<std::unique_ptr<Item>> items;
   const uint32_t radioKeys[3] = {Strings::kIpv4Disable, Strings::kIpv4Dynamic,
                                  Strings::kIpv4Static};
   const bool marked[3] = {_useNone, _useDhcp, _useStatic};
   for (int i = 0; i < 3; ++i) {
-    auto radio = std::make_unique<RadioItem>(_strings->GetString(radioKeys[i]), marked[i]);
-    radio->SetHighlightFocus(true);
-    _radios[i] = radio.get();
-    items.push_back(std::move(radio));
+    _radios[i] = AddRadio(_strings->GetString(radioKeys[i]), marked[i]);
   }
-  items.push_back(std::make_unique<LabelItem>("", false));
+  AddSpacer();
   const uint32_t labelKeys[3] = {Strings::kIpv4AddressLabel, Strings::kSubnetMaskLabel,
                                  Strings::kDefaultGatewayLabel};
   const std::string values[3] = {config.GetIpv4Address().GetStringAddress(),
                                  config.GetIpv4Netmask().GetStringAddress(),
                                  config.GetIpv4Gateway().GetStringAddress()};
   for (int i = 0; i < 3; ++i) {
-    auto field =
-        std::make_unique<InputItem>(_strings->GetString(labelKeys[i]), values[i], kFieldWidth);
-    field->SetSelectable(_useStatic);
-    _fields[i] = field.get();
-    items.push_back(std::move(field));
+    _fields[i] = AddField({_strings->GetString(labelKeys[i]), values[i], kFieldWidth, IsFieldKey,
+                           kLongestAddress});
+    _fields[i]->SetSelectable(_useStatic);
   }
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+  ShowRows();
 }
 
 std::optional<FieldError> IPConfigurationDialog::Check(const std::string& address,
@@ -103,19 +90,18 @@ std::optional<FieldError> IPConfigurationDialog::Check(const std::string& addres
   return std::nullopt;
 }
 
-void IPConfigurationDialog::Mark(int choice) {
-  _useNone = choice == 0;
-  _useDhcp = choice == 1;
-  _useStatic = choice == 2;
+void IPConfigurationDialog::Mark(int row) {
+  // Rows 0 to 2 are the choices (none, DHCP, static); a field only redraws.
+  if (row > 2) {
+    return;
+  }
+  _useNone = row == 0;
+  _useDhcp = row == 1;
+  _useStatic = row == 2;
   for (int i = 0; i < 3; ++i) {
-    _radios[i]->SetChecked(i == choice);
+    _radios[i]->SetChecked(i == row);
     _fields[i]->SetSelectable(_useStatic);
   }
-}
-
-int IPConfigurationDialog::Selection() const {
-  const int index = _list->CurrentIndex();
-  return index < kSpacer ? index : index - 1;
 }
 
 int IPConfigurationDialog::ListIndex(int selection) {
@@ -143,65 +129,6 @@ bool IPConfigurationDialog::Finish() {
   _config.SetIpv4Netmask(HostCtl::Network::Ipv4Address(netmask));
   _config.SetIpv4Gateway(HostCtl::Network::Ipv4Address(gateway));
   return true;
-}
-
-int IPConfigurationDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kIpv4DialogTitle));
-  SetText(_strings->GetString(Strings::kIpv4DialogText));
-  SetFooter(kMarkOkCancelFooter);
-  if (_list == nullptr) {
-    return 0;
-  }
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const int selection = Selection();
-    switch (key) {
-      case ' ':
-        if (selection <= 2) {
-          Mark(selection);
-        }
-        _list->DrawItems();
-        break;
-      case KEY_DOWN:
-        // The cursor follows the index before the move: coming down from the
-        // last choice onto the address leaves it as it was.
-        _list->Next();
-        if (selection >= kAddressField) {
-          Window::ShowCursor(true);
-        }
-        _list->DrawItems();
-        break;
-      case KEY_UP:
-        _list->Prev();
-        if (selection <= 2) {
-          Window::ShowCursor(false);
-        }
-        _list->DrawItems();
-        break;
-      case kKeyEnter:
-        if (Finish()) {
-          Window::ShowCursor(false);
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        Window::ShowCursor(false);
-        return 0;
-      default:
-        if (!IsFieldKey(key)) {
-          break;
-        }
-        if (selection >= kAddressField) {
-          InputItem& field = *_fields[selection - kAddressField];
-          if (FieldKeys::Fits(field, key, kLongestAddress)) {
-            field.HandleKey(key);
-          }
-        }
-        _list->DrawItems();
-        break;
-    }
-  }
 }
 
 }  // namespace Merel

@@ -3,14 +3,10 @@
 // line with them, so the items can never disagree with what is returned.
 #include "IPv6ConfigurationDialog.h"
 
-#include <memory>
-#include <vector>
-
 #include "HostCtl/AddressRules.h"
 #include "HostCtl/Ipv6Address.h"
 #include "HostCtl/Ipv6Network.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -31,23 +27,18 @@ IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent,
                                                  bool enabled,
                                                  const HostCtl::Network::IpConfig& dhcpChoices,
                                                  const HostCtl::Network::IpConfig& addresses)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _enabled(enabled), _config(addresses) {
+    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kIpv6DialogTitle,
+                 Strings::kIpv6DialogText, kMarkOkCancelFooter),
+      _enabled(enabled),
+      _config(addresses) {
   _config.SetUseIpv6Dhcp(dhcpChoices.GetUseIpv6Dhcp());
   _config.SetUseIpv6RouterAdvertised(dhcpChoices.GetUseIpv6RouterAdvertised());
 
-  std::vector<std::unique_ptr<Item>> items;
-  auto add = [&items](auto item) {
-    item->SetHighlightFocus(true);
-    auto* raw = item.get();
-    items.push_back(std::move(item));
-    return raw;
-  };
-  _disable = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Disable), false));
-  _dynamic = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Dynamic), false));
+  _disable = AddRadio(_strings->GetString(Strings::kIpv6Disable), false);
+  _dynamic = AddRadio(_strings->GetString(Strings::kIpv6Dynamic), false);
   // The DHCPv6 box belongs to the dynamic choice and is drawn under it.
-  _dhcpv6 =
-      add(std::make_unique<CheckItem>(_strings->GetString(Strings::kIpv6UseDhcpv6), false, 4));
-  _static = add(std::make_unique<RadioItem>(_strings->GetString(Strings::kIpv6Static), false));
+  _dhcpv6 = AddCheck(_strings->GetString(Strings::kIpv6UseDhcpv6), false, 4);
+  _static = AddRadio(_strings->GetString(Strings::kIpv6Static), false);
 
   // The fields show the static addresses; link-local ones are the
   // interface's own and cannot be set here.
@@ -59,25 +50,16 @@ IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent,
   }
   networks.resize(kAddressFields);
   for (int i = 0; i < kAddressFields; ++i) {
-    auto field =
-        std::make_unique<InputItem>(std::string(_strings->GetString(Strings::kStaticAddressLabel)) +
-                                        " #" + std::to_string(i + 1),
-                                    networks[static_cast<size_t>(i)], kFieldWidth);
-    _fields[i] = field.get();
-    items.push_back(std::move(field));
+    _fields[i] = AddField({std::string(_strings->GetString(Strings::kStaticAddressLabel)) + " #" +
+                               std::to_string(i + 1),
+                           networks[static_cast<size_t>(i)], kFieldWidth, IsFieldKey,
+                           kLongestText});
   }
-  auto gateway =
-      std::make_unique<InputItem>(_strings->GetString(Strings::kIpv6GatewayLabel),
-                                  addresses.GetIpv6Gateway().GetScopedStringAddress(), kFieldWidth);
-  _fields[3] = gateway.get();
-  items.push_back(std::move(gateway));
-
+  _fields[3] = AddField({_strings->GetString(Strings::kIpv6GatewayLabel),
+                         addresses.GetIpv6Gateway().GetScopedStringAddress(), kFieldWidth,
+                         IsFieldKey, kLongestText});
   Sync();
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+  ShowRows();
 }
 
 bool IPv6ConfigurationDialog::IsDynamic() const {
@@ -172,81 +154,36 @@ bool IPv6ConfigurationDialog::Finish() {
   return true;
 }
 
-int IPv6ConfigurationDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kIpv6DialogTitle));
-  SetText(_strings->GetString(Strings::kIpv6DialogText));
-  SetFooter(kMarkOkCancelFooter);
-  if (_list == nullptr) {
-    return 0;
+void IPv6ConfigurationDialog::Mark(int row) {
+  switch (row) {
+    case kDisable:
+      _enabled = false;
+      break;
+    case kDynamic:
+      _enabled = true;
+      // The box under the choice says which of the two dynamic modes.
+      _config.SetUseIpv6RouterAdvertised(!_dhcpv6->IsChecked());
+      _config.SetUseIpv6Dhcp(_dhcpv6->IsChecked());
+      break;
+    case kUseDhcpv6:
+      _config.SetUseIpv6Dhcp(!_dhcpv6->IsChecked());
+      _config.SetUseIpv6RouterAdvertised(_dhcpv6->IsChecked());
+      break;
+    case kStatic:
+      _enabled = true;
+      _config.SetUseIpv6Dhcp(false);
+      _config.SetUseIpv6RouterAdvertised(false);
+      break;
+    default:
+      break;
   }
-  Window::ShowCursor(false);
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const int selection = _list->CurrentIndex();
-    switch (key) {
-      case ' ':
-        switch (selection) {
-          case kDisable:
-            _enabled = false;
-            break;
-          case kDynamic:
-            _enabled = true;
-            // The box under the choice says which of the two dynamic modes.
-            _config.SetUseIpv6RouterAdvertised(!_dhcpv6->IsChecked());
-            _config.SetUseIpv6Dhcp(_dhcpv6->IsChecked());
-            break;
-          case kUseDhcpv6:
-            _config.SetUseIpv6Dhcp(!_dhcpv6->IsChecked());
-            _config.SetUseIpv6RouterAdvertised(_dhcpv6->IsChecked());
-            break;
-          case kStatic:
-            _enabled = true;
-            _config.SetUseIpv6Dhcp(false);
-            _config.SetUseIpv6RouterAdvertised(false);
-            break;
-          default:
-            break;
-        }
-        Sync();
-        _list->DrawItems();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        if (_list->CurrentIndex() >= kFirstAddressField) {
-          Window::ShowCursor(true);
-        }
-        _list->DrawItems();
-        break;
-      case KEY_UP:
-        _list->Prev();
-        if (_list->CurrentIndex() < kFirstAddressField) {
-          Window::ShowCursor(false);
-        }
-        _list->DrawItems();
-        break;
-      case kKeyEscape:
-        Window::ShowCursor(false);
-        return 0;
-      case kKeyEnter:
-        if (Finish()) {
-          Window::ShowCursor(false);
-          return 1;
-        }
-        break;
-      default:
-        if (selection >= kFirstAddressField && selection <= kGatewayField && IsFieldKey(key)) {
-          InputItem& field = *_fields[selection - kFirstAddressField];
-          if (FieldKeys::Fits(field, key, kLongestText)) {
-            field.HandleKey(key);
-            if (selection < kGatewayField) {
-              _addressesEdited = true;
-            }
-          }
-          _list->DrawItems();
-        }
-        break;
-    }
+  Sync();
+}
+
+void IPv6ConfigurationDialog::Edited(int field) {
+  // The gateway is the last field; the others are the address list.
+  if (field < kGatewayField - kFirstAddressField) {
+    _addressesEdited = true;
   }
 }
 

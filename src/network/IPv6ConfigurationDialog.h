@@ -6,18 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "Dialog.h"
 #include "DialogFields.h"
+#include "FormDialog.h"
 #include "HostCtl/IpConfig.h"
-#include "ItemList.h"
 
 namespace Merel {
 
-class RadioItem;
-class CheckItem;
-class InputItem;
-
-class IPv6ConfigurationDialog : public Dialog {
+class IPv6ConfigurationDialog : public FormDialog {
  public:
   enum : int {
     kDisable = 0,
@@ -32,8 +27,6 @@ class IPv6ConfigurationDialog : public Dialog {
   // `addresses` the static networks and the gateway.
   IPv6ConfigurationDialog(Frame* parent, bool enabled, const HostCtl::Network::IpConfig& dhcpChoices,
                           const HostCtl::Network::IpConfig& addresses);
-  // 1 on Enter with valid input, 0 on Esc.
-  int Loop() override;
   bool GetEnabled() const { return _enabled; }
   // The DHCPv6 and router-advertisement choices, the networks and the
   // gateway. The networks are those typed into the fields once any of them
@@ -52,12 +45,14 @@ class IPv6ConfigurationDialog : public Dialog {
   bool IsDynamic() const;
   // Brings the items in line with the choices.
   void Sync();
-  bool Finish();
+  // Space: the choice on `row` changes the flags, and the items follow.
+  void Mark(int row) override;
+  void Edited(int field) override;
+  bool Finish() override;
 
   bool _enabled;
   HostCtl::Network::IpConfig _config;
   bool _addressesEdited = false;
-  ItemList* _list = nullptr;
   RadioItem* _disable = nullptr;  // the items are owned by _list
   RadioItem* _dynamic = nullptr;
   CheckItem* _dhcpv6 = nullptr;

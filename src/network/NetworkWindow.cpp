@@ -20,6 +20,7 @@
 #include "NetworkApply.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "Platform.h"
+#include "RebootConfirmDialog.h"
 #include "StringFactory.h"
 #include "SuffixesDialog.h"
 #include "Terminal.h"
@@ -369,6 +370,23 @@ void NetworkWindow::EditSuffixes() {
   }
 }
 
+void NetworkWindow::Apply() {
+  NetworkApplyProgress progress;
+  // Each failure is shown as it happens: the pass goes on once it is read.
+  progress.failed = [this](const std::string& failure) {
+    MessageDialog dialog(this, Strings::kEnableNetworkErrorTitle, failure);
+    Frame::Run(&dialog);
+  };
+  progress.addressChanged = [this] { ShowSelection(); };
+  if (ApplyNetworkSettings(_settings, *_nic, progress).restartNeeded) {
+    // The user agreed to the restart when leaving; it returns only when the
+    // host could not be restarted.
+    RebootConfirmDialog restart(this, true);
+    Frame::Run(&restart);
+  }
+  FinishNetworkApply(GetSession().loginName);
+}
+
 bool NetworkWindow::Leave() {
   const bool ipv6Toggled = _settings.ipv6EnabledPending != _settings.ipv6EnabledCurrent;
   if (!_settings.changesMade && !ipv6Toggled) {
@@ -377,7 +395,7 @@ bool NetworkWindow::Leave() {
   ApplyChangesDialog question(this, ipv6Toggled);
   switch (Frame::Run(&question)) {
     case ApplyChangesDialog::kYes:
-      ApplyNetworkSettings(this, _settings, *_nic, [this] { ShowSelection(); });
+      Apply();
       Platform::Syslog(LOG_INFO, "%s", "Network settings changed.");
       return true;
     case ApplyChangesDialog::kNo:

@@ -36,6 +36,9 @@ class NetworkWindow : public RootWindow {
   void EditSuffixes();
   // Esc: true when the window is to be left.
   bool Leave() override;
+  // Writes the record, showing each failure and restarting when IPv6 was
+  // switched on or off.
+  void Apply();
 
   NetworkSettings _settings;
   std::unique_ptr<HostCtl::Network::NexNic> _nic;

@@ -1,15 +1,12 @@
 // The suffixes dialog: one field, each suffix in it checked on Enter.
 #include "SuffixesDialog.h"
 
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "DialogFields.h"
 #include "HostCtl/AddressRules.h"
 #include "NetworkSettings.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -40,17 +37,11 @@ std::string Quote(const std::string& suffix) {
 }  // namespace
 
 SuffixesDialog::SuffixesDialog(Frame* parent, const std::string& text)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  std::vector<std::unique_ptr<Item>> items;
-  auto field =
-      std::make_unique<InputItem>(_strings->GetString(Strings::kSuffixesLabel), text, kFieldWidth);
-  _field = field.get();
-  items.push_back(std::move(field));
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kNetSuffixes,
+                 Strings::kSuffixesText, kOkCancelFooter) {
+  _field = AddField(
+      {_strings->GetString(Strings::kSuffixesLabel), text, kFieldWidth, IsFieldKey, kFieldLimit});
+  ShowRows();
 }
 
 std::string SuffixesDialog::GetText() const {
@@ -77,27 +68,12 @@ std::optional<FieldError> SuffixesDialog::Check(const std::string& text) {
   return std::nullopt;
 }
 
-int SuffixesDialog::Loop() {
-  if (!OpenFields(Strings::kNetSuffixes, Strings::kSuffixesText, kOkCancelFooter, _list)) {
-    return 0;
+bool SuffixesDialog::Finish() {
+  if (const std::optional<FieldError> error = Check(_field->GetValue())) {
+    ShowFieldError(this, *_list, 0, *error);
+    return false;
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEnter) {
-      if (const std::optional<FieldError> error = Check(_field->GetValue())) {
-        ShowFieldError(this, *_list, 0, *error);
-        continue;
-      }
-    }
-    if (key == kKeyEnter || key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return key == kKeyEnter ? 1 : 0;
-    }
-    if (IsFieldKey(key) && FieldKeys::Fits(*_field, key, kFieldLimit)) {
-      _field->HandleKey(key);
-      _list->DrawItems();
-    }
-  }
+  return true;
 }
 
 }  // namespace Merel

@@ -6,19 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "Dialog.h"
 #include "DialogFields.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
-class InputItem;
-
-class SuffixesDialog : public Dialog {
+class SuffixesDialog : public FormDialog {
  public:
   SuffixesDialog(Frame* parent, const std::string& text);
-  // 1 on Enter, 0 on Esc.
-  int Loop() override;
   std::string GetText() const;
 
   // Whether `key` may edit the field: letters, digits, ".", "-", the
@@ -30,7 +25,8 @@ class SuffixesDialog : public Dialog {
   static std::optional<FieldError> Check(const std::string& text);
 
  private:
-  ItemList* _list = nullptr;
+  bool Finish() override;
+
   InputItem* _field = nullptr;  // owned by _list
 };
 

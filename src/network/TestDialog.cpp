@@ -98,27 +98,20 @@ std::vector<std::string> TestDialog::DefaultTargets(const std::vector<std::strin
   return targets;
 }
 
-TestDialog::TestDialog(Frame* parent) : Dialog(parent, 70, 14, 6) {
+TestDialog::TestDialog(Frame* parent)
+    : FormDialog(parent, 70, 14, 6, Strings::kTestTitle, Strings::kTestText, kFooter) {
   const std::vector<std::string> targets = DefaultTargets(Candidates());
-  std::vector<std::unique_ptr<Item>> items;
   for (int i = 0; i < kAddressFields; ++i) {
     // Numbered from 0 here, while the run numbers its lines from 1.
-    auto field = std::make_unique<InputItem>(
-        std::string(_strings->GetString(Strings::kPingAddressLabel)) + " #" + std::to_string(i) +
-            ":",
-        static_cast<size_t>(i) < targets.size() ? targets[i] : "", kFieldLength);
-    _fields.push_back(field.get());
-    items.push_back(std::move(field));
+    _fields.push_back(AddField(
+        {std::string(_strings->GetString(Strings::kPingAddressLabel)) + " #" + std::to_string(i) +
+             ":",
+         static_cast<size_t>(i) < targets.size() ? targets[i] : "", kFieldLength, IsAddressKey,
+         kTypedLimit}));
   }
-  auto hostname = std::make_unique<InputItem>(_strings->GetString(Strings::kResolveHostnameLabel),
-                                              DefaultHostname(), kFieldLength);
-  _fields.push_back(hostname.get());
-  items.push_back(std::move(hostname));
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+  _fields.push_back(AddField({_strings->GetString(Strings::kResolveHostnameLabel),
+                              DefaultHostname(), kFieldLength, IsHostnameKey, kTypedLimit}));
+  ShowRows();
 }
 
 bool TestDialog::ParseTargets(HostCtl::Network::IpAddress* targets[3]) {
@@ -150,45 +143,15 @@ bool TestDialog::ParseTargets(HostCtl::Network::IpAddress* targets[3]) {
   return true;
 }
 
-int TestDialog::Loop() {
-  if (!OpenFields(Strings::kTestTitle, Strings::kTestText, kFooter, _list)) {
-    return 0;
+bool TestDialog::Finish() {
+  HostCtl::Network::IpAddress* targets[3];
+  if (!ParseTargets(targets)) {
+    return false;
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const int selection = _list->CurrentIndex();
-    switch (key) {
-      case kKeyEscape:
-        Window::ShowCursor(false);
-        return 0;
-      case KEY_DOWN:
-        _list->Next();
-        break;
-      case KEY_UP:
-        _list->Prev();
-        break;
-      case kKeyEnter: {
-        HostCtl::Network::IpAddress* targets[3];
-        if (!ParseTargets(targets)) {
-          break;
-        }
-        RunTestDialog run(this, targets[0], targets[1], targets[2],
-                          _fields[kHostnameField]->GetValue());
-        Frame::Run(&run);
-        _addresses.clear();
-        Window::ShowCursor(false);
-        return 1;
-      }
-      default: {
-        const bool accepted = selection == kHostnameField ? IsHostnameKey(key) : IsAddressKey(key);
-        if (accepted && FieldKeys::Fits(*_fields[selection], key, kTypedLimit)) {
-          _fields[selection]->HandleKey(key);
-        }
-        break;
-      }
-    }
-    _list->DrawItems();
-  }
+  RunTestDialog run(this, targets[0], targets[1], targets[2], _fields[kHostnameField]->GetValue());
+  Frame::Run(&run);
+  _addresses.clear();
+  return true;
 }
 
 }  // namespace Merel

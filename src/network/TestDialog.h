@@ -6,18 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "Dialog.h"
+#include "FormDialog.h"
 #include "HostCtl/IpAddress.h"
-#include "Item.h"
-#include "ItemList.h"
 
 namespace Merel {
 
-class TestDialog : public Dialog {
+class TestDialog : public FormDialog {
  public:
   explicit TestDialog(Frame* parent);
-  // 1 when a test was run, 0 when left with Esc.
-  int Loop() override;
+  // Loop: 1 when a test was run, 0 when left with Esc.
 
   // The addresses the fields start with: the first three candidates, in
   // order, that are neither empty nor 0.0.0.0 nor ::.
@@ -27,8 +24,9 @@ class TestDialog : public Dialog {
   // Checks the address fields; on success the targets are in `_addresses`
   // (null for an empty field). On failure the bad field has the focus.
   bool ParseTargets(HostCtl::Network::IpAddress* targets[3]);
+  // Enter: runs the test on valid targets.
+  bool Finish() override;
 
-  ItemList* _list = nullptr;
   std::vector<InputItem*> _fields;
   std::vector<std::unique_ptr<HostCtl::Network::IpAddress>> _addresses;
 };

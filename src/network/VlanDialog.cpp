@@ -3,12 +3,9 @@
 #include "VlanDialog.h"
 
 #include <cstdlib>
-#include <memory>
-#include <vector>
 
 #include "MessageDialog.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -22,19 +19,19 @@ constexpr int kFieldWidth = 5;
 constexpr size_t kLongestText = 5;
 constexpr unsigned long kAllVlans = 4095;
 
+bool IsFieldKey(int key) {
+  return FieldKeys::IsDigit(key) || FieldKeys::IsEditing(key);
+}
+
 }  // namespace
 
-VlanDialog::VlanDialog(Frame* parent, uint16_t vlanId) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  std::vector<std::unique_ptr<Item>> items;
-  auto field = std::make_unique<InputItem>(_strings->GetString(Strings::kVlanLabel),
-                                           vlanId == 0 ? "" : std::to_string(vlanId), kFieldWidth);
-  _field = field.get();
-  items.push_back(std::move(field));
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+VlanDialog::VlanDialog(Frame* parent, uint16_t vlanId)
+    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kNetVlan, Strings::kVlanText,
+                 kOkCancelFooter) {
+  _field = AddField({_strings->GetString(Strings::kVlanLabel),
+                     vlanId == 0 ? "" : std::to_string(vlanId), kFieldWidth, IsFieldKey,
+                     kLongestText});
+  ShowRows();
 }
 
 unsigned long VlanDialog::ValueOf(const std::string& text) {
@@ -57,35 +54,17 @@ uint16_t VlanDialog::GetVlanId() const {
   return value > kAllVlans ? 0 : static_cast<uint16_t>(value);
 }
 
-int VlanDialog::Loop() {
-  if (!OpenFields(Strings::kNetVlan, Strings::kVlanText, kOkCancelFooter, _list)) {
-    return 0;
+bool VlanDialog::Finish() {
+  const std::string& text = _field->GetValue();
+  if (const std::optional<FieldError> error = Check(text)) {
+    ShowFieldError(this, *_list, 0, *error);
+    return false;
   }
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return 0;
-    }
-    if (key == kKeyEnter) {
-      const std::string& text = _field->GetValue();
-      if (const std::optional<FieldError> error = Check(text)) {
-        ShowFieldError(this, *_list, 0, *error);
-        continue;
-      }
-      if (ValueOf(text) == kAllVlans) {
-        MessageDialog warning(this, Strings::kWarningTitle, Strings::kVlan4095Warning);
-        Frame::Run(&warning);
-      }
-      Window::ShowCursor(false);
-      return 1;
-    }
-    if ((FieldKeys::IsDigit(key) || FieldKeys::IsEditing(key)) &&
-        FieldKeys::Fits(*_field, key, kLongestText)) {
-      _field->HandleKey(key);
-      _list->DrawItems();
-    }
+  if (ValueOf(text) == kAllVlans) {
+    MessageDialog warning(this, Strings::kWarningTitle, Strings::kVlan4095Warning);
+    Frame::Run(&warning);
   }
+  return true;
 }
 
 }  // namespace Merel

@@ -6,19 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "Dialog.h"
 #include "DialogFields.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
-class InputItem;
-
-class VlanDialog : public Dialog {
+class VlanDialog : public FormDialog {
  public:
   VlanDialog(Frame* parent, uint16_t vlanId);
-  // 1 when a valid ID (or none) was entered, 0 on Esc.
-  int Loop() override;
   uint16_t GetVlanId() const;
 
   // The field's text as a number, 0 for an empty field.
@@ -28,7 +23,8 @@ class VlanDialog : public Dialog {
   static std::optional<FieldError> Check(const std::string& text);
 
  private:
-  ItemList* _list = nullptr;
+  bool Finish() override;
+
   InputItem* _field = nullptr;  // owned by _list
 };
 

@@ -1,7 +1,6 @@
 #include "PowerOffVms.h"
 
 #include "Command.h"
-#include "Frame.h"
 
 namespace Merel {
 

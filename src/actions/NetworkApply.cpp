@@ -14,7 +14,6 @@
 #include "Command.h"
 #include "HostCtl/ConnectionPoint.h"
 #include "HostCtl/HostCtlException.h"
-#include "MessageDialog.h"
 #include "NexCtl/DnsConfigImpl.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "NexCtl/PnicImpl.h"
@@ -23,8 +22,6 @@
 #include "NexCtl/VirtualSwitchInfoImpl.h"
 #include "Platform.h"
 #include "ReadScope.h"
-#include "RebootConfirmDialog.h"
-#include "StringFactory.h"
 
 namespace Merel {
 
@@ -51,22 +48,12 @@ bool Contains(const std::vector<std::string>& list, const std::string& name) {
   return std::find(list.begin(), list.end(), name) != list.end();
 }
 
-// IPv6 switched on or off: the kernel takes the new setting only when it
-// boots, and the user already agreed to the restart.
-void RestartHost(Frame* owner) {
-  RebootConfirmDialog dialog(owner, true);
-  Frame::Run(&dialog);
-}
-
 class ApplyPass {
  public:
-  ApplyPass(Frame* owner,
-            NetworkSettings& settings,
-            NexNic& nic,
-            const std::function<void()>& repaint)
-      : _owner(owner), _settings(settings), _nic(nic), _repaint(repaint) {}
+  ApplyPass(NetworkSettings& settings, NexNic& nic, const NetworkApplyProgress& progress)
+      : _settings(settings), _nic(nic), _progress(progress) {}
 
-  void Run() {
+  NetworkApplyResult Run() {
     if (!IsDvsInUse()) {
       ApplyAdapters();
     }
@@ -83,18 +70,19 @@ class ApplyPass {
       ApplyNames();
       ApplySuffixes();
     });
-    if (_settings.ipv6EnabledPending != _settings.ipv6EnabledCurrent) {
-      RestartHost(_owner);
-    }
-    RoviRefresh(_owner->GetSession().loginName);
+    _result.restartNeeded = _settings.ipv6EnabledPending != _settings.ipv6EnabledCurrent;
+    return std::move(_result);
   }
 
  private:
-  // A failed step: one error line, and the same text in front of the user.
+  // A failed step: one error line, and the same text for the caller.
   void Fail(const char* prefix, const HostCtlException& e) {
     LogError(prefix, e);
-    MessageDialog dialog(_owner, Strings::kEnableNetworkErrorTitle, std::string(prefix) + e.what());
-    Frame::Run(&dialog);
+    std::string failure = std::string(prefix) + e.what();
+    if (_progress.failed) {
+      _progress.failed(failure);
+    }
+    _result.failures.push_back(std::move(failure));
   }
 
   // Each step reads the host afresh (and its calls share that reading): it
@@ -304,8 +292,8 @@ class ApplyPass {
       addresses.SetDhcpDns(dhcpDns);
       _settings.dhcpChoices.SetDhcpDns(dhcpDns);
       _nic.SetIpConfig(addresses);
-      if (_ipv4Changed && _repaint) {
-        _repaint();
+      if (_ipv4Changed && _progress.addressChanged) {
+        _progress.addressChanged();
       }
     });
   }
@@ -389,10 +377,10 @@ class ApplyPass {
     dns.SaveConfig();
   }
 
-  Frame* _owner;
   NetworkSettings& _settings;
   NexNic& _nic;
-  const std::function<void()>& _repaint;
+  const NetworkApplyProgress& _progress;
+  NetworkApplyResult _result;
   IpConfig _liveChoices;
   IpConfig _liveAddresses;
   bool _renewIpv4 = false;
@@ -403,11 +391,14 @@ class ApplyPass {
 
 }  // namespace
 
-void ApplyNetworkSettings(Frame* owner,
-                          NetworkSettings& settings,
-                          NexNic& nic,
-                          const std::function<void()>& repaint) {
-  ApplyPass(owner, settings, nic, repaint).Run();
+NetworkApplyResult ApplyNetworkSettings(NetworkSettings& settings,
+                                        NexNic& nic,
+                                        const NetworkApplyProgress& progress) {
+  return ApplyPass(settings, nic, progress).Run();
+}
+
+void FinishNetworkApply(const std::string& user) {
+  RoviRefresh(user);
 }
 
 }  // namespace Merel

@@ -16,9 +16,9 @@ namespace Merel {
 int PowerOffVms(const char* toolPath, bool terminate);
 
 // What shut down and restart do before the host goes down: the host's
-// configured automatic stop of virtual machines (as the logged-in user), then
-// "/bin/powerOffVms", forcing only when not `graceful`. Results are not
-// examined: the host goes down whatever they were.
+// configured automatic stop of virtual machines (as `user`, the one logged
+// in), then "/bin/powerOffVms", forcing only when not `graceful`. Results are
+// not examined: the host goes down whatever they were.
 void StopVirtualMachines(const std::string& user, bool graceful);
 
 }  // namespace Merel

@@ -1,0 +1,162 @@
+// The network actions without their dialogs: what the apply pass reports
+// (failures in order, the restart it needs, the moment the address changed)
+// and the outcomes of the factory restore and the standard-switch move, on a
+// simulated host with faults injected.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "NetworkApply.h"
+#include "NetworkRestore.h"
+#include "NetworkSettings.h"
+#include "SimHostTestSupport.h"
+#include "StandardSwitchMove.h"
+
+namespace {
+
+using SimHostTest::RunSim;
+using SimHostTest::SimRoot;
+
+void Fail(const SimRoot& root, const std::string& args) {
+  ASSERT_EQ(RunSim("fail '" + root.Path() + "' " + args), 0) << args;
+}
+
+TEST(NetworkApplyTest, ReportsEveryFailureInOrderAndTheRestart) {
+  struct {
+    const char* name;
+    std::vector<std::string> faults;
+    bool toggleIpv6;
+    bool newAddress;
+    std::vector<std::string> failures;
+    bool restartNeeded;
+    int addressChanges;
+  } cases[] = {
+      {"nothing to do", {}, false, false, {}, false, 0},
+      {"IPv6 switched", {}, true, false, {}, true, 0},
+      {"new address", {}, false, true, {}, false, 1},
+      {"IPv6 switch fails",
+       {"SetNexIpv6Enabled off"},
+       false,
+       false,
+       {"Setting ipv6 configuration failed: off"},
+       false,
+       0},
+      // A failure early on never stops the pass: the later steps still run
+      // and report their own.
+      {"two steps fail",
+       {"SetNexIpv6Enabled off", "SetHostname read-only"},
+       true,
+       true,
+       {"Setting ipv6 configuration failed: off", "Setting DNS failed: read-only"},
+       true,
+       1},
+      {"address write fails",
+       {"SetIpConfig busy"},
+       false,
+       true,
+       {"Setting ip/ipv6 configuration failed: busy"},
+       false,
+       0},
+  };
+  for (const auto& c : cases) {
+    SimRoot root;
+    for (const std::string& fault : c.faults) {
+      Fail(root, fault);
+    }
+    Merel::NetworkSettings settings;
+    std::unique_ptr<HostCtl::Network::NexNic> nic;
+    ASSERT_EQ(Merel::LoadNetworkSettings(settings, nic), Merel::LoadResult::kLoaded) << c.name;
+    if (c.toggleIpv6) {
+      settings.ipv6EnabledPending = !settings.ipv6EnabledCurrent;
+    }
+    if (c.newAddress) {
+      settings.addresses.SetIpv4Address(HostCtl::Network::Ipv4Address("192.168.10.21"));
+    }
+    std::vector<std::string> shown;
+    int addressChanges = 0;
+    Merel::NetworkApplyProgress progress;
+    progress.failed = [&](const std::string& failure) { shown.push_back(failure); };
+    progress.addressChanged = [&] { ++addressChanges; };
+    const Merel::NetworkApplyResult result = Merel::ApplyNetworkSettings(settings, *nic, progress);
+    EXPECT_EQ(result.failures, c.failures) << c.name;
+    EXPECT_EQ(shown, c.failures) << c.name;
+    EXPECT_EQ(result.restartNeeded, c.restartNeeded) << c.name;
+    EXPECT_EQ(addressChanges, c.addressChanges) << c.name;
+  }
+}
+
+TEST(NetworkRestoreActionTest, StepsAndOutcome) {
+  using Step = Merel::FactoryRestoreStep;
+  using Outcome = Merel::FactoryRestoreOutcome;
+  struct {
+    const char* name;
+    const char* fixture;
+    std::vector<std::string> faults;
+    bool agree;
+    Outcome outcome;
+    std::vector<Step> steps;
+  } cases[] = {
+      {"no machines", "static-ipv4", {}, true, Outcome::kRestored,
+       {Step::kConfiguring, Step::kConfigured}},
+      {"clearing fails",
+       "static-ipv4",
+       {"ClearNetworkConfig busy"},
+       true,
+       Outcome::kFailed,
+       {Step::kConfiguring, Step::kFailed}},
+      {"cannot tell whether machines run",
+       "static-ipv4",
+       {"HasRunningVirtualMachines gone"},
+       true,
+       Outcome::kFailed,
+       {Step::kFailed}},
+      // The demo host's db-01 refuses a soft stop: its network stays.
+      {"a machine keeps running", "", {}, true, Outcome::kMachinesRunning,
+       {Step::kPoweringOff, Step::kFailed}},
+      {"machines are not to be stopped", "", {}, false, Outcome::kCancelled, {}},
+  };
+  for (const auto& c : cases) {
+    SimRoot root(c.fixture);
+    for (const std::string& fault : c.faults) {
+      Fail(root, fault);
+    }
+    std::vector<Step> steps;
+    const Outcome outcome = Merel::RestoreFactoryNetwork(
+        [&] { return c.agree; }, [&](Step step) { steps.push_back(step); });
+    EXPECT_EQ(outcome, c.outcome) << c.name;
+    EXPECT_EQ(steps, c.steps) << c.name;
+  }
+}
+
+TEST(StandardSwitchMoveTest, MovesOrPutsEverythingBack) {
+  using Outcome = Merel::StandardSwitchMove::Outcome;
+  struct {
+    const char* name;
+    std::vector<std::string> faults;
+    Outcome outcome;
+    const char* failure;
+  } cases[] = {
+      {"moved", {}, Outcome::kMoved, ""},
+      {"no switch can be made",
+       {"AddVirtualSwitch full"},
+       Outcome::kFailedRestored,
+       "creating the new switch: full"},
+      {"interface cannot move",
+       {"MoveToPortGroup busy --once"},
+       Outcome::kFailedRestored,
+       "moving the management interface: busy"},
+  };
+  for (const auto& c : cases) {
+    SimRoot root;
+    for (const std::string& fault : c.faults) {
+      Fail(root, fault);
+    }
+    const Merel::StandardSwitchMove move = Merel::MoveManagementToStandardSwitch();
+    EXPECT_EQ(move.outcome, c.outcome) << c.name;
+    EXPECT_EQ(move.failure, c.failure) << c.name;
+  }
+}
+
+}  // namespace
