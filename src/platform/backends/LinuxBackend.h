@@ -47,6 +47,11 @@ class LinuxBackend : public Backend {
 
  private:
   std::string OptionsPath() const;
+  // The DriverVM devices saved for the next boot.
+  std::string DeviceListPath() const;
+  // Runs a tool of the machine (`argv[0]` its path) with no terminal and
+  // the tools' environment; its wait status, -1 when it cannot start.
+  int RunAndWait(const std::vector<std::string>& argv);
   // The work of "powerOffVms", in the child that stands for it: its exit
   // status (0 when every running domain stopped).
   int StopVirtualMachines(bool force);
