@@ -13,6 +13,7 @@ PKGS=(
   lintian fakeroot dpkg-dev file systemd groff-base
   strace
   libsystemd-dev libaudit-dev libvirt-dev pci.ids libpam-modules util-linux
+  libnl-3-dev libnl-route-3-dev dnsmasq-base dhcpcd-base iproute2 iputils-ping
 )
 missing=()
 for p in "${PKGS[@]}"; do

@@ -125,16 +125,16 @@ void SilenceStandardError() {
 
 // The terminal type and key handling. "linux" is kept only on the real
 // console; a remote terminal that calls itself "linux" is driven as a VT102.
-void ChooseTerminalType() {
+void ChooseTerminalType(Merel::Session& session) {
   const char* term = getenv("TERM");
   if (Platform::ConsoleKeyboard(STDOUT_FILENO)) {
-    usingKeyboard = true;
+    session.usingKeyboard = true;
     setenv("TERM", "linux", 1);
   } else if (term != nullptr) {
     if (strcmp(term, "linux") == 0) {
       setenv("TERM", "vt102", 1);
     } else if (strcmp(term, "xterm") == 0 && getenv("SSH_CLIENT") == nullptr) {
-      usingKeyboard = true;
+      session.usingKeyboard = true;
     }
   }
   setenv("TERMINFO", "/usr/share/terminfo", 0);
@@ -186,11 +186,11 @@ bool ClaimPidFile() {
 
 // The VT switch. The switch itself belongs to the host (a simulated host only
 // records it); a failed switch is not reported.
-void SwitchVirtualTerminal(int vt) {
+void SwitchVirtualTerminal(int vt, struct termios& origTermios) {
   Platform::SwitchVirtualTerminal(vt);
   // On its own VT nobody should be able to suspend the console.
-  orig_termios.c_cc[VSUSP] = 0;
-  tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
+  origTermios.c_cc[VSUSP] = 0;
+  tcsetattr(STDOUT_FILENO, TCSANOW, &origTermios);
 }
 
 // The host has en_US.UTF-8; a machine without it still gets UTF-8.
@@ -245,11 +245,13 @@ int main(int argc, char** argv) {
     return 1;
   }
   const int vt = ParseVirtualTerminal(argc, argv);
+  // The one session: the welcome screen and every screen above it share it.
+  Merel::Session session;
   Merel::Frame::InitSignals();
-  Merel::Frame::LoadIdleTimeout();
+  session.LoadIdleTimeout();
   SilenceStandardError();
-  tcgetattr(STDOUT_FILENO, &orig_termios);
-  ChooseTerminalType();
+  tcgetattr(STDOUT_FILENO, &session.origTermios);
+  ChooseTerminalType(session);
   StartLogging();
   if (ClaimPidFile()) {
     // A console killed outright during a network test may have left the
@@ -257,18 +259,19 @@ int main(int argc, char** argv) {
     Merel::RunTestDialog::RecoverHostsFile();
   }
   if (vt != 0) {
-    SwitchVirtualTerminal(vt);
+    SwitchVirtualTerminal(vt, session.origTermios);
   }
   SetLocale();
   StartCurses();
 
   // Smart-card events are checked from the start, not only once somebody
   // has opened the login.
-  Merel::Frame::_smartCardCheck = Merel::SmartCardCheck;
+  session.smartCardCheck = [&session] { Merel::SmartCardCheck(session); };
 
   // The welcome screen covers the whole screen and has no parent;
   // its loop is the program's main loop.
-  std::unique_ptr<Merel::Frame> root = std::make_unique<Merel::WelcomeWindow>(0, 0, COLS, LINES);
+  std::unique_ptr<Merel::Frame> root =
+      std::make_unique<Merel::WelcomeWindow>(session, 0, 0, COLS, LINES);
   try {
     Merel::Frame::Run(root.get());
   } catch (const HostCtl::Lib::HostCtlException& e) {

@@ -86,7 +86,7 @@ class ApplyPass {
     if (_settings.ipv6EnabledPending != _settings.ipv6EnabledCurrent) {
       RestartHost(_owner);
     }
-    RoviRefresh();
+    RoviRefresh(_owner->GetSession().loginName);
   }
 
  private:

@@ -40,19 +40,22 @@ extern "C" void OnChildExit(int) {
 // every way out, the idle time-out included.
 class ChildWatch {
  public:
-  ChildWatch() {
+  explicit ChildWatch(Session& session) : _session(session) {
     struct sigaction action = {};
     action.sa_handler = OnChildExit;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_NOCLDSTOP | SA_RESTART;
     sigaction(SIGCHLD, &action, nullptr);
-    Frame::_wakeOnChildExit = true;
+    _session.wakeOnChildExit = true;
   }
   ~ChildWatch() { Stop(); }
   void Stop() {
     signal(SIGCHLD, SIG_DFL);
-    Frame::_wakeOnChildExit = false;
+    _session.wakeOnChildExit = false;
   }
+
+ private:
+  Session& _session;
 };
 
 bool IsLinkLocal(const HostCtl::Network::IpAddress& address) {
@@ -307,7 +310,7 @@ int RunTestDialog::Loop() {
     return true;
   }();
   (void)endsWithTheConsole;
-  ChildWatch watch;
+  ChildWatch watch(_session);
   for (int k = 0; k < 3; ++k) {
     if (_targets[k] != nullptr && !PingStep(k + 1, *_targets[k])) {
       return 0;

@@ -25,9 +25,6 @@ class RunTestDialog : public Dialog {
   // 1 when every step ran and the user pressed Enter, 0 when interrupted.
   int Loop() override;
 
-  // The run the child-exit handler reports to.
-  static RunTestDialog* currentRunTest;
-
   // Child side of the resolve step, exposed for the tests: backs up the
   // hosts file, drops `hostname` from it, resolves the name, puts the file
   // back. The exit status: 0 when the name resolved.
@@ -59,6 +56,8 @@ class RunTestDialog : public Dialog {
   static void EndChildren();
 
   static std::vector<pid_t> _abandoned;
+  // The run under way, whose child ends with the console.
+  static RunTestDialog* currentRunTest;
 };
 
 }  // namespace Merel

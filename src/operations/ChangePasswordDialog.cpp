@@ -105,7 +105,7 @@ void ChangePasswordDialog::RestartNewPassword() {
 }
 
 bool ChangePasswordDialog::OldPasswordAccepted() {
-  const int status = Authenticate(Frame::_loginName, _old->GetValue());
+  const int status = Authenticate(_session.loginName, _old->GetValue());
   return status == PAM_SUCCESS || status == PAM_NEW_AUTHTOK_REQD;
 }
 
@@ -128,10 +128,10 @@ bool ChangePasswordDialog::Submit() {
     }
   }
   int status = PAM_SUCCESS;
-  if (!ChangePassword(Frame::_loginName, _old->GetValue(), _new->GetValue(), &status)) {
+  if (!ChangePassword(_session.loginName, _old->GetValue(), _new->GetValue(), &status)) {
     // PAM's own words for why, never the passwords.
     Platform::Syslog(LOG_ERR, "Changing the password of user %s failed: %s",
-                     Frame::_loginName.c_str(), pam_strerror(nullptr, status));
+                     _session.loginName.c_str(), pam_strerror(nullptr, status));
     ShowError(Strings::kPasswordChangeFailed);
     RestartNewPassword();
     return false;
@@ -144,8 +144,8 @@ void ChangePasswordDialog::AfterChange() {
   // backup the new password would be lost at the next boot.
   char* const backup[] = {const_cast<char*>("backup.sh"), const_cast<char*>("0"), nullptr};
   RunCommand("/sbin/backup.sh", backup, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
-  RoviRefresh();
-  const char* user = Frame::_loginName.c_str();
+  RoviRefresh(_session.loginName);
+  const char* user = _session.loginName.c_str();
   Platform::Syslog(LOG_INFO, "Login password for user %s has changed", user);
   PostObsv("obsv.user.merel.login.passwd.changed",
            std::string("Login password for user ") + user + " changed");
@@ -161,7 +161,7 @@ int ChangePasswordDialog::Loop() {
   DrawFields();
   while (true) {
     // From an expired login nobody is logged in yet: no idle limit then.
-    const int key = Frame::WaitForKey(this, Frame::_loggedIn);
+    const int key = Frame::WaitForKey(this, _session.loggedIn);
     Item* current = _list->Current();
     if (key == kKeyEscape) {
       Window::ShowCursor(false);
@@ -206,7 +206,7 @@ int SamePasswordConfirmDialog::Loop() {
   SetFooter(kConfirmFooter);
   Window::ShowCursor(false);
   while (true) {
-    const int key = Frame::WaitForKey(this, Frame::_loggedIn);
+    const int key = Frame::WaitForKey(this, _session.loggedIn);
     if (key == kKeyEnter) {
       return 1;
     }

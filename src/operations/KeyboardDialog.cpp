@@ -102,7 +102,7 @@ int KeyboardDialog::Loop() {
   _list->DrawItems();
   while (true) {
     // From the login nobody is logged in yet, and no idle limit applies.
-    switch (Frame::WaitForKey(this, Frame::_loggedIn)) {
+    switch (Frame::WaitForKey(this, _session.loggedIn)) {
       case KEY_UP:
         _list->Prev();
         break;

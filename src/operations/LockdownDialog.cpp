@@ -47,7 +47,7 @@ void LockdownDialog::Apply() {
   if (wanted == _enabled) {
     return;
   }
-  const RoviCommand record{Frame::_loginName,
+  const RoviCommand record{_session.loginName,
                      wanted ? "rovisvc/auth/lockdown_mode_enter" : "rovisvc/auth/lockdown_mode_exit",
                      {}};
   char out[kCaptureSize + 1] = {};

@@ -36,15 +36,15 @@ bool ConsoleLoginAllowed() {
 
 }  // namespace
 
-void SmartCardCheck() {
-  if (!Frame::_loggedIn) {
+void SmartCardCheck(Session& session) {
+  if (!session.loggedIn) {
     const std::string id = CardUserId();
     if (!id.empty()) {
       Platform::Syslog(LOG_INFO, "Found smart card with user id '%s'", id.c_str());
     }
     return;
   }
-  if (!Frame::_isLoggedWithSmartCard) {
+  if (!session.isLoggedWithSmartCard) {
     return;
   }
   // A smart-card session lasts as long as its card: once the card (or the
@@ -61,8 +61,8 @@ void SmartCardCheck() {
     Platform::Syslog(LOG_ERR, "Error trying to lookup smart card tokens: %s", e.what());
     return;
   }
-  if (std::find(ids.begin(), ids.end(), Frame::_smartCardLoginId) == ids.end()) {
-    Platform::Syslog(LOG_INFO, "Logging out user id '%s'", Frame::_smartCardLoginId.c_str());
+  if (std::find(ids.begin(), ids.end(), session.smartCardLoginId) == ids.end()) {
+    Platform::Syslog(LOG_INFO, "Logging out user id '%s'", session.smartCardLoginId.c_str());
     exit(0);
   }
 }
@@ -82,7 +82,7 @@ bool Login(Frame* parent) {
     // it ends here and the welcome screen is shown again.
     if (parent != nullptr) {
       parent->Draw(true);
-      Frame::fgFrame = parent;
+      parent->GetSession().fgFrame = parent;
     }
     return false;
   }

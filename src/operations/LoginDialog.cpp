@@ -273,11 +273,11 @@ bool LoginDialog::Submit() {
   const int result = Authenticate(user, _passwordItem->GetValue(), &LoginSession());
   const LoginOutcome outcome = RecordLoginResult(result, user);
   if (outcome.success) {
-    Frame::_loginName = user;
-    Frame::_isLoggedWithSmartCard = _pinMode;
-    Frame::_smartCardLoginId = _pinMode ? user : std::string();
-    Frame::_cardInfo.clear();
-    Frame::SetLoggedIn(true);
+    _session.loginName = user;
+    _session.isLoggedWithSmartCard = _pinMode;
+    _session.smartCardLoginId = _pinMode ? user : std::string();
+    _session.cardInfo.clear();
+    _session.SetLoggedIn(true);
     return true;
   }
   {
@@ -288,13 +288,13 @@ bool LoginDialog::Submit() {
     // The change dialog works on the frame's login name; nobody is logged in
     // yet, so it is borrowed for the change only. Changed or not, the user
     // then logs in again, with the new password.
-    const std::string previous = Frame::_loginName;
-    Frame::_loginName = user;
+    const std::string previous = _session.loginName;
+    _session.loginName = user;
     {
       ChangePasswordDialog change(this);
       Frame::Run(&change);
     }
-    Frame::_loginName = previous;
+    _session.loginName = previous;
   }
   if (outcome.clearPassword) {
     _passwordItem->SetValue("");

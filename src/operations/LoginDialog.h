@@ -37,14 +37,14 @@ std::string CardUserId();
 
 // Run by the key wait after a smart-card event: ends the process when the
 // card of a smart-card session has gone, and notes a card that arrives while
-// nobody is logged in. Installed as Frame::_smartCardCheck at start-up.
-void SmartCardCheck();
+// nobody is logged in. Installed as `session`'s smartCardCheck at start-up.
+void SmartCardCheck(Session& session);
 
 class LoginDialog : public Dialog {
  public:
   explicit LoginDialog(Frame* parent);
   ~LoginDialog() override;
-  // 1 when a user was authenticated (Frame::_loginName is set and the session
+  // 1 when a user was authenticated (the session's loginName is set and the session
   // flag raised), 0 when cancelled with Esc.
   int Loop() override;
   // A smart card came or went while the dialog is in front.

@@ -67,7 +67,7 @@ void MerelTimeoutDialog::Apply() {
     // The old time-out stays in force; there is nothing the user could do.
     return;
   }
-  Frame::LoadIdleTimeout();
+  _session.LoadIdleTimeout();
   LogTimeoutChange("Merel timeout", *minutes);
 }
 

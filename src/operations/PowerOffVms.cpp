@@ -25,8 +25,8 @@ int PowerOffVms(const char* toolPath, bool terminate) {
   return RunCommand(toolPath, argv, out, &outSize, err, &errSize, nullptr, 0, 0);
 }
 
-void StopVirtualMachines(bool graceful) {
-  RoviCommand record{Frame::_loginName, kAutoStopCommand, {}};
+void StopVirtualMachines(const std::string& user, bool graceful) {
+  RoviCommand record{user, kAutoStopCommand, {}};
   char out[kOutputSize];
   char err[kOutputSize];
   size_t outSize = sizeof(out);

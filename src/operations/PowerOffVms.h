@@ -4,6 +4,8 @@
 // restore.
 #pragma once
 
+#include <string>
+
 namespace Merel {
 
 // Runs the host's power-off tool at `toolPath` (a host path such as
@@ -17,6 +19,6 @@ int PowerOffVms(const char* toolPath, bool terminate);
 // configured automatic stop of virtual machines (as the logged-in user), then
 // "/bin/powerOffVms", forcing only when not `graceful`. Results are not
 // examined: the host goes down whatever they were.
-void StopVirtualMachines(bool graceful);
+void StopVirtualMachines(const std::string& user, bool graceful);
 
 }  // namespace Merel

@@ -30,7 +30,7 @@ int PowerProgressDialog::Loop() {
   SetText(_strings->GetString(_textKey));
   // On screen before the virtual machines are stopped, which may take long.
   Window::UpdateTerminal();
-  StopVirtualMachines(_graceful);
+  StopVirtualMachines(_session.loginName, _graceful);
   if (Platform::System(_command) == -1) {
     return 0;
   }

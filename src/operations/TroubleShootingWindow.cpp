@@ -56,8 +56,8 @@ const char* const kRestartFooter =
     "{color:white}<Enter>{/color}{color:light-grey} Restart{/color}{align:right}"
     "{color:white}<Esc>{/color}{color:light-grey} Exit{/color}{/align}";
 
-bool RunManagement(const char* command) {
-  RoviCommand record{Frame::_loginName, command, {}};
+bool RunManagement(const std::string& user, const char* command) {
+  RoviCommand record{user, command, {}};
   char out[256];
   char err[256];
   size_t outSize = sizeof(out);
@@ -136,7 +136,7 @@ void TroubleShootingWindow::Toggle(int entry) {
   const Service& service = kServices[entry];
   bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
   const bool on = enabled;
-  if (!RunManagement(on ? service.stop : service.start)) {
+  if (!RunManagement(_session.loginName, on ? service.stop : service.start)) {
     Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop %s", service.toolName);
     RunServiceScript(service.script, on ? "stop" : "start");
     // The management command opens and closes the firewall itself; the
@@ -146,13 +146,13 @@ void TroubleShootingWindow::Toggle(int entry) {
     }
   }
   // Makes the state last across reboots; the script has no such step.
-  if (!RunManagement(on ? service.disable : service.enable)) {
+  if (!RunManagement(_session.loginName, on ? service.disable : service.enable)) {
     Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to enable/disable %s", service.toolName);
   }
   enabled = !on;
   Platform::Syslog(
       LOG_INFO, "%s",
-      ("User " + Frame::_loginName + (on ? " disabled " : " enabled ") + service.name).c_str());
+      ("User " + _session.loginName + (on ? " disabled " : " enabled ") + service.name).c_str());
 }
 
 int TroubleShootingWindow::Loop() {

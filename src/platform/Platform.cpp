@@ -16,7 +16,10 @@
 #include <mutex>
 
 #include "Backend.h"
+#include "HostCtl/AdvancedOption.h"
 #include "HostCtl/HostCtlException.h"
+#include "NexCtl/AdvancedOptionImpl.h"
+#include "NexCtl/SystemInfoImpl.h"
 #include "backends/LinuxBackend.h"
 #include "backends/SimBackend.h"
 #include "backends/SimHostInit.h"
@@ -227,6 +230,31 @@ bool SwitchVirtualTerminal(int vt) {
 
 bool ConsoleKeyboard(int fd) {
   return Current().ConsoleKeyboard(fd);
+}
+
+int64_t IntegerOption(const std::string& name, int64_t fallback) {
+  try {
+    NexCtl::Adv::AdvancedOptionImpl options;
+    std::unique_ptr<HostCtl::Adv::AdvancedOption> option = options.FindOption(name);
+    auto* integer = dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get());
+    if (integer != nullptr) {
+      return integer->GetValue();
+    }
+  } catch (const HostCtl::Lib::HostCtlException&) {
+  }
+  return fallback;
+}
+
+bool ProductLine(std::string& line) {
+  try {
+    NexCtl::System::SystemInfoImpl info;
+    const NexCtl::System::SystemVersion version = info.GetSystemVersion();
+    line = version.product + " " + version.version + " (Nexel " + version.kernelVersion +
+           " Build " + version.build + ")";
+    return true;
+  } catch (const HostCtl::Lib::HostCtlException&) {
+    return false;
+  }
 }
 
 }  // namespace Platform

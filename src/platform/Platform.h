@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -62,5 +63,14 @@ bool SwitchVirtualTerminal(int vt);
 // (on a real host: the KDGKBTYPE query succeeds). A simulated host answers
 // from its state ("consoleKeyboard"), whatever terminal the console is in.
 bool ConsoleKeyboard(int fd);
+
+// The value of the host's integer advanced option `name` ("/UserVars/
+// MerelTimeOut"), or `fallback` when the host has no such integer option or
+// cannot be read.
+int64_t IntegerOption(const std::string& name, int64_t fallback);
+
+// The product line of the welcome screen ("<product> <version> (Nexel
+// <kernel> Build <build>)"); false when the host cannot tell.
+bool ProductLine(std::string& line);
 
 }  // namespace Platform

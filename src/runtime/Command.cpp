@@ -17,7 +17,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "Frame.h"
 #include "HostLibraries.h"
 #include "Platform.h"
 
@@ -313,8 +312,8 @@ bool RoviQueryBool(const char* command) {
   return strncmp(output, "true", 4) == 0;
 }
 
-int RoviRefresh() {
-  RoviCommand record{Frame::_loginName, "internalsvc/refresh", {}};
+int RoviRefresh(const std::string& user) {
+  RoviCommand record{user, "internalsvc/refresh", {}};
   char out[kRoviBufferSize];
   char err[kRoviBufferSize];
   size_t outSize = sizeof(out);

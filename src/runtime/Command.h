@@ -35,7 +35,7 @@ int RunRoviOnce(const RoviCommand& record, char* out, size_t* outSize, char* err
 int RunRoviCommand(RoviCommand& record, char* out, size_t* outSize, char* err, size_t* errSize,
                    const char* input, size_t inputLength);
 bool RoviQueryBool(const char* command);
-int RoviRefresh();
+int RoviRefresh(const std::string& user);
 void RoviAutoStop(const char* user);
 int InitObsvLibrary();
 // Posts the event `eventId` with `text` when the event library opens (a

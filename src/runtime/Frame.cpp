@@ -19,9 +19,6 @@
 #include <memory>
 
 #include "Command.h"
-#include "HostCtl/AdvancedOption.h"
-#include "HostCtl/HostCtlException.h"
-#include "NexCtl/AdvancedOptionImpl.h"
 #include "Platform.h"
 #include "ReadScope.h"
 #include "StringFactory.h"
@@ -31,18 +28,8 @@ namespace Merel {
 
 const char* const MEREL_TIMEOUT_VAR = "/UserVars/MerelTimeOut";
 
-Frame* Frame::fgFrame = nullptr;
-bool Frame::_wakeOnChildExit = false;
 int Frame::_signalPipe[2] = {-1, -1};
 sigset_t Frame::_signalSet;
-unsigned int Frame::_idleTimeout = 600;
-bool Frame::_loggedIn = false;
-bool Frame::_markForRestart = false;
-std::string Frame::_loginName;
-bool Frame::_isLoggedWithSmartCard = false;
-std::string Frame::_smartCardLoginId;
-std::string Frame::_cardInfo;
-std::function<void()> Frame::_smartCardCheck;
 
 namespace {
 
@@ -67,7 +54,6 @@ enum PseudoKey {
 };
 static_assert(Frame::kChildExited == -7);
 
-constexpr unsigned int kDefaultIdleTimeout = 600;
 // Milliseconds without a key before the screen dims; also the shortest idle
 // time-out.
 constexpr long long kDimAfterMs = 60 * 1000;
@@ -116,15 +102,24 @@ Frame::Frame(Frame* parent, int x, int y, int width, int height, int background,
     // frame with a parent is a top-level curses window.
     : Window(x, y, width, height, background, foreground),
       _parentFrame(parent),
+      _ownSession(parent != nullptr ? nullptr : std::make_unique<Session>()),
+      _session(parent != nullptr ? parent->_session : *_ownSession),
+      _strings(GetStringFactory("en_US")) {}
+
+Frame::Frame(Session& session, int x, int y, int width, int height, int background,
+             int foreground)
+    : Window(x, y, width, height, background, foreground),
+      _session(session),
       _strings(GetStringFactory("en_US")) {}
 
 Frame::~Frame() {
-  if (fgFrame == this) {
-    fgFrame = nullptr;
+  if (_session.fgFrame == this) {
+    _session.fgFrame = nullptr;
   }
 }
 
 int Frame::Run(Frame* frame) {
+  Frame*& fgFrame = frame->_session.fgFrame;
   fgFrame = nullptr;
   Frame* parent = frame->_parentFrame;
   if (parent != nullptr) {
@@ -152,28 +147,30 @@ int Frame::Run(Frame* frame) {
   return result;
 }
 
-Frame::Deadlines Frame::ComputeDeadlines(const struct timeval& start, bool useIdleLimit) {
+Frame::Deadlines Frame::ComputeDeadlines(const struct timeval& start, bool useIdleLimit,
+                                         unsigned int idleTimeout) {
   Deadlines deadlines;
   deadlines.dim = AddMilliseconds(start, kDimAfterMs);
-  deadlines.idleActive = useIdleLimit && _idleTimeout != 0;
+  deadlines.idleActive = useIdleLimit && idleTimeout != 0;
   // A session never times out before the screen has dimmed: a configured
   // value below a minute acts as a minute.
-  long long idleMs = std::max(static_cast<long long>(_idleTimeout) * 1000, kDimAfterMs);
+  long long idleMs = std::max(static_cast<long long>(idleTimeout) * 1000, kDimAfterMs);
   deadlines.idle = AddMilliseconds(start, idleMs);
   return deadlines;
 }
 
 int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
   EndAction();
+  Session& session = frame->_session;
   struct timeval start;
   gettimeofday(&start, nullptr);
-  const Deadlines deadlines = ComputeDeadlines(start, useIdleLimit);
+  const Deadlines deadlines = ComputeDeadlines(start, useIdleLimit, session.idleTimeout);
   bool dimmed = false;
   for (;;) {
     struct timeval now;
     gettimeofday(&now, nullptr);
     if (deadlines.idleActive && timercmp(&now, &deadlines.idle, >)) {
-      fgFrame = nullptr;
+      session.fgFrame = nullptr;
       throw MerelTimeout();
     }
     if (!dimmed && timercmp(&now, &deadlines.dim, >)) {
@@ -200,20 +197,20 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
     switch (key) {
       case kSmartCardEvent: {
         Platform::ReadScope redraw;
-        if (fgFrame != nullptr) {
-          fgFrame->Update();
+        if (session.fgFrame != nullptr) {
+          session.fgFrame->Update();
         }
-        if (_smartCardCheck) {
-          _smartCardCheck();
+        if (session.smartCardCheck) {
+          session.smartCardCheck();
         }
         continue;
       }
       case kRestartRequest:
-        if (!_loggedIn) {
+        if (!session.loggedIn) {
           exit(0);
         }
         // The session's owner honours it when the user logs out.
-        _markForRestart = true;
+        session.markForRestart = true;
         continue;
       case kResized:
       case KEY_RESIZE:
@@ -224,7 +221,7 @@ int Frame::WaitForKey(Frame* frame, bool useIdleLimit) {
       case kTerminate:
         exit(0);
       case kChildExited:
-        if (_wakeOnChildExit) {
+        if (session.wakeOnChildExit) {
           BeginAction();
           return kChildExited;
         }
@@ -429,29 +426,6 @@ void Frame::InitSignals() {
   }
 }
 
-void Frame::LoadIdleTimeout() {
-  unsigned int timeout = kDefaultIdleTimeout;
-  try {
-    NexCtl::Adv::AdvancedOptionImpl options;
-    std::unique_ptr<HostCtl::Adv::AdvancedOption> option = options.FindOption(MEREL_TIMEOUT_VAR);
-    auto* integer = dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get());
-    if (integer != nullptr) {
-      timeout = static_cast<unsigned int>(integer->GetValue());
-    }
-  } catch (const HostCtl::Lib::HostCtlException&) {
-    timeout = kDefaultIdleTimeout;
-  }
-  _idleTimeout = timeout;
-}
-
-void Frame::SetLoggedIn(bool loggedIn) {
-  _loggedIn = loggedIn;
-  if (loggedIn) {
-    // A changed time-out takes effect at the next login.
-    LoadIdleTimeout();
-  }
-}
-
 int Frame::RunOnTerminal(Frame* owner,
                          const char* path,
                          char* const argv[],
@@ -460,11 +434,13 @@ int Frame::RunOnTerminal(Frame* owner,
   // mode curses keeps it in.
   struct termios saved;
   const bool haveSaved = tcgetattr(STDOUT_FILENO, &saved) == 0;
-  tcsetattr(STDOUT_FILENO, TCSANOW, &orig_termios);
+  if (owner != nullptr) {
+    tcsetattr(STDOUT_FILENO, TCSANOW, &owner->_session.origTermios);
+    // Nobody in front: a smart-card event must not draw over the program.
+    owner->_session.fgFrame = nullptr;
+  }
   clear();
   refresh();
-  // Nobody in front: a smart-card event must not draw over the program.
-  fgFrame = nullptr;
 
   int status = -1;
   const pid_t pid = Platform::Spawn(path, argv, envp, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
@@ -512,7 +488,7 @@ int Frame::RunOnTerminal(Frame* owner,
   if (owner != nullptr) {
     owner->Draw(false);
     owner->Draw(true);
-    fgFrame = owner;
+    owner->_session.fgFrame = owner;
   }
   return status;
 }

@@ -1,14 +1,15 @@
 // A window that is run modally above a parent frame, and the process-wide
-// machinery every frame shares: the signal thread and its pipe, the one key
-// wait (dimming, idle time-out, pseudo-keys) and the session flags.
+// machinery every frame shares: the signal thread and its pipe, and the one
+// key wait (dimming, idle time-out, pseudo-keys), which works on the session
+// of the frame it waits for.
 #pragma once
 
 #include <signal.h>
 #include <sys/time.h>
 
-#include <functional>
-#include <string>
+#include <memory>
 
+#include "Session.h"
 #include "Window.h"
 
 namespace Merel {
@@ -23,8 +24,14 @@ extern const char* const MEREL_TIMEOUT_VAR;  // "/UserVars/MerelTimeOut"
 
 class Frame : public Window {
  public:
+  // A frame in its parent's session; one without a parent has a session of
+  // its own.
   Frame(Frame* parent, int x, int y, int width, int height, int background, int foreground);
+  // The first frame of `session` (main's welcome screen).
+  Frame(Session& session, int x, int y, int width, int height, int background, int foreground);
   ~Frame() override;
+
+  Session& GetSession() const { return _session; }
 
   // The frame's own event loop; returns 0 for Escape/cancel, non-zero to confirm.
   virtual int Loop() = 0;
@@ -34,7 +41,8 @@ class Frame : public Window {
   // Shows `frame` above its parent, runs its loop and restores the parent.
   static int Run(Frame* frame);
   // The next real key (>= 0) for `frame`; handles pseudo-keys itself, may throw
-  // MerelTimeout (idle limit, when `useIdleLimit`) or end the process.
+  // MerelTimeout (idle limit of the frame's session, when `useIdleLimit`) or
+  // end the process.
   static int WaitForKey(Frame* frame, bool useIdleLimit);
   // Starts an action: the host-library calls from here to the next key wait
   // share one reading of the host (Platform::ReadScope). The key wait starts
@@ -46,42 +54,26 @@ class Frame : public Window {
   static int ReadKey(const struct timeval* interval);
 
   // The deadlines of one key wait started at `start`: the screen dims at
-  // `dim`; a logged-in session times out after `idle` when `idleActive`.
+  // `dim`; a logged-in session with time-out `idleTimeout` (seconds) times
+  // out after `idle` when `idleActive`.
   struct Deadlines {
     struct timeval dim;
     struct timeval idle;
     bool idleActive;
   };
-  static Deadlines ComputeDeadlines(const struct timeval& start, bool useIdleLimit);
+  static Deadlines ComputeDeadlines(const struct timeval& start, bool useIdleLimit,
+                                    unsigned int idleTimeout);
 
   static void InitSignals();
   // The signal thread: turns each caught signal into one byte on the pipe.
   static void* SignalHandler(void*);
-  static void LoadIdleTimeout();
-  static void SetLoggedIn(bool loggedIn);
   static void ResizeTerminal();
 
-  // While `_wakeOnChildExit` is set, the key wait returns kChildExited when a
-  // child of the console has ended, so that a screen can wait for a key and
-  // for its child at once. At other times that news is dropped.
+  // What the key wait returns, while the session's `wakeOnChildExit` is set,
+  // when a child of the console has ended.
   static constexpr int kChildExited = -7;
-  static bool _wakeOnChildExit;
   // For a SIGCHLD handler: only writes one byte to the signal pipe.
   static void NotifyChildExit();
-
-  static Frame* fgFrame;
-  static int _signalPipe[2];
-  static sigset_t _signalSet;
-  static unsigned int _idleTimeout;
-  static bool _loggedIn;
-  static bool _markForRestart;
-  static std::string _loginName;
-  static bool _isLoggedWithSmartCard;
-  static std::string _smartCardLoginId;
-  static std::string _cardInfo;
-  // The smart-card check run by the key wait after a smart-card event; set by
-  // the login code (the runtime knows nothing of smart cards itself).
-  static std::function<void()> _smartCardCheck;
 
   // Lends the terminal to the program at `path` (a host path) with exactly
   // `argv` and `envp`: the terminal goes back to the modes the console found
@@ -89,13 +81,26 @@ class Frame : public Window {
   // standard descriptors, and the console waits for it to end (signals wait
   // in the pipe meanwhile). Then the terminal is taken back and `owner` is
   // repainted and in front again. Returns the wait status, or -1 when the
-  // program could not be started.
+  // program could not be started. The modes come from `owner`'s session.
   static int RunOnTerminal(Frame* owner, const char* path, char* const argv[],
                            char* const envp[]);
 
  protected:
   Frame* _parentFrame = nullptr;
+
+ private:
+  std::unique_ptr<Session> _ownSession;  // only without a parent
+
+ protected:
+  Session& _session;
   StringFactory* _strings = nullptr;
+
+ private:
+  // Written by the signal thread (and a SIGCHLD handler), read by the key
+  // wait: the one state of the console that signals reach.
+  static int _signalPipe[2];
+  static sigset_t _signalSet;
+  friend struct SignalPipeAccess;  // the tests' stand-in pipe
 };
 
 }  // namespace Merel

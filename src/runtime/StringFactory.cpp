@@ -7,8 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "HostCtl/HostCtlException.h"
-#include "NexCtl/SystemInfoImpl.h"
+#include "Platform.h"
 
 namespace Merel {
 
@@ -24,17 +23,13 @@ const char* ProductLine() {
   if (cached != nullptr) {
     return cached->c_str();
   }
-  try {
-    NexCtl::System::SystemInfoImpl info;
-    const NexCtl::System::SystemVersion version = info.GetSystemVersion();
-    std::string line = version.product + " " + version.version + " (Nexel " +
-                       version.kernelVersion + " Build " + version.build + ")";
-    // Never destroyed: the text is handed out for the life of the process.
-    cached = new std::string(std::move(line));
-    return cached->c_str();
-  } catch (const HostCtl::Lib::HostCtlException&) {
+  std::string line;
+  if (!Platform::ProductLine(line)) {
     return "";
   }
+  // Never destroyed: the text is handed out for the life of the process.
+  cached = new std::string(std::move(line));
+  return cached->c_str();
 }
 
 }  // namespace

@@ -8,13 +8,11 @@
 #include <cstdlib>
 #include <exception>
 
-bool bwColor = false;
-bool usingKeyboard = false;
-struct termios orig_termios;
-
 namespace Merel {
 
 namespace {
+
+bool bwColor = false;
 
 #define ESC "\033"
 
@@ -264,6 +262,14 @@ void SetAttributes(WINDOW* window, int colorAttr) {
   int pair;
   SplitColorAttr(colorAttr, attributes, pair);
   wattr_set(window, attributes, 0, &pair);
+}
+
+bool BwColor() {
+  return bwColor;
+}
+
+void SetBwColor(bool on) {
+  bwColor = on;
 }
 
 }  // namespace Merel

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <curses.h>
-#include <termios.h>
 
 namespace Merel {
 
@@ -51,9 +50,11 @@ void SetAttributes(WINDOW* window, int colorAttr);
 // Installed once curses has started.
 void RestoreTerminalOnTerminate();
 
-}  // namespace Merel
+// Black-and-white rendering (bwColor): on where InitColors finds a terminal
+// whose colours cannot be redefined; F4 on the welcome screen toggles it.
+// It belongs to the one curses screen, like the colour pairs, and changes
+// what every ColorAttr gives.
+bool BwColor();
+void SetBwColor(bool on);
 
-// Process-wide flags, plain globals by convention.
-extern bool bwColor;
-extern bool usingKeyboard;
-extern struct termios orig_termios;
+}  // namespace Merel

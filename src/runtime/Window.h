@@ -61,6 +61,8 @@ class Window {
   // UpdateTerminal: the last call before it wins, whatever is drawn after.
   void SetCursor(int x, int y);
   static void ShowCursor(bool visible);
+  // Whether the cursor shows at the next UpdateTerminal.
+  static bool CursorShown() { return _cursor; }
 
   WINDOW* GetWindow() const { return _window; }
   const std::vector<std::unique_ptr<Window>>& GetChildren() const { return _children; }
@@ -72,10 +74,6 @@ class Window {
   int GetForeground() const { return _foreground; }
   bool IsActive() const { return _active; }
   bool IsTopLevel() const { return _parent == nullptr; }
-
-  static bool _cursor;
-  static int _xCursor;
-  static int _yCursor;
 
  protected:
   // Saved while a top-level window is drawn inactive; -1 = nothing saved.
@@ -94,6 +92,13 @@ class Window {
   // cut from.
   std::vector<std::unique_ptr<Window>> _children;
   bool _active = true;
+
+ private:
+  // The one terminal cursor, which ever window put it last (SetCursor,
+  // ShowCursor).
+  static bool _cursor;
+  static int _xCursor;
+  static int _yCursor;
 };
 
 }  // namespace Merel

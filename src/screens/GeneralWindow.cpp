@@ -32,7 +32,6 @@
 
 namespace Merel {
 
-std::unique_ptr<HostCtl::Network::NexNic> GeneralWindow::_mgmtIntf;
 
 namespace {
 
@@ -48,16 +47,16 @@ bool LockdownAvailable() {
          RoviQueryBool("rovisvc/auth/lockdown_is_possible");
 }
 
-// Locates the management interface afresh into GeneralWindow::_mgmtIntf the
+// Locates the management interface afresh into `mgmtIntf` the
 // way the network screens do; the previous one is released first. False when
 // the host failed to answer (then there is none), so that a failure can be
 // told from a host without a management interface.
-bool LocateManagementInterface() {
-  GeneralWindow::_mgmtIntf.reset();
+bool LocateManagementInterface(std::unique_ptr<HostCtl::Network::NexNic>& mgmtIntf) {
+  mgmtIntf.reset();
   try {
     NexCtl::Network::NetworkInfoImpl info;
     info.UpdateManagementInterface();
-    GeneralWindow::_mgmtIntf = info.GetManagementInterface();
+    mgmtIntf = info.GetManagementInterface();
     return true;
   } catch (const HostCtl::Lib::HostCtlException& e) {
     Platform::Syslog(LOG_ERR, "Locating the management interface failed: %s", e.what());
@@ -164,11 +163,11 @@ std::vector<MenuEntry> GeneralWindow::Entries() {
 GeneralWindow::GeneralWindow(Frame* parent) : RootWindow(parent), _impl(std::make_unique<Impl>()) {
   MenuFlags& flags = _impl->flags;
   flags.lockdownAvailable = LockdownAvailable();
-  LocateManagementInterface();
+  LocateManagementInterface(_mgmtIntf);
   flags.managementInterfaceFound = _mgmtIntf != nullptr;
   flags.networkBooted = NetworkBooted();
   flags.deviceAssignmentState = DeviceAssignmentState();
-  flags.usingKeyboard = usingKeyboard;
+  flags.usingKeyboard = _session.usingKeyboard;
   _impl->logs.CheckAvailability();
   SetEntries(Strings::kMenuTitle, Entries());
 }
@@ -225,7 +224,7 @@ void GeneralWindow::OpenLockdown() {
 void GeneralWindow::RestartManagementNetwork() {
   // Located afresh: the interface may have changed since the menu was built.
   uint32_t message = 0;
-  if (!LocateManagementInterface()) {
+  if (!LocateManagementInterface(_mgmtIntf)) {
     message = Strings::kManagementInterfaceFailed;
   } else if (_mgmtIntf == nullptr) {
     message = Strings::kNoManagementInterface;

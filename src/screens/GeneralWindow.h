@@ -20,7 +20,7 @@ class GeneralWindow : public RootWindow {
   void UpdateFooter() override;
 
   // The management interface found when the menu was last built.
-  static std::unique_ptr<HostCtl::Network::NexNic> _mgmtIntf;
+  std::unique_ptr<HostCtl::Network::NexNic> _mgmtIntf;
 
  private:
   struct Impl;

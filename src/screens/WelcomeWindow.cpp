@@ -76,8 +76,8 @@ std::string UrlLine(const std::string& url, int width) {
 
 }  // namespace
 
-WelcomeWindow::WelcomeWindow(int x, int y, int width, int height)
-    : Frame(nullptr, x, y, width, height, kBlack, kWhite) {
+WelcomeWindow::WelcomeWindow(Session& session, int x, int y, int width, int height)
+    : Frame(session, x, y, width, height, kBlack, kWhite) {
   // The root of every screen: from here on every text may name the host's
   // variables, including a custom welcome message.
   HostInformation::InstallVariables();
@@ -288,18 +288,18 @@ bool WelcomeWindow::LogIn() {
     return Login(this);
   } catch (const MerelTimeout&) {
     // A dialog of the login that waited with the idle limit; nobody is in.
-    Frame::fgFrame = this;
+    _session.fgFrame = this;
     clearok(curscr, TRUE);
-    if (Frame::_loggedIn) {
+    if (_session.loggedIn) {
       LoginSession().Close();
-      Frame::SetLoggedIn(false);
+      _session.SetLoggedIn(false);
     }
     return false;
   }
 }
 
 void WelcomeWindow::RunSession(const std::function<void()>& session) {
-  const std::string user = Frame::_loginName;
+  const std::string user = _session.loginName;
   bool timedOut = false;
   try {
     session();
@@ -310,16 +310,16 @@ void WelcomeWindow::RunSession(const std::function<void()>& session) {
     Platform::Syslog(LOG_INFO, "User %s logged out due to time out", user.c_str());
     AuditLog_Session("login.disconnect", user.c_str(), 1, "reason", "Time out");
     // The time-out abandoned every frame above us without redrawing anything.
-    Frame::fgFrame = this;
+    _session.fgFrame = this;
     clearok(curscr, TRUE);
   } else {
     Platform::Syslog(LOG_INFO, "User %s logged out", user.c_str());
     AuditLog_Session("login.disconnect", user.c_str(), 1, "reason", "Session closed");
   }
   LoginSession().Close();
-  Frame::SetLoggedIn(false);
+  _session.SetLoggedIn(false);
   // A restart asked for during the session was held back until now.
-  if (Frame::_markForRestart) {
+  if (_session.markForRestart) {
     exit(0);
   }
 }
@@ -351,7 +351,7 @@ int WelcomeWindow::Loop() {
         // Only a terminal whose colours we redefine has a colour view to
         // leave; on the others black and white is all there is.
         if (can_change_color()) {
-          bwColor = !bwColor;
+          SetBwColor(!BwColor());
           Layout();
         } else {
           // Nothing changes, and nothing is sent for it: mending a garbled

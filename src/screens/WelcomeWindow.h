@@ -19,7 +19,8 @@ class TextArea;
 class WelcomeWindow : public Frame {
  public:
   // The root frame: no parent.
-  WelcomeWindow(int x, int y, int width, int height);
+  // The first screen of `session`, which main owns.
+  WelcomeWindow(Session& session, int x, int y, int width, int height);
   ~WelcomeWindow() override;
 
   int Loop() override;

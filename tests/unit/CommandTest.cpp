@@ -170,9 +170,7 @@ TEST_F(CommandTest, RoviQueryBoolIsTrueWhenTheAnswerStartsWithTrue) {
 TEST_F(CommandTest, RefreshAsTheSessionUserAndAutoStop) {
   RoviCmd("");
   Tool("/bin/powerOffVms", "echo \"powerOffVms $*\" >> " + _root.Path() + "/calls.log");
-  Frame::_loginName = "alice";
-  RoviRefresh();
-  Frame::_loginName.clear();
+  RoviRefresh("alice");
   RoviAutoStop("merel");
   EXPECT_EQ(Calls(),
             "-U alice internalsvc/refresh\n-U merel internalsvc/refresh\n"

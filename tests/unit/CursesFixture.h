@@ -64,8 +64,8 @@ class CursesScreen {
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
-    _savedBwColor = bwColor;
-    bwColor = false;
+    _savedBwColor = Merel::BwColor();
+    Merel::SetBwColor(false);
     start_color();
     Merel::InitColors();
     Merel::InitKeys();
@@ -76,7 +76,7 @@ class CursesScreen {
     if (_screen != nullptr) {
       endwin();
       delscreen(_screen);
-      bwColor = _savedBwColor;
+      Merel::SetBwColor(_savedBwColor);
     }
     if (_master < 0) {
       return;

@@ -18,6 +18,12 @@
 #include "SimHostTestSupport.h"
 
 namespace Merel {
+
+// The key wait's pipe, replaced by the test's own.
+struct SignalPipeAccess {
+  static auto& Pipe() { return Frame::_signalPipe; }
+};
+
 namespace {
 
 // A frame whose loop is whatever the test wants; records its draws.
@@ -27,6 +33,10 @@ class TestFrame : public Frame {
       Frame* parent,
       std::function<int()> loop = [] { return 0; })
       : Frame(parent, 0, 0, 20, 5, kYellow, kWhite), _loop(std::move(loop)) {}
+  explicit TestFrame(
+      Session& session,
+      std::function<int()> loop = [] { return 0; })
+      : Frame(session, 0, 0, 20, 5, kYellow, kWhite), _loop(std::move(loop)) {}
   int Loop() override { return _loop(); }
   void Update() override { ++updates; }
   void Draw(bool active) override {
@@ -45,51 +55,47 @@ class FrameTest : public testing::Test {
   void SetUp() override {
     ASSERT_TRUE(_screen.Ok());
     ASSERT_EQ(pipe(_pipe), 0);
-    std::swap(_pipe, Frame::_signalPipe);
-    Frame::fgFrame = nullptr;
+    std::swap(_pipe, SignalPipeAccess::Pipe());
   }
   void TearDown() override {
-    std::swap(_pipe, Frame::_signalPipe);
+    std::swap(_pipe, SignalPipeAccess::Pipe());
     close(_pipe[0]);
     close(_pipe[1]);
-    Frame::fgFrame = nullptr;
-    Frame::_loggedIn = Frame::_markForRestart = false;
-    Frame::_smartCardCheck = nullptr;
-    Frame::_idleTimeout = 600;
   }
-  void Signal(unsigned char byte) { ASSERT_EQ(write(Frame::_signalPipe[1], &byte, 1), 1); }
+  void Signal(unsigned char byte) { ASSERT_EQ(write(SignalPipeAccess::Pipe()[1], &byte, 1), 1); }
 
   MerelTest::CursesScreen _screen{"xterm-256color", true};  // the key wait polls descriptor 0
   int _pipe[2] = {-1, -1};
+  Session _session;
 };
 
 TEST_F(FrameTest, RunPutsTheFrameInFrontOfItsGreyedParentAndBack) {
-  TestFrame parent(nullptr);
+  TestFrame parent(_session);
   Frame* frontInside = nullptr;
   bool parentActiveInside = true;
   TestFrame child(&parent, [&] {
-    frontInside = Frame::fgFrame;
+    frontInside = _session.fgFrame;
     parentActiveInside = parent.IsActive();
     return 7;
   });
-  Frame::fgFrame = &parent;
+  _session.fgFrame = &parent;
   EXPECT_EQ(Frame::Run(&child), 7);
   EXPECT_EQ(frontInside, &child);
   EXPECT_FALSE(parentActiveInside);
   EXPECT_EQ(parent.draws, (std::vector<bool>{false, true}));
-  EXPECT_EQ(Frame::fgFrame, &parent);
+  EXPECT_EQ(_session.fgFrame, &parent);
 
-  TestFrame root(nullptr, [] { return 1; });
+  TestFrame root(_session, [] { return 1; });
   EXPECT_EQ(Frame::Run(&root), 1);
-  EXPECT_EQ(Frame::fgFrame, nullptr) << "the root frame leaves nobody in front";
+  EXPECT_EQ(_session.fgFrame, nullptr) << "the root frame leaves nobody in front";
 }
 
 TEST_F(FrameTest, IdleTimeoutPassesThroughRunWithoutRedrawingTheParent) {
-  TestFrame parent(nullptr);
+  TestFrame parent(_session);
   TestFrame child(&parent, []() -> int { throw MerelTimeout(); });
-  Frame::fgFrame = &parent;
+  _session.fgFrame = &parent;
   EXPECT_THROW(Frame::Run(&child), MerelTimeout);
-  EXPECT_EQ(Frame::fgFrame, nullptr);
+  EXPECT_EQ(_session.fgFrame, nullptr);
   EXPECT_EQ(parent.draws, (std::vector<bool>{false}));
 }
 
@@ -111,15 +117,15 @@ TEST_F(FrameTest, ReadKeyGivesKeysBeforeSignalsAndPipeBytesAsPseudoKeys) {
 }
 
 TEST_F(FrameTest, RestartDuringASessionIsKeptAndCardEventsUpdateTheFront) {
-  TestFrame front(nullptr);
-  Frame::fgFrame = &front;
-  Frame::_loggedIn = true;
-  Frame::_smartCardCheck = [&] { _screen.Type("q"); };  // a key for the wait to return
+  TestFrame front(_session);
+  _session.fgFrame = &front;
+  _session.loggedIn = true;
+  _session.smartCardCheck = [&] { _screen.Type("q"); };  // a key for the wait to return
   Signal(2);
   Signal(9);  // unknown: ignored
   Signal(1);
   EXPECT_EQ(Frame::WaitForKey(&front, false), 'q');
-  EXPECT_TRUE(Frame::_markForRestart);
+  EXPECT_TRUE(_session.markForRestart);
   EXPECT_EQ(front.updates, 1);
 }
 
@@ -132,9 +138,8 @@ TEST_F(FrameTest, RunOnTerminalLendsTheTerminalAndTakesItBack) {
   // Standard output is the terminal for the hand-over, as in the console.
   const int savedStdout = dup(STDOUT_FILENO);
   dup2(_screen.Slave(), STDOUT_FILENO);
-  const struct termios savedOrig = orig_termios;
-  tcgetattr(STDOUT_FILENO, &orig_termios);
-  orig_termios.c_lflag |= ECHO | ICANON;
+  tcgetattr(STDOUT_FILENO, &_session.origTermios);
+  _session.origTermios.c_lflag |= ECHO | ICANON;
   const struct {
     const char* script;
     int exitCode;
@@ -144,8 +149,8 @@ TEST_F(FrameTest, RunOnTerminalLendsTheTerminalAndTakesItBack) {
       {"kill -STOP $$; exit 4", 4},
   };
   for (const auto& c : cases) {
-    TestFrame owner(nullptr);
-    Frame::fgFrame = nullptr;
+    TestFrame owner(_session);
+    _session.fgFrame = nullptr;
     char sh[] = "sh", dashC[] = "-c";
     std::string script = c.script;
     char* const argv[] = {sh, dashC, script.data(), nullptr};
@@ -153,18 +158,17 @@ TEST_F(FrameTest, RunOnTerminalLendsTheTerminalAndTakesItBack) {
     char* const envp[] = {path, nullptr};
     const int status = Frame::RunOnTerminal(&owner, "/bin/sh", argv, envp);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == c.exitCode) << c.script << " " << status;
-    EXPECT_EQ(Frame::fgFrame, &owner);
+    EXPECT_EQ(_session.fgFrame, &owner);
     EXPECT_EQ(owner.draws, (std::vector<bool>{false, true}));
     struct termios after;
     tcgetattr(STDOUT_FILENO, &after);
     EXPECT_FALSE(after.c_lflag & (ECHO | ICANON)) << "the console's modes are not back";
   }
-  TestFrame owner(nullptr);
+  TestFrame owner(_session);
   char name[] = "missing";
   char* const argv[] = {name, nullptr};
   EXPECT_EQ(Frame::RunOnTerminal(&owner, "/bin/no-such-program", argv, argv + 1), -1);
-  EXPECT_EQ(Frame::fgFrame, &owner);
-  orig_termios = savedOrig;
+  EXPECT_EQ(_session.fgFrame, &owner);
   dup2(savedStdout, STDOUT_FILENO);
   close(savedStdout);
 }
@@ -178,15 +182,13 @@ TEST(FrameDeadlinesTest, DimAfterAMinuteIdleNoSoonerThanAMinuteZeroDisables) {
   } cases[] = {
       {true, 600, 1600}, {true, 30, 1060}, {true, 61, 1061}, {true, 0, 0}, {false, 600, 0}};
   for (const auto& c : cases) {
-    Frame::_idleTimeout = c.idleTimeout;
-    const Frame::Deadlines d = Frame::ComputeDeadlines(start, c.useIdleLimit);
+    const Frame::Deadlines d = Frame::ComputeDeadlines(start, c.useIdleLimit, c.idleTimeout);
     EXPECT_EQ(std::pair(d.dim.tv_sec, d.dim.tv_usec), std::pair(1060L, 250000L));
     EXPECT_EQ(d.idleActive, c.idleAt != 0) << c.idleTimeout;
     if (d.idleActive) {
       EXPECT_EQ(std::pair(d.idle.tv_sec, d.idle.tv_usec), std::pair(c.idleAt, 250000L));
     }
   }
-  Frame::_idleTimeout = 600;
 }
 
 // The host's advanced option, with 600 seconds whenever it cannot be used.
@@ -210,21 +212,21 @@ TEST(IdleTimeoutTest, ComesFromTheIntegerOptionOrIs600) {
                                          .description = ""});
       }
     });
-    Frame::_idleTimeout = 12345;
-    Frame::LoadIdleTimeout();
-    EXPECT_EQ(Frame::_idleTimeout, c.expected) << (c.type ? c.type : "missing") << " " << c.value;
+    Session session;
+    session.idleTimeout = 12345;
+    session.LoadIdleTimeout();
+    EXPECT_EQ(session.idleTimeout, c.expected) << (c.type ? c.type : "missing") << " " << c.value;
   }
   // A changed value is picked up at the next login, not at a logout.
-  Frame::_idleTimeout = 600;
-  Frame::SetLoggedIn(false);
-  EXPECT_EQ(Frame::_idleTimeout, 600u);
-  Frame::SetLoggedIn(true);
-  EXPECT_EQ(Frame::_idleTimeout, 30u);
-  Frame::_loggedIn = false;
+  Session session;
+  session.SetLoggedIn(false);
+  EXPECT_EQ(session.idleTimeout, 600u);
+  session.SetLoggedIn(true);
+  EXPECT_EQ(session.idleTimeout, 30u);
 
   std::filesystem::remove(root.Path() + "/host.json");  // the host cannot be read
-  Frame::LoadIdleTimeout();
-  EXPECT_EQ(Frame::_idleTimeout, 600u);
+  session.LoadIdleTimeout();
+  EXPECT_EQ(session.idleTimeout, 600u);
 }
 
 }  // namespace

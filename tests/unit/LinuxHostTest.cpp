@@ -341,8 +341,10 @@ INSTANTIATE_TEST_SUITE_P(
                     K::kPageJournal, "/usr/bin/less -cfP Q", ""},
         ProgramCase{"Keygen", {"/usr/bin/ssh-keygen", "-l", "-f", "k"}, K::kRun,
                     "/usr/bin/ssh-keygen -l -f k", ""},
-        ProgramCase{"NetworkTestNotYet", {"/sbin/nexping", "-c", "1", "10.0.0.1"}, K::kRefuse,
-                    "", ""},
+        // A few echo requests, each waited for a second, on the named interface.
+        ProgramCase{"NetworkTestPing", {"/sbin/nexping", "10.0.0.1", "-I", "br0"}, K::kRun,
+                    "/bin/ping -n -q -c 3 -i 0.2 -W 1 10.0.0.1 -I br0", ""},
+        ProgramCase{"PingWithoutAnAddress", {"/sbin/nexping"}, K::kRefuse, "", ""},
         ProgramCase{"AnyOtherProgram", {"/sbin/poweroff"}, K::kRefuse, "", ""}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -62,18 +62,15 @@ class LoginOutcomeTest : public ::testing::Test {
     backend = owned.get();
     Platform::Install(std::move(owned));
     backend->state.hardware.smartCard.supported = true;
-    SetSession(false, false, "");
   }
-  void TearDown() override {
-    SetSession(false, false, "");
-    Platform::Install(nullptr);
-  }
-  static void SetSession(bool loggedIn, bool withCard, const std::string& id) {
-    Merel::Frame::_loggedIn = loggedIn;
-    Merel::Frame::_isLoggedWithSmartCard = withCard;
-    Merel::Frame::_smartCardLoginId = id;
+  void TearDown() override { Platform::Install(nullptr); }
+  void SetSession(bool loggedIn, bool withCard, const std::string& id) {
+    session.loggedIn = loggedIn;
+    session.isLoggedWithSmartCard = withCard;
+    session.smartCardLoginId = id;
   }
   RecordingBackend* backend = nullptr;
+  Merel::Session session;
 };
 
 // The event service is optional: without it the failure is still logged and
@@ -158,7 +155,7 @@ TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsThatStillHaveTheirCard) {
     backend->syslog.clear();
     backend->state.hardware.smartCard = {true, c.present, c.users, c.lookupFails};
     SetSession(c.loggedIn, c.withCard, c.loggedIn ? "alice" : "");
-    Merel::SmartCardCheck();
+    Merel::SmartCardCheck(session);
     ASSERT_EQ(backend->syslog.size(), c.said.empty() ? 0u : 1u);
     if (!c.said.empty()) {
       EXPECT_EQ(backend->syslog[0].rfind(c.said, 0), 0u) << backend->syslog[0];
@@ -173,11 +170,12 @@ TEST_F(LoginOutcomeDeathTest, SmartCardSessionEndsWhenItsCardGoes) {
   backend->echo = true;
   SetSession(true, true, "alice");
   // Card pulled out.
-  EXPECT_EXIT(Merel::SmartCardCheck(), ::testing::ExitedWithCode(0),
+  EXPECT_EXIT(Merel::SmartCardCheck(session), ::testing::ExitedWithCode(0),
               "user.6 Logging out user id 'alice'");
   // Another user's card put in.
   backend->state.hardware.smartCard = {true, true, {"bob"}, false};
-  EXPECT_EXIT(Merel::SmartCardCheck(), ::testing::ExitedWithCode(0), "Logging out user id 'alice'");
+  EXPECT_EXIT(Merel::SmartCardCheck(session), ::testing::ExitedWithCode(0),
+              "Logging out user id 'alice'");
 }
 
 }  // namespace

@@ -299,18 +299,6 @@ class NetworkDialogsTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(_screen.Ok());
-    ASSERT_EQ(pipe(_pipe), 0);
-    std::swap(_pipe, Frame::_signalPipe);
-    Frame::fgFrame = nullptr;
-    _savedIdle = Frame::_idleTimeout;
-    Frame::_idleTimeout = 60;  // a dialog left waiting ends the test in a minute
-  }
-  void TearDown() override {
-    std::swap(_pipe, Frame::_signalPipe);
-    close(_pipe[0]);
-    close(_pipe[1]);
-    Frame::fgFrame = nullptr;
-    Frame::_idleTimeout = _savedIdle;
   }
   // Waits until thread `tid` waits for a key with no key pending, having
   // blocked more than `sleeps` times; false when it is done or never does.
@@ -347,6 +335,7 @@ class NetworkDialogsTest : public testing::Test {
       }
     });
     int result = -1;
+    dialog.GetSession().idleTimeout = 60;  // a dialog left waiting ends the test in a minute
     try {
       result = Frame::Run(&dialog);
     } catch (const MerelTimeout&) {
@@ -358,8 +347,6 @@ class NetworkDialogsTest : public testing::Test {
   }
 
   MerelTest::CursesScreen _screen{"xterm-256color", true};  // the key wait polls descriptor 0
-  int _pipe[2] = {-1, -1};
-  unsigned int _savedIdle = 0;
 };
 
 IpConfig StaticIpv4() {

@@ -72,14 +72,12 @@ TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
   for (const auto& [former, after] : cases) {
     former ? setenv("LESSSECURE", former->c_str(), 1) : unsetenv("LESSSECURE");
     unlink(record.c_str());
-    Frame* const front = Frame::fgFrame;
     fflush(stdout);
     const int stdoutCopy = dup(STDOUT_FILENO);  // the pager hand-over works on descriptor 1
     dup2(screen.Slave(), STDOUT_FILENO);
     LogViewer().Show(2, nullptr);  // Config: /var/log/hostboot.log
     dup2(stdoutCopy, STDOUT_FILENO);
     close(stdoutCopy);
-    Frame::fgFrame = front;
     EXPECT_EQ(root.File("/tmp/pager"),
               "LESSSECURE=1\narg=-cfP\narg=<Q> Quit </> RegExp Search "
               "<H> Help\narg=" +

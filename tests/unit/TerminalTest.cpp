@@ -31,14 +31,14 @@ TEST(ColorAttrTest, PairFollowsTheColourCount) {
       {16, kWhite, kYellow, 116 << 8},
   };
   const int savedColors = COLORS;
-  const bool savedBw = bwColor;
-  bwColor = false;
+  const bool savedBw = Merel::BwColor();
+  Merel::SetBwColor(false);
   for (const auto& c : cases) {
     COLORS = c.colors;
     EXPECT_EQ(ColorAttr(c.background, c.foreground), c.expected) << c.colors;
   }
   COLORS = savedColors;
-  bwColor = savedBw;
+  Merel::SetBwColor(savedBw);
 }
 
 // Black and white: dark backgrounds stand out, a selection (white
@@ -105,7 +105,7 @@ TEST(InitColorsTest, PairsWhereColoursCanBeRedefinedBlackAndWhiteElsewhere) {
        {std::pair{"xterm-256color", false}, std::pair{"linux", false}, std::pair{"xterm", true}}) {
     CursesScreen screen(term);
     ASSERT_TRUE(screen.Ok());
-    EXPECT_EQ(bwColor, bw) << term;
+    EXPECT_EQ(Merel::BwColor(), bw) << term;
     for (int background : palette) {
       for (int foreground : palette) {
         const int pair = foreground + COLORS * background + 1;

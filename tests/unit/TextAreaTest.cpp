@@ -175,7 +175,7 @@ TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
   for (const auto& c : cases) {
     CursesScreen screen(c.term);
     ASSERT_TRUE(screen.Ok());
-    ASSERT_TRUE(bwColor) << c.term;
+    ASSERT_TRUE(Merel::BwColor()) << c.term;
     Window parent(0, 0, 20, 2, c.background, kWhite);
     TextArea* area = &parent.AddChild<TextArea>(0, 0, 10, 1, kWhite);
     parent.Draw(true);

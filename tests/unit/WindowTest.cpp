@@ -30,8 +30,8 @@ class WindowTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(_screen.Ok());
-    Window::_cursor = false;
-    Window::_xCursor = Window::_yCursor = 0;
+    Window::ShowCursor(false);
+    Window(0, 0, 1, 1, kBlack, kWhite).SetCursor(0, 0);
   }
   MerelTest::CursesScreen _screen{"xterm-256color", true};  // Draw's flushinp reads descriptor 0
 };
@@ -129,13 +129,13 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   // A second inactive draw (a dialog over a dialog, or dimming behind one)
   // must not save the already hidden state over the real one.
   top.Draw(false);
-  EXPECT_FALSE(Window::_cursor);
+  EXPECT_FALSE(Window::CursorShown());
   EXPECT_EQ(PairOf(&top), PairFor(kBlack, kDarkGrey));
   EXPECT_EQ(PairOf(child), PairFor(kBlack, kDarkGrey));
   child->SetColors(kYellow, kBlack);  // waits for the next active draw
   EXPECT_EQ(PairOf(child), PairFor(kBlack, kDarkGrey));
   // Whoever is in front moves the cursor meanwhile; keys are typed ahead.
-  Window::_xCursor = Window::_yCursor = 0;
+  Window(0, 0, 1, 1, kBlack, kWhite).SetCursor(0, 0);
   move(0, 0);
   _screen.Type("abc");
   ASSERT_TRUE(_screen.WaitForInput());
@@ -143,7 +143,7 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   top.Draw(true);
   EXPECT_EQ(PairOf(&top), PairFor(kYellow, kWhite));
   EXPECT_EQ(PairOf(child), PairFor(kYellow, kBlack));
-  EXPECT_TRUE(Window::_cursor);
+  EXPECT_TRUE(Window::CursorShown());
   Window::UpdateTerminal();
   EXPECT_EQ(getcurx(stdscr), 11);
   EXPECT_EQ(getcury(stdscr), 6);

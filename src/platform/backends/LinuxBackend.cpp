@@ -23,6 +23,7 @@
 #include "DurableFile.h"
 #include "backends/CleanSignals.h"
 #include "backends/LinuxFacts.h"
+#include "backends/LinuxNetwork.h"
 #include "backends/LinuxServices.h"
 #include "backends/RecordText.h"
 
@@ -353,16 +354,23 @@ HostState LinuxBackend::Load() {
   std::ifstream release(_root + "/proc/sys/kernel/osrelease");
   std::getline(release, state.product.kernelVersion);
 
+  // The machine's own network only on the machine: a prepared tree has no
+  // kernel of its own, only its files.
+  Linux::KernelNetwork kernel;
+  std::string error;
+  const Linux::Netlink* netlink = _root.empty() ? Linux::LoadNetlink(error) : nullptr;
+  if (netlink && netlink->read(kernel, error)) {
+    ReadNetwork(kernel, state.network);
+  } else {
+    Linux::ReadNetwork(_root,
+                       _root.empty() ? Linux::MachineAddresses()
+                                     : std::vector<Linux::InterfaceAddress>{},
+                       state.network);
+    // What a simulated host's network offers around it does not exist here.
+    state.network.dhcp.available = false;
+    state.network.dhcp.ipv6DhcpAvailable = false;
+  }
   state.network.dns.hostname = Linux::ReadHostname(_root);
-  // The machine's own addresses only on the machine: a prepared tree has
-  // none of its own.
-  Linux::ReadNetwork(_root,
-                     _root.empty() ? Linux::MachineAddresses()
-                                   : std::vector<Linux::InterfaceAddress>{},
-                     state.network);
-  // What a simulated host's network offers around it does not exist here.
-  state.network.dhcp.available = false;
-  state.network.dhcp.ipv6DhcpAvailable = false;
   const long pageSize = sysconf(_SC_PAGESIZE);
   state.hardware.cpu = Linux::ReadCpu(_root);
   state.hardware.memory = Linux::ReadMemory(_root, pageSize > 0 ? pageSize : 4096);
@@ -398,24 +406,38 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
   const HostState before = Load();
   HostState after = before;
   change(after);
-  // Everything but the options and the devices' next owners must have
-  // stayed as it was.
-  HostState rest = after;
-  rest.advancedOptions = before.advancedOptions;
-  auto& restDevices = rest.hardware.pciDevices;
+  // The network restore clears the network and then lays the factory one
+  // out: on a Linux host both are the one restore, made at the first call.
+  if (_root.empty() && !before.network.nics.empty() && after.network.nics.empty()) {
+    RestoreNetwork();
+    return;
+  }
+  if (after.network.autoConfigCount != before.network.autoConfigCount)
+    return;
+  // Only the options, the devices' next owners and the network settings
+  // that map onto the machine may change.
+  HostState rest = Untracked(after);
+  const HostState restBefore = Untracked(before);
   const auto& beforeDevices = before.hardware.pciDevices;
-  for (size_t i = 0; i < restDevices.size() && i < beforeDevices.size(); ++i)
-    restDevices[i].passthroughAfterReboot = beforeDevices[i].passthroughAfterReboot;
-  if (ToJson(rest) != ToJson(before))
+  for (size_t i = 0; i < rest.hardware.pciDevices.size() && i < beforeDevices.size(); ++i)
+    rest.hardware.pciDevices[i].passthroughAfterReboot = beforeDevices[i].passthroughAfterReboot;
+  if (ToJson(rest) != ToJson(restBefore))
     throw HostCtl::Lib::HostCtlException("Not supported on this host");
+  if (NetworkJson(after.network) != NetworkJson(before.network)) {
+    if (!_root.empty())
+      throw HostCtl::Lib::HostCtlException("Not supported on this host");
+    ApplyNetwork(before, after);
+  }
   std::string error;
-  HostState optionsOnly = before;
-  optionsOnly.advancedOptions = after.advancedOptions;
+  HostState options;
+  options.advancedOptions = after.advancedOptions;
+  HostState optionsBefore;
+  optionsBefore.advancedOptions = before.advancedOptions;
   // The console's own folder, which the package makes; a machine without
   // the package gets it at the first change.
   std::error_code ignored;
   std::filesystem::create_directories(_root + "/etc/merel", ignored);
-  if (ToJson(optionsOnly) != ToJson(before)) {
+  if (ToJson(options) != ToJson(optionsBefore)) {
     std::string text = "# The console's host options; written by the console.\n";
     for (const auto& option : after.advancedOptions)
       text += OptionLine(option);

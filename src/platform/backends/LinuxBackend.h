@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Backend.h"
+#include "backends/LinuxNetlink.h"
 #include "backends/LinuxTools.h"
 
 namespace Platform {
@@ -30,9 +31,11 @@ class LinuxBackend : public Backend {
   bool ResolveHostname(const std::string& name, std::vector<std::string>& addresses) override;
 
   HostState Load() override;
-  // Only the advanced options can change (they are kept in the options
-  // file); any other change is refused with an exception and nothing is
-  // written.
+  // The advanced options (kept in the options file) and the network
+  // settings that map onto the machine (LinuxNetwork.h) can change; any
+  // other change is refused with an exception and nothing is written. A
+  // network change the kernel refuses throws with its reason after the
+  // rest of the change has been made.
   void Modify(const std::function<void(HostState&)>& change) override;
 
   bool EventServiceAvailable() override;
@@ -52,6 +55,18 @@ class LinuxBackend : public Backend {
   // Runs a tool of the machine (`argv[0]` its path) with no terminal and
   // the tools' environment; its wait status, -1 when it cannot start.
   int RunAndWait(const std::vector<std::string>& argv);
+  void ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState& network) const;
+  void ApplyNetwork(const HostState& before, const HostState& after);
+  // The factory layout: one bridge (the management bridge, else a new
+  // "br0") on the first adapter with a link, DHCP on it, the names reset.
+  void RestoreNetwork();
+  // The manager that owns the machine's interfaces when it is not the
+  // console (systemd-networkd is the console's own); "" when none.
+  std::string NetworkOwner(const Linux::KernelNetwork& kernel) const;
+  // The DHCP client of the machine ("" when it has none).
+  std::string DhcpClient() const;
+  void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,
+                     std::vector<std::string>& failures);
   // The work of "powerOffVms", in the child that stands for it: its exit
   // status (0 when every running domain stopped).
   int StopVirtualMachines(bool force);
@@ -63,5 +78,10 @@ class LinuxBackend : public Backend {
   Linux::Config _config;
   std::string _syslogIdent;
 };
+
+// The state with what a Linux host keeps or changes left out: what remains
+// must not change.
+HostState Untracked(HostState state);
+std::string NetworkJson(const NetworkState& network);
 
 }  // namespace Platform

@@ -1,0 +1,478 @@
+// The Linux host's network: read from the kernel and the console's own
+// networkd files, changed through rtnetlink, the resolver file and the host
+// name files, and kept in networkd files for the next boot.
+#include <dirent.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "DurableFile.h"
+#include "HostCtl/HostCtlException.h"
+#include "backends/CleanSignals.h"
+#include "backends/LinuxBackend.h"
+#include "backends/LinuxFacts.h"
+#include "backends/LinuxNetwork.h"
+
+namespace Platform {
+
+namespace {
+
+std::string Slurp(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+bool Contains(const std::vector<std::string>& list, const std::string& name) {
+  return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+std::vector<std::string> Bridges(const Linux::KernelNetwork& kernel) {
+  std::vector<std::string> names;
+  for (const auto& link : kernel.links) {
+    if (link.kind == "bridge")
+      names.push_back(link.name);
+  }
+  return names;
+}
+
+// The addresses the interface obtained by itself are not the
+// administrator's to keep: they come back with their mechanism.
+std::vector<std::string> StaticIpv6(const NexNicState& nic, const Linux::KernelNetwork& kernel) {
+  std::vector<std::string> result;
+  for (const auto& text : nic.ipv6Addresses) {
+    const bool dynamic = std::any_of(
+        kernel.addresses.begin(), kernel.addresses.end(), [&](const Linux::KernelAddress& a) {
+          return a.ipv6 && a.dynamic && a.address + "/" + std::to_string(a.prefix) == text;
+        });
+    if (!dynamic)
+      result.push_back(text);
+  }
+  return result;
+}
+
+// Runs a tool of the machine to its end, its output away from the screen;
+// false (with what it was) when it cannot start or does not succeed.
+bool RunTool(const std::vector<std::string>& words, std::string& error) {
+  static char* const environment[] = {const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
+                                      const_cast<char*>("LANG=C"), nullptr};
+  std::vector<char*> argv;
+  for (const auto& word : words)
+    argv.push_back(const_cast<char*>(word.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  for (int fd = 0; fd < 3; ++fd)
+    posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
+  CleanSignals signals;
+  pid_t pid = -1;
+  const int rc = posix_spawn(&pid, argv[0], &actions, signals.Get(), argv.data(), environment);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) {
+    error = words[0] + ": " + strerror(rc);
+    return false;
+  }
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0) {
+    if (errno != EINTR) {
+      error = words[0] + ": " + strerror(errno);
+      return false;
+    }
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
+    return true;
+  error = words[0] + " " + words.back() + " failed (status " +
+          std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)) + ")";
+  return false;
+}
+
+// The adapters the switch's port groups team, in order.
+std::vector<std::string> Teamed(const VSwitchState& vswitch) {
+  std::vector<std::string> names;
+  for (const auto& group : vswitch.portGroups) {
+    for (const auto* list : {&group.activeUplinks, &group.standbyUplinks}) {
+      for (const auto& name : *list) {
+        if (!Contains(names, name))
+          names.push_back(name);
+      }
+    }
+  }
+  return names;
+}
+
+}  // namespace
+
+HostState Untracked(HostState state) {
+  state.advancedOptions.clear();
+  NetworkState& network = state.network;
+  network.dns.hostname.clear();
+  network.dns.domain.clear();
+  network.dns.searchDomains.clear();
+  network.dns.nameServers.clear();
+  network.dns.ipv6NameServers.clear();
+  network.dns.saveCount = 0;
+  network.routing = {};
+  network.autoConfigCount = 0;
+  // A dump target has no meaning on a Linux host: switching it off is kept
+  // as done.
+  network.netDumperEnabled = false;
+  for (auto& nic : network.nics) {
+    // The MAC address follows the first uplink by itself on a bridge; the
+    // counters are the simulated host's bookkeeping.
+    nic.mac.clear();
+    nic.ipv4Mode.clear();
+    nic.ipv4Address.clear();
+    nic.ipv4Netmask.clear();
+    nic.leaseAddress.clear();
+    nic.dhcpDns = false;
+    nic.ipv6Addresses.clear();
+    nic.enabled = true;
+    nic.ipv6RouterAdvertised = nic.ipv6Dhcp = false;
+    nic.leaseRenewals = nic.ipv6LeaseRenewals = nic.restarts = nic.stops = 0;
+  }
+  for (auto& vswitch : network.vswitches) {
+    vswitch.uplinks.clear();
+    for (auto& group : vswitch.portGroups) {
+      group.activeUplinks.clear();
+      group.standbyUplinks.clear();
+    }
+  }
+  return state;
+}
+
+std::string NetworkJson(const NetworkState& network) {
+  HostState state;
+  state.network = network;
+  return ToJson(state);
+}
+
+void LinuxBackend::ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState& network) const {
+  std::map<std::string, Linux::InterfaceFile> files;
+  for (const auto& link : kernel.links) {
+    const std::string path = Linux::NetworkdDir(_root) + "/" + Linux::InterfaceFileName(link.name);
+    if (access(path.c_str(), F_OK) == 0)
+      files[link.name] = Linux::ParseInterfaceFile(Slurp(path));
+  }
+  Linux::MapNetwork(kernel, files, _root, network);
+  network.ipv6Enabled = Slurp(_root + "/proc/sys/net/ipv6/conf/all/disable_ipv6") != "1\n";
+  network.ipv6EnabledAfterReboot = network.ipv6Enabled;
+  Linux::ParseResolver(Slurp(_root + "/etc/resolv.conf"), network.dns);
+  if (!network.nics.empty() && network.nics.front().dhcpDns)
+    network.dhcp.dns = network.dns.nameServers;
+}
+
+std::string LinuxBackend::NetworkOwner(const Linux::KernelNetwork& kernel) const {
+  if (access((_root + "/run/NetworkManager/NetworkManager.pid").c_str(), F_OK) == 0 ||
+      access((_root + "/run/NetworkManager.pid").c_str(), F_OK) == 0)
+    return "NetworkManager";
+  // ifupdown owns what its file configures; a file naming only loopback
+  // (Debian's default with another manager) owns nothing.
+  std::istringstream lines(Slurp(_root + "/etc/network/interfaces"));
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string key, name;
+    if (!(words >> key >> name) || (key != "iface" && key != "auto" && key != "allow-hotplug"))
+      continue;
+    for (const auto& link : kernel.links) {
+      if (link.name == name && name != "lo")
+        return "ifupdown";
+    }
+  }
+  return "";
+}
+
+std::string LinuxBackend::DhcpClient() const {
+  for (const char* place : {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"}) {
+    if (access((_root + place).c_str(), X_OK) == 0)
+      return _root + place;
+  }
+  return "";
+}
+
+void LinuxBackend::WriteNetworkd(const NetworkState& network,
+                                 const Linux::KernelNetwork& kernel,
+                                 std::vector<std::string>& failures) {
+  const std::string dir = Linux::NetworkdDir(_root);
+  mkdir((_root + "/etc/systemd").c_str(), 0755);
+  mkdir(dir.c_str(), 0755);
+  const auto files = Linux::RenderNetworkd(network, Bridges(kernel));
+  std::string error;
+  for (const auto& [name, content] : files) {
+    if (Slurp(dir + "/" + name) != content &&
+        !WriteFileDurably(dir + "/" + name, content, 0644, error))
+      failures.push_back(error);
+  }
+  // A file of ours that the state no longer has (an uplink that left).
+  if (DIR* folder = opendir(dir.c_str())) {
+    bool removed = false;
+    while (dirent* entry = readdir(folder)) {
+      const std::string name = entry->d_name;
+      if (name.rfind("10-merel-", 0) == 0 && !files.count(name) &&
+          (name.size() > 8 && (name.substr(name.size() - 8) == ".network" ||
+                               name.substr(name.size() - 7) == ".netdev")))
+        removed = unlink((dir + "/" + name).c_str()) == 0 || removed;
+    }
+    closedir(folder);
+    if (removed)
+      merel_sync_parent((dir + "/x").c_str());
+  }
+}
+
+void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after) {
+  std::string error;
+  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
+  Linux::KernelNetwork kernel;
+  if (!netlink || !netlink->read(kernel, error))
+    throw HostCtl::Lib::HostCtlException(error);
+  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
+    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
+                                         "; the console does not change it");
+  const NetworkState& was = before.network;
+  const NetworkState& now = after.network;
+  // Each part that fails is reported; the others are still made, and only
+  // what the kernel took is kept for the next boot.
+  std::vector<std::string> failures;
+  NetworkState kept = was;
+  auto fail = [&](const std::string& text) { failures.push_back(text); };
+
+  if (now.dns.hostname != was.dns.hostname || now.dns.domain != was.dns.domain) {
+    const std::string& host = now.dns.hostname;
+    bool ok = true;
+    if (host != Linux::ReadHostname(_root) && sethostname(host.c_str(), host.size()) != 0) {
+      fail("host name: " + std::string(strerror(errno)));
+      ok = false;
+    }
+    if (ok && (!WriteFileDurably(_root + "/etc/hostname", host + "\n", 0644, error) ||
+               !WriteFileDurably(_root + "/etc/hosts",
+                                 Linux::RenderHosts(Slurp(_root + "/etc/hosts"), host,
+                                                    now.dns.domain),
+                                 0644, error))) {
+      fail(error);
+      ok = false;
+    }
+    if (ok) {
+      kept.dns.hostname = now.dns.hostname;
+      kept.dns.domain = now.dns.domain;
+    }
+  }
+  if (now.dns.nameServers != was.dns.nameServers ||
+      now.dns.ipv6NameServers != was.dns.ipv6NameServers ||
+      now.dns.searchDomains != was.dns.searchDomains || now.dns.domain != was.dns.domain) {
+    if (WriteFileDurably(_root + "/etc/resolv.conf", Linux::RenderResolver(now.dns), 0644,
+                         error))
+      kept.dns = now.dns;
+    else
+      fail(error);
+  }
+
+  // Uplinks: the ports of each bridge are the adapters its port group
+  // teams (a bridge forwards through all of them: none is on standby).
+  for (const auto& vswitch : now.vswitches) {
+    const auto old = std::find_if(was.vswitches.begin(), was.vswitches.end(),
+                                  [&](const VSwitchState& v) { return v.name == vswitch.name; });
+    if (old == was.vswitches.end())
+      continue;
+    const std::vector<std::string> wanted = Teamed(vswitch);
+    const std::vector<std::string> current = Teamed(*old);
+    if (wanted == current)
+      continue;
+    if (!Contains(Bridges(kernel), vswitch.name)) {
+      fail(vswitch.name + ": the uplinks of a host without a bridge cannot change");
+      continue;
+    }
+    std::vector<std::string> ports = current;
+    for (const auto& uplink : current) {
+      if (Contains(wanted, uplink))
+        continue;
+      if (netlink->setMaster(uplink, "", error))
+        ports.erase(std::find(ports.begin(), ports.end(), uplink));
+      else
+        fail(error);
+    }
+    for (const auto& uplink : wanted) {
+      if (Contains(current, uplink))
+        continue;
+      if (netlink->setMaster(uplink, vswitch.name, error) && netlink->setUp(uplink, true, error))
+        ports.push_back(uplink);
+      else
+        fail(error);
+    }
+    for (auto& keptOne : kept.vswitches) {
+      if (keptOne.name == vswitch.name) {
+        keptOne.uplinks = ports;
+        for (auto& group : keptOne.portGroups)
+          group.activeUplinks = ports;
+      }
+    }
+  }
+
+  // The management interface: its addresses and the default routes.
+  const NexNicState* nic = ManagementNic(after);
+  const NexNicState* oldNic = ManagementNic(before);
+  if (nic && oldNic && nic->name == oldNic->name) {
+    NexNicState* keptNic = nullptr;
+    for (auto& candidate : kept.nics) {
+      if (candidate.name == nic->name)
+        keptNic = &candidate;
+    }
+    // Enabled again after a stop is a restart as well.
+    const bool restart =
+        nic->restarts != oldNic->restarts || (nic->enabled && !oldNic->enabled);
+    if (restart || nic->enabled != oldNic->enabled) {
+      if (restart || !nic->enabled) {
+        if (!netlink->setUp(nic->name, false, error))
+          fail(error);
+      }
+      if (nic->enabled && !netlink->setUp(nic->name, true, error))
+        fail(error);
+      keptNic->enabled = nic->enabled;
+    }
+    // Taking the link down drops its routes and IPv6 addresses: a restart
+    // puts everything back.
+    const bool ipv4Changed = restart || nic->ipv4Mode != oldNic->ipv4Mode ||
+                             nic->ipv4Address != oldNic->ipv4Address ||
+                             nic->ipv4Netmask != oldNic->ipv4Netmask;
+    const bool renew = nic->leaseRenewals != oldNic->leaseRenewals;
+    if (ipv4Changed || (renew && nic->ipv4Mode == "dhcp")) {
+      std::vector<std::string> addresses;
+      if (nic->ipv4Mode == "static")
+        addresses.push_back(nic->ipv4Address + "/" +
+                            std::to_string(Linux::PrefixOf(nic->ipv4Netmask)));
+      // The DHCP client owns the interface's IPv4 while it runs: it leaves
+      // before the console's addresses go on, and comes (or renews) after
+      // the console's are gone.
+      const std::string client = DhcpClient();
+      bool ok = true;
+      if (oldNic->ipv4Mode == "dhcp" && nic->ipv4Mode != "dhcp" && !client.empty())
+        RunTool({client, "-4", "-x", nic->name}, error);
+      if (nic->ipv4Mode != "dhcp") {
+        ok = netlink->setAddresses(nic->name, false, addresses, error);
+      } else if (client.empty()) {
+        error = "no DHCP client (dhcpcd) on this host";
+        ok = false;
+      } else {
+        if (oldNic->ipv4Mode != "dhcp")
+          netlink->setAddresses(nic->name, false, {}, error);
+        std::vector<std::string> words = {client, "-4", "-w", "-t", "20", "-C", "hostname"};
+        if (oldNic->ipv4Mode == "dhcp")
+          words.insert(words.begin() + 2, "-n");
+        if (!nic->dhcpDns)
+          words.insert(words.end(), {"-C", "resolv.conf"});
+        words.push_back(nic->name);
+        ok = RunTool(words, error);
+      }
+      if (!ok) {
+        fail(error);
+      } else {
+        keptNic->ipv4Mode = nic->ipv4Mode;
+        keptNic->ipv4Address = nic->ipv4Address;
+        keptNic->ipv4Netmask = nic->ipv4Netmask;
+        keptNic->dhcpDns = nic->dhcpDns;
+      }
+    }
+    if (restart || nic->ipv6Addresses != oldNic->ipv6Addresses) {
+      if (netlink->setAddresses(nic->name, true, StaticIpv6(*nic, kernel), error))
+        keptNic->ipv6Addresses = nic->ipv6Addresses;
+      else
+        fail(error);
+    }
+    keptNic->ipv6RouterAdvertised = nic->ipv6RouterAdvertised;
+    keptNic->ipv6Dhcp = nic->ipv6Dhcp;
+    keptNic->dhcpDns = nic->dhcpDns;
+    if (nic->ipv4Mode != "dhcp" &&
+        (restart || ipv4Changed || now.routing.ipv4Gateway != was.routing.ipv4Gateway)) {
+      const std::string& gateway = now.routing.ipv4Gateway;
+      if (netlink->setDefaultRoute(nic->name, false,
+                                   gateway == "0.0.0.0" || nic->ipv4Mode == "none" ? "" : gateway,
+                                   error))
+        kept.routing.ipv4Gateway = gateway;
+      else
+        fail(error);
+    }
+    if (restart || now.routing.ipv6Gateway != was.routing.ipv6Gateway) {
+      const std::string& gateway = now.routing.ipv6Gateway;
+      if (netlink->setDefaultRoute(nic->name, true, gateway == "::" ? "" : gateway, error))
+        kept.routing.ipv6Gateway = gateway;
+      else
+        fail(error);
+    }
+  }
+  WriteNetworkd(kept, kernel, failures);
+  if (!failures.empty()) {
+    std::string text;
+    for (const auto& failure : failures)
+      text += (text.empty() ? "" : "; ") + failure;
+    throw HostCtl::Lib::HostCtlException(text);
+  }
+}
+
+void LinuxBackend::RestoreNetwork() {
+  std::string error;
+  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
+  Linux::KernelNetwork kernel;
+  if (!netlink || !netlink->read(kernel, error))
+    throw HostCtl::Lib::HostCtlException(error);
+  if (const std::string owner = NetworkOwner(kernel); !owner.empty())
+    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
+                                         "; the console does not change it");
+  const Linux::KernelLink* first = nullptr;
+  for (const auto& link : kernel.links) {
+    if (Linux::IsAdapter(link) && (!first || (link.carrier && !first->carrier)))
+      first = &link;
+  }
+  if (!first)
+    throw HostCtl::Lib::HostCtlException("no network adapter on this host");
+  if (Bridges(kernel).empty()) {
+    // The adapter's own addresses and routes go: the bridge takes its place.
+    const std::string client = DhcpClient();
+    if (!client.empty())
+      RunTool({client, "-x", first->name}, error);
+    if (!netlink->setAddresses(first->name, false, {}, error) ||
+        !netlink->setAddresses(first->name, true, {}, error) ||
+        !netlink->setDefaultRoute(first->name, false, "", error) ||
+        !netlink->addBridge("br0", error) || !netlink->setUp("br0", true, error))
+      throw HostCtl::Lib::HostCtlException(error);
+  }
+  const std::string adapter = first->name;
+  const HostState before = Load();
+  HostState after = before;
+  NetworkState& network = after.network;
+  const NexNicState* managed = ManagementNic(before);
+  if (!managed)
+    throw HostCtl::Lib::HostCtlException("no bridge on this host");
+  for (auto& vswitch : network.vswitches) {
+    if (vswitch.name != managed->name)
+      continue;
+    for (auto& group : vswitch.portGroups) {
+      group.activeUplinks = {adapter};
+      group.standbyUplinks.clear();
+    }
+  }
+  for (auto& nic : network.nics) {
+    nic.ipv4Mode = "dhcp";
+    nic.dhcpDns = true;
+    nic.ipv6Addresses.clear();
+    nic.ipv6RouterAdvertised = true;
+    nic.ipv6Dhcp = false;
+    nic.enabled = true;
+  }
+  network.routing = {};
+  network.dns.hostname = "localhost";
+  network.dns.domain.clear();
+  network.dns.searchDomains.clear();
+  network.dns.nameServers.clear();
+  network.dns.ipv6NameServers.clear();
+  ApplyNetwork(before, after);
+}
+
+}  // namespace Platform

@@ -1,0 +1,425 @@
+#include "backends/LinuxNetwork.h"
+
+#include <arpa/inet.h>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace Platform::Linux {
+
+namespace {
+
+const char kManagementGroup[] = "Management Network";
+
+std::string ReadValue(const std::string& path) {
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+std::string LinkTarget(const std::string& path) {
+  char target[4096];
+  const ssize_t length = readlink(path.c_str(), target, sizeof(target) - 1);
+  if (length <= 0)
+    return "";
+  const std::string text(target, static_cast<size_t>(length));
+  return text.substr(text.rfind('/') + 1);
+}
+
+bool IsYes(const std::string& value) {
+  return value == "yes" || value == "true" || value == "1" || value == "on";
+}
+
+}  // namespace
+
+bool IsAdapter(const KernelLink& link) {
+  if (link.name == "lo" || link.mac.empty() || link.mac == "00:00:00:00:00:00")
+    return false;
+  return link.kind.empty() || link.kind == "veth";
+}
+
+InterfaceFile ParseInterfaceFile(const std::string& text) {
+  InterfaceFile file;
+  file.present = true;
+  std::istringstream lines(text);
+  std::string line, section;
+  bool address = false;
+  std::string dhcp = "no";
+  while (std::getline(lines, line)) {
+    if (line.empty() || line[0] == '#' || line[0] == ';')
+      continue;
+    if (line[0] == '[') {
+      section = line;
+      continue;
+    }
+    const auto equals = line.find('=');
+    if (equals == std::string::npos)
+      continue;
+    const std::string key = line.substr(0, equals);
+    const std::string value = line.substr(equals + 1);
+    if (section == "[Network]" && key == "DHCP")
+      dhcp = value;
+    else if (section == "[Network]" && key == "Address" && value.find(':') == std::string::npos)
+      address = true;
+    else if (section == "[Network]" && key == "IPv6AcceptRA")
+      file.acceptRa = IsYes(value);
+    else if (section == "[DHCPv4]" && key == "UseDNS")
+      file.dhcpDns = IsYes(value);
+  }
+  const bool dhcp4 = dhcp == "ipv4" || IsYes(dhcp);
+  file.dhcpv6 = dhcp == "ipv6" || IsYes(dhcp);
+  file.ipv4Mode = dhcp4 ? "dhcp" : address ? "static" : "none";
+  return file;
+}
+
+std::string NetworkdDir(const std::string& root) {
+  return root + "/etc/systemd/network";
+}
+
+std::string InterfaceFileName(const std::string& name) {
+  return "10-merel-" + name + ".network";
+}
+
+void ParseResolver(const std::string& text, DnsState& dns) {
+  dns.nameServers.clear();
+  dns.ipv6NameServers.clear();
+  dns.searchDomains.clear();
+  dns.domain.clear();
+  std::istringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string key, value;
+    if (!(words >> key))
+      continue;
+    if (key == "nameserver" && words >> value) {
+      (value.find(':') != std::string::npos ? dns.ipv6NameServers : dns.nameServers)
+          .push_back(value);
+    } else if (key == "search") {
+      dns.searchDomains.clear();
+      while (words >> value)
+        dns.searchDomains.push_back(value);
+    } else if (key == "domain" && words >> value) {
+      dns.domain = value;
+    }
+  }
+}
+
+std::string RenderResolver(const DnsState& dns) {
+  std::ostringstream out;
+  out << "# Written by the console.\n";
+  if (!dns.domain.empty())
+    out << "domain " << dns.domain << "\n";
+  std::vector<std::string> search = dns.searchDomains;
+  if (search.empty() && !dns.domain.empty())
+    search.push_back(dns.domain);
+  if (!search.empty()) {
+    out << "search";
+    for (const auto& name : search)
+      out << " " << name;
+    out << "\n";
+  }
+  for (const auto& server : dns.nameServers)
+    out << "nameserver " << server << "\n";
+  for (const auto& server : dns.ipv6NameServers)
+    out << "nameserver " << server << "\n";
+  return out.str();
+}
+
+std::string ManagementLink(const KernelNetwork& kernel) {
+  auto holdsDefault = [&](const KernelLink& link) {
+    return std::any_of(kernel.defaultRoutes.begin(), kernel.defaultRoutes.end(),
+                       [&](const KernelRoute& route) { return route.index == link.index; });
+  };
+  const KernelLink* firstBridge = nullptr;
+  for (const auto& link : kernel.links) {
+    if (link.kind != "bridge")
+      continue;
+    if (holdsDefault(link))
+      return link.name;
+    if (!firstBridge)
+      firstBridge = &link;
+  }
+  if (firstBridge)
+    return firstBridge->name;
+  for (const auto& link : kernel.links) {
+    if (IsAdapter(link) && holdsDefault(link))
+      return link.name;
+  }
+  for (const auto& link : kernel.links) {
+    if (!IsAdapter(link))
+      continue;
+    for (const auto& address : kernel.addresses) {
+      if (address.index == link.index && !address.ipv6)
+        return link.name;
+    }
+  }
+  for (const auto& link : kernel.links) {
+    if (IsAdapter(link))
+      return link.name;
+  }
+  return "";
+}
+
+void MapNetwork(const KernelNetwork& kernel,
+                const std::map<std::string, InterfaceFile>& files,
+                const std::string& root,
+                NetworkState& network) {
+  const std::string sysNet = root + "/sys/class/net";
+  network.pnics.clear();
+  network.vswitches.clear();
+  network.nics.clear();
+  network.dvswitches.clear();
+  network.routing = {};
+  for (const auto& link : kernel.links) {
+    if (!IsAdapter(link))
+      continue;
+    PnicState pnic;
+    pnic.name = link.name;
+    pnic.mac = link.mac;
+    const std::string dir = sysNet + "/" + link.name;
+    pnic.driver = LinkTarget(dir + "/device/driver");
+    if (pnic.driver.empty())
+      pnic.driver = link.kind;
+    pnic.pciAddress = LinkTarget(dir + "/device");
+    pnic.linkUp = link.carrier;
+    // "-1" (or nothing) while the link is down.
+    const long speed = std::strtol(ReadValue(dir + "/speed").c_str(), nullptr, 10);
+    pnic.speedMbps = link.carrier && speed > 0 ? static_cast<int>(speed) : 0;
+    pnic.fullDuplex = ReadValue(dir + "/duplex") == "full";
+    network.pnics.push_back(pnic);
+  }
+  const std::string management = ManagementLink(kernel);
+  const KernelLink* managed = nullptr;
+  for (const auto& link : kernel.links) {
+    if (link.name == management)
+      managed = &link;
+  }
+  if (!managed)
+    return;
+
+  // One switch for each bridge; on a host without one the management
+  // adapter stands alone on a switch of the console's own.
+  for (const auto& link : kernel.links) {
+    if (link.kind != "bridge")
+      continue;
+    VSwitchState vswitch;
+    vswitch.name = link.name;
+    vswitch.mtu = link.mtu;
+    for (const auto& port : kernel.links) {
+      if (port.master == link.index && IsAdapter(port))
+        vswitch.uplinks.push_back(port.name);
+    }
+    PortGroupState group;
+    group.name = link.name == management ? kManagementGroup : link.name;
+    group.activeUplinks = vswitch.uplinks;
+    vswitch.portGroups.push_back(group);
+    network.vswitches.push_back(vswitch);
+  }
+  if (managed->kind != "bridge") {
+    VSwitchState vswitch;
+    vswitch.name = "vSwitch0";
+    vswitch.mtu = managed->mtu;
+    vswitch.uplinks = {management};
+    PortGroupState group;
+    group.name = kManagementGroup;
+    group.activeUplinks = {management};
+    vswitch.portGroups.push_back(group);
+    network.vswitches.insert(network.vswitches.begin(), vswitch);
+  }
+
+  NexNicState nic;
+  nic.name = management;
+  nic.mac = managed->mac;
+  nic.management = true;
+  nic.enabled = managed->adminUp;
+  nic.mtu = managed->mtu;
+  nic.portGroup = kManagementGroup;
+  const auto file = files.find(management);
+  const KernelAddress* ipv4 = nullptr;
+  for (const auto& address : kernel.addresses) {
+    if (address.index != managed->index || address.linkLocal)
+      continue;
+    if (address.ipv6)
+      nic.ipv6Addresses.push_back(address.address + "/" + std::to_string(address.prefix));
+    else if (!ipv4)
+      ipv4 = &address;
+  }
+  std::string mode;
+  if (file != files.end() && file->second.present) {
+    mode = file->second.ipv4Mode;
+    nic.dhcpDns = mode == "dhcp" && file->second.dhcpDns;
+    nic.ipv6RouterAdvertised = file->second.acceptRa;
+    nic.ipv6Dhcp = file->second.dhcpv6;
+  } else {
+    mode = !ipv4 ? "none" : ipv4->dynamic ? "dhcp" : "static";
+    nic.dhcpDns = mode == "dhcp";
+    nic.ipv6RouterAdvertised = ReadValue(root + "/proc/sys/net/ipv6/conf/" + management +
+                                         "/accept_ra") != "0";
+  }
+  nic.ipv4Mode = mode;
+  for (const auto& route : kernel.defaultRoutes) {
+    if (route.ipv6 && network.routing.ipv6Gateway == "::")
+      network.routing.ipv6Gateway = route.gateway;
+    if (!route.ipv6 && network.routing.ipv4Gateway == "0.0.0.0")
+      network.routing.ipv4Gateway = route.gateway;
+  }
+  // The model's DHCP server is the one that gave the lease: what the
+  // interface holds is what the console shows.
+  network.dhcp = {};
+  network.dhcp.available = false;
+  network.dhcp.ipv6DhcpAvailable = false;
+  network.dhcp.ipv6Prefix.clear();
+  network.dhcp.ipv6Gateway.clear();
+  network.dhcp.poolStart = network.dhcp.poolEnd = "0.0.0.0";
+  network.dhcp.dns.clear();
+  if (ipv4) {
+    nic.ipv4Address = ipv4->address;
+    nic.ipv4Netmask = NetmaskOf(ipv4->prefix);
+    if (mode == "dhcp") {
+      nic.leaseAddress = ipv4->address;
+      network.dhcp.netmask = nic.ipv4Netmask;
+      network.dhcp.gateway = network.routing.ipv4Gateway;
+    }
+  }
+  network.nics.push_back(nic);
+}
+
+std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
+                                                  const std::vector<std::string>& bridges) {
+  std::map<std::string, std::string> files;
+  const char* const heading = "# Written by the console; changed with its network settings.\n";
+  for (const auto& vswitch : network.vswitches) {
+    if (std::find(bridges.begin(), bridges.end(), vswitch.name) == bridges.end())
+      continue;
+    files["10-merel-" + vswitch.name + ".netdev"] =
+        std::string(heading) + "[NetDev]\nName=" + vswitch.name + "\nKind=bridge\n";
+    for (const auto& uplink : vswitch.uplinks) {
+      files[InterfaceFileName(uplink)] = std::string(heading) + "[Match]\nName=" + uplink +
+                                         "\n\n[Network]\nBridge=" + vswitch.name + "\n";
+    }
+    // A bridge that is not the management interface still comes up.
+    if (std::none_of(network.nics.begin(), network.nics.end(),
+                     [&](const NexNicState& nic) { return nic.name == vswitch.name; })) {
+      files[InterfaceFileName(vswitch.name)] =
+          std::string(heading) + "[Match]\nName=" + vswitch.name +
+          "\n\n[Network]\nDHCP=no\nLinkLocalAddressing=no\nConfigureWithoutCarrier=yes\n";
+    }
+  }
+  for (const auto& nic : network.nics) {
+    if (!nic.management)
+      continue;
+    const bool dhcp4 = nic.ipv4Mode == "dhcp";
+    const bool ipv6 = network.ipv6Enabled;
+    std::ostringstream out;
+    out << heading << "[Match]\nName=" << nic.name << "\n\n[Network]\n";
+    out << "DHCP="
+        << (dhcp4 && ipv6 && nic.ipv6Dhcp ? "yes"
+            : dhcp4                       ? "ipv4"
+            : ipv6 && nic.ipv6Dhcp        ? "ipv6"
+                                          : "no")
+        << "\n";
+    if (nic.ipv4Mode == "static" && PrefixOf(nic.ipv4Netmask) > 0) {
+      out << "Address=" << nic.ipv4Address << "/" << PrefixOf(nic.ipv4Netmask) << "\n";
+      if (network.routing.ipv4Gateway != "0.0.0.0" && !network.routing.ipv4Gateway.empty())
+        out << "Gateway=" << network.routing.ipv4Gateway << "\n";
+    }
+    out << "LinkLocalAddressing=" << (ipv6 ? "ipv6" : "no") << "\n";
+    out << "IPv6AcceptRA=" << (ipv6 && nic.ipv6RouterAdvertised ? "yes" : "no") << "\n";
+    if (ipv6) {
+      for (const auto& address : nic.ipv6Addresses)
+        out << "Address=" << address << "\n";
+      if (network.routing.ipv6Gateway != "::" && !network.routing.ipv6Gateway.empty())
+        out << "Gateway=" << network.routing.ipv6Gateway << "\n";
+    }
+    out << "ConfigureWithoutCarrier=yes\n";
+    if (dhcp4)
+      out << "\n[DHCPv4]\nUseDNS=" << (nic.dhcpDns ? "yes" : "no") << "\nUseHostname=no\n";
+    files[InterfaceFileName(nic.name)] = out.str();
+  }
+  return files;
+}
+
+std::string RenderHosts(const std::string& hosts,
+                        const std::string& host,
+                        const std::string& domain) {
+  std::string line = "127.0.1.1\t";
+  line += domain.empty() ? host : host + "." + domain + "\t" + host;
+  std::istringstream lines(hosts);
+  std::string current, out;
+  bool placed = false;
+  while (std::getline(lines, current)) {
+    std::istringstream words(current);
+    std::string first;
+    words >> first;
+    if (first == "127.0.1.1") {
+      if (!placed)
+        out += line + "\n";
+      placed = true;
+      continue;
+    }
+    out += current + "\n";
+    // Debian's place for it: right after the loopback line.
+    if (!placed && first == "127.0.0.1") {
+      out += line + "\n";
+      placed = true;
+    }
+  }
+  if (!placed)
+    out += line + "\n";
+  return out;
+}
+
+int PrefixOf(const std::string& netmask) {
+  in_addr mask{};
+  if (inet_pton(AF_INET, netmask.c_str(), &mask) != 1)
+    return -1;
+  const uint32_t value = ntohl(mask.s_addr);
+  const int bits = __builtin_popcount(value);
+  // Only contiguous masks are netmasks.
+  if (bits > 0 && value != ~((1u << (32 - bits)) - 1) && bits != 32)
+    return -1;
+  return bits;
+}
+
+std::string NetmaskOf(int prefix) {
+  const uint32_t mask =
+      prefix <= 0 ? 0 : prefix >= 32 ? 0xffffffffu : ~((1u << (32 - prefix)) - 1);
+  return std::to_string(mask >> 24) + "." + std::to_string((mask >> 16) & 255) + "." +
+         std::to_string((mask >> 8) & 255) + "." + std::to_string(mask & 255);
+}
+
+const Netlink* LoadNetlink(std::string& error) {
+  // The same module as the other system services: dlopen hands back the
+  // handle it already has when LoadServices opened it first.
+  static std::string reason;
+  static const Netlink* const netlink = []() -> const Netlink* {
+    char self[4096];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
+    std::string dir = length > 0 ? std::string(self, static_cast<size_t>(length)) : "";
+    dir = dir.substr(0, dir.rfind('/'));
+    for (const char* candidate : {"/merel-linux.so", "/../lib/merel/merel-linux.so"}) {
+      void* module = dlopen((dir + candidate).c_str(), RTLD_NOW | RTLD_LOCAL);
+      if (module == nullptr) {
+        reason = dlerror();
+        continue;
+      }
+      using Table = const Netlink* (*)();
+      if (auto table = reinterpret_cast<Table>(dlsym(module, "merel_linux_netlink")))
+        return table();
+      reason = "merel-linux.so has no netlink table";
+    }
+    return nullptr;
+  }();
+  if (netlink == nullptr)
+    error = "the Linux host's services module is missing: " + reason;
+  return netlink;
+}
+
+}  // namespace Platform::Linux

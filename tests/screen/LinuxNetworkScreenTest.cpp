@@ -1,0 +1,500 @@
+// The management network of the Linux host (merel --host linux) on real
+// interfaces, each case in namespaces of its own: the console's host has
+// three veth adapters, nic0 bridged into br0 (the management switch), and
+// their other ends are in a peer network namespace that plays the network
+// around the host (10.99.0.1 is its router). /etc is a private copy, /run
+// and /sys are fresh, and the service and power commands are recorders, so
+// that nothing reaches the machine the tests run on. What the console did
+// is read back with `ip` inside the same namespaces (nsenter) and from the
+// private /etc.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "Harness.h"
+#include "NetworkScreenUtil.h"
+
+namespace {
+
+using namespace MerelNetworkTest;
+namespace fs = std::filesystem;
+
+constexpr const char* kHostName = "merel-net-host";
+
+// @S@ is the scratch folder, @MEREL@ the console, @PAM@ the PAM service.
+const char kSetup[] = R"SH(#!/bin/sh
+set -e
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
+S=@S@
+hostname @HOST@
+cp -a /etc "$S/etc"
+echo @HOST@ > "$S/etc/hostname"
+printf '127.0.0.1\tlocalhost\n127.0.1.1\t@HOST@\n' > "$S/etc/hosts"
+printf 'nameserver 10.99.0.1\n' > "$S/etc/resolv.conf.new"
+rm -f "$S/etc/resolv.conf"; mv "$S/etc/resolv.conf.new" "$S/etc/resolv.conf"
+rm -rf "$S/etc/systemd/network" "$S/etc/network/interfaces"
+root_hash=$(openssl passwd -6 -salt merelroot rootpw)
+sed -i "s|^root:[^:]*:|root:$root_hash:|" "$S/etc/shadow"
+mkdir -p "$S/etc/merel"
+: > "$S/etc/merel/console-login"
+cp @PAM@ "$S/etc/pam.d/merel"
+mount --bind "$S/etc" /etc
+mount -t tmpfs tmpfs /run
+if [ -e /dev/log ] || [ -L /dev/log ]; then mount --bind /dev/null /dev/log; fi
+for tool in /usr/bin/systemctl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+  if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
+done
+for tool in /bin/systemctl /usr/bin/systemctl /sbin/poweroff /sbin/reboot; do
+  if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
+    echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
+  fi
+done
+if [ "$(cat /proc/sys/kernel/hostname)" != @HOST@ ] || ! grep -q @HOST@ /etc/hostname; then
+  echo "NAMESPACE NOT SAFE: host name or /etc are the machine's"; sleep 600; exit 98
+fi
+if ip link show | grep -qv -e '^ ' -e ': lo:'; then
+  echo "NAMESPACE NOT SAFE: the network namespace has links of its own"; sleep 600; exit 99
+fi
+# The network around the host.
+unshare --net sh -c 'echo $$ > "$0/peer.pid"; exec sleep 100000' "$S" &
+while [ ! -s "$S/peer.pid" ]; do sleep 0.05; done
+P=$(cat "$S/peer.pid")
+ip link set lo up
+for i in 0 1 2; do ip link add nic$i type veth peer name peer$i netns "$P"; done
+ip link add br0 type bridge
+ip link set nic0 master br0
+ip link set nic0 up
+ip link set nic1 up
+ip link set br0 up
+ip addr add 10.99.0.2/24 dev br0
+ip route add default via 10.99.0.1
+nsenter -t "$P" -n sh -c 'ip link set lo up; ip link set peer0 up; ip link set peer1 up;
+  ip addr add 10.99.0.1/24 dev peer0'
+# The router's DHCP and DNS; merel-test.lab is the name the network test
+# looks up. Its leases and log stay in the scratch folder.
+mkdir -p /var/lib/dhcpcd && mount -t tmpfs tmpfs /var/lib/dhcpcd
+nsenter -t "$P" -n dnsmasq --conf-file=/dev/null --user=root --interface=peer0 \
+  --bind-interfaces --no-resolv --no-hosts --dhcp-range=10.99.0.100,10.99.0.150,255.255.255.0,1h \
+  --dhcp-option=option:router,10.99.0.1 --dhcp-option=option:dns-server,10.99.0.1 \
+  --address=/merel-test.lab/10.99.0.42 --dhcp-leasefile="$S/leases" --pid-file="$S/dnsmasq.pid" \
+  --log-dhcp --log-facility="$S/dnsmasq.log"
+while [ ! -s "$S/dnsmasq.pid" ]; do sleep 0.05; done
+mount -t sysfs sysfs /sys
+export LIBVIRT_DEFAULT_URI=test:///default
+exec @MEREL@ --host linux
+)SH";
+
+const char kRecorder[] = R"SH(#!/bin/sh
+# merel-test-recorder
+echo "$(basename "$0") $*" >> @S@/calls
+case "$1" in is-active|is-enabled) exit 3 ;; esac
+exit 0
+)SH";
+
+std::string Replace(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+std::string Slurp(const std::string& path) {
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// What a command prints.
+std::string Output(const std::string& command) {
+  std::string text;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof(buffer), pipe)) > 0)
+      text.append(buffer, n);
+    pclose(pipe);
+  }
+  return text;
+}
+
+// "[Section] Key" -> values of a networkd file, in order.
+std::multimap<std::string, std::string> Fields(const std::string& text) {
+  std::multimap<std::string, std::string> fields;
+  std::istringstream lines(text);
+  std::string line, section;
+  while (std::getline(lines, line)) {
+    if (line.empty() || line[0] == '#')
+      continue;
+    if (line[0] == '[') {
+      section = line;
+      continue;
+    }
+    const auto equals = line.find('=');
+    fields.emplace(section + " " + line.substr(0, equals), line.substr(equals + 1));
+  }
+  return fields;
+}
+
+std::string Field(const std::multimap<std::string, std::string>& fields, const std::string& key) {
+  auto it = fields.find(key);
+  return it == fields.end() ? "" : it->second;
+}
+
+class LinuxNetworkTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (std::system("unshare --mount --net --uts true >/dev/null 2>&1") != 0) {
+      GTEST_SKIP() << "cannot create mount, network and UTS namespaces here (needs root); the "
+                      "Linux host's network is only ever tested inside them";
+    }
+    char pattern[] = "/tmp/merel-linux-net-XXXXXX";
+    _scratch = mkdtemp(pattern);
+    const std::string pam = std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel";
+    std::string setup = Replace(kSetup, "@S@", _scratch);
+    setup = Replace(setup, "@HOST@", kHostName);
+    setup = Replace(setup, "@MEREL@", MEREL_BIN);
+    setup = Replace(setup, "@PAM@", pam);
+    std::ofstream(_scratch + "/setup.sh") << setup;
+    std::ofstream(_scratch + "/recorder") << Replace(kRecorder, "@S@", _scratch);
+    fs::permissions(_scratch + "/recorder", fs::perms::owner_all | fs::perms::group_read |
+                                                fs::perms::group_exec | fs::perms::others_read |
+                                                fs::perms::others_exec);
+  }
+  void TearDown() override {
+    // Every process of the two network namespaces (the console, the DHCP
+    // client it started, the router's dnsmasq): the namespaces and their
+    // veth pairs end with the last of them.
+    std::vector<std::string> namespaces;
+    if (_console)
+      namespaces.push_back(NetNamespace(_console->Pid()));
+    namespaces.push_back(NetNamespace(std::atoi(Slurp(_scratch + "/peer.pid").c_str())));
+    if (_console && _console->Running()) {
+      _console->Signal(SIGKILL);
+      _console->WaitForExit();
+    }
+    _console.reset();
+    const std::string own = NetNamespace(getpid());
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+      const int pid = std::atoi(entry.path().filename().c_str());
+      const std::string space = pid > 1 ? NetNamespace(pid) : "";
+      if (!space.empty() && space != own &&
+          std::find(namespaces.begin(), namespaces.end(), space) != namespaces.end())
+        kill(pid, SIGKILL);
+    }
+    if (!_scratch.empty())
+      fs::remove_all(_scratch);
+  }
+
+  static std::string NetNamespace(int pid) {
+    if (pid <= 1)
+      return "";
+    std::error_code error;
+    const fs::path target = fs::read_symlink("/proc/" + std::to_string(pid) + "/ns/net", error);
+    return error ? "" : target.string();
+  }
+
+  Terminal& Start() {
+    _console = std::make_unique<Terminal>();
+    EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts",
+                                 "--propagation", "private", "/bin/sh", _scratch + "/setup.sh"}));
+    return *_console;
+  }
+
+  // A command run in the console's namespaces.
+  std::string InHost(const std::string& command) const {
+    return Output("nsenter -t " + std::to_string(_console->Pid()) + " -n -m -u sh -c '" +
+                  command + "' 2>&1");
+  }
+  std::string File(const std::string& path) const { return Slurp(_scratch + "/etc" + path); }
+
+  // Logs in as root and opens the network window.
+  bool OpenNetwork(Terminal& console) {
+    if (!WaitQuiet(console, "http://" + std::string(kHostName) + "/"))
+      return false;
+    console.SendKey(Key::kF2);
+    if (!WaitQuiet(console, "Authentication Required"))
+      return false;
+    console.SendText("rootpw");
+    console.SendKey(Key::kEnter);
+    if (!WaitQuiet(console, "System Customization") || !SelectEntry(console, kWindowTitle))
+      return false;
+    console.SendKey(Key::kEnter);
+    return WaitForWindow(console);
+  }
+
+  std::string _scratch;
+  std::unique_ptr<Terminal> _console;
+};
+
+TEST_F(LinuxNetworkTest, AdaptersAreTheVethLinksWithTheirLinkState) {
+  Terminal& console = Start();
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  // The management interface is the bridge, with the kernel's address.
+  ASSERT_TRUE(SelectEntry(console, "IPv4 Configuration")) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), "IPv4 Address: 10.99.0.2")) << console.Text();
+  OpenDialog(console, "Network Adapters", "nic2");
+  const std::string text = console.Text();
+  auto row = [&](const std::string& name) {
+    const int y = RowOf(console, name);
+    return y < 0 ? std::string() : CellText(console, y, 0, 80);
+  };
+  EXPECT_TRUE(Contains(row("nic0"), "[X]")) << text;
+  EXPECT_TRUE(Contains(row("nic0"), "Connected")) << text;
+  EXPECT_FALSE(Contains(row("nic1"), "[X]")) << text;
+  EXPECT_TRUE(Contains(row("nic1"), "Connected")) << text;
+  // Its peer is down: no carrier.
+  EXPECT_TRUE(Contains(row("nic2"), "Disconnected")) << text;
+  // The bridge is the switch, not an adapter; the peers are not the host's.
+  EXPECT_FALSE(Contains(text, "] br0")) << text;
+  EXPECT_FALSE(Contains(text, "peer")) << text;
+}
+
+TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndTheFiles) {
+  Terminal& console = Start();
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+
+  OpenDialog(console, "Network Adapters", "nic2");
+  // nic1 joins nic0 on the bridge.
+  ASSERT_GE(RowOf(console, "nic1"), 0);
+  Type(console, {Key::kDown, Key::kSpace});
+  Accept(console);
+
+  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown});
+  TypeText(console, "10.99.0.7");
+  Type(console, {Key::kDown});
+  TypeText(console, "255.255.255.0");
+  Type(console, {Key::kDown});
+  TypeText(console, "10.99.0.1");
+  Accept(console);
+
+  OpenDialog(console, "DNS Configuration", "Use the following DNS server addresses");
+  TypeText(console, "10.99.0.53");
+  Type(console, {Key::kDown, Key::kDown});
+  TypeText(console, "new-host.lab.test");
+  Accept(console);
+  OpenDialog(console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(console, "a.test b.test");
+  Accept(console);
+  ApplyChanges(console);
+
+  const std::string addresses = InHost("ip -4 -o addr show dev br0");
+  EXPECT_TRUE(Contains(addresses, "inet 10.99.0.7/24")) << addresses;
+  EXPECT_FALSE(Contains(addresses, "10.99.0.2/")) << addresses;
+  EXPECT_TRUE(Contains(InHost("ip -4 route show default"), "default via 10.99.0.1 dev br0"))
+      << InHost("ip route");
+  const std::string ports = InHost("ip -o link show master br0");
+  EXPECT_TRUE(Contains(ports, "nic0")) << ports;
+  EXPECT_TRUE(Contains(ports, "nic1")) << ports;
+  EXPECT_EQ(InHost("hostname"), "new-host\n");
+  EXPECT_EQ(File("/hostname"), "new-host\n");
+  EXPECT_TRUE(Contains(File("/hosts"), "127.0.1.1\tnew-host.lab.test\tnew-host\n"))
+      << File("/hosts");
+  EXPECT_TRUE(Contains(File("/hosts"), "127.0.0.1\tlocalhost\n")) << File("/hosts");
+  const std::string resolver = File("/resolv.conf");
+  EXPECT_TRUE(Contains(resolver, "nameserver 10.99.0.53\n")) << resolver;
+  EXPECT_TRUE(Contains(resolver, "search lab.test a.test b.test\n")) << resolver;
+
+  // What the next boot brings up, field by field.
+  const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
+  EXPECT_EQ(Field(bridge, "[Match] Name"), "br0");
+  EXPECT_EQ(Field(bridge, "[Network] DHCP"), "no");
+  EXPECT_EQ(Field(bridge, "[Network] Address"), "10.99.0.7/24");
+  EXPECT_EQ(Field(bridge, "[Network] Gateway"), "10.99.0.1");
+  const auto netdev = Fields(File("/systemd/network/10-merel-br0.netdev"));
+  EXPECT_EQ(Field(netdev, "[NetDev] Name"), "br0");
+  EXPECT_EQ(Field(netdev, "[NetDev] Kind"), "bridge");
+  for (const char* uplink : {"nic0", "nic1"}) {
+    const auto port =
+        Fields(File(std::string("/systemd/network/10-merel-") + uplink + ".network"));
+    EXPECT_EQ(Field(port, "[Match] Name"), uplink);
+    EXPECT_EQ(Field(port, "[Network] Bridge"), "br0");
+  }
+  EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network/10-merel-nic2.network"));
+
+  // A simulated boot: the links lose what the console gave them and get it
+  // back from the files alone (the test's own small reader of them).
+  InHost("ip addr flush dev br0; ip route flush default; ip link set nic1 nomaster");
+  InHost("ip addr add " + Field(bridge, "[Network] Address") + " dev br0; ip route add default via " +
+         Field(bridge, "[Network] Gateway") + "; ip link set nic1 master " +
+         Field(Fields(File("/systemd/network/10-merel-nic1.network")), "[Network] Bridge"));
+  EXPECT_TRUE(Contains(InHost("ip -4 -o addr show dev br0"), "inet 10.99.0.7/24"));
+  EXPECT_TRUE(Contains(InHost("ping -c 1 -W 5 10.99.0.1"), "1 received"))
+      << InHost("ping -c 1 -W 5 10.99.0.1");
+
+  // Taking nic1 off again leaves the bridge and its file.
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+  OpenDialog(console, "Network Adapters", "nic2");
+  Type(console, {Key::kDown, Key::kSpace});
+  Accept(console);
+  ApplyChanges(console);
+  EXPECT_FALSE(Contains(InHost("ip -o link show master br0"), "nic1"));
+  EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network/10-merel-nic1.network"));
+}
+
+TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) {
+  Terminal& console = Start();
+  // The kernel has no route to a gateway outside every subnet of the host.
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  InHost("ip addr flush dev br0; ip addr add 10.99.0.2/32 dev br0");
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  OpenDialog(console, "DNS Configuration", "Use the following DNS server addresses");
+  Type(console, {Key::kDown, Key::kDown});
+  TypeText(console, "after-failure");
+  Accept(console);
+  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kDown});
+  TypeText(console, "10.99.0.254");
+  Accept(console);
+  ASSERT_TRUE(Contains(RightText(console), "10.99.0.254")) << console.Text();
+  console.SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(console, "Apply changes and restart management network?"))
+      << console.Text();
+  console.SendText("y");
+  ASSERT_TRUE(WaitQuiet(console, "Setting default gateway failed: "))
+      << console.Text() << InHost("ip addr; ip route");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+  EXPECT_EQ(InHost("hostname"), "after-failure\n");
+  EXPECT_EQ(File("/hostname"), "after-failure\n");
+  EXPECT_FALSE(Contains(InHost("ip route show default"), "10.99.0.254"));
+}
+
+// The step's line and what it ended with, from the test run's text.
+std::string StepRow(const Terminal& console, const std::string& step) {
+  for (int y = 0; y < 25; ++y) {
+    const int x = console.Find(y, step);
+    if (x >= 0) {
+      std::string row = CellText(console, y, x, 80 - x);
+      row = row.substr(0, row.find("\u2502"));
+      return row.erase(row.find_last_not_of(' ') + 1);
+    }
+  }
+  return "";
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
+  Terminal& console = Start();
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(console, {Key::kDown, Key::kSpace});
+  Accept(console);
+  ApplyChanges(console);
+
+  // The lease is on the bridge and on the welcome screen.
+  const std::string addresses = InHost("ip -4 -o addr show dev br0");
+  const auto at = addresses.find("inet 10.99.0.1");
+  ASSERT_NE(at, std::string::npos) << addresses << Slurp(_scratch + "/dnsmasq.log");
+  const std::string lease = addresses.substr(at + 5, addresses.find('/', at) - at - 5);
+  EXPECT_FALSE(Contains(addresses, "10.99.0.2/")) << addresses;
+  EXPECT_TRUE(Contains(Slurp(_scratch + "/leases"), " " + lease + " "));
+  EXPECT_EQ(Field(Fields(File("/systemd/network/10-merel-br0.network")), "[Network] DHCP"), "ipv4");
+  console.SendKey(Key::kEscape);
+  ASSERT_TRUE(WaitQuiet(console, "http://" + lease + "/")) << console.Text();
+
+  // A restart renews the lease with the router.
+  auto acks = [&] {
+    const std::string log = Slurp(_scratch + "/dnsmasq.log");
+    int count = 0;
+    for (size_t i = log.find("DHCPACK"); i != std::string::npos; i = log.find("DHCPACK", i + 1))
+      ++count;
+    return count;
+  };
+  const int before = acks();
+  console.SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(console, "Authentication Required")) << console.Text();
+  console.SendText("rootpw");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Restart Management Network")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Restart management network now?")) << console.Text();
+  console.Send("\x1b[23~");  // F11
+  ASSERT_TRUE(WaitQuiet(console, "<Enter> OK")) << console.Text();
+  EXPECT_TRUE(console.WaitFor([&] { return acks() > before; })) << Slurp(_scratch + "/dnsmasq.log");
+  EXPECT_TRUE(console.WaitFor([&] {
+    return Contains(InHost("ip -4 -o addr show dev br0"), "inet " + lease + "/");
+  })) << InHost("ip addr; ip route; ps ax");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+
+  // The network test: the router answers, an address nobody holds does
+  // not, and the test name resolves through the router's DNS.
+  ASSERT_TRUE(SelectEntry(console, "Test Management Network")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Ping Address #0:")) << console.Text();
+  console.SendText("10.99.0.1");
+  console.SendKeys({Key::kDown});
+  console.SendText("10.99.0.77");
+  console.SendKeys({Key::kDown, Key::kDown, Key::kEnd});
+  console.WaitUntilQuiet();
+  for (int i = 0; i < 40; ++i)
+    console.Send("\x7f");
+  console.SendText("merel-test.lab");
+  console.WaitUntilQuiet();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(console.WaitFor([&] {
+    const std::string text = console.Text();
+    return Contains(text, "<Enter> OK") && !Contains(text, "<Esc> Cancel");
+  })) << console.Text();
+  console.WaitUntilQuiet();
+  EXPECT_TRUE(EndsWith(StepRow(console, "Pinging address #1 (10.99.0.1)."), "OK."))
+      << console.Text() << InHost("ip addr; ip route; cat /etc/resolv.conf; ps ax");
+  EXPECT_TRUE(EndsWith(StepRow(console, "Pinging address #2 (10.99.0.77)."), "Failed."))
+      << console.Text();
+  EXPECT_TRUE(EndsWith(StepRow(console, "Resolving hostname (merel-test.lab)."), "OK."))
+      << console.Text();
+}
+
+// The factory layout: one bridge on the first adapter with a link, DHCP on
+// it, the names reset.
+TEST_F(LinuxNetworkTest, RestoreLeavesOneBridgeOnTheFirstAdapterWithDhcp) {
+  Terminal& console = Start();
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  InHost("ip link set nic1 master br0");
+  console.SendKey(Key::kF2);
+  ASSERT_TRUE(WaitQuiet(console, "Authentication Required")) << console.Text();
+  console.SendText("rootpw");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Network Restore Options")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Restore DVS")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Restore Network Settings")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "<Esc> Cancel")) << console.Text();
+  console.Send("\x1b[23~");  // F11
+  // The test driver's domain runs: it is powered off first.
+  ASSERT_TRUE(console.WaitFor([&] {
+    return Contains(console.Text(), "Warning: VMs running") ||
+           Contains(console.Text(), "Auto-configuring network. ");
+  })) << console.Text();
+  if (Contains(console.Text(), "Warning: VMs running"))
+    console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Auto-configuring network. Done.")) << console.Text();
+
+  const std::string ports = InHost("ip -o link show master br0");
+  EXPECT_TRUE(Contains(ports, "nic0")) << ports;
+  EXPECT_FALSE(Contains(ports, "nic1")) << ports;
+  EXPECT_TRUE(console.WaitFor([&] {
+    return Contains(InHost("ip -4 -o addr show dev br0"), "inet 10.99.0.1");
+  })) << InHost("ip addr") << Slurp(_scratch + "/dnsmasq.log");
+  EXPECT_FALSE(Contains(InHost("ip -4 -o addr show dev br0"), "10.99.0.2/"));
+  EXPECT_EQ(InHost("hostname"), "localhost\n");
+  EXPECT_EQ(Field(Fields(File("/systemd/network/10-merel-br0.network")), "[Network] DHCP"), "ipv4");
+  EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network/10-merel-nic1.network"));
+}
+
+}  // namespace

@@ -1,0 +1,241 @@
+// The Linux host's network mapping without a kernel: kernel values into
+// the console's model, the model into networkd, resolver and hosts files,
+// and those files back.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "backends/LinuxBackend.h"
+#include "backends/LinuxNetwork.h"
+
+namespace {
+
+using namespace Platform;
+using namespace Platform::Linux;
+
+KernelLink Link(int index, const std::string& name, const std::string& kind, int master = 0) {
+  KernelLink link;
+  link.index = index;
+  link.name = name;
+  link.kind = kind;
+  link.mac = "52:54:00:00:00:0" + std::to_string(index);
+  link.adminUp = link.carrier = true;
+  link.master = master;
+  return link;
+}
+
+// lo, eth0 and eth1 (devices), veth0 in br0, a VLAN and a tunnel.
+KernelNetwork Bridged() {
+  KernelNetwork kernel;
+  KernelLink lo = Link(1, "lo", "");
+  lo.mac = "00:00:00:00:00:00";
+  kernel.links = {lo,
+                  Link(2, "eth0", "", 5),
+                  Link(3, "eth1", ""),
+                  Link(4, "veth0", "veth", 5),
+                  Link(5, "br0", "bridge"),
+                  Link(6, "br0.20", "vlan"),
+                  Link(7, "tun0", "tun")};
+  kernel.links[2].carrier = false;
+  kernel.addresses = {{5, "192.0.2.5", 24, false, false, false},
+                      {5, "fe80::1", 64, true, false, true},
+                      {5, "2001:db8::5", 64, true, false, false},
+                      {3, "198.51.100.9", 24, false, false, false}};
+  kernel.defaultRoutes = {{3, "198.51.100.1", false}};
+  return kernel;
+}
+
+TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
+  NetworkState network;
+  MapNetwork(Bridged(), {}, "/nonexistent", network);
+  std::vector<std::string> adapters;
+  for (const auto& pnic : network.pnics)
+    adapters.push_back(pnic.name);
+  EXPECT_EQ(adapters, (std::vector<std::string>{"eth0", "eth1", "veth0"}));
+  EXPECT_FALSE(network.pnics[1].linkUp);
+  EXPECT_EQ(network.pnics[1].speedMbps, 0);
+  EXPECT_EQ(network.pnics[2].driver, "veth");
+  ASSERT_EQ(network.vswitches.size(), 1u);
+  EXPECT_EQ(network.vswitches[0].name, "br0");
+  EXPECT_EQ(network.vswitches[0].uplinks, (std::vector<std::string>{"eth0", "veth0"}));
+  EXPECT_EQ(network.vswitches[0].portGroups[0].name, "Management Network");
+  // The bridge is the management interface even though eth1 holds the
+  // default route: a virtualisation host manages through its switch.
+  ASSERT_EQ(network.nics.size(), 1u);
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(nic.name, "br0");
+  EXPECT_EQ(nic.ipv4Mode, "static");
+  EXPECT_EQ(nic.ipv4Address, "192.0.2.5");
+  EXPECT_EQ(nic.ipv4Netmask, "255.255.255.0");
+  EXPECT_EQ(nic.ipv6Addresses, (std::vector<std::string>{"2001:db8::5/64"}));
+  EXPECT_EQ(network.routing.ipv4Gateway, "198.51.100.1");
+}
+
+struct ManagementCase {
+  const char* name;
+  KernelNetwork kernel;
+  const char* expected;
+};
+
+class ManagementLinkTest : public ::testing::TestWithParam<ManagementCase> {};
+
+TEST_P(ManagementLinkTest, Chosen) {
+  EXPECT_EQ(ManagementLink(GetParam().kernel), GetParam().expected);
+}
+
+KernelNetwork Plain(std::vector<KernelRoute> routes, std::vector<KernelAddress> addresses) {
+  KernelNetwork kernel;
+  kernel.links = {Link(2, "eth0", ""), Link(3, "eth1", "")};
+  kernel.defaultRoutes = std::move(routes);
+  kernel.addresses = std::move(addresses);
+  return kernel;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LinuxNetworkMap,
+    ManagementLinkTest,
+    ::testing::Values(
+        ManagementCase{"BridgeWithTheDefaultRoute",
+                       [] {
+                         KernelNetwork k = Bridged();
+                         k.links.push_back(Link(8, "br1", "bridge"));
+                         k.defaultRoutes = {{8, "192.0.2.1", false}};
+                         return k;
+                       }(),
+                       "br1"},
+        ManagementCase{"FirstBridge", Bridged(), "br0"},
+        ManagementCase{"AdapterWithTheDefaultRoute", Plain({{3, "192.0.2.1", false}}, {}), "eth1"},
+        ManagementCase{"AdapterWithAnAddress", Plain({}, {{3, "192.0.2.3", 24, false}}), "eth1"},
+        ManagementCase{"FirstAdapter", Plain({}, {}), "eth0"},
+        ManagementCase{"Nothing", KernelNetwork{}, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
+  KernelNetwork kernel = Bridged();
+  kernel.addresses[0].dynamic = true;
+  NetworkState network;
+  MapNetwork(kernel, {}, "/nonexistent", network);
+  EXPECT_EQ(network.nics[0].ipv4Mode, "dhcp");
+  EXPECT_EQ(network.nics[0].leaseAddress, "192.0.2.5");
+  EXPECT_EQ(network.dhcp.netmask, "255.255.255.0");
+
+  std::map<std::string, InterfaceFile> files;
+  files["br0"] = ParseInterfaceFile("[Match]\nName=br0\n[Network]\nDHCP=no\n");
+  MapNetwork(kernel, files, "/nonexistent", network);
+  EXPECT_EQ(network.nics[0].ipv4Mode, "none");
+}
+
+// The files written for a state say the same state when read back.
+TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
+  for (const char* mode : {"static", "dhcp", "none"}) {
+    SCOPED_TRACE(mode);
+    NetworkState network;
+    MapNetwork(Bridged(), {}, "/nonexistent", network);
+    NexNicState& nic = network.nics[0];
+    nic.ipv4Mode = mode;
+    nic.dhcpDns = nic.ipv4Mode == "dhcp";
+    nic.ipv6RouterAdvertised = false;
+    const auto files = RenderNetworkd(network, {"br0"});
+    ASSERT_EQ(files.count("10-merel-br0.netdev"), 1u);
+    EXPECT_NE(files.at("10-merel-br0.netdev").find("Kind=bridge\n"), std::string::npos);
+    EXPECT_NE(files.at("10-merel-eth0.network").find("Bridge=br0\n"), std::string::npos);
+    EXPECT_NE(files.at("10-merel-veth0.network").find("Bridge=br0\n"), std::string::npos);
+    EXPECT_EQ(files.count("10-merel-eth1.network"), 0u);
+    const InterfaceFile read = ParseInterfaceFile(files.at("10-merel-br0.network"));
+    EXPECT_EQ(read.ipv4Mode, mode);
+    EXPECT_EQ(read.dhcpDns, nic.dhcpDns || nic.ipv4Mode != "dhcp");
+    EXPECT_FALSE(read.acceptRa);
+    const std::string& text = files.at("10-merel-br0.network");
+    EXPECT_EQ(text.find("Address=192.0.2.5/24\n") != std::string::npos,
+              std::string(mode) == "static");
+    EXPECT_NE(text.find("Address=2001:db8::5/64\n"), std::string::npos);
+  }
+}
+
+TEST(LinuxNetworkFiles, ResolverRoundTrip) {
+  DnsState dns;
+  dns.domain = "lab.test";
+  dns.searchDomains = {"lab.test", "a.test"};
+  dns.nameServers = {"192.0.2.53", "192.0.2.54"};
+  dns.ipv6NameServers = {"2001:db8::53"};
+  DnsState read;
+  ParseResolver(RenderResolver(dns) + "options edns0\n", read);
+  EXPECT_EQ(read.domain, dns.domain);
+  EXPECT_EQ(read.searchDomains, dns.searchDomains);
+  EXPECT_EQ(read.nameServers, dns.nameServers);
+  EXPECT_EQ(read.ipv6NameServers, dns.ipv6NameServers);
+}
+
+struct HostsCase {
+  const char* name;
+  const char* before;
+  const char* host;
+  const char* domain;
+  const char* after;
+};
+
+class HostsTest : public ::testing::TestWithParam<HostsCase> {};
+
+TEST_P(HostsTest, TheHostsLineIsReplacedInPlace) {
+  const HostsCase& c = GetParam();
+  EXPECT_EQ(RenderHosts(c.before, c.host, c.domain), c.after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LinuxNetworkFiles,
+    HostsTest,
+    ::testing::Values(
+        HostsCase{"Replaced", "127.0.0.1\tlocalhost\n127.0.1.1\told\n::1\tlocalhost\n", "new",
+                  "", "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
+        HostsCase{"WithDomain", "127.0.1.1 old.x old\n", "new", "lab.test",
+                  "127.0.1.1\tnew.lab.test\tnew\n"},
+        HostsCase{"AfterLoopback", "127.0.0.1\tlocalhost\n::1\tlocalhost\n", "new", "",
+                  "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
+        HostsCase{"DuplicatesGo", "127.0.1.1\ta\n127.0.1.1\tb\n", "new", "",
+                  "127.0.1.1\tnew\n"},
+        HostsCase{"Empty", "", "new", "", "127.0.1.1\tnew\n"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LinuxNetworkFiles, Netmasks) {
+  const std::vector<std::pair<std::string, int>> cases = {
+      {"255.255.255.0", 24}, {"255.255.255.255", 32}, {"0.0.0.0", 0},
+      {"255.0.255.0", -1},   {"255.255.128.0", 17},   {"nonsense", -1}};
+  for (const auto& [mask, prefix] : cases) {
+    EXPECT_EQ(PrefixOf(mask), prefix) << mask;
+    if (prefix >= 0) {
+      EXPECT_EQ(NetmaskOf(prefix), mask);
+    }
+  }
+}
+
+// What the Linux host can change, and what it must refuse.
+TEST(LinuxNetworkChanges, OnlyTheMappedSettingsMayChange) {
+  HostState state;
+  MapNetwork(Bridged(), {}, "/nonexistent", state.network);
+  const std::string base = ToJson(Untracked(state));
+  struct Change {
+    const char* name;
+    void (*apply)(HostState&);
+    bool allowed;
+  };
+  const std::vector<Change> changes = {
+      {"address", [](HostState& s) { s.network.nics[0].ipv4Address = "192.0.2.9"; }, true},
+      {"mode", [](HostState& s) { s.network.nics[0].ipv4Mode = "dhcp"; }, true},
+      {"gateway", [](HostState& s) { s.network.routing.ipv4Gateway = "192.0.2.1"; }, true},
+      {"names", [](HostState& s) { s.network.dns.hostname = "x"; }, true},
+      {"uplinks", [](HostState& s) { s.network.vswitches[0].uplinks.push_back("eth1"); }, true},
+      {"restart", [](HostState& s) { ++s.network.nics[0].restarts; }, true},
+      {"newSwitch", [](HostState& s) { s.network.vswitches.push_back({}); }, false},
+      {"vlan", [](HostState& s) { s.network.vswitches[0].portGroups[0].vlanId = 20; }, false},
+      {"mtu", [](HostState& s) { s.network.nics[0].mtu = 9000; }, false},
+      {"power", [](HostState& s) { s.powerState = "off"; }, false},
+  };
+  for (const auto& change : changes) {
+    HostState after = state;
+    change.apply(after);
+    EXPECT_EQ(ToJson(Untracked(after)) == base, change.allowed) << change.name;
+  }
+}
+
+}  // namespace
