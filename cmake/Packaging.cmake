@@ -50,7 +50,11 @@ install(FILES ${CMAKE_SOURCE_DIR}/sim/demo-host.json DESTINATION ${CMAKE_INSTALL
 file(GLOB MEREL_HOST_DESCRIPTIONS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/fixtures/hosts/*.json)
 install(FILES ${MEREL_HOST_DESCRIPTIONS} DESTINATION ${CMAKE_INSTALL_DATADIR}/merel/hosts)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/pam.d/merel DESTINATION ${MEREL_PAM_DIR})
-install(FILES ${CMAKE_SOURCE_DIR}/packaging/merel@.service DESTINATION ${MEREL_SYSTEMD_UNIT_DIR})
+install(FILES ${CMAKE_SOURCE_DIR}/packaging/merel@.service
+              ${CMAKE_SOURCE_DIR}/packaging/merel-driver-vm.service
+        DESTINATION ${MEREL_SYSTEMD_UNIT_DIR})
+# The boot-time step that hands the saved DriverVM devices to vfio-pci.
+install(PROGRAMS ${CMAKE_SOURCE_DIR}/packaging/merel-driver-vm DESTINATION lib/merel)
 install(FILES ${CMAKE_BINARY_DIR}/man/merel.8.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 install(FILES ${CMAKE_BINARY_DIR}/man/merel-sim.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/debian/copyright ${CMAKE_BINARY_DIR}/man/changelog.gz

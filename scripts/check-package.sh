@@ -19,6 +19,7 @@ deb=$(ls "$build"/merel_*.deb)
 expected=$scratch/expected
 {
   printf '%s\n' ./etc/pam.d/merel ./lib/systemd/system/merel@.service \
+    ./lib/systemd/system/merel-driver-vm.service ./usr/lib/merel/merel-driver-vm \
     ./usr/bin/merel-sim ./usr/lib/merel/merel-linux.so ./usr/lib/merel/pam_merel_sim.so \
     ./usr/sbin/merel \
     ./usr/share/doc/merel/changelog.gz ./usr/share/doc/merel/copyright \
@@ -61,9 +62,13 @@ if command -v systemd-analyze >/dev/null; then
   mkdir "$scratch/units"
   sed "s|/usr/sbin/merel|$root/usr/sbin/merel|" "$root/lib/systemd/system/merel@.service" \
     > "$scratch/units/merel@tty7.service"
-  out=$(systemd-analyze verify --man=no "$scratch/units/merel@tty7.service" 2>&1) ||
-    fail "systemd-analyze verify: $out"
-  [ -z "$out" ] || fail "systemd-analyze verify: $out"
+  sed "s|/usr/lib/merel/|$root/usr/lib/merel/|" "$root/lib/systemd/system/merel-driver-vm.service" \
+    > "$scratch/units/merel-driver-vm.service"
+  for unit in merel@tty7.service merel-driver-vm.service; do
+    out=$(systemd-analyze verify --man=no "$scratch/units/$unit" 2>&1) ||
+      fail "systemd-analyze verify: $out"
+    [ -z "$out" ] || fail "systemd-analyze verify: $out"
+  done
 else
   echo "(no systemd-analyze: unit not verified)"
 fi

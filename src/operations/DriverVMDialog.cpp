@@ -32,6 +32,8 @@ const char* const kSavedNote =
     "The device assignment has been saved. It takes effect when the host is restarted.";
 const char* const kSaveFailedTitle = "{color:red}Device Assignment Error{/color}";
 const char* const kNoDevices = "{color:dark-grey}No devices without a native driver{/color}";
+const char* const kNoAssignment =
+    "{color:dark-grey}No device can be handed to the DriverVM on this host{/color}";
 
 // A check line whose label follows the owner the device will have.
 class DeviceItem : public CheckItem {
@@ -103,7 +105,12 @@ class DeviceNotice : public Dialog {
 
 DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
   try {
-    for (auto& device : NexCtl::Hardware::PciInfoImpl().GetDevices()) {
+    // A host that cannot hand devices over at all says why, in place of
+    // the description, and lists none.
+    NexCtl::Hardware::PciInfoImpl pci;
+    _note = pci.GetDeviceAssignmentNote();
+    for (auto& device : _note.empty() ? pci.GetDevices()
+                                     : std::vector<HostCtl::Hardware::PciDevice>{}) {
       if (!device.nativeDriver) {
         _devices.push_back(device);
         _saved.push_back(device.passthroughNextBoot);
@@ -123,7 +130,9 @@ DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
     _checks.push_back(item.get());
     items.push_back(std::move(item));
   }
-  if (items.empty()) {
+  if (!_note.empty()) {
+    items.push_back(std::make_unique<LabelItem>(kNoAssignment, false));
+  } else if (items.empty()) {
     items.push_back(std::make_unique<LabelItem>(kNoDevices, false));
   }
   _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
@@ -200,7 +209,7 @@ bool DriverVMDialog::Save() {
 
 int DriverVMDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kDriverVmTitle));
-  SetText(_strings->GetString(Strings::kDriverVmText));
+  SetText(_note.empty() ? std::string(_strings->GetString(Strings::kDriverVmText)) : _note);
   SetFooter(std::string(kKeys) + kOkCancelFooter);
   Window::ShowCursor(false);
   for (;;) {

@@ -30,6 +30,7 @@ class DriverVMDialog : public Dialog {
   std::vector<HostCtl::Hardware::PciDevice> _devices;  // only those offered
   std::vector<CheckItem*> _checks;                     // one per device
   std::vector<bool> _saved;                            // what was saved at opening
+  std::string _note;  // why the host can hand no device over; empty when it can
   ItemList* _list = nullptr;
 };
 

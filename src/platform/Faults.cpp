@@ -7,7 +7,7 @@ namespace Platform {
 
 namespace {
 
-constexpr std::array<std::string_view, 112> kCalls = {
+constexpr std::array<std::string_view, 113> kCalls = {
     "AdvancedOptionImpl.FindOption",
     "AdvancedOptionImpl.SetIntegerOption",
     "CpuInfoImpl.GetDescription",
@@ -81,6 +81,7 @@ constexpr std::array<std::string_view, 112> kCalls = {
     "NexelNicInfoImpl.MoveToDVPort",
     "NexelNicInfoImpl.MoveToPortGroup",
     "NexelNicInfoImpl.RemoveNexelNic",
+    "PciInfoImpl.GetDeviceAssignmentNote",
     "PciInfoImpl.GetDeviceAssignmentState",
     "PciInfoImpl.GetDevices",
     "PciInfoImpl.SaveAssignment",

@@ -91,6 +91,7 @@ void Fields(HardwareState& s, V& v) {
   v("storageAdapters", s.storageAdapters);
   v("pciDevices", s.pciDevices);
   v("deviceAssignmentState", s.deviceAssignmentState);
+  v("deviceAssignmentNote", s.deviceAssignmentNote);
   v("smartCard", s.smartCard);
 }
 template <class V>

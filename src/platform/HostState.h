@@ -82,6 +82,9 @@ struct HardwareState {
   std::vector<StorageAdapterState> storageAdapters;
   std::vector<PciDeviceState> pciDevices;
   int deviceAssignmentState = 0;  // 0 unsupported, 1 supported, 2 configurable
+  // Why no device can be assigned although the entry is offered (the host
+  // lacks what it takes); empty when devices can be.
+  std::string deviceAssignmentNote;
   SmartCardState smartCard;
 };
 

@@ -93,6 +93,7 @@ ip addr add 10.99.0.2/24 dev mgmt0
 ip link set mgmt1 up
 ip link set mgmt0 up
 mount -t sysfs sysfs /sys
+@EXTRA@
 export LIBVIRT_DEFAULT_URI=test://$S/node.xml
 exec @MEREL@ --host linux
 )SH";
@@ -198,6 +199,8 @@ class LinuxHostTest : public ::testing::Test {
     _syslog = std::make_unique<LogSocket>(_scratch + "/dev/log");
     _journal = std::make_unique<LogSocket>(_scratch + "/journal");
     ASSERT_TRUE(_syslog->Ok() && _journal->Ok()) << "cannot make the test's log sockets";
+    // Start adds each test's own mounts (@EXTRA@) to the script.
+    _setup = Slurp(_scratch + "/setup.sh");
   }
   void TearDown() override {
     if (_console && _console->Running()) {
@@ -211,7 +214,9 @@ class LinuxHostTest : public ::testing::Test {
       fs::remove_all(_scratch);
   }
 
-  Terminal& Start() {
+  // `extra` runs in the namespace once its /sys is mounted.
+  Terminal& Start(const std::string& extra = "") {
+    std::ofstream(_scratch + "/setup.sh") << Replace(_setup, "@EXTRA@", extra);
     _console = std::make_unique<Terminal>();
     EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts",
                                  "--propagation", "private", "/bin/sh", _scratch + "/setup.sh"}));
@@ -247,6 +252,7 @@ class LinuxHostTest : public ::testing::Test {
   }
 
   std::string _scratch;
+  std::string _setup;
   std::unique_ptr<Terminal> _console;
   std::unique_ptr<LogSocket> _syslog;
   std::unique_ptr<LogSocket> _journal;
@@ -380,6 +386,132 @@ INSTANTIATE_TEST_SUITE_P(
                       ShutdownCase{"GracefulRestart", false, kF11, " shut down",
                                    "systemctl reboot\n", "obsv.user.merel.reboot.host"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// A PCI tree of the test's own, bound over the namespace's /sys/bus/pci
+// and /sys/kernel/iommu_groups: a GPU and its audio function in one IOMMU
+// group without a driver of the host's, a network adapter with one, and a
+// bridge.
+void WritePciTree(const std::string& root, bool iommu) {
+  const struct {
+    const char* address;
+    const char* pciClass;
+    const char* driver;
+    const char* group;
+  } devices[] = {
+      {"0000:00:00.0", "0x060000", "", "0"},
+      {"0000:00:19.0", "0x020000", "e1000e", "1"},
+      {"0000:01:00.0", "0x030000", "", "2"},
+      {"0000:01:00.1", "0x040300", "", "2"},
+  };
+  fs::create_directories(root + "/iommu_groups");
+  for (const auto& d : devices) {
+    const std::string dir = root + "/pci/devices/" + d.address;
+    fs::create_directories(dir);
+    std::ofstream(dir + "/vendor") << "0x10de\n";
+    std::ofstream(dir + "/device") << "0x1eb8\n";
+    std::ofstream(dir + "/class") << d.pciClass << "\n";
+    std::ofstream(dir + "/driver_override") << "(null)\n";
+    if (*d.driver) {
+      fs::create_directories(root + "/pci/drivers/" + d.driver);
+      fs::create_directory_symlink(std::string("../../drivers/") + d.driver, dir + "/driver");
+    }
+    fs::create_directory_symlink(std::string("../../../../kernel/iommu_groups/") + d.group,
+                                 dir + "/iommu_group");
+    if (iommu)
+      fs::create_directories(root + "/iommu_groups/" + d.group + "/devices");
+  }
+  std::ofstream(root + "/pci/drivers_probe");
+}
+
+const char kPciMounts[] = R"SH(
+mount --bind "$S/pci" /sys/bus/pci
+mount --bind "$S/iommu_groups" /sys/kernel/iommu_groups
+if [ ! -e /sys/bus/pci/drivers_probe ] || [ -n "$(ls /sys/bus/pci/drivers | grep -v e1000e)" ]; then
+  echo "NAMESPACE NOT SAFE: /sys/bus/pci is the machine's"; sleep 600; exit 95
+fi
+)SH";
+
+struct DriverVmCase {
+  const char* name;
+  bool iommu;
+  const char* saved;  // the device list after Space, Enter (group warning), Enter
+};
+
+class LinuxDriverVmTest : public LinuxHostTest,
+                          public ::testing::WithParamInterface<DriverVmCase> {};
+
+TEST_P(LinuxDriverVmTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
+  const DriverVmCase& c = GetParam();
+  WritePciTree(_scratch, c.iommu);
+  Terminal& console = Start(Replace(kPciMounts, "$S", _scratch));
+  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Configure DriverVM Devices")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "DriverVM Configuration")) << console.Text();
+  // Neither the adapter with its driver nor the bridge is offered.
+  EXPECT_FALSE(Contains(console.Text(), "0000:00:19.0")) << console.Text();
+  EXPECT_FALSE(Contains(console.Text(), "0000:00:00.0")) << console.Text();
+  if (!c.iommu) {
+    EXPECT_TRUE(Contains(console.Text(), "No IOMMU is enabled on this host")) << console.Text();
+    EXPECT_TRUE(Contains(console.Text(), "No device can be handed")) << console.Text();
+    EXPECT_FALSE(Contains(console.Text(), "0000:01:00.0")) << console.Text();
+    console.SendKey(Key::kEnter);
+    ASSERT_TRUE(WaitGone(console, "DriverVM Configuration")) << console.Text();
+    EXPECT_FALSE(fs::exists(_scratch + "/etc/merel/driver-vm-devices"));
+    return;
+  }
+  ASSERT_TRUE(Contains(console.Text(), "0000:01:00.1")) << console.Text();
+  console.SendText(" ");
+  ASSERT_TRUE(WaitQuiet(console, "These devices change owner together")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Host -> DriverVM")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "The device assignment has been saved")) << console.Text();
+  const std::string list = Slurp(_scratch + "/etc/merel/driver-vm-devices");
+  EXPECT_TRUE(Contains(list, c.saved)) << list;
+  EXPECT_TRUE(Contains(Calls(), "systemctl enable --quiet merel-driver-vm.service\n")) << Calls();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    LinuxDriverVmTest,
+    ::testing::Values(DriverVmCase{"GroupSavedTogether", true, "\n0000:01:00.0\n0000:01:00.1\n"},
+                      DriverVmCase{"NoIommu", false, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The boot-time step of the package, on the same tree: each listed device
+// that exists is given to vfio-pci; a line that is no address and a device
+// that is gone are reported, the rest still handed over.
+TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
+  WritePciTree(_scratch, true);
+  std::ofstream(_scratch + "/list")
+      << "# saved\n0000:01:00.0\n0000:01:00.1 # audio\n0000:09:00.0\nrm -rf /\n";
+  fs::create_directories(_scratch + "/bin");
+  std::ofstream(_scratch + "/bin/modprobe") << Replace(kRecorder, "@S@", _scratch);
+  fs::permissions(_scratch + "/bin/modprobe", fs::perms::owner_all);
+  const std::string script = std::string(MEREL_SOURCE_DIR) + "/packaging/merel-driver-vm";
+  const std::string run = Replace(kPciMounts, "$S", _scratch) +
+                          "if [ -e /usr/sbin/modprobe ]; then mount --bind " + _scratch +
+                          "/bin/modprobe /usr/sbin/modprobe; fi\n"
+                          "PATH=" + _scratch + "/bin:/usr/sbin:/usr/bin:/sbin:/bin sh " + script +
+                          " " + _scratch + "/list 2>" + _scratch + "/errors; echo $? > " +
+                          _scratch + "/status\n";
+  std::ofstream(_scratch + "/run.sh") << "#!/bin/sh\nmount -t sysfs sysfs /sys\n" << run;
+  ASSERT_EQ(std::system(("unshare --mount --net --propagation private sh " + _scratch +
+                         "/run.sh")
+                            .c_str()),
+            0);
+  EXPECT_EQ(Slurp(_scratch + "/status"), "1\n");
+  const std::string errors = Slurp(_scratch + "/errors");
+  EXPECT_TRUE(Contains(errors, "no PCI device 0000:09:00.0")) << errors;
+  EXPECT_TRUE(Contains(errors, "not a PCI address: rm")) << errors;
+  EXPECT_EQ(Calls(), "modprobe vfio-pci\n");
+  const std::string devices = _scratch + "/pci/devices/";
+  EXPECT_EQ(Slurp(devices + "0000:01:00.0/driver_override"), "vfio-pci\n");
+  EXPECT_EQ(Slurp(devices + "0000:01:00.1/driver_override"), "vfio-pci\n");
+  EXPECT_EQ(Slurp(devices + "0000:00:19.0/driver_override"), "(null)\n");
+  EXPECT_EQ(Slurp(_scratch + "/pci/drivers_probe"), "0000:01:00.1\n");
+}
 
 std::string MachineId() {
   std::string id;

@@ -401,6 +401,16 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
   // An empty value keeps the default.
   EXPECT_EQ(config.shellUnit, "getty@tty2.service");
   EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
+  EXPECT_EQ(config.hostCertificate, "/etc/pki/libvirt/servercert.pem");
+  tree.Write("/merel.conf", "host-certificate = relative.pem\n");
+  EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate,
+            "/etc/pki/libvirt/servercert.pem");
+  tree.Write("/merel.conf", "host-certificate = /etc/ssl/certs/host.pem\n");
+  EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate,
+            "/etc/ssl/certs/host.pem");
+  LinuxBackend backend(tree.Root(), "1");
+  EXPECT_EQ(backend.HostPath("/etc/ostrel/ssl/host.crt"),
+            tree.Root() + "/etc/pki/libvirt/servercert.pem");
 }
 
 TEST(LinuxTools, VmShutdownWaitTakesOnlySecondsInRange) {
@@ -487,7 +497,9 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   EXPECT_EQ(state.hardware.vendor, "Acme");
   EXPECT_GT(state.hardware.memory.totalPages, 0u);
   EXPECT_TRUE(state.accounts.empty());
-  EXPECT_EQ(state.hardware.deviceAssignmentState, 0);
+  // Offered, but this tree has no IOMMU: the dialog says why.
+  EXPECT_EQ(state.hardware.deviceAssignmentState, 2);
+  EXPECT_NE(state.hardware.deviceAssignmentNote, "");
   ASSERT_NE(FindOption(state, "/UserVars/MerelTimeOut"), nullptr);
   EXPECT_EQ(FindOption(state, "/UserVars/MerelTimeOut")->value, 600);
 }
@@ -528,6 +540,96 @@ TEST(LinuxBackend, OtherChangesAreRefusedAndWriteNothing) {
   }),
                HostCtl::Lib::HostCtlException);
   EXPECT_FALSE(fs::exists(tree.Root() + "/etc/merel/options"));
+}
+
+TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
+  const struct {
+    const char* text;
+    std::vector<std::string> addresses;
+  } cases[] = {
+      {"0000:01:00.0\n0000:01:00.1\n", {"0000:01:00.0", "0000:01:00.1"}},
+      {"# header\n\n  0000:0A:1f.7  # the GPU's audio\n", {"0000:0a:1f.7"}},
+      {"0000:01:00.0\n0000:01:00.0\n", {"0000:01:00.0"}},  // once is enough
+      {"0000:01:00.8\n01:00.0\n0000:01:00.0;reboot\n../../x\n0000:g1:00.0\n", {}},
+      {"", {}},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Linux::ParseDeviceList(c.text), c.addresses) << c.text;
+  const auto text = Linux::FormatDeviceList({"0000:01:00.0", "0000:02:00.0"});
+  EXPECT_EQ(Linux::ParseDeviceList(text),
+            (std::vector<std::string>{"0000:01:00.0", "0000:02:00.0"}));
+}
+
+// A machine with a GPU and its audio function in one IOMMU group, both
+// without a driver of the host's, a network adapter with one, and a bridge.
+void WritePciTree(const Tree& tree) {
+  const std::string dir = "/sys/bus/pci/devices/";
+  const struct {
+    const char* address;
+    const char* pciClass;
+    const char* driver;
+    const char* group;
+  } devices[] = {
+      {"0000:00:00.0", "0x060000", "", "0"},
+      {"0000:00:19.0", "0x020000", "e1000e", "1"},
+      {"0000:01:00.0", "0x030000", "", "2"},
+      {"0000:01:00.1", "0x040300", "", "2"},
+  };
+  for (const auto& d : devices) {
+    tree.Write(dir + d.address + "/vendor", "0x10de\n");
+    tree.Write(dir + d.address + "/device", "0x1eb8\n");
+    tree.Write(dir + d.address + "/class", std::string(d.pciClass) + "\n");
+    if (*d.driver)
+      tree.Link(dir + d.address + "/driver", std::string("../../drivers/") + d.driver);
+    tree.Link(dir + d.address + "/iommu_group",
+              std::string("../../../../kernel/iommu_groups/") + d.group);
+    tree.Write(std::string("/sys/kernel/iommu_groups/") + d.group + "/type", "DMA\n");
+  }
+  // systemctl as a recorder of its calls.
+  tree.Write("/bin/systemctl", "#!/bin/sh\necho \"$*\" >> \"$(dirname \"$0\")/../calls\"\n");
+  fs::permissions(tree.Root() + "/bin/systemctl", fs::perms::owner_all);
+}
+
+TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
+  Tree tree;
+  WritePciTree(tree);
+  LinuxBackend backend(tree.Root(), "1");
+  HostState state = backend.Load();
+  EXPECT_EQ(state.hardware.deviceAssignmentState, 2);
+  EXPECT_EQ(state.hardware.deviceAssignmentNote, "");
+  ASSERT_EQ(state.hardware.pciDevices.size(), 4u);
+  EXPECT_EQ(state.hardware.pciDevices[0].driver, "bridge");
+  backend.Modify([](HostState& s) {
+    s.hardware.pciDevices[2].passthroughAfterReboot = 1;
+    s.hardware.pciDevices[3].passthroughAfterReboot = 1;
+  });
+  EXPECT_EQ(Linux::ParseDeviceList(tree.Read("/etc/merel/driver-vm-devices")),
+            (std::vector<std::string>{"0000:01:00.0", "0000:01:00.1"}));
+  EXPECT_EQ(tree.Read("/calls"), "enable --quiet merel-driver-vm.service\n");
+  state = backend.Load();
+  EXPECT_EQ(state.hardware.pciDevices[2].passthroughAfterReboot, 1);
+  EXPECT_EQ(state.hardware.pciDevices[1].passthroughAfterReboot, -1);
+
+  // Handed back: the list empties, and a device bound to vfio-pci now
+  // stays with the DriverVM only while it is listed.
+  backend.Modify([](HostState& s) {
+    s.hardware.pciDevices[2].passthroughAfterReboot = 0;
+    s.hardware.pciDevices[3].passthroughAfterReboot = 0;
+  });
+  EXPECT_EQ(Linux::ParseDeviceList(tree.Read("/etc/merel/driver-vm-devices")),
+            std::vector<std::string>{});
+  tree.Link("/sys/bus/pci/devices/0000:01:00.0/driver", "../../drivers/vfio-pci");
+  state = backend.Load();
+  EXPECT_TRUE(state.hardware.pciDevices[2].passthrough);
+  EXPECT_EQ(state.hardware.pciDevices[2].passthroughAfterReboot, 0);
+}
+
+TEST(LinuxBackend, WithoutAnIommuTheAssignmentSaysWhy) {
+  Tree tree;
+  WritePciTree(tree);
+  fs::remove_all(tree.Root() + "/sys/kernel/iommu_groups");
+  const HostState state = LinuxBackend(tree.Root(), "1").Load();
+  EXPECT_NE(state.hardware.deviceAssignmentNote.find("No IOMMU"), std::string::npos);
 }
 
 TEST(LinuxBackend, RefusedProgramsDoNotStart) {

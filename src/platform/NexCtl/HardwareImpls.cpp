@@ -41,6 +41,10 @@ int PciInfoImpl::GetDeviceAssignmentState() {
   return Platform::LoadHost("PciInfoImpl.GetDeviceAssignmentState").hardware.deviceAssignmentState;
 }
 
+std::string PciInfoImpl::GetDeviceAssignmentNote() {
+  return Platform::LoadHost("PciInfoImpl.GetDeviceAssignmentNote").hardware.deviceAssignmentNote;
+}
+
 std::vector<HostCtl::Hardware::PciDevice> PciInfoImpl::GetDevices() {
   std::vector<HostCtl::Hardware::PciDevice> devices;
   const auto host = Platform::LoadHost("PciInfoImpl.GetDevices");

@@ -11,13 +11,16 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "HostCtl/HostCtlException.h"
+#include "DurableFile.h"
 #include "backends/CleanSignals.h"
 #include "backends/LinuxFacts.h"
 #include "backends/LinuxNetwork.h"
@@ -58,44 +61,6 @@ pid_t SpawnArgv(const std::vector<std::string>& words,
   const int rc = posix_spawn(&pid, argv[0], &actions, signals.Get(), argv.data(), envp);
   posix_spawn_file_actions_destroy(&actions);
   return rc == 0 ? pid : -1;
-}
-
-// Writes `data` to `path` so that a crash or power loss leaves the old file
-// or the new one: a temporary file in the same folder, flushed, renamed,
-// and the folder flushed.
-bool WriteFileDurably(const std::string& path, const std::string& data, std::string& error) {
-  const std::string folder = path.substr(0, path.find_last_of('/'));
-  mkdir(folder.c_str(), 0755);
-  std::string temp = path + ".XXXXXX";
-  const int fd = mkostemp(temp.data(), O_CLOEXEC);
-  if (fd < 0) {
-    error = path + ": " + std::strerror(errno);
-    return false;
-  }
-  fchmod(fd, 0644);
-  size_t done = 0;
-  bool ok = true;
-  while (ok && done < data.size()) {
-    const ssize_t n = write(fd, data.data() + done, data.size() - done);
-    if (n < 0 && errno == EINTR)
-      continue;
-    ok = n > 0;
-    done += n > 0 ? static_cast<size_t>(n) : 0;
-  }
-  ok = ok && fsync(fd) == 0;
-  const int saved = errno;
-  close(fd);
-  if (!ok || rename(temp.c_str(), path.c_str()) != 0) {
-    error = path + ": " + std::strerror(ok ? errno : saved);
-    unlink(temp.c_str());
-    return false;
-  }
-  const int dir = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dir >= 0) {
-    fsync(dir);
-    close(dir);
-  }
-  return true;
 }
 
 std::string OptionLine(const AdvancedOptionState& option) {
@@ -156,6 +121,10 @@ std::string LinuxBackend::OptionsPath() const {
   return _root + "/etc/merel/options";
 }
 
+std::string LinuxBackend::DeviceListPath() const {
+  return _root + "/etc/merel/driver-vm-devices";
+}
+
 std::string LinuxBackend::HostPath(const std::string& hostPath) {
   // The console is offered at the machine's console while this switch
   // exists (the package installs it; removing it locks the console).
@@ -163,6 +132,8 @@ std::string LinuxBackend::HostPath(const std::string& hostPath) {
     return _root + "/etc/merel/console-login";
   if (hostPath.empty())
     return _root;
+  if (hostPath == "/etc/ostrel/ssl/host.crt")
+    return _root + _config.hostCertificate;
   if (hostPath[0] == '/') {
     // A log this host does not keep is a path that names nothing.
     const std::string log = Linux::LogFile(_root, hostPath);
@@ -311,11 +282,15 @@ int LinuxBackend::System(const char* command) {
                 std::string("not available on this host: ") + command);
     return -1;
   }
+  return RunAndWait(action.argv);
+}
+
+int LinuxBackend::RunAndWait(const std::vector<std::string>& argv) {
   // The tools' words must not reach the screen the console draws.
   const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (null < 0)
     return -1;
-  const pid_t pid = SpawnArgv(action.argv, kToolEnvironment, null, null, null);
+  const pid_t pid = SpawnArgv(argv, kToolEnvironment, null, null, null);
   close(null);
   if (pid < 0)
     return -1;
@@ -405,8 +380,26 @@ HostState LinuxBackend::Load() {
   state.hardware.storageAdapters = Linux::ReadStorageAdapters(_root);
   state.hardware.pciDevices =
       Linux::ReadPciDevices(_root, Linux::ReadPciNames(Linux::FindPciNames(_root)));
-  // Handing devices to a guest is not offered yet on a Linux host.
-  state.hardware.deviceAssignmentState = 0;
+  // Devices without a driver of the host's can be handed to the DriverVM
+  // from the next boot on (merel-driver-vm.service binds them to vfio-pci);
+  // without an IOMMU the entry stays, and says why nothing can be.
+  state.hardware.deviceAssignmentState = 2;
+  if (!Linux::HasIommu(_root)) {
+    state.hardware.deviceAssignmentNote =
+        "No IOMMU is enabled on this host, so no device can be handed to the DriverVM. Enable "
+        "it in the firmware (VT-d or AMD-Vi) and on the kernel command line (intel_iommu=on), "
+        "then restart the host.";
+  }
+  std::ifstream list(DeviceListPath());
+  if (list) {
+    std::stringstream text;
+    text << list.rdbuf();
+    const auto saved = Linux::ParseDeviceList(text.str());
+    for (auto& device : state.hardware.pciDevices) {
+      const bool wanted = std::find(saved.begin(), saved.end(), device.address) != saved.end();
+      device.passthroughAfterReboot = wanted == device.passthrough ? -1 : (wanted ? 1 : 0);
+    }
+  }
   state.eventServiceAvailable = EventServiceAvailable();
   return state;
 }
@@ -423,27 +416,58 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
   }
   if (after.network.autoConfigCount != before.network.autoConfigCount)
     return;
-  // Only the options and the network settings that map onto the machine
-  // may change.
-  if (ToJson(Untracked(after)) != ToJson(Untracked(before)))
+  // Only the options, the devices' next owners and the network settings
+  // that map onto the machine may change.
+  HostState rest = Untracked(after);
+  const HostState restBefore = Untracked(before);
+  const auto& beforeDevices = before.hardware.pciDevices;
+  for (size_t i = 0; i < rest.hardware.pciDevices.size() && i < beforeDevices.size(); ++i)
+    rest.hardware.pciDevices[i].passthroughAfterReboot = beforeDevices[i].passthroughAfterReboot;
+  if (ToJson(rest) != ToJson(restBefore))
     throw HostCtl::Lib::HostCtlException("Not supported on this host");
   if (NetworkJson(after.network) != NetworkJson(before.network)) {
     if (!_root.empty())
       throw HostCtl::Lib::HostCtlException("Not supported on this host");
     ApplyNetwork(before, after);
   }
+  std::string error;
   HostState options;
   options.advancedOptions = after.advancedOptions;
   HostState optionsBefore;
   optionsBefore.advancedOptions = before.advancedOptions;
-  if (ToJson(options) == ToJson(optionsBefore))
-    return;
-  std::string text = "# The console's host options; written by the console.\n";
-  for (const auto& option : after.advancedOptions)
-    text += OptionLine(option);
-  std::string error;
-  if (!WriteFileDurably(OptionsPath(), text, error))
-    throw HostCtl::Lib::HostCtlException(error);
+  // The console's own folder, which the package makes; a machine without
+  // the package gets it at the first change.
+  std::error_code ignored;
+  std::filesystem::create_directories(_root + "/etc/merel", ignored);
+  if (ToJson(options) != ToJson(optionsBefore)) {
+    std::string text = "# The console's host options; written by the console.\n";
+    for (const auto& option : after.advancedOptions)
+      text += OptionLine(option);
+    if (!WriteFileDurably(OptionsPath(), text, 0644, error))
+      throw HostCtl::Lib::HostCtlException(error);
+  }
+  bool devicesChanged = false;
+  for (size_t i = 0; i < beforeDevices.size(); ++i) {
+    devicesChanged = devicesChanged || after.hardware.pciDevices[i].passthroughAfterReboot !=
+                                           beforeDevices[i].passthroughAfterReboot;
+  }
+  if (devicesChanged) {
+    std::vector<std::string> addresses;
+    for (const auto& device : after.hardware.pciDevices) {
+      const bool next = device.passthroughAfterReboot < 0 ? device.passthrough
+                                                          : device.passthroughAfterReboot == 1;
+      if (next)
+        addresses.push_back(device.address);
+    }
+    if (!WriteFileDurably(DeviceListPath(), Linux::FormatDeviceList(addresses), 0644, error))
+      throw HostCtl::Lib::HostCtlException(error);
+    // The list is applied at boot by the package's unit, which is enabled
+    // the first time there is something to apply.
+    if (!addresses.empty() &&
+        RunAndWait({_config.systemctl, "enable", "--quiet", "merel-driver-vm.service"}) != 0)
+      throw HostCtl::Lib::HostCtlException(
+          "saved, but merel-driver-vm.service, which applies it at boot, could not be enabled");
+  }
 }
 
 bool LinuxBackend::EventServiceAvailable() {

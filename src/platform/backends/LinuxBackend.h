@@ -50,6 +50,11 @@ class LinuxBackend : public Backend {
 
  private:
   std::string OptionsPath() const;
+  // The DriverVM devices saved for the next boot.
+  std::string DeviceListPath() const;
+  // Runs a tool of the machine (`argv[0]` its path) with no terminal and
+  // the tools' environment; its wait status, -1 when it cannot start.
+  int RunAndWait(const std::vector<std::string>& argv);
   void ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState& network) const;
   void ApplyNetwork(const HostState& before, const HostState& after);
   // The factory layout: one bridge (the management bridge, else a new

@@ -247,9 +247,55 @@ std::vector<PciDeviceState> ReadPciDevices(const std::string& root, const PciNam
     state.passthrough = state.driver == "vfio-pci";
     if (state.passthrough)
       state.driver.clear();
+    // Class 0x06xxxx: host, PCI and other bridges.
+    if (state.driver.empty() && !state.passthrough &&
+        ReadValue(dir + address + "/class").rfind("0x06", 0) == 0)
+      state.driver = "bridge";
     devices.push_back(state);
   }
   return devices;
+}
+
+bool HasIommu(const std::string& root) {
+  return !ListDir(root + "/sys/kernel/iommu_groups/").empty();
+}
+
+std::vector<std::string> ParseDeviceList(const std::string& text) {
+  std::vector<std::string> addresses;
+  std::istringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    std::string address;
+    if (!(words >> address))
+      continue;
+    for (auto& c : address)
+      c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    // domain:bus:slot.function, "0000:01:00.0"
+    static const std::string shape = "hhhh:hh:hh.f";
+    bool ok = address.size() == shape.size();
+    for (size_t i = 0; ok && i < shape.size(); ++i) {
+      const char c = address[i];
+      if (shape[i] == 'h')
+        ok = std::isxdigit(static_cast<unsigned char>(c)) != 0;
+      else if (shape[i] == 'f')
+        ok = c >= '0' && c <= '7';
+      else
+        ok = c == shape[i];
+    }
+    if (ok && std::find(addresses.begin(), addresses.end(), address) == addresses.end())
+      addresses.push_back(address);
+  }
+  return addresses;
+}
+
+std::string FormatDeviceList(const std::vector<std::string>& addresses) {
+  std::string text =
+      "# PCI devices handed to the DriverVM (bound to vfio-pci) at boot;\n"
+      "# written by the console, read by merel-driver-vm.service.\n";
+  for (const auto& address : addresses)
+    text += address + "\n";
+  return text;
 }
 
 std::vector<StorageAdapterState> ReadStorageAdapters(const std::string& root) {

@@ -43,8 +43,19 @@ std::string FindPciNames(const std::string& root);
 
 // Every device of ROOT/sys/bus/pci/devices, sorted by address: names from
 // `names` (the hexadecimal ids where it has none), the bound driver and the
-// IOMMU group. A device bound to vfio-pci is passed through.
+// IOMMU group. A device bound to vfio-pci is passed through. A bridge is part
+// of the bus, never a guest's: without a driver of its own it is "bridge".
 std::vector<PciDeviceState> ReadPciDevices(const std::string& root, const PciNames& names);
+
+// Whether the kernel isolates devices (ROOT/sys/kernel/iommu_groups holds a
+// group): without an IOMMU no device can be handed to a guest.
+bool HasIommu(const std::string& root);
+
+// The PCI addresses of a DriverVM device list ("0000:01:00.0" a line; '#'
+// starts a comment), in lower case; a line that is no address is skipped.
+std::vector<std::string> ParseDeviceList(const std::string& text);
+// The list's text for `addresses`, with a header saying what reads it.
+std::string FormatDeviceList(const std::vector<std::string>& addresses);
 
 // SCSI and NVMe host adapters of ROOT/sys/class/{scsi_host,nvme}: "hbaN" in
 // the order of the kernel's names, the model and the driver.

@@ -18,13 +18,17 @@ struct Config {
   std::string shellUnit = "getty@tty2.service";
   // The management agents that "Restart Management Agents" restarts.
   std::vector<std::string> agents = {"libvirtd.service", "virtlogd.service"};
+  // The certificate the host's management service presents (libvirt's TLS
+  // server certificate), whose fingerprint the console shows.
+  std::string hostCertificate = "/etc/pki/libvirt/servercert.pem";
   // How long a shut down or restart waits for the virtual machines asked to
   // shut down before it goes on without them.
   int vmShutdownWait = 120;
 };
 
 // "key = value" lines; '#' starts a comment. Unknown keys, values that do
-// not fit the key and a missing file leave the defaults; `agents` is a list
+// not fit the key and a missing file leave the defaults; `host-certificate`
+// is an absolute path; `agents` is a list
 // of words, `vm-shutdown-wait` seconds (0 to 3600).
 Config ReadConfig(const std::string& path);
 
