@@ -211,7 +211,7 @@ TEST_F(LinuxNetworkTest, AdaptersAreTheVethLinksWithTheirLinkState) {
   // The management interface is the bridge, with the kernel's address.
   ASSERT_TRUE(SelectEntry(console, "IPv4 Configuration")) << console.Text();
   EXPECT_TRUE(Contains(RightText(console), "IPv4 Address: 10.99.0.2")) << console.Text();
-  OpenDialog(console, "Network Adapters", "nic2");
+  Choose(console, "Network Adapters", "nic2");
   const std::string text = console.Text();
   auto row = [&](const std::string& name) {
     const int y = RowOf(console, name);
@@ -232,13 +232,13 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
   Terminal& console = Start();
   ASSERT_TRUE(OpenNetwork(console)) << console.Text();
 
-  OpenDialog(console, "Network Adapters", "nic2");
+  Choose(console, "Network Adapters", "nic2");
   // nic1 joins nic0 on the bridge.
   ASSERT_GE(RowOf(console, "nic1"), 0);
   Type(console, {Key::kDown, Key::kSpace});
   Accept(console);
 
-  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Choose(console, "IPv4 Configuration", "Set static IPv4 address");
   Type(console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown});
   TypeText(console, "10.99.0.7");
   Type(console, {Key::kDown});
@@ -247,12 +247,12 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
   TypeText(console, "10.99.0.1");
   Accept(console);
 
-  OpenDialog(console, "DNS Configuration", "Use the following DNS server addresses");
+  Choose(console, "DNS Configuration", "Use the following DNS server addresses");
   TypeText(console, "10.99.0.53");
   Type(console, {Key::kDown, Key::kDown});
   TypeText(console, "new-host.lab.test");
   Accept(console);
-  OpenDialog(console, "Custom DNS Suffixes", "Suffixes:");
+  Choose(console, "Custom DNS Suffixes", "Suffixes:");
   TypeText(console, "a.test b.test");
   Accept(console);
   ApplyChanges(console);
@@ -304,7 +304,7 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
   // Taking nic1 off again leaves the bridge and its file.
   console.SendKey(Key::kEnter);
   ASSERT_TRUE(WaitForWindow(console)) << console.Text();
-  OpenDialog(console, "Network Adapters", "nic2");
+  Choose(console, "Network Adapters", "nic2");
   Type(console, {Key::kDown, Key::kSpace});
   Accept(console);
   ApplyChanges(console);
@@ -318,11 +318,11 @@ TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) 
   ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
   InHost("ip addr flush dev br0; ip addr add 10.99.0.2/32 dev br0");
   ASSERT_TRUE(OpenNetwork(console)) << console.Text();
-  OpenDialog(console, "DNS Configuration", "Use the following DNS server addresses");
+  Choose(console, "DNS Configuration", "Use the following DNS server addresses");
   Type(console, {Key::kDown, Key::kDown});
   TypeText(console, "after-failure");
   Accept(console);
-  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Choose(console, "IPv4 Configuration", "Set static IPv4 address");
   Type(console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kDown});
   TypeText(console, "10.99.0.254");
   Accept(console);
@@ -343,7 +343,7 @@ TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) 
 TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
   Terminal& console = Start();
   ASSERT_TRUE(OpenNetwork(console)) << console.Text();
-  OpenDialog(console, "IPv4 Configuration", "Set static IPv4 address");
+  Choose(console, "IPv4 Configuration", "Set static IPv4 address");
   Type(console, {Key::kDown, Key::kSpace});
   Accept(console);
   ApplyChanges(console);

@@ -24,6 +24,14 @@ inline std::string Slurp(const std::string& path) {
   return text.str();
 }
 
+// Stands in for a service or power command: notes the call in @S@/calls.
+constexpr const char* kRecorder = R"SH(#!/bin/sh
+# merel-test-recorder
+echo "$(basename "$0") $*" >> @S@/calls
+case "$1" in is-active|is-enabled) exit 3 ;; esac
+exit 0
+)SH";
+
 inline bool CanMakeNamespaces() {
   return std::system("unshare --mount --net --uts true >/dev/null 2>&1") == 0;
 }
@@ -33,12 +41,6 @@ inline bool CanMakeNamespaces() {
 // console, @PAM@ the packaged PAM service) and the recorder.
 inline std::string MakeScratch(std::string pattern, const char* setup, const std::string& hostName) {
   namespace fs = std::filesystem;
-  constexpr const char* kRecorder = R"SH(#!/bin/sh
-# merel-test-recorder
-echo "$(basename "$0") $*" >> @S@/calls
-case "$1" in is-active|is-enabled) exit 3 ;; esac
-exit 0
-)SH";
   const std::string scratch = mkdtemp(pattern.data());
   std::string script = Replace(setup, "@S@", scratch);
   script = Replace(script, "@HOST@", hostName);
