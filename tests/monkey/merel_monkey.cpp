@@ -57,6 +57,7 @@ static_assert(kKeyTableSize == 68 + 5, "the 68 sequences of the key table and 5 
 
 constexpr char kCtrlC = 0x03, kCtrlQ = 0x11, kCtrlS = 0x13, kCtrlZ = 0x1a, kCtrlBackslash = 0x1c;
 const milliseconds kHangLimit(5000);
+const milliseconds kQuickLook(1000);
 
 struct Options {
   uint64_t seed = 0;
@@ -111,6 +112,7 @@ class Monkey {
   std::string Unrestored() const;
   bool CheckSanitizerLogs();
   bool Probe();
+  bool AsleepWithInputRead() const;
   void Record(const std::string& action) {
     _recent.push_back(action);
     if (_recent.size() > 20) {
@@ -297,13 +299,30 @@ bool Monkey::Probe() {
     }
     const size_t before = _terminal->Raw().size();
     _terminal->Send("\x1b[B");
+    // A screen with something to move answers at once; the first look is
+    // short, so that one with nothing to move (the password field of the
+    // login) costs a second, not the whole limit.
     if (_terminal->WaitFor([&] { return _terminal->Raw().size() > before || !_terminal->Running(); },
-                           kHangLimit)) {
+                           attempt == 0 ? kQuickLook : kHangLimit)) {
       return _terminal->Running() ? true : CheckExit();
     }
+    if (AsleepWithInputRead()) {
+      return true;
+    }
   }
-  // No output: did it at least read its input, and is it asleep rather than
-  // stuck in a loop or blocked?
+  const std::string wchan = ReadText("/proc/" + std::to_string(_terminal->Pid()) + "/wchan");
+  if (!Fail("hang: no output for " +
+            std::to_string((kQuickLook + kHangLimit).count() / 1000) +
+            " s and input unread or the console busy, waiting in " + wchan)) {
+    return false;
+  }
+  _terminal.reset();  // kills it
+  return Start();
+}
+
+// No output: has it at least read its input, and is it asleep rather than
+// stuck in a loop or blocked?
+bool Monkey::AsleepWithInputRead() const {
   int pending = -1;
   const int slave = open(ptsname(_terminal->MasterFd()), O_RDWR | O_NOCTTY);
   if (slave >= 0) {
@@ -313,17 +332,7 @@ bool Monkey::Probe() {
   const std::string stat = ReadText("/proc/" + std::to_string(_terminal->Pid()) + "/stat");
   const size_t paren = stat.rfind(')');
   const char state = paren != std::string::npos && paren + 2 < stat.size() ? stat[paren + 2] : '?';
-  const std::string wchan = ReadText("/proc/" + std::to_string(_terminal->Pid()) + "/wchan");
-  if (pending == 0 && state == 'S' && Children().empty()) {
-    return true;
-  }
-  if (!Fail("hang: no output for " + std::to_string(2 * kHangLimit.count() / 1000) +
-            " s; input bytes unread " + std::to_string(pending) + ", state " + state +
-            ", waiting in " + wchan)) {
-    return false;
-  }
-  _terminal.reset();  // kills it
-  return Start();
+  return pending == 0 && state == 'S' && Children().empty();
 }
 
 bool Monkey::Send(const std::string& bytes, const std::string& what) {
@@ -395,6 +404,12 @@ bool Monkey::Step(long index) {
       c = static_cast<char>(Pick(256));
       if (c == kCtrlS) {
         c = kCtrlQ;  // a stopped output is not a hang
+      } else if (c == kCtrlC || c == kCtrlZ || c == kCtrlBackslash) {
+        // Each signal character makes the terminal throw away the output
+        // nobody has read yet: one after the ^C that ended the console would
+        // throw away the console's last output, the terminal put back, and
+        // that is the terminal's doing. Signal keys come on their own.
+        c = '\x01';
       }
     }
     Send(paste, "paste");
