@@ -24,6 +24,7 @@
 
 #include "Harness.h"
 #include "NamespaceUtil.h"
+#include "../common/PciTree.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -31,6 +32,7 @@ namespace {
 using namespace MerelMenuTest;
 namespace fs = std::filesystem;
 using namespace MerelNamespaceTest;
+using MerelTestTrees::WritePciTree;
 
 constexpr const char* kF2 = "\x1bOQ";
 constexpr const char* kF11 = "\x1b[23~";
@@ -387,42 +389,6 @@ INSTANTIATE_TEST_SUITE_P(
                                    "systemctl reboot\n", "obsv.user.merel.reboot.host"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// A PCI tree of the test's own, bound over the namespace's /sys/bus/pci
-// and /sys/kernel/iommu_groups: a GPU and its audio function in one IOMMU
-// group without a driver of the host's, a network adapter with one, and a
-// bridge.
-void WritePciTree(const std::string& root, bool iommu) {
-  const struct {
-    const char* address;
-    const char* pciClass;
-    const char* driver;
-    const char* group;
-  } devices[] = {
-      {"0000:00:00.0", "0x060000", "", "0"},
-      {"0000:00:19.0", "0x020000", "e1000e", "1"},
-      {"0000:01:00.0", "0x030000", "", "2"},
-      {"0000:01:00.1", "0x040300", "", "2"},
-  };
-  fs::create_directories(root + "/iommu_groups");
-  for (const auto& d : devices) {
-    const std::string dir = root + "/pci/devices/" + d.address;
-    fs::create_directories(dir);
-    std::ofstream(dir + "/vendor") << "0x10de\n";
-    std::ofstream(dir + "/device") << "0x1eb8\n";
-    std::ofstream(dir + "/class") << d.pciClass << "\n";
-    std::ofstream(dir + "/driver_override") << "(null)\n";
-    if (*d.driver) {
-      fs::create_directories(root + "/pci/drivers/" + d.driver);
-      fs::create_directory_symlink(std::string("../../drivers/") + d.driver, dir + "/driver");
-    }
-    fs::create_directory_symlink(std::string("../../../../kernel/iommu_groups/") + d.group,
-                                 dir + "/iommu_group");
-    if (iommu)
-      fs::create_directories(root + "/iommu_groups/" + d.group + "/devices");
-  }
-  std::ofstream(root + "/pci/drivers_probe");
-}
-
 const char kPciMounts[] = R"SH(
 mount --bind "$S/pci" /sys/bus/pci
 mount --bind "$S/iommu_groups" /sys/kernel/iommu_groups
@@ -442,7 +408,7 @@ class LinuxDriverVmTest : public LinuxHostTest,
 
 TEST_P(LinuxDriverVmTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   const DriverVmCase& c = GetParam();
-  WritePciTree(_scratch, c.iommu);
+  WritePciTree(_scratch + "/pci", _scratch + "/iommu_groups", c.iommu);
   Terminal& console = Start(Replace(kPciMounts, "$S", _scratch));
   ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
   ASSERT_TRUE(SelectEntry(console, "Configure DriverVM Devices")) << console.Text();
@@ -483,7 +449,7 @@ INSTANTIATE_TEST_SUITE_P(
 // that exists is given to vfio-pci; a line that is no address and a device
 // that is gone are reported, the rest still handed over.
 TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
-  WritePciTree(_scratch, true);
+  WritePciTree(_scratch + "/pci", _scratch + "/iommu_groups", true);
   std::ofstream(_scratch + "/list")
       << "# saved\n0000:01:00.0\n0000:01:00.1 # audio\n0000:09:00.0\nrm -rf /\n";
   fs::create_directories(_scratch + "/bin");

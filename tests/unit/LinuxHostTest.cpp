@@ -17,6 +17,7 @@
 #include "backends/LinuxFacts.h"
 #include "backends/LinuxTools.h"
 #include "backends/LinuxVms.h"
+#include "../common/PciTree.h"
 
 namespace fs = std::filesystem;
 using namespace Platform;
@@ -560,32 +561,10 @@ TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
             (std::vector<std::string>{"0000:01:00.0", "0000:02:00.0"}));
 }
 
-// A machine with a GPU and its audio function in one IOMMU group, both
-// without a driver of the host's, a network adapter with one, and a bridge.
+// The PCI tree, and systemctl as a recorder of its calls.
 void WritePciTree(const Tree& tree) {
-  const std::string dir = "/sys/bus/pci/devices/";
-  const struct {
-    const char* address;
-    const char* pciClass;
-    const char* driver;
-    const char* group;
-  } devices[] = {
-      {"0000:00:00.0", "0x060000", "", "0"},
-      {"0000:00:19.0", "0x020000", "e1000e", "1"},
-      {"0000:01:00.0", "0x030000", "", "2"},
-      {"0000:01:00.1", "0x040300", "", "2"},
-  };
-  for (const auto& d : devices) {
-    tree.Write(dir + d.address + "/vendor", "0x10de\n");
-    tree.Write(dir + d.address + "/device", "0x1eb8\n");
-    tree.Write(dir + d.address + "/class", std::string(d.pciClass) + "\n");
-    if (*d.driver)
-      tree.Link(dir + d.address + "/driver", std::string("../../drivers/") + d.driver);
-    tree.Link(dir + d.address + "/iommu_group",
-              std::string("../../../../kernel/iommu_groups/") + d.group);
-    tree.Write(std::string("/sys/kernel/iommu_groups/") + d.group + "/type", "DMA\n");
-  }
-  // systemctl as a recorder of its calls.
+  MerelTestTrees::WritePciTree(tree.Root() + "/sys/bus/pci", tree.Root() + "/sys/kernel/iommu_groups",
+                               true);
   tree.Write("/bin/systemctl", "#!/bin/sh\necho \"$*\" >> \"$(dirname \"$0\")/../calls\"\n");
   fs::permissions(tree.Root() + "/bin/systemctl", fs::perms::owner_all);
 }
