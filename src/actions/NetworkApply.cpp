@@ -86,29 +86,32 @@ class ApplyPass {
   }
 
   // Each step reads the host afresh (and its calls share that reading): it
-  // must see what the steps before it changed.
+  // must see what the steps before it changed. A failed step is one of the
+  // results the caller shows.
   template <class Step>
   bool Try(const char* prefix, Step step) {
-    try {
-      Platform::ReadScope fresh(Platform::ReadScope::kFresh);
-      step();
-      return true;
-    } catch (const HostCtlException& e) {
-      Fail(prefix, e);
-      return false;
-    }
+    return Attempt(prefix, step, true);
   }
 
   // Uplink and VLAN operations report their own failure in the log only:
   // the step then simply changes nothing.
   template <class Operation>
   bool Quietly(const char* prefix, Operation operation) {
+    return Attempt(prefix, operation, false);
+  }
+
+  template <class Step>
+  bool Attempt(const char* prefix, Step& step, bool shown) {
     try {
       Platform::ReadScope fresh(Platform::ReadScope::kFresh);
-      operation();
+      step();
       return true;
     } catch (const HostCtlException& e) {
-      LogError(prefix, e);
+      if (shown) {
+        Fail(prefix, e);
+      } else {
+        LogError(prefix, e);
+      }
       return false;
     }
   }
