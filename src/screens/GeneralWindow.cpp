@@ -9,9 +9,9 @@
 #include <string>
 
 #include "ChangePasswordDialog.h"
-#include "Command.h"
 #include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
+#include "HostSettings.h"
 #include "KeyboardDialog.h"
 #include "LockdownDialog.h"
 #include "LogViewer.h"
@@ -41,11 +41,6 @@ const char* const kRightFooter =
     "{align:right}{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}{/align}";
 const char* const kSupportInformationHelp =
     "To view the support information of this host, press <Enter>.";
-
-bool LockdownAvailable() {
-  return RoviQueryBool("rovisvc/auth/lockdown_is_enabled") ||
-         RoviQueryBool("rovisvc/auth/lockdown_is_possible");
-}
 
 // Locates the management interface afresh into `mgmtIntf` the
 // way the network screens do; the previous one is released first. False when
