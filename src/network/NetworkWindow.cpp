@@ -103,13 +103,29 @@ int NetworkWindow::Loop() {
     case LoadResult::kReadFailed:
       return 0;
   }
+  try {
+    _manager = NexCtl::Network::NetworkInfoImpl().GetNetworkManager();
+  } catch (const HostCtlException& e) {
+    Platform::Syslog(LOG_ERR, "%s", (std::string("Getting the network's owner failed: ") + e.what()).c_str());
+  }
+  if (!_manager.empty()) {
+    ShowReadOnly(_parentFrame != nullptr ? _parentFrame : this);
+  }
   using namespace Strings;
-  // The pane shows the entry's values; Enter edits them in the record.
+  // The pane shows the entry's values; Enter edits them in the record,
+  // unless another program owns them.
   auto row = [this](uint32_t label, Entry entry, void (NetworkWindow::*edit)(),
                     std::function<bool()> enabled = {}) {
     return MenuEntry{.label = label,
                      .enabled = std::move(enabled),
-                     .open = [this, edit] { (this->*edit)(); },
+                     .open =
+                         [this, edit] {
+                           if (_manager.empty()) {
+                             (this->*edit)();
+                           } else {
+                             ShowReadOnly(this);
+                           }
+                         },
                      .pane = [this, entry] { return PaneText(entry); }};
   };
   // A distributed switch's adapters and VLAN are not the host's to change.
@@ -244,6 +260,13 @@ std::string NetworkWindow::PaneText(Entry entry) {
     default:
       return "";
   }
+}
+
+void NetworkWindow::ShowReadOnly(Frame* parent) {
+  MessageDialog message(parent, Strings::kNetworkWindowTitle,
+                        std::string(_strings->GetString(Strings::kNetworkManagedBy)) + _manager +
+                            _strings->GetString(Strings::kNetworkShownReadOnly));
+  Frame::Run(&message);
 }
 
 void NetworkWindow::EditAdapters() {

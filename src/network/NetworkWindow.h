@@ -34,6 +34,8 @@ class NetworkWindow : public RootWindow {
   void EditIpv6();
   void EditDns();
   void EditSuffixes();
+  // Says who owns the network, where another program does.
+  void ShowReadOnly(Frame* parent);
   // Esc: true when the window is to be left.
   bool Leave() override;
   // Writes the record, showing each failure and restarting when IPv6 was
@@ -42,6 +44,8 @@ class NetworkWindow : public RootWindow {
 
   NetworkSettings _settings;
   std::unique_ptr<HostCtl::Network::NexNic> _nic;
+  // The program that owns the host's network; the window then only shows.
+  std::string _manager;
 };
 
 }  // namespace Merel

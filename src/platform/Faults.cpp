@@ -7,7 +7,7 @@ namespace Platform {
 
 namespace {
 
-constexpr std::array<std::string_view, 113> kCalls = {
+constexpr std::array<std::string_view, 114> kCalls = {
     "AdvancedOptionImpl.FindOption",
     "AdvancedOptionImpl.SetIntegerOption",
     "CpuInfoImpl.GetDescription",
@@ -54,6 +54,7 @@ constexpr std::array<std::string_view, 113> kCalls = {
     "NetworkInfoImpl.ClearNetworkConfig",
     "NetworkInfoImpl.DisableNetDumper",
     "NetworkInfoImpl.GetManagementInterface",
+    "NetworkInfoImpl.GetNetworkManager",
     "NetworkInfoImpl.GetPnics",
     "NetworkInfoImpl.IsNetDumperEnabled",
     "NetworkInfoImpl.IsNexIpv6Enabled",

@@ -207,6 +207,7 @@ void Fields(NetworkState& s, V& v) {
   v("pingDelayMs", s.pingDelayMs);
   v("resolveDelayMs", s.resolveDelayMs);
   v("autoConfigCount", s.autoConfigCount);
+  v("managedBy", s.managedBy);
 }
 template <class V>
 void Fields(AdvancedOptionState& s, V& v) {

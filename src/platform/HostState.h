@@ -212,6 +212,9 @@ struct NetworkState {
   // milliseconds (default: at once).
   std::map<std::string, int> resolveDelayMs;
   int autoConfigCount = 0;
+  // The program that owns the host's interfaces when it is not the console
+  // (its settings are then only shown); "" when the console may change them.
+  std::string managedBy;
 };
 
 struct AdvancedOptionState {

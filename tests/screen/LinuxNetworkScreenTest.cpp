@@ -192,8 +192,8 @@ class LinuxNetworkTest : public ::testing::Test {
   }
   std::string File(const std::string& path) const { return Slurp(_scratch + "/etc" + path); }
 
-  // Logs in as root and opens the network window.
-  bool OpenNetwork(Terminal& console) {
+  // Logs in as root from the welcome screen.
+  bool LogIn(Terminal& console) {
     if (!WaitQuiet(console, "http://" + std::string(kHostName) + "/"))
       return false;
     console.SendKey(Key::kF2);
@@ -201,7 +201,12 @@ class LinuxNetworkTest : public ::testing::Test {
       return false;
     console.SendText("rootpw");
     console.SendKey(Key::kEnter);
-    if (!WaitQuiet(console, "System Customization") || !SelectEntry(console, kWindowTitle))
+    return WaitQuiet(console, "System Customization");
+  }
+
+  // Logs in as root and opens the network window.
+  bool OpenNetwork(Terminal& console) {
+    if (!LogIn(console) || !SelectEntry(console, kWindowTitle))
       return false;
     console.SendKey(Key::kEnter);
     return WaitForWindow(console);
@@ -486,6 +491,39 @@ TEST_F(LinuxNetworkTest, Ipv6OffReachesTheKernelAndTheNextBoot) {
                        "net.ipv6.conf.all.disable_ipv6 = 1\n"));
   const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
   EXPECT_EQ(Field(bridge, "[Network] LinkLocalAddressing"), "no");
+}
+
+// Interfaces another program configures are only shown: the window says
+// whose they are, no dialog opens, and a restart changes nothing either.
+TEST_F(LinuxNetworkTest, InterfacesOfIfupdownAreShownReadOnly) {
+  Terminal& console = Start();
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  fs::create_directories(_scratch + "/etc/network");
+  std::ofstream(_scratch + "/etc/network/interfaces") << "auto nic0\niface nic0 inet manual\n";
+  const std::string before = InHost("ip -4 -o addr; ip route; ip -o link");
+  const char* const message = "This host's network is managed by ifupdown; the settings are";
+  ASSERT_TRUE(LogIn(console) && SelectEntry(console, kWindowTitle)) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, message)) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "IPv4 Configuration")) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), "IPv4 Address: 10.99.0.2")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, message)) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+  console.SendKey(Key::kEscape);  // nothing to apply: no question
+  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+
+  ASSERT_TRUE(SelectEntry(console, "Restart Management Network")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Restart management network now?")) << console.Text();
+  console.Send("\x1b[23~");  // F11
+  ASSERT_TRUE(WaitQuiet(console, "Restart Management Network: Error"))
+      << console.Text();
+  EXPECT_EQ(InHost("ip -4 -o addr; ip route; ip -o link"), before);
+  EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network"));
 }
 
 // The factory layout: one bridge on the first adapter with a link, DHCP on

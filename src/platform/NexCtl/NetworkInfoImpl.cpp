@@ -30,6 +30,10 @@ void NetworkInfoImpl::SetNexIpv6Enabled(bool enabled) {
   });
 }
 
+std::string NetworkInfoImpl::GetNetworkManager() {
+  return Platform::LoadHost("NetworkInfoImpl.GetNetworkManager").network.managedBy;
+}
+
 bool NetworkInfoImpl::IsNexIpv6EnabledAfterReboot() {
   return Platform::LoadHost("NetworkInfoImpl.IsNexIpv6EnabledAfterReboot")
       .network.ipv6EnabledAfterReboot;

@@ -25,6 +25,9 @@ class NetworkInfoImpl {
   void SetNexIpv6Enabled(bool enabled);
   // The setting the next boot will use.
   bool IsNexIpv6EnabledAfterReboot();
+  // The program that owns the host's interfaces instead of the console
+  // ("" when the console may change them).
+  std::string GetNetworkManager();
 
   std::vector<HostCtl::Network::PnicInfo> GetPnics();
 

@@ -375,6 +375,7 @@ HostState LinuxBackend::Load() {
   const Linux::Netlink* netlink = _root.empty() ? Linux::LoadNetlink(error) : nullptr;
   if (netlink && netlink->read(kernel, error)) {
     ReadNetwork(kernel, state.network);
+    state.network.managedBy = NetworkOwner(kernel);
   } else {
     Linux::ReadNetwork(_root,
                        _root.empty() ? Linux::MachineAddresses()

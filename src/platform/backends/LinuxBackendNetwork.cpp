@@ -212,8 +212,8 @@ const Linux::Netlink& LinuxBackend::ChangeableNetwork(Linux::KernelNetwork& kern
   if (!netlink || !netlink->read(kernel, error))
     throw HostCtl::Lib::HostCtlException(error);
   if (const std::string owner = NetworkOwner(kernel); !owner.empty())
-    throw HostCtl::Lib::HostCtlException("The network of this host is managed by " + owner +
-                                         "; the console does not change it");
+    throw HostCtl::Lib::HostCtlException("This host's network is managed by " + owner +
+                                         "; the console changes nothing of it.");
   return *netlink;
 }
 
