@@ -173,7 +173,7 @@ TEST(LoginScreenTest, PastedLoginNameStaysOutOfTheLogs) {
 
 // A letter no account name can hold is refused out loud, not dropped: the
 // name stays as it was.
-TEST(LoginScreenTest, NonAsciiLetterInTheNameIsRefusedWithAMessage) {
+TEST(LoginScreenTest, NonAsciiNameIsRefusedAndEscapeCancelsWithoutARecord) {
   SimHost host;
   auto console = OpenLogin(host);
   console->SendKey(Key::kUp);
@@ -181,11 +181,8 @@ TEST(LoginScreenTest, NonAsciiLetterInTheNameIsRefusedWithAMessage) {
   Expect(*console, "Invalid login name");
   PressGone(*console, Key::kEnter, "Invalid login name");
   EXPECT_EQ(FieldValue(*console, kNameRow), "root") << console->Text();
-}
 
-TEST(LoginScreenTest, EscapeCancelsWithoutARecord) {
-  SimHost host;
-  auto console = OpenLogin(host);
+  // Esc cancels the login without a record.
   console->SendText("mer");
   PressGone(*console, Key::kEscape, "Authentication Required");
   ExpectHas(console->Text(), {"<F2>"});

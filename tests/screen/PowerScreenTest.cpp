@@ -15,13 +15,11 @@ namespace {
 
 using namespace MerelMenuTest;
 
-// F12, the login, up to the shut-down dialog.
-std::unique_ptr<Terminal> OpenShutdown(SimHost& host) {
-  auto console = host.StartConsole();
-  Press(*console, Key::kF12, "Authentication Required");
-  console->SendText("merel");
-  Press(*console, Key::kEnter, "Forcefully terminate");
-  return console;
+// F12 on the welcome screen and the login, up to the shut-down dialog.
+void OpenShutdown(Terminal& console) {
+  Press(console, Key::kF12, "Authentication Required");
+  console.SendText("merel");
+  Press(console, Key::kEnter, "Forcefully terminate");
 }
 
 std::string VmStop(const nlohmann::json& state, const std::string& name) {
@@ -38,7 +36,8 @@ std::string ToolsFrom(const SimHost& host, const std::string& first) {
 
 TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   SimHost host;
-  auto console = OpenShutdown(host);
+  auto console = host.StartConsole();
+  OpenShutdown(*console);
   ExpectGoldenScreen(*console, "shutdown");
   console->SendKey(Key::kF2);
   auto status = console->WaitForExit();
@@ -64,9 +63,21 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   ExpectHas(host.ReadFile("/var/log/hostboot.log"), {"boot 2"});
 }
 
+// Enter does not act; Esc leaves with nothing logged, stopped or changed.
+// The restart then terminates the virtual machines that do not stop.
 TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   SimHost host;
-  auto console = OpenShutdown(host);
+  auto console = host.StartConsole();
+  OpenShutdown(*console);
+  console->SendKey(Key::kEnter);
+  console->WaitUntilQuiet();
+  PressGone(*console, Key::kEscape, "Forcefully");
+  Expect(*console, "<F12>");
+  EXPECT_EQ(host.HostJson()["powerState"], "on");
+  ExpectLacks(host.ReadFile("/var/log/tools.log"), {"powerOffVms"});
+  ExpectLacks(host.Syslog() + host.ObsvLog(), {"Shutting down host", "Rebooting host"});
+
+  OpenShutdown(*console);
   Press(*console, Key::kSpace, "[X] Forcefully");
   console->SendKey(Key::kF11);
   auto status = console->WaitForExit();
@@ -86,28 +97,13 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   EXPECT_EQ(host.HostJson()["powerState"], "on");
 }
 
-// Enter does not act; Esc leaves with nothing logged, stopped or changed.
-TEST(PowerScreenTest, EscapeCancelsWithNothingDone) {
-  SimHost host;
-  auto console = OpenShutdown(host);
-  console->SendKey(Key::kEnter);
-  console->WaitUntilQuiet();
-  PressGone(*console, Key::kEscape, "Forcefully");
-  EXPECT_TRUE(WaitQuiet(*console, "<F12>"));
-  EXPECT_TRUE(console->Running());
-  EXPECT_EQ(host.HostJson()["powerState"], "on");
-  ExpectLacks(host.ReadFile("/var/log/tools.log"), {"powerOffVms"});
-  ExpectLacks(host.Syslog() + host.ObsvLog(), {"Shutting down host", "Rebooting host"});
-}
-
-std::unique_ptr<Terminal> OpenReset(SimHost& host) {
-  return OpenEntry(host, "Reset System Configuration", "Reset System Configuration now?");
-}
-
 // Enter does not confirm and Esc goes back: nothing logged, run or changed.
-TEST(ResetScreenTest, OnlyF11Confirms) {
+// F11 resets to the factory state; there is no way back, Enter restarts.
+TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
   SimHost host;
-  auto console = OpenReset(host);
+  SetIdleTimeout(host, 300);
+  ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
+  auto console = OpenEntry(host, "Reset System Configuration", "Reset System Configuration now?");
   ExpectGoldenScreen(*console, "reset-confirm");
   console->SendKey(Key::kEnter);
   console->WaitUntilQuiet();
@@ -116,18 +112,12 @@ TEST(ResetScreenTest, OnlyF11Confirms) {
   ExpectLacks(host.ReadFile("/var/log/tools.log"), {"configReset"});
   ExpectLacks(host.Syslog(), {"Restoring factory defaults"});
   EXPECT_EQ(host.HostJson()["configResets"], 0);
-}
 
-TEST(ResetScreenTest, F11ResetsToTheFactoryStateAndRestarts) {
-  SimHost host;
-  SetIdleTimeout(host, 300);
-  ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
-  auto console = OpenReset(host);
+  Press(*console, Key::kEnter, "Reset System Configuration now?");
   Press(*console, Key::kF11, "Default settings are restored.");
   ExpectGoldenScreen(*console, "reset-done");
   ExpectHas(host.ObsvLog(),
             {"[obsv.user.merel.restore.factory.defaults] Restoring factory defaults"});
-  // No way back: Esc is ignored, Enter restarts.
   console->SendKey(Key::kEscape);
   console->WaitUntilQuiet();
   EXPECT_TRUE(console->Running());
