@@ -346,7 +346,16 @@ INSTANTIATE_TEST_SUITE_P(
         ProgramCase{"NetworkTestPing", {"/sbin/nexping", "10.0.0.1", "-I", "br0"}, K::kRun,
                     "/bin/ping -n -q -c 3 -i 0.2 -W 1 10.0.0.1 -I br0", ""},
         ProgramCase{"PingWithoutAnAddress", {"/sbin/nexping"}, K::kRefuse, "", ""},
-        ProgramCase{"AnyOtherProgram", {"/sbin/poweroff"}, K::kRefuse, "", ""}),
+        ProgramCase{"AnyOtherProgram", {"/sbin/poweroff"}, K::kRefuse, "", ""},
+        // Only the idle time-out has a meaning here, and only in seconds.
+        ProgramCase{"AvailabilityTimeoutRefused",
+                    {"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
+                     "/UserVars/TarvikShellTimeOut", "-i", "300"},
+                    K::kRefuse, "", ""},
+        ProgramCase{"IdleTimeoutNotSeconds",
+                    {"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
+                     "/UserVars/TarvikShellInteractiveTimeOut", "-i", "9;x"},
+                    K::kRefuse, "", ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LinuxTools, StoppingVirtualMachinesForcesOnlyWithTerminate) {
