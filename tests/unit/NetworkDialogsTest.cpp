@@ -140,20 +140,6 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
   }
 }
 
-TEST(AdapterListTest, Order) {
-  const struct {
-    const char *a, *b;
-    bool before;
-  } cases[] = {
-      {"pnic2", "pnic10", true}, {"pnic10", "pnic9", false}, {"pnic1", "pnic1", false},
-      {"eth0", "pnic1", true},   {"pnic1", "eth0", false},   {"pnicx", "pnic1", false},
-      {"eth", "eth0", true},     {"eth0", "eth", false},     {"pnic01", "pnic1", true},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(AdaptersDialog::ComesBefore(c.a, c.b), c.before) << c.a << " " << c.b;
-  }
-}
-
 std::vector<std::string> Listed(const std::vector<std::string>& names) {
   std::vector<std::string> listed;
   for (size_t at : AdaptersDialog::ListingOrder(names)) {
