@@ -24,7 +24,7 @@
 #include "HostLibraries.h"
 #include "LoginDialog.h"
 #include "Platform.h"
-#include "RunTestDialog.h"
+#include "NetworkTest.h"
 #include "Terminal.h"
 #include "WelcomeWindow.h"
 
@@ -256,7 +256,7 @@ int main(int argc, char** argv) {
   if (ClaimPidFile()) {
     // A console killed outright during a network test may have left the
     // hosts file without the host's entry; no other console is running one.
-    Merel::RunTestDialog::RecoverHostsFile();
+    Merel::NetworkTest::RecoverHostsFile();
   }
   if (vt != 0) {
     SwitchVirtualTerminal(vt, session.origTermios);

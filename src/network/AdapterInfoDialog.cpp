@@ -14,15 +14,6 @@ constexpr int kTitleHeight = 5;
 
 }  // namespace
 
-Adapter AdapterOf(const HostCtl::Network::PnicInfo& pnic) {
-  Adapter adapter;
-  adapter.name = pnic.name;
-  adapter.label = pnic.label;
-  adapter.mac = pnic.mac.GetStringAddress();
-  adapter.connected = pnic.linkUp;
-  return adapter;
-}
-
 AdapterInfoDialog::AdapterInfoDialog(Frame* parent, const Adapter& adapter)
     : Dialog(parent, kWidth, kHeight, kTitleHeight), _adapter(adapter) {
   _body = AddContentText();

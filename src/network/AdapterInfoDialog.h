@@ -1,28 +1,12 @@
 // The details of one physical adapter, opened with D from the adapters list.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "Dialog.h"
-#include "HostCtl/NetworkRecords.h"
+#include "AdapterListing.h"
 
 namespace Merel {
-
-// One physical adapter as the adapters dialogs show it. A value the host
-// could not give is empty (the name is always known).
-struct Adapter {
-  std::string name;
-  std::optional<std::string> label;
-  std::optional<std::string> mac;
-  std::optional<bool> connected;
-  // The switch whose uplink the adapter is: "" when none is, nothing when
-  // the switches could not be read.
-  std::optional<std::string> usedBy = std::string();
-};
-
-// What the host lists of an adapter; its user is left for the caller.
-Adapter AdapterOf(const HostCtl::Network::PnicInfo& pnic);
 
 class AdapterInfoDialog : public Dialog {
  public:

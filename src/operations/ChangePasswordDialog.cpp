@@ -4,18 +4,13 @@
 // handed to PAM's conversation by reference.
 #include "ChangePasswordDialog.h"
 
-#include <security/pam_appl.h>
-#include <syslog.h>
-
 #include <cctype>
 #include <memory>
 #include <vector>
 
-#include "Command.h"
 #include "FieldKeys.h"
 #include "MessageDialog.h"
-#include "PamAuth.h"
-#include "Platform.h"
+#include "PasswordChange.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -105,8 +100,7 @@ void ChangePasswordDialog::RestartNewPassword() {
 }
 
 bool ChangePasswordDialog::OldPasswordAccepted() {
-  const int status = Authenticate(_session.loginName, _old->GetValue());
-  return status == PAM_SUCCESS || status == PAM_NEW_AUTHTOK_REQD;
+  return PasswordAccepted(_session.loginName, _old->GetValue());
 }
 
 bool ChangePasswordDialog::Submit() {
@@ -127,28 +121,12 @@ bool ChangePasswordDialog::Submit() {
       return false;
     }
   }
-  int status = PAM_SUCCESS;
-  if (!ChangePassword(_session.loginName, _old->GetValue(), _new->GetValue(), &status)) {
-    // PAM's own words for why, never the passwords.
-    Platform::Syslog(LOG_ERR, "Changing the password of user %s failed: %s",
-                     _session.loginName.c_str(), pam_strerror(nullptr, status));
+  if (!ChangeLoginPassword(_session.loginName, _old->GetValue(), _new->GetValue())) {
     ShowError(Strings::kPasswordChangeFailed);
     RestartNewPassword();
     return false;
   }
   return true;
-}
-
-void ChangePasswordDialog::AfterChange() {
-  // The account database is part of the state the host saves; without the
-  // backup the new password would be lost at the next boot.
-  char* const backup[] = {const_cast<char*>("backup.sh"), const_cast<char*>("0"), nullptr};
-  RunCommand("/sbin/backup.sh", backup, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
-  RoviRefresh(_session.loginName);
-  const char* user = _session.loginName.c_str();
-  Platform::Syslog(LOG_INFO, "Login password for user %s has changed", user);
-  PostObsv("obsv.user.merel.login.passwd.changed",
-           std::string("Login password for user ") + user + " changed");
 }
 
 int ChangePasswordDialog::Loop() {
@@ -186,7 +164,6 @@ int ChangePasswordDialog::Loop() {
       } else if (key == kTab) {
         Focus(_new);
       } else if (key == kKeyEnter && Submit()) {
-        AfterChange();
         Window::ShowCursor(false);
         return 1;
       }

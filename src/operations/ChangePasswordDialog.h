@@ -25,7 +25,6 @@ class ChangePasswordDialog : public Dialog {
   void RestartNewPassword();
   void Focus(InputItem* item);
   void DrawFields();
-  void AfterChange();
 
   ItemList* _list = nullptr;
   InputItem* _old = nullptr;

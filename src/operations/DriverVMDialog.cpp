@@ -1,17 +1,13 @@
 #include "DriverVMDialog.h"
 
-#include <syslog.h>
-
 #include <algorithm>
 #include <memory>
 #include <string>
 
-#include "HostCtl/HostCtlException.h"
+#include "DeviceAssignment.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
 #include "TextArea.h"
-#include "NexCtl/PciInfoImpl.h"
-#include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -104,20 +100,11 @@ class DeviceNotice : public Dialog {
 }  // namespace
 
 DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  try {
-    // A host that cannot hand devices over at all says why, in place of
-    // the description, and lists none.
-    NexCtl::Hardware::PciInfoImpl pci;
-    _note = pci.GetDeviceAssignmentNote();
-    for (auto& device : _note.empty() ? pci.GetDevices()
-                                     : std::vector<HostCtl::Hardware::PciDevice>{}) {
-      if (!device.nativeDriver) {
-        _devices.push_back(device);
-        _saved.push_back(device.passthroughNextBoot);
-      }
-    }
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "Getting PCI devices failed: %s", e.what());
+  DeviceAssignment assignment = ReadDeviceAssignment();
+  _note = std::move(assignment.note);
+  _devices = std::move(assignment.devices);
+  for (const auto& device : _devices) {
+    _saved.push_back(device.passthroughNextBoot);
   }
   if (_contentWindow == nullptr) {
     return;
@@ -179,28 +166,17 @@ void DriverVMDialog::Toggle(size_t index) {
 }
 
 bool DriverVMDialog::Save() {
-  try {
-    NexCtl::Hardware::PciInfoImpl().SaveAssignment(_devices);
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "Saving device assignment failed: %s", e.what());
+  const AssignmentSave save = SaveDeviceAssignment(_devices, _saved);
+  if (!save.saved) {
     // Back to the list afterwards, with the user's choices as they were, so
     // that saving can be tried again.
     DeviceNotice error(this, kSaveFailedTitle,
-                       std::string("The device assignment could not be saved: ") + e.what(),
+                       std::string("The device assignment could not be saved: ") + save.error,
                        false);
     Frame::Run(&error);
     return false;
   }
-  bool changed = false;
-  for (size_t i = 0; i < _devices.size(); ++i) {
-    if (_devices[i].passthroughNextBoot != _saved[i]) {
-      changed = true;
-      Platform::Syslog(LOG_INFO, "Device %s assigned to the %s after the next restart",
-                       _devices[i].address.c_str(),
-                       _devices[i].passthroughNextBoot ? "DriverVM" : "host");
-    }
-  }
-  if (changed) {
+  if (save.changed) {
     MessageDialog note(this, Strings::kDriverVmTitle, std::string(kSavedNote));
     Frame::Run(&note);
   }

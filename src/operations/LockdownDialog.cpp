@@ -1,13 +1,10 @@
 #include "LockdownDialog.h"
 
-#include <syslog.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "Command.h"
-#include "Platform.h"
+#include "HostSettings.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -19,7 +16,6 @@ constexpr int kWidth = 60;
 constexpr int kHeight = 12;
 constexpr int kTitleHeight = 6;
 constexpr int kSpace = ' ';
-constexpr size_t kCaptureSize = 255;
 
 const char* const kToggleFooter =
     "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
@@ -28,7 +24,7 @@ const char* const kToggleFooter =
 
 LockdownDialog::LockdownDialog(Frame* parent)
     : Dialog(parent, kWidth, kHeight, kTitleHeight),
-      _enabled(RoviQueryBool("rovisvc/auth/lockdown_is_enabled")) {
+      _enabled(IsLockdownEnabled()) {
   if (_contentWindow == nullptr) {
     return;
   }
@@ -44,31 +40,9 @@ LockdownDialog::LockdownDialog(Frame* parent)
 
 void LockdownDialog::Apply() {
   const bool wanted = _check->IsChecked();
-  if (wanted == _enabled) {
-    return;
-  }
-  const RoviCommand record{_session.loginName,
-                     wanted ? "rovisvc/auth/lockdown_mode_enter" : "rovisvc/auth/lockdown_mode_exit",
-                     {}};
-  char out[kCaptureSize + 1] = {};
-  char err[kCaptureSize + 1] = {};
-  size_t outSize = kCaptureSize;
-  size_t errSize = kCaptureSize;
-  // As the logged-in user and nobody else: a user the management service
-  // refuses must not get the change through the console's own account.
-  if (RunRoviOnce(record, out, &outSize, err, &errSize, nullptr, 0) == 0) {
-    Platform::Syslog(LOG_INFO, wanted ? "Lockdown mode enabled" : "Lockdown mode disabled");
+  if (wanted != _enabled && SetLockdown(_session.loginName, wanted).changed) {
     _enabled = wanted;
-    return;
   }
-  std::string error(err, errSize);
-  while (!error.empty() && error.back() == '\n') {
-    error.pop_back();
-  }
-  Platform::Syslog(LOG_ERR,
-                   wanted ? "Enabling lockdown mode failed with error: %s"
-                          : "Disabling lockdown mode failed with error: %s",
-                   error.c_str());
 }
 
 int LockdownDialog::Loop() {

@@ -1,21 +1,11 @@
-// The restart of the management agents. The agents' service script is run
-// step by step with each step on screen while it runs; the optional live
-// core of mgmtd is collected in parallel by a detached thread, because
-// taking it can last much longer than the restart and nobody waits for it.
+// The restart of the management agents, each step on screen while it runs
+// (the steps themselves are HostServices').
 #include "RestartAgentsDialog.h"
 
-#include <pthread.h>
-#include <syslog.h>
-
-#include <cstring>
 #include <memory>
 #include <vector>
 
-#include "Command.h"
-#include "HostCtl/HostCtlException.h"
-#include "NexCtl/NexCtlExec.h"
-#include "NexCtl/SystemInfoImpl.h"
-#include "Platform.h"
+#include "HostServices.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -47,22 +37,6 @@ RestartAgentsDialog::RestartAgentsDialog(Frame* parent)
   _list->SetItems(std::move(items));
 }
 
-void* RestartAgentsDialog::GenerateMgmtdLiveCore(void*) {
-  try {
-    Platform::Syslog(LOG_INFO, "%s", "Executing nexbacktrace -c against mgmtd");
-    const int status = NexCtl::Util::NexCtl_Exec(
-        "/sbin/nexbacktrace -w -n mgmtd -o mgmtd-restart% -d /var/log/", false, true, false);
-    if (status == 0) {
-      NexCtl::System::SystemInfoImpl().SetSystemAlert("Mgmtd core dump completed");
-    } else {
-      Platform::Syslog(LOG_ERR, "nexbacktrace failed, probably mgmtd was down");
-    }
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "%s", e.what());
-  }
-  return nullptr;
-}
-
 void RestartAgentsDialog::ShowSteps(const std::string& current) {
   std::string text = "{color:dark-grey}" + _finished + "{/color}";
   if (!current.empty()) {
@@ -81,41 +55,19 @@ void RestartAgentsDialog::Restart() {
   SetFooter("");
   _list->Clear();
   _list->Refresh();
-  Platform::Syslog(LOG_INFO, "%s", "Restarting host agents");
-  PostObsv("obsv.user.merel.restarting.hostagents", "Restarting host agents");
-  if (_collect->IsChecked()) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    // Nothing ever joins it: it ends on its own, after the dialog is gone.
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_t thread;
-    const int error = pthread_create(&thread, &attributes, GenerateMgmtdLiveCore, nullptr);
-    pthread_attr_destroy(&attributes);
-    if (error != 0) {
-      Platform::Syslog(LOG_ERR, "failed to create live core generation thread: %s",
-                       strerror(error));
-    } else {
-      // Reported done at once: the collection goes on while the agents
-      // restart, and the restart does not wait for it.
-      FinishStep(_strings->GetString(Strings::kCollectingLiveCore));
-    }
+  AnnounceAgentRestart();
+  // Reported done at once: the collection goes on while the agents
+  // restart, and the restart does not wait for it.
+  if (_collect->IsChecked() && StartLiveCoreCollection()) {
+    FinishStep(_strings->GetString(Strings::kCollectingLiveCore));
   }
   const std::string stopping = _strings->GetString(Strings::kStoppingAgents);
   const std::string starting = _strings->GetString(Strings::kStartingAgents);
-  // The script's result is not examined: a half-stopped agent is restarted
-  // by the start step anyway, and the user can only try again.
-  auto run = [](const char* line) {
-    try {
-      NexCtl::Util::NexCtl_Exec(line, false, true, false);
-    } catch (const HostCtl::Lib::HostCtlException& e) {
-      Platform::Syslog(LOG_ERR, "%s", e.what());
-    }
-  };
   ShowSteps(stopping);
-  run("/bin/sh /sbin/services.sh stop");
+  StopAgents();
   FinishStep(stopping);
   ShowSteps(starting);
-  run("/bin/sh /sbin/services.sh start");
+  StartAgents();
   FinishStep(starting);
   ShowSteps("");
   SetFooter(kOkFooter);

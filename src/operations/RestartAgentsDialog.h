@@ -14,11 +14,6 @@ class RestartAgentsDialog : public Dialog {
   // 0 when cancelled with Esc, 1 after the restart (confirmed with F11 only).
   int Loop() override;
 
-  // Entry of the background thread that takes a live core of the management
-  // agent. It shares nothing with the dialog and never touches the screen:
-  // only syslog and the host library.
-  static void* GenerateMgmtdLiveCore(void*);
-
  private:
   void Restart();
   // The finished steps in dark grey, then `current` (may be empty) in black.

@@ -1,9 +1,6 @@
 #include "RestoreDialog.h"
 
-#include <syslog.h>
-
-#include "Command.h"
-#include "Platform.h"
+#include "HostSettings.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -36,13 +33,12 @@ int RestoreDialog::Loop() {
     return 0;
   }
 
-  Platform::Syslog(LOG_INFO, "%s", "Restoring factory defaults");
-  PostObsv("obsv.user.merel.restore.factory.defaults", "Restoring factory defaults");
-  SetTitle(_strings->GetString(Strings::kResetTitle));
-  SetText(_strings->GetString(Strings::kResetWait));
-  Window::UpdateTerminal();
-  // The tool's own verdict is not examined: the host restarts either way.
-  if (Platform::System("/sbin/configReset.sh --reset-only > /dev/null 2>&1") == -1) {
+  const bool reset = ResetConfiguration([this] {
+    SetTitle(_strings->GetString(Strings::kResetTitle));
+    SetText(_strings->GetString(Strings::kResetWait));
+    Window::UpdateTerminal();
+  });
+  if (!reset) {
     return 0;
   }
 
@@ -54,7 +50,7 @@ int RestoreDialog::Loop() {
   // The old configuration is gone; the only way on is the restart.
   while (Frame::WaitForKey(this, false) != kKeyEnter) {
   }
-  if (Platform::System("reboot -f") == -1) {
+  if (!RestartAfterReset()) {
     return 0;
   }
   for (;;) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "MessageDialog.h"
 #include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
@@ -81,6 +82,12 @@ void ShellTimeoutDialog::ApplyAvailability() {
   const std::optional<int> minutes =
       ChangedMinutes(this, _availability->GetValue(), currentAvailability * 60);
   if (!minutes) {
+    return;
+  }
+  if (!Platform::HostHas(Platform::Feature::kShellAvailabilityTimeout)) {
+    MessageDialog refusal(this, Strings::kAvailabilityTimeoutLabel,
+                          Strings::kAvailabilityTimeoutUnavailable);
+    Frame::Run(&refusal);
     return;
   }
   SetOption(kAvailabilityOption, *minutes * 60);

@@ -4,18 +4,12 @@
 // failed, so that the labels follow what the user asked for.
 #include "TroubleShootingWindow.h"
 
-#include <syslog.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "Command.h"
-#include "NexCtl/FirewallRuleset.h"
-#include "HostCtl/HostCtlException.h"
+#include "HostServices.h"
 #include "MerelTimeoutDialog.h"
-#include "NexCtl/SystemInfoImpl.h"
-#include "Platform.h"
 #include "RestartAgentsDialog.h"
 #include "ShellTimeoutDialog.h"
 #include "StringFactory.h"
@@ -27,25 +21,15 @@ namespace {
 
 enum Entry { kShell = 0, kSsh = 1, kTimeouts = 2, kMerel = 3, kAgents = 4 };
 
-// The two services the window switches on and off.
-struct Service {
-  const char* script;
-  const char* start;  // management commands
-  const char* stop;
-  const char* enable;
-  const char* disable;
-  const char* toolName;         // in the tool warnings
-  const char* name;             // in the log line of the change
-  const char* firewallRuleset;  // opened by the management command only
+// The two services the window switches on and off, and their texts.
+struct ServiceTexts {
+  HostService service;
   uint32_t enableKey;
   uint32_t disableKey;
 };
-const Service kServices[] = {
-    {"/etc/init.d/TarvikShell", "hostsvc/start_tarvik_shell", "hostsvc/stop_tarvik_shell",
-     "hostsvc/enable_tarvik_shell", "hostsvc/disable_tarvik_shell", "Tarvik Shell", "Tarvik Shell",
-     nullptr, Strings::kEnableShell, Strings::kDisableShell},
-    {"/etc/init.d/SSH", "hostsvc/start_ssh", "hostsvc/stop_ssh", "hostsvc/enable_ssh",
-     "hostsvc/disable_ssh", "ssh", "SSH", "sshServer", Strings::kEnableSsh, Strings::kDisableSsh},
+const ServiceTexts kServices[] = {
+    {HostService::kShell, Strings::kEnableShell, Strings::kDisableShell},
+    {HostService::kSsh, Strings::kEnableSsh, Strings::kDisableSsh},
 };
 
 const char* const kLeftFooter = "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}";
@@ -56,37 +40,11 @@ const char* const kRestartFooter =
     "{color:white}<Enter>{/color}{color:light-grey} Restart{/color}{align:right}"
     "{color:white}<Esc>{/color}{color:light-grey} Exit{/color}{/align}";
 
-bool RunManagement(const std::string& user, const char* command) {
-  RoviCommand record{user, command, {}};
-  char out[256];
-  char err[256];
-  size_t outSize = sizeof(out);
-  size_t errSize = sizeof(err);
-  return RunRoviCommand(record, out, &outSize, err, &errSize, nullptr, 0) == 0;
-}
-
-void UpdateFirewall(const char* rulesetId, bool enable) {
-  try {
-    auto ruleset = NexCtl::System::SystemInfoImpl().GetFirewallRulesetById(rulesetId);
-    if (ruleset == nullptr) {
-      return;
-    }
-    if (enable) {
-      ruleset->Enable();
-    } else {
-      ruleset->Disable();
-    }
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_WARNING, "Failed to update firewall %s ruleset status: %s", rulesetId,
-                     e.what());
-  }
-}
-
 }  // namespace
 
 TroubleShootingWindow::TroubleShootingWindow(Frame* parent) : RootWindow(parent) {
-  shellEnabled = RunServiceScript(kServices[kShell].script, "status") == 0;
-  sshEnabled = RunServiceScript(kServices[kSsh].script, "status") == 0;
+  shellEnabled = ServiceRunning(HostService::kShell);
+  sshEnabled = ServiceRunning(HostService::kSsh);
   using namespace Strings;
   auto help = [this](uint32_t key) {
     return [this, key] {
@@ -96,7 +54,7 @@ TroubleShootingWindow::TroubleShootingWindow(Frame* parent) : RootWindow(parent)
   // A service's entry switches it; its pane says how it is now.
   auto service = [this](int entry, uint32_t title, uint32_t helpKey, uint32_t on, uint32_t off) {
     const bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
-    const Service& s = kServices[entry];
+    const ServiceTexts& s = kServices[entry];
     return MenuEntry{.label = s.enableKey,
                      .open = [this, entry] { Toggle(entry); },
                      .labelNow = [&enabled, &s] { return enabled ? s.disableKey : s.enableKey; },
@@ -133,26 +91,9 @@ void TroubleShootingWindow::UpdateFooter() {
 }
 
 void TroubleShootingWindow::Toggle(int entry) {
-  const Service& service = kServices[entry];
   bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
-  const bool on = enabled;
-  if (!RunManagement(_session.loginName, on ? service.stop : service.start)) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop %s", service.toolName);
-    RunServiceScript(service.script, on ? "stop" : "start");
-    // The management command opens and closes the firewall itself; the
-    // script does not.
-    if (service.firewallRuleset != nullptr) {
-      UpdateFirewall(service.firewallRuleset, !on);
-    }
-  }
-  // Makes the state last across reboots; the script has no such step.
-  if (!RunManagement(_session.loginName, on ? service.disable : service.enable)) {
-    Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to enable/disable %s", service.toolName);
-  }
-  enabled = !on;
-  Platform::Syslog(
-      LOG_INFO, "%s",
-      ("User " + _session.loginName + (on ? " disabled " : " enabled ") + service.name).c_str());
+  SwitchService(_session.loginName, kServices[entry].service, !enabled);
+  enabled = !enabled;
 }
 
 int TroubleShootingWindow::Loop() {

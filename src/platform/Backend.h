@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "HostState.h"
+#include "Platform.h"
 
 namespace Platform {
 
@@ -42,6 +43,8 @@ class Backend {
   // The names of the host's local accounts. The default reads the host's
   // "/etc/passwd".
   virtual std::vector<std::string> AccountNames();
+  // See Platform::HostHas; every host has all of them unless it says not.
+  virtual bool Has(Feature) { return true; }
 
   // The host's state. Load reads it afresh; Modify is an atomic
   // read-modify-write (no update of another process is lost). Both throw

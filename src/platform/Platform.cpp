@@ -232,6 +232,10 @@ bool ConsoleKeyboard(int fd) {
   return Current().ConsoleKeyboard(fd);
 }
 
+bool HostHas(Feature feature) {
+  return Current().Has(feature);
+}
+
 int64_t IntegerOption(const std::string& name, int64_t fallback) {
   try {
     NexCtl::Adv::AdvancedOptionImpl options;

@@ -64,6 +64,16 @@ bool SwitchVirtualTerminal(int vt);
 // from its state ("consoleKeyboard"), whatever terminal the console is in.
 bool ConsoleKeyboard(int fd);
 
+// Host operations a host may lack altogether (not just for now): the
+// screens then say so instead of offering them.
+enum class Feature {
+  kLockdownMode,             // the management service's lockdown mode
+  kConfigurationReset,       // a factory configuration to reset to
+  kShellAvailabilityTimeout  // the local shell and SSH switched off on a timer
+};
+// Whether the host has `feature`.
+bool HostHas(Feature feature);
+
 // The value of the host's integer advanced option `name` ("/UserVars/
 // MerelTimeOut"), or `fallback` when the host has no such integer option or
 // cannot be read.

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "ChangePasswordDialog.h"
-#include "Command.h"
 #include "DriverVMDialog.h"
 #include "HostCtl/HostCtlException.h"
+#include "HostSettings.h"
 #include "KeyboardDialog.h"
 #include "LockdownDialog.h"
 #include "LogViewer.h"
@@ -41,11 +41,6 @@ const char* const kRightFooter =
     "{align:right}{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}{/align}";
 const char* const kSupportInformationHelp =
     "To view the support information of this host, press <Enter>.";
-
-bool LockdownAvailable() {
-  return RoviQueryBool("rovisvc/auth/lockdown_is_enabled") ||
-         RoviQueryBool("rovisvc/auth/lockdown_is_possible");
-}
 
 // Locates the management interface afresh into `mgmtIntf` the
 // way the network screens do; the previous one is released first. False when
@@ -86,6 +81,8 @@ int DeviceAssignmentState() {
 
 // What the host allows, as found when the menu is built.
 struct MenuFlags {
+  bool lockdownOnHost = true;  // whether the host has lockdown mode at all
+  bool resetOnHost = true;     // whether it has a configuration to reset to
   bool lockdownAvailable = false;
   bool managementInterfaceFound = false;
   bool networkBooted = false;
@@ -106,9 +103,10 @@ std::vector<MenuEntry> GeneralWindow::Entries() {
       {.label = kMenuConfigurePassword,
        .help = kHelpPasswordUnset,
        .open = Opens<ChangePasswordDialog>(this)},
+      // A host without lockdown mode keeps the entry, to say so.
       {.label = kMenuConfigureLockdown,
-       .help = kHelpLockdown,
-       .enabled = [&flags] { return flags.lockdownAvailable; },
+       .help = flags.lockdownOnHost ? kHelpLockdown : kLockdownUnavailable,
+       .enabled = [&flags] { return flags.lockdownAvailable || !flags.lockdownOnHost; },
        .open = [this] { OpenLockdown(); }},
       {},
       {.label = kMenuConfigureDriverVm,
@@ -154,14 +152,26 @@ std::vector<MenuEntry> GeneralWindow::Entries() {
        .open = Opens<SupportInformationDialog>(this),
        .pane = [] { return std::string(kSupportInformationHelp); }},
       {.label = kMenuResetConfiguration,
-       .help = kHelpResetConfiguration,
+       .help = flags.resetOnHost ? kHelpResetConfiguration : kResetUnavailable,
        .enabled = [&flags] { return !flags.networkBooted; },
-       .open = Opens<RestoreDialog>(this)},
+       .open =
+           [this, &flags] {
+             if (flags.resetOnHost) {
+               RunDialog<RestoreDialog>(this);
+             } else {
+               MessageDialog refusal(this, kResetTitle,
+                                     _strings->GetString(kResetUnavailable) +
+                                         std::string("\n\n") + _strings->GetString(kNothingChanged));
+               Frame::Run(&refusal);
+             }
+           }},
   };
 }
 
 GeneralWindow::GeneralWindow(Frame* parent) : RootWindow(parent), _impl(std::make_unique<Impl>()) {
   MenuFlags& flags = _impl->flags;
+  flags.lockdownOnHost = Platform::HostHas(Platform::Feature::kLockdownMode);
+  flags.resetOnHost = Platform::HostHas(Platform::Feature::kConfigurationReset);
   flags.lockdownAvailable = LockdownAvailable();
   LocateManagementInterface(_mgmtIntf);
   flags.managementInterfaceFound = _mgmtIntf != nullptr;
@@ -215,6 +225,11 @@ void GeneralWindow::SelectLast() {
 }
 
 void GeneralWindow::OpenLockdown() {
+  if (!_impl->flags.lockdownOnHost) {
+    MessageDialog refusal(this, Strings::kLockdownTitle, Strings::kLockdownUnavailable);
+    Frame::Run(&refusal);
+    return;
+  }
   RunDialog<LockdownDialog>(this);
   // The menu's rows follow the mode the host is in now.
   _impl->flags.lockdownAvailable = LockdownAvailable();

@@ -528,4 +528,92 @@ INSTANTIATE_TEST_SUITE_P(
                               "No entries"}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// Lockdown mode and the configuration reset have no meaning on a Linux
+// host: the entry's pane and the message it opens say why, and nothing on
+// the host changes.
+struct RefusalCase {
+  const char* name;
+  const char* entry;
+  const char* why;  // the start of the pane and of the message
+};
+
+class LinuxRefusalTest : public LinuxHostTest,
+                         public ::testing::WithParamInterface<RefusalCase> {};
+
+TEST_P(LinuxRefusalTest, TheEntrySaysWhyAndChangesNothing) {
+  const RefusalCase& c = GetParam();
+  Terminal& console = Start();
+  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, c.entry)) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), c.why)) << console.Text();
+  console.SendKey(Key::kEnter);
+  // A message, not the dialog that would change the host.
+  ASSERT_TRUE(WaitQuiet(console, "<Enter> OK")) << console.Text();
+  EXPECT_FALSE(Contains(console.Text(), "<Esc> Cancel")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+  EXPECT_FALSE(Contains(Calls(), "reboot")) << Calls();
+  EXPECT_FALSE(_syslog->Has("Restoring factory defaults")) << _syslog->Records();
+  EXPECT_FALSE(_syslog->Has("Lockdown mode")) << _syslog->Records();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Linux,
+    LinuxRefusalTest,
+    ::testing::Values(RefusalCase{"Lockdown", "Configure Lockdown Mode",
+                                  "This host has no lockdown mode."},
+                      RefusalCase{"Reset", "Reset System Configuration",
+                                  "This host has no factory"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The shell idle time-out is TMOUT of the login shells, from the console's
+// own profile file; the availability time-out is refused with its reason.
+TEST_F(LinuxHostTest, ShellIdleTimeoutIsTheLoginShellsTmout) {
+  const std::string profile = _scratch + "/etc/profile.d/merel-timeout.sh";
+  Terminal& console = Start();
+  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Troubleshooting Options")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Troubleshooting Mode Options")) << console.Text();
+  // The pane's title is the entry's label cut to the pane.
+  auto open = [&] {
+    if (!SelectEntry(console, "Modify Tarvik Shell and SSH"))
+      return false;
+    console.SendKey(Key::kEnter);
+    return WaitQuiet(console, "Idle timeout");
+  };
+  // One key at a time: keys that arrive while the console draws are dropped.
+  auto type = [&](const std::string& keys) {
+    for (char key : keys) {
+      const std::string before = console.Text();
+      console.Send(std::string(1, key));
+      console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
+      console.WaitUntilQuiet();
+    }
+  };
+  ASSERT_TRUE(open()) << console.Text();
+  type("5");
+  console.SendKey(Key::kDown);
+  console.WaitUntilQuiet();
+  type("15");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "This host cannot turn the local shell")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
+  EXPECT_EQ(Slurp(profile).find("\nTMOUT=900\nexport TMOUT\n") != std::string::npos, true)
+      << Slurp(profile);
+  EXPECT_TRUE(_syslog->WaitFor("Modified shell interactive timeout to 15 minutes"))
+      << _syslog->Records();
+  EXPECT_FALSE(_syslog->Has("Modified Shell timeout")) << _syslog->Records();
+  // Read back from the file; 0 takes it away.
+  ASSERT_TRUE(open()) << console.Text();
+  EXPECT_TRUE(Contains(RowWith(console, "Idle timeout"), "15")) << console.Text();
+  console.SendKey(Key::kDown);
+  console.WaitUntilQuiet();
+  type("\x7f\x7f" "0");
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
+  EXPECT_FALSE(fs::exists(profile));
+}
+
 }  // namespace

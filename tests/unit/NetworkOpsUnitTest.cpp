@@ -7,7 +7,7 @@
 
 #include "DoRestartNetworkDialog.h"
 #include "HostCtl/Ipv6Network.h"
-#include "RunTestDialog.h"
+#include "NetworkTest.h"
 #include "SimHostTestSupport.h"
 #include "TestDialog.h"
 
@@ -99,7 +99,7 @@ TEST(NetworkOpsUnitTest, ResolveDoesNotUseTheHostsFile) {
   SimHostTest::SimRoot root("static-ipv4");
   const std::string hosts = root.File("/etc/hosts") + "10.20.30.99 local-only.lab.test\n";
   { std::ofstream(root.Path() + "/etc/hosts") << hosts; }
-  EXPECT_EQ(Merel::RunTestDialog::ResolveInChild("local-only.lab.test"), 1);
+  EXPECT_EQ(Merel::NetworkTest::ResolveInChild("local-only.lab.test"), 1);
   EXPECT_EQ(root.File("/etc/hosts"), hosts);
   EXPECT_FALSE(std::filesystem::exists(root.Path() + "/etc/hosts.backup"));
 }

@@ -185,8 +185,18 @@ pid_t LinuxBackend::Spawn(const char* path,
     case Linux::Action::kRunAll:
     case Linux::Action::kSucceed:
     case Linux::Action::kStopVms:
+    case Linux::Action::kReadShellIdle:
+    case Linux::Action::kWriteShellIdle:
       break;
   }
+  // The shell idle time-out is the console's own file, read and written
+  // here rather than in the child (a forked copy of a threaded process).
+  Linux::Action done = action;
+  bool written = true;
+  if (action.kind == Linux::Action::kReadShellIdle)
+    done.output = std::to_string(ShellIdleSeconds()) + "\n";
+  else if (action.kind == Linux::Action::kWriteShellIdle)
+    written = SetShellIdle(action.seconds);
   // Work done by the console's own code runs in a child of its own, so that
   // the caller sees a program like any other (its output, its status).
   const pid_t pid = fork();
@@ -196,8 +206,10 @@ pid_t LinuxBackend::Spawn(const char* path,
   int status = 0;
   if (action.kind == Linux::Action::kStopVms) {
     status = StopVirtualMachines(action.force);
-  } else if (!action.output.empty()) {
-    if (write(1, action.output.data(), action.output.size()) < 0)
+  } else if (action.kind == Linux::Action::kWriteShellIdle) {
+    status = written ? 0 : 1;
+  } else if (!done.output.empty()) {
+    if (write(1, done.output.data(), done.output.size()) < 0)
       status = 1;
   }
   _exit(status);
@@ -468,6 +480,36 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
       throw HostCtl::Lib::HostCtlException(
           "saved, but merel-driver-vm.service, which applies it at boot, could not be enabled");
   }
+}
+
+bool LinuxBackend::Has(Feature) {
+  return false;
+}
+
+long LinuxBackend::ShellIdleSeconds() const {
+  std::ifstream file(_root + Linux::kShellTimeoutProfile);
+  std::stringstream text;
+  text << file.rdbuf();
+  return Linux::ShellTimeoutSeconds(text.str());
+}
+
+bool LinuxBackend::SetShellIdle(long seconds) {
+  const std::string path = _root + Linux::kShellTimeoutProfile;
+  std::string error;
+  if (seconds == 0) {
+    // No time-out is no file: the shells keep whatever else sets TMOUT.
+    if ((unlink(path.c_str()) != 0 && errno != ENOENT) || merel_sync_parent(path.c_str()) != 0)
+      error = path + ": " + strerror(errno);
+  } else {
+    std::error_code ignored;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
+    WriteFileDurably(path, Linux::ShellTimeoutProfile(seconds), 0644, error);
+  }
+  if (!error.empty()) {
+    WriteSyslog("MEREL", true, LOG_USER, LOG_ERR, "Setting the shell idle timeout failed: " + error);
+    return false;
+  }
+  return true;
 }
 
 bool LinuxBackend::EventServiceAvailable() {

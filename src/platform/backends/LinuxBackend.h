@@ -46,6 +46,10 @@ class LinuxBackend : public Backend {
                   const std::string& name,
                   const std::string& value) override;
 
+  // A Linux machine has no lockdown mode and no factory configuration, and
+  // its shells stay on until they are turned off.
+  bool Has(Feature feature) override;
+
   const Linux::Config& Settings() const { return _config; }
 
  private:
@@ -70,6 +74,10 @@ class LinuxBackend : public Backend {
   std::string DhcpClient() const;
   void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,
                      std::vector<std::string>& failures);
+  // The shell idle time-out of login shells, in seconds (0: none).
+  long ShellIdleSeconds() const;
+  // Writes it (or removes the file for 0); false, logged, when it cannot.
+  bool SetShellIdle(long seconds);
   // The work of "powerOffVms", in the child that stands for it: its exit
   // status (0 when every running domain stopped).
   int StopVirtualMachines(bool force);

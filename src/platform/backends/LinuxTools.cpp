@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -99,7 +100,60 @@ Action Management(const std::vector<std::string>& argv, const Config& config) {
   return Action{};
 }
 
+// The host tools' names of the shell idle time-out.
+const char* const kShellIdleOption = "/UserVars/TarvikShellInteractiveTimeOut";
+
+// "tarvikcfg-advcfg -q -g OPTION" and "tarvikcli system settings advanced
+// set -o OPTION -i SECONDS" (or the same of nexcli) of the idle time-out;
+// the availability time-out has no meaning here (Platform::HostHas).
+Action ShellIdle(const std::string& path, const std::vector<std::string>& argv) {
+  if (path == "/sbin/tarvikcfg-advcfg" && argv.size() == 4 && argv[1] == "-q" &&
+      argv[2] == "-g" && argv[3] == kShellIdleOption) {
+    Action action;
+    action.kind = Action::kReadShellIdle;
+    return action;
+  }
+  const std::vector<std::string> set = {"system", "settings", "advanced", "set",
+                                        "-o",     kShellIdleOption, "-i"};
+  if ((path == "/sbin/tarvikcli" || path == "/sbin/nexcli") && argv.size() == set.size() + 2 &&
+      std::equal(set.begin(), set.end(), argv.begin() + 1)) {
+    const std::string& value = argv.back();
+    // At most a day in seconds: digits only, and few of them.
+    if (value.empty() || value.size() > 6 ||
+        value.find_first_not_of("0123456789") != std::string::npos)
+      return Action{};
+    Action action;
+    action.kind = Action::kWriteShellIdle;
+    action.seconds = std::stol(value);
+    return action;
+  }
+  return Action{};
+}
+
 }  // namespace
+
+std::string ShellTimeoutProfile(long seconds) {
+  return "# The idle time-out of login shells, set in the console's Troubleshooting\n"
+         "# Options; written by the console, which removes it at a time-out of 0.\n"
+         "TMOUT=" +
+         std::to_string(seconds) + "\nexport TMOUT\n";
+}
+
+long ShellTimeoutSeconds(const std::string& profile) {
+  std::istringstream lines(profile);
+  std::string line;
+  long seconds = 0;
+  while (std::getline(lines, line)) {
+    line = Trim(line);
+    if (line.rfind("TMOUT=", 0) != 0)
+      continue;
+    const std::string value = line.substr(6);
+    if (!value.empty() && value.size() <= 9 &&
+        value.find_first_not_of("0123456789") == std::string::npos)
+      seconds = std::stol(value);
+  }
+  return seconds;
+}
 
 Config ReadConfig(const std::string& path) {
   Config config;
@@ -133,6 +187,8 @@ Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
                   const Config& config) {
   if (path == "/bin/rovi-cmd")
     return Management(argv, config);
+  if (Action idle = ShellIdle(path, argv); idle.kind != Action::kRefuse)
+    return idle;
   if (path == "/bin/powerOffVms") {
     Action action;
     action.kind = Action::kStopVms;

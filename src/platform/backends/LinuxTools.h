@@ -40,13 +40,26 @@ struct Action {
     kStopVms,   // stop the running virtual machines (`force`: destroy them)
     kRunAll,    // run each of `commands` in turn
     kPageJournal,  // run `argv` (the pager) reading what `commands[0]` writes
+    kReadShellIdle,   // print the shell idle time-out (TMOUT of the profile file)
+    kWriteShellIdle,  // make `seconds` the shell idle time-out (0: none)
   };
   Kind kind = kRefuse;
   std::vector<std::string> argv;
   std::vector<std::vector<std::string>> commands;
   bool force = false;
   std::string output;
+  long seconds = 0;
 };
+
+// Where the shell idle time-out of login shells lives on a Linux host: a
+// profile file of the console's own, read by every login shell.
+constexpr const char* kShellTimeoutProfile = "/etc/profile.d/merel-timeout.sh";
+
+// The profile file that sets the idle time-out to `seconds` (> 0).
+std::string ShellTimeoutProfile(long seconds);
+
+// The seconds of TMOUT in such a file; 0 when it sets none.
+long ShellTimeoutSeconds(const std::string& profile);
 
 // A program start: `argv` as the console passes it, with `path` the program.
 Action MapProgram(const std::string& path, const std::vector<std::string>& argv,

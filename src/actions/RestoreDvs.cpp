@@ -7,7 +7,7 @@
 #include <memory>
 #include <regex>
 
-#include "AdaptersDialog.h"
+#include "AdapterListing.h"
 #include "Command.h"
 #include "HostCtl/HostCtlException.h"
 #include "NetworkSettings.h"
@@ -106,7 +106,7 @@ std::vector<DvsUplinkCandidate> UplinkCandidates(
   }
   std::vector<DvsUplinkCandidate> candidates;
   candidates.reserve(offered.size());
-  for (size_t at : AdaptersDialog::ListingOrder(names)) {
+  for (size_t at : AdapterListingOrder(names)) {
     candidates.push_back(std::move(offered[at]));
   }
   return candidates;

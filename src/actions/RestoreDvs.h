@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "AdapterInfoDialog.h"
+#include "AdapterListing.h"
 #include "HostCtl/ConnectionPoint.h"
 #include "HostCtl/NetworkRecords.h"
 
