@@ -2,16 +2,10 @@
 // effect on the running session at once, not only at the next login.
 #include "MerelTimeoutDialog.h"
 
-#include <syslog.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "HostCtl/AdvancedOption.h"
-#include "HostCtl/HostCtlException.h"
-#include "NexCtl/AdvancedOptionImpl.h"
-#include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 #include "TimeoutInput.h"
@@ -28,15 +22,7 @@ constexpr int kFieldLength = 5;
 }  // namespace
 
 MerelTimeoutDialog::MerelTimeoutDialog(Frame* parent)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  try {
-    auto option = NexCtl::Adv::AdvancedOptionImpl().FindOption(MEREL_TIMEOUT_VAR);
-    if (auto* integer = dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get())) {
-      currentSeconds = static_cast<int>(integer->GetValue());
-    }
-  } catch (const HostCtl::Lib::HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "Getting MerelTimeOut failed: %s", e.what());
-  }
+    : Dialog(parent, kWidth, kHeight, kTitleHeight), currentSeconds(ConsoleTimeoutSeconds()) {
   if (_contentWindow == nullptr) {
     return;
   }
@@ -56,19 +42,11 @@ void MerelTimeoutDialog::Apply() {
   if (!minutes) {
     return;
   }
-  try {
-    NexCtl::Adv::AdvancedOptionImpl options;
-    auto option = options.FindOption(MEREL_TIMEOUT_VAR);
-    if (dynamic_cast<HostCtl::Adv::AdvancedIntegerOption*>(option.get()) == nullptr) {
-      return;
-    }
-    options.SetIntegerOption(MEREL_TIMEOUT_VAR, static_cast<int64_t>(*minutes) * 60);
-  } catch (const HostCtl::Lib::HostCtlException&) {
-    // The old time-out stays in force; there is nothing the user could do.
-    return;
+  // Refused, the old time-out stays in force; there is nothing the user
+  // could do.
+  if (SetConsoleTimeout(*minutes)) {
+    _session.LoadIdleTimeout();
   }
-  _session.LoadIdleTimeout();
-  LogTimeoutChange("Merel timeout", *minutes);
 }
 
 int MerelTimeoutDialog::Loop() {

@@ -1,12 +1,10 @@
-// The shell time-outs are host advanced options, read and written with the
-// host's own command-line tools so that the services see the same values.
+// The shell time-outs (their host part is actions/Timeouts).
 #include "ShellTimeoutDialog.h"
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "Command.h"
 #include "MessageDialog.h"
 #include "Platform.h"
 #include "StringFactory.h"
@@ -22,44 +20,12 @@ constexpr int kHeight = 21;
 constexpr int kTitleHeight = 15;
 constexpr int kFieldLength = 5;
 
-const char* const kAvailabilityOption = "/UserVars/TarvikShellTimeOut";
-const char* const kIdleOption = "/UserVars/TarvikShellInteractiveTimeOut";
-
-int ReadMinutes(const char* option) {
-  char* const argv[] = {const_cast<char*>("tarvikcfg-advcfg"), const_cast<char*>("-q"),
-                        const_cast<char*>("-g"), const_cast<char*>(option), nullptr};
-  char out[257] = {};
-  size_t outSize = 256;
-  if (RunCommand("/sbin/tarvikcfg-advcfg", argv, out, &outSize, nullptr, nullptr, nullptr, 0, 0) <
-      0) {
-    return 0;
-  }
-  return AdvcfgMinutes(std::string(out, outSize));
-}
-
-// With "tarvikcli", or "nexcli" when that fails; the retry is not checked.
-void SetOption(const char* option, int seconds) {
-  const std::string value = std::to_string(seconds);
-  std::vector<const char*> words = {"tarvikcli", "system", "settings", "advanced",   "set",
-                                    "-o",        option,   "-i",       value.c_str()};
-  std::vector<char*> argv;
-  for (const char* word : words) {
-    argv.push_back(const_cast<char*>(word));
-  }
-  argv.push_back(nullptr);
-  if (RunCommand("/sbin/tarvikcli", argv.data(), nullptr, nullptr, nullptr, nullptr, nullptr, 0,
-                 0) != 0) {
-    argv[0] = const_cast<char*>("nexcli");
-    RunCommand("/sbin/nexcli", argv.data(), nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
-  }
-}
-
 }  // namespace
 
 ShellTimeoutDialog::ShellTimeoutDialog(Frame* parent)
     : Dialog(parent, kWidth, kHeight, kTitleHeight) {
-  currentAvailability = ReadMinutes(kAvailabilityOption);
-  currentIdle = ReadMinutes(kIdleOption);
+  currentAvailability = ShellTimeoutMinutes(ShellTimeout::kAvailability);
+  currentIdle = ShellTimeoutMinutes(ShellTimeout::kIdle);
   if (_contentWindow == nullptr) {
     return;
   }
@@ -90,15 +56,7 @@ void ShellTimeoutDialog::ApplyAvailability() {
     Frame::Run(&refusal);
     return;
   }
-  SetOption(kAvailabilityOption, *minutes * 60);
-  // Running services read the time-out when they start.
-  if (RunServiceScript("/etc/init.d/TarvikShell", "status") == 0) {
-    RunServiceScript("/etc/init.d/TarvikShell", "restart");
-  }
-  if (RunServiceScript("/etc/init.d/SSH", "status") == 0) {
-    RunServiceScript("/etc/init.d/SSH", "restart");
-  }
-  LogTimeoutChange("Shell timeout", *minutes);
+  SetShellTimeout(ShellTimeout::kAvailability, *minutes);
 }
 
 void ShellTimeoutDialog::ApplyIdle() {
@@ -106,8 +64,7 @@ void ShellTimeoutDialog::ApplyIdle() {
   if (!minutes) {
     return;
   }
-  SetOption(kIdleOption, *minutes * 60);
-  LogTimeoutChange("shell interactive timeout", *minutes);
+  SetShellTimeout(ShellTimeout::kIdle, *minutes);
 }
 
 int ShellTimeoutDialog::Loop() {

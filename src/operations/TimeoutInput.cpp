@@ -1,15 +1,11 @@
 #include "TimeoutInput.h"
 
 #include <curses.h>
-#include <syslog.h>
 
-#include <cerrno>
-#include <cstdlib>
 
 #include "FieldKeys.h"
 #include "ItemList.h"
 #include "MessageDialog.h"
-#include "Platform.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -27,19 +23,6 @@ int ParseTimeoutMinutes(const std::string& digits) {
     }
   }
   return minutes;
-}
-
-int AdvcfgMinutes(std::string output) {
-  if (!output.empty()) {
-    output.pop_back();
-  }
-  errno = 0;
-  char* end = nullptr;
-  const long long seconds = std::strtoll(output.c_str(), &end, 10);
-  if (end == output.c_str() || errno != 0 || seconds < 0 || seconds / 60 > 1000000) {
-    return 0;
-  }
-  return static_cast<int>(seconds / 60);
 }
 
 bool IsTimeoutFieldKey(int key) {
@@ -87,14 +70,6 @@ std::optional<int> ChangedMinutes(Frame* parent, const std::string& text, int cu
     return std::nullopt;
   }
   return minutes;
-}
-
-void LogTimeoutChange(const char* what, int minutes) {
-  if (minutes == 0) {
-    Platform::Syslog(LOG_INFO, "Disabled %s", what);
-  } else {
-    Platform::Syslog(LOG_INFO, "Modified %s to %d minutes", what, minutes);
-  }
 }
 
 }  // namespace Merel

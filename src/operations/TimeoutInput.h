@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "Timeouts.h"
+
 namespace Merel {
 
 class Frame;
@@ -16,10 +18,6 @@ constexpr int kMaxTimeoutMinutes = 1440;
 // A field's digits as minutes; any value beyond the limit comes out as
 // kMaxTimeoutMinutes + 1 whatever its length, so nothing overflows.
 int ParseTimeoutMinutes(const std::string& digits);
-
-// Whole minutes of a host tool's answer in seconds ("900\n" is 15); the
-// answer's last byte is its newline. 0 for anything that is not a number.
-int AdvcfgMinutes(std::string output);
 
 // Whether `key` is one a time-out field takes: digits and the editing keys.
 bool IsTimeoutFieldKey(int key);
@@ -37,9 +35,5 @@ void ShowInvalidTimeout(Frame* parent);
 // nothing either for a value beyond the limit, after telling the user (the
 // dialog then closes with nothing changed).
 std::optional<int> ChangedMinutes(Frame* parent, const std::string& text, int currentSeconds);
-
-// The log line of a written time-out: "Disabled <what>" for 0, else
-// "Modified <what> to N minutes".
-void LogTimeoutChange(const char* what, int minutes);
 
 }  // namespace Merel
