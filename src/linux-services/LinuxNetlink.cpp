@@ -150,6 +150,7 @@ bool Read(KernelNetwork& network, std::string& error) {
     entry.index = rtnl_route_nh_get_ifindex(hop);
     entry.gateway = Text(rtnl_route_nh_get_gateway(hop));
     entry.ipv6 = rtnl_route_get_family(route) == AF_INET6;
+    entry.advertised = rtnl_route_get_protocol(route) == RTPROT_RA;
     if (!entry.gateway.empty())
       network.defaultRoutes.push_back(entry);
   }

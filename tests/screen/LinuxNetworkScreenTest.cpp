@@ -80,6 +80,12 @@ ip addr add 10.99.0.2/24 dev br0
 ip route add default via 10.99.0.1
 nsenter -t "$P" -n sh -c 'ip link set lo up; ip link set peer0 up; ip link set peer1 up;
   ip addr add 10.99.0.1/24 dev peer0'
+# Router advertisements of 2001:db8:99::/64, for the cases that ask for them.
+RA=""
+if [ -e "$S/with-ra" ]; then
+  nsenter -t "$P" -n ip -6 addr add 2001:db8:99::1/64 dev peer0 nodad
+  RA="--enable-ra --dhcp-range=2001:db8:99::,ra-only,64 --ra-param=peer0,4,600"
+fi
 # The router's DHCP and DNS; merel-test.lab is the name the network test
 # looks up. Its leases and log stay in the scratch folder.
 mkdir -p /var/lib/dhcpcd && mount -t tmpfs tmpfs /var/lib/dhcpcd
@@ -87,7 +93,7 @@ nsenter -t "$P" -n dnsmasq --conf-file=/dev/null --user=root --interface=peer0 \
   --bind-interfaces --no-resolv --no-hosts --dhcp-range=10.99.0.100,10.99.0.150,255.255.255.0,1h \
   --dhcp-option=option:router,10.99.0.1 --dhcp-option=option:dns-server,10.99.0.1 \
   --address=/merel-test.lab/10.99.0.42 --dhcp-leasefile="$S/leases" --pid-file="$S/dnsmasq.pid" \
-  --log-dhcp --log-facility="$S/dnsmasq.log"
+  --log-dhcp --log-facility="$S/dnsmasq.log" $RA
 while [ ! -s "$S/dnsmasq.pid" ]; do sleep 0.05; done
 mount -t sysfs sysfs /sys
 export LIBVIRT_DEFAULT_URI=test:///default
@@ -411,6 +417,75 @@ TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
       << console.Text();
   EXPECT_TRUE(RowWith(console, "Resolving hostname (merel-test.lab).").ends_with("OK."))
       << console.Text();
+}
+
+// SLAAC from the router's advertisements is what the welcome screen shows;
+// static IPv6 then replaces it in the kernel and in the files.
+TEST_F(LinuxNetworkTest, SlaacAddressIsShownThenStaticIpv6ReplacesIt) {
+  std::ofstream(_scratch + "/with-ra");
+  Terminal& console = Start();
+  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  std::string slaac;
+  ASSERT_TRUE(console.WaitFor([&] {
+    const std::string text = InHost("ip -6 -o addr show dev br0 scope global");
+    const auto at = text.find("inet6 2001:db8:99:");
+    slaac = at == std::string::npos ? "" : text.substr(at + 6, text.find('/', at) - at - 6);
+    return !slaac.empty() && !Contains(text, "tentative");
+  })) << InHost("ip -6 addr") << Slurp(_scratch + "/dnsmasq.log");
+  console.SendKey(Key::kEscape);  // the welcome screen reads the host again
+  ASSERT_TRUE(WaitQuiet(console, "http://[" + slaac + "]/")) << console.Text();
+
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "IPv6 Configuration")) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), slaac)) << console.Text();
+  // Static: the advertised address stays in the first field but is not the
+  // console's to keep; the second field and the gateway are typed.
+  Choose(console, "IPv6 Configuration", "Set static IPv6");
+  Type(console, {Key::kDown, Key::kDown, Key::kDown, Key::kSpace, Key::kDown, Key::kDown});
+  TypeText(console, "2001:db8:99::7/64");
+  Type(console, {Key::kDown, Key::kDown, Key::kEnd});
+  for (int i = 0; i < 40; ++i)
+    console.Send("\x7f");
+  TypeText(console, "2001:db8:99::1");
+  Accept(console);
+  ApplyChanges(console);
+
+  const std::string addresses = InHost("ip -6 -o addr show dev br0 scope global");
+  EXPECT_TRUE(Contains(addresses, "inet6 2001:db8:99::7/64")) << addresses;
+  EXPECT_FALSE(Contains(addresses, slaac + "/")) << addresses;
+  EXPECT_TRUE(Contains(InHost("ip -6 route show default"), "default via 2001:db8:99::1 dev br0"))
+      << InHost("ip -6 route");
+  EXPECT_EQ(InHost("cat /proc/sys/net/ipv6/conf/br0/accept_ra"), "0\n");
+  const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
+  EXPECT_EQ(Field(bridge, "[Network] IPv6AcceptRA"), "no");
+  std::vector<std::string> written;
+  for (auto [at, end] = bridge.equal_range("[Network] Address"); at != end; ++at)
+    written.push_back(at->second);
+  EXPECT_EQ(written, (std::vector<std::string>{"10.99.0.2/24", "2001:db8:99::7/64"}));
+  EXPECT_EQ(bridge.count("[Network] Gateway"), 2u);
+  EXPECT_EQ(std::prev(bridge.upper_bound("[Network] Gateway"))->second, "2001:db8:99::1");
+}
+
+// IPv6 off: the kernel at once (every interface), the next boot through the
+// console's sysctl file, and the host restarts as the console asks.
+TEST_F(LinuxNetworkTest, Ipv6OffReachesTheKernelAndTheNextBoot) {
+  Terminal& console = Start();
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  Choose(console, "IPv6 Configuration", "Disable IPv6");
+  Type(console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
+  Accept(console);
+  Press(console, Key::kEscape, "Apply changes and reboot host?");
+  console.SendText("Y");
+  ASSERT_TRUE(console.WaitFor([&] { return Contains(Slurp(_scratch + "/calls"), "reboot"); }))
+      << console.Text();
+  EXPECT_EQ(InHost("cat /proc/sys/net/ipv6/conf/all/disable_ipv6 /proc/sys/net/ipv6/conf/br0/"
+                   "disable_ipv6"),
+            "1\n1\n");
+  EXPECT_FALSE(Contains(InHost("ip -6 addr show dev br0"), "inet6"));
+  EXPECT_TRUE(Contains(File("/sysctl.d/10-merel-ipv6.conf"),
+                       "net.ipv6.conf.all.disable_ipv6 = 1\n"));
+  const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
+  EXPECT_EQ(Field(bridge, "[Network] LinkLocalAddressing"), "no");
 }
 
 // The factory layout: one bridge on the first adapter with a link, DHCP on

@@ -153,6 +153,24 @@ TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
   }
 }
 
+// IPv6 switched off is the next boot's: the sysctl file says so, and the
+// interface's file keeps no IPv6 of its own.
+TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
+  for (const bool enabled : {true, false}) {
+    bool read = !enabled;
+    EXPECT_TRUE(ParseIpv6Sysctl(RenderIpv6Sysctl(enabled), read));
+    EXPECT_EQ(read, enabled);
+  }
+  bool untouched = true;
+  EXPECT_FALSE(ParseIpv6Sysctl("net.ipv6.conf.eth0.disable_ipv6 = 1\n", untouched));
+  NetworkState network;
+  MapNetwork(Bridged(), {}, "/nonexistent", network);
+  network.ipv6EnabledAfterReboot = false;
+  const std::string text = RenderNetworkd(network, {"br0"}).at("10-merel-br0.network");
+  EXPECT_NE(text.find("LinkLocalAddressing=no\nIPv6AcceptRA=no\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("2001:db8::5"), std::string::npos) << text;
+}
+
 TEST(LinuxNetworkFiles, ResolverRoundTrip) {
   DnsState dns;
   dns.domain = "lab.test";
@@ -226,6 +244,8 @@ TEST(LinuxNetworkChanges, OnlyTheMappedSettingsMayChange) {
       {"names", [](HostState& s) { s.network.dns.hostname = "x"; }, true},
       {"uplinks", [](HostState& s) { s.network.vswitches[0].uplinks.push_back("eth1"); }, true},
       {"restart", [](HostState& s) { ++s.network.nics[0].restarts; }, true},
+      {"ipv6Off", [](HostState& s) { s.network.ipv6EnabledAfterReboot = false; }, true},
+      {"ipv6Now", [](HostState& s) { s.network.ipv6Enabled = false; }, false},
       {"newSwitch", [](HostState& s) { s.network.vswitches.push_back({}); }, false},
       {"vlan", [](HostState& s) { s.network.vswitches[0].portGroups[0].vlanId = 20; }, false},
       {"mtu", [](HostState& s) { s.network.nics[0].mtu = 9000; }, false},

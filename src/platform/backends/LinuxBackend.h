@@ -70,6 +70,8 @@ class LinuxBackend : public Backend {
   // The netlink table, with the kernel's network read into `kernel`; throws
   // when it cannot be read or another manager owns it.
   const Linux::Netlink& ChangeableNetwork(Linux::KernelNetwork& kernel) const;
+  // The console's sysctl file that switches IPv6 on or off at boot.
+  std::string Ipv6SysctlPath() const;
   // The DHCP client of the machine ("" when it has none).
   std::string DhcpClient() const;
   void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,

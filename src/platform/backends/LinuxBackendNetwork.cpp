@@ -95,6 +95,19 @@ bool RunTool(const std::vector<std::string>& words, std::string& error) {
   return false;
 }
 
+// A kernel setting under /proc/sys: not a file of the machine's that must
+// survive a crash, only a value handed to the kernel.
+bool SetKnob(const std::string& path, const std::string& value, std::string& error) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const bool ok = fd >= 0 && write(fd, value.data(), value.size()) ==
+                                 static_cast<ssize_t>(value.size());
+  if (!ok)
+    error = path.substr(path.find("/proc/")) + ": " + strerror(errno);
+  if (fd >= 0)
+    close(fd);
+  return ok;
+}
+
 // The adapters the switch's port groups team, in order.
 std::vector<std::string> Teamed(const VSwitchState& vswitch) {
   std::vector<std::string> names;
@@ -121,6 +134,7 @@ HostState Untracked(HostState state) {
   network.dns.ipv6NameServers.clear();
   network.dns.saveCount = 0;
   network.routing = {};
+  network.ipv6EnabledAfterReboot = true;
   network.autoConfigCount = 0;
   // A dump target has no meaning on a Linux host: switching it off is kept
   // as done.
@@ -164,7 +178,8 @@ void LinuxBackend::ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState&
   }
   Linux::MapNetwork(kernel, files, _root, network);
   network.ipv6Enabled = Slurp(_root + "/proc/sys/net/ipv6/conf/all/disable_ipv6") != "1\n";
-  network.ipv6EnabledAfterReboot = network.ipv6Enabled;
+  if (!Linux::ParseIpv6Sysctl(Slurp(Ipv6SysctlPath()), network.ipv6EnabledAfterReboot))
+    network.ipv6EnabledAfterReboot = network.ipv6Enabled;
   Linux::ParseResolver(Slurp(_root + "/etc/resolv.conf"), network.dns);
   if (!network.nics.empty() && network.nics.front().dhcpDns)
     network.dhcp.dns = network.dns.nameServers;
@@ -202,6 +217,10 @@ const Linux::Netlink& LinuxBackend::ChangeableNetwork(Linux::KernelNetwork& kern
   return *netlink;
 }
 
+std::string LinuxBackend::Ipv6SysctlPath() const {
+  return _root + "/etc/sysctl.d/10-merel-ipv6.conf";
+}
+
 std::string LinuxBackend::DhcpClient() const {
   for (const char* place : {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"}) {
     if (access((_root + place).c_str(), X_OK) == 0)
@@ -216,7 +235,11 @@ void LinuxBackend::WriteNetworkd(const NetworkState& network,
   const std::string dir = Linux::NetworkdDir(_root);
   mkdir((_root + "/etc/systemd").c_str(), 0755);
   mkdir(dir.c_str(), 0755);
-  const auto files = Linux::RenderNetworkd(network, Bridges(kernel));
+  // Addresses the interface obtained by itself are not written down.
+  NetworkState written = network;
+  for (auto& nic : written.nics)
+    nic.ipv6Addresses = StaticIpv6(nic, kernel);
+  const auto files = Linux::RenderNetworkd(written, Bridges(kernel));
   std::string error;
   for (const auto& [name, content] : files) {
     if (Slurp(dir + "/" + name) != content &&
@@ -322,6 +345,24 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
     }
   }
 
+  // IPv6 on or off: the console's model has it take effect with the next
+  // boot (the console's sysctl file), and the kernel takes it at once too;
+  // "all" reaches every interface.
+  const bool ipv6On = now.ipv6EnabledAfterReboot;
+  const bool ipv6Toggled = now.ipv6EnabledAfterReboot != was.ipv6EnabledAfterReboot;
+  if (ipv6Toggled) {
+    mkdir((_root + "/etc/sysctl.d").c_str(), 0755);
+    bool ok = WriteFileDurably(Ipv6SysctlPath(), Linux::RenderIpv6Sysctl(ipv6On), 0644, error);
+    for (const char* scope : {"all", "default"}) {
+      ok = ok && SetKnob(_root + "/proc/sys/net/ipv6/conf/" + scope + "/disable_ipv6",
+                         ipv6On ? "0" : "1", error);
+    }
+    if (ok)
+      kept.ipv6EnabledAfterReboot = kept.ipv6Enabled = ipv6On;
+    else
+      fail(error);
+  }
+
   // The management interface: its addresses and the default routes.
   const NexNicState* nic = ManagementNic(after);
   const NexNicState* oldNic = ManagementNic(before);
@@ -386,14 +427,62 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
         keptNic->dhcpDns = nic->dhcpDns;
       }
     }
-    if (restart || nic->ipv6Addresses != oldNic->ipv6Addresses) {
-      if (netlink->setAddresses(nic->name, true, StaticIpv6(*nic, kernel), error))
-        keptNic->ipv6Addresses = nic->ipv6Addresses;
+    // IPv6 of the management interface: addresses from router
+    // advertisements by the kernel, DHCPv6 by the DHCP client's IPv6
+    // instance; taking the link down or switching IPv6 back on cleared
+    // the interface's own addresses and routes.
+    bool ipv6Reset = restart || (ipv6Toggled && ipv6On);
+    const std::string client = DhcpClient();
+    if (!ipv6On) {
+      if (oldNic->ipv6Dhcp && !client.empty())
+        RunTool({client, "-6", "-x", nic->name}, error);
+      keptNic->ipv6RouterAdvertised = nic->ipv6RouterAdvertised;
+      keptNic->ipv6Dhcp = nic->ipv6Dhcp;
+    } else if (ipv6Reset || nic->ipv6RouterAdvertised != oldNic->ipv6RouterAdvertised ||
+               nic->ipv6Dhcp != oldNic->ipv6Dhcp) {
+      const std::string conf = _root + "/proc/sys/net/ipv6/conf/" + nic->name + "/";
+      if (oldNic->ipv6Dhcp && !nic->ipv6Dhcp && !client.empty())
+        RunTool({client, "-6", "-x", nic->name}, error);
+      const bool ra = nic->ipv6RouterAdvertised;
+      // A forwarding interface takes advertisements only when told to.
+      const std::string accept = !ra ? "0" : Slurp(conf + "forwarding") == "1\n" ? "2" : "1";
+      bool ok = SetKnob(conf + "accept_ra", accept, error) &&
+                SetKnob(conf + "autoconf", ra ? "1" : "0", error);
+      // What advertisements gave stays until its lifetime ends: the
+      // interface's IPv6 starts over without it.
+      if (ok && oldNic->ipv6RouterAdvertised && !ra && !ipv6Reset) {
+        ok = SetKnob(conf + "disable_ipv6", "1", error) &&
+             SetKnob(conf + "disable_ipv6", "0", error);
+        ipv6Reset = true;
+      }
+      if (ok && nic->ipv6Dhcp) {
+        if (client.empty()) {
+          error = "no DHCP client (dhcpcd) on this host";
+          ok = false;
+        } else {
+          // Started in the background (a network without DHCPv6 says so
+          // only in its advertisements), or told to renew when it runs.
+          std::vector<std::string> words = {client, "-6", "-n", "-b", "-C", "hostname"};
+          if (!nic->dhcpDns)
+            words.insert(words.end(), {"-C", "resolv.conf"});
+          words.push_back(nic->name);
+          ok = RunTool(words, error);
+        }
+      }
+      if (ok) {
+        keptNic->ipv6RouterAdvertised = ra;
+        keptNic->ipv6Dhcp = nic->ipv6Dhcp;
+      } else {
+        fail(error);
+      }
+    }
+    if (ipv6On && (ipv6Reset || nic->ipv6Addresses != oldNic->ipv6Addresses)) {
+      const std::vector<std::string> wanted = StaticIpv6(*nic, kernel);
+      if (netlink->setAddresses(nic->name, true, wanted, error))
+        keptNic->ipv6Addresses = wanted;
       else
         fail(error);
     }
-    keptNic->ipv6RouterAdvertised = nic->ipv6RouterAdvertised;
-    keptNic->ipv6Dhcp = nic->ipv6Dhcp;
     keptNic->dhcpDns = nic->dhcpDns;
     if (nic->ipv4Mode != "dhcp" &&
         (restart || ipv4Changed || now.routing.ipv4Gateway != was.routing.ipv4Gateway)) {
@@ -405,7 +494,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
       else
         fail(error);
     }
-    if (restart || now.routing.ipv6Gateway != was.routing.ipv6Gateway) {
+    if (ipv6On && (ipv6Reset || now.routing.ipv6Gateway != was.routing.ipv6Gateway)) {
       const std::string& gateway = now.routing.ipv6Gateway;
       if (netlink->setDefaultRoute(nic->name, true, gateway == "::" ? "" : gateway, error))
         kept.routing.ipv6Gateway = gateway;

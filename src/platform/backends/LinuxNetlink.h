@@ -38,6 +38,8 @@ struct KernelRoute {
   int index = 0;
   std::string gateway;
   bool ipv6 = false;
+  // Learnt from a router advertisement: the network's, not the console's.
+  bool advertised = false;
 };
 
 struct KernelNetwork {

@@ -252,25 +252,6 @@ void MapNetwork(const KernelNetwork& kernel,
     else if (!ipv4)
       ipv4 = &address;
   }
-  std::string mode;
-  if (file != files.end() && file->second.present) {
-    mode = file->second.ipv4Mode;
-    nic.dhcpDns = mode == "dhcp" && file->second.dhcpDns;
-    nic.ipv6RouterAdvertised = file->second.acceptRa;
-    nic.ipv6Dhcp = file->second.dhcpv6;
-  } else {
-    mode = !ipv4 ? "none" : ipv4->dynamic ? "dhcp" : "static";
-    nic.dhcpDns = mode == "dhcp";
-    nic.ipv6RouterAdvertised = ReadValue(root + "/proc/sys/net/ipv6/conf/" + management +
-                                         "/accept_ra") != "0";
-  }
-  nic.ipv4Mode = mode;
-  for (const auto& route : kernel.defaultRoutes) {
-    if (route.ipv6 && network.routing.ipv6Gateway == "::")
-      network.routing.ipv6Gateway = route.gateway;
-    if (!route.ipv6 && network.routing.ipv4Gateway == "0.0.0.0")
-      network.routing.ipv4Gateway = route.gateway;
-  }
   // The model's DHCP server is the one that gave the lease: what the
   // interface holds is what the console shows.
   network.dhcp = {};
@@ -280,6 +261,34 @@ void MapNetwork(const KernelNetwork& kernel,
   network.dhcp.ipv6Gateway.clear();
   network.dhcp.poolStart = network.dhcp.poolEnd = "0.0.0.0";
   network.dhcp.dns.clear();
+  std::string mode;
+  if (file != files.end() && file->second.present) {
+    mode = file->second.ipv4Mode;
+    nic.dhcpDns = mode == "dhcp" && file->second.dhcpDns;
+    nic.ipv6RouterAdvertised = file->second.acceptRa;
+    nic.ipv6Dhcp = file->second.dhcpv6;
+  } else {
+    mode = !ipv4 ? "none" : ipv4->dynamic ? "dhcp" : "static";
+    nic.dhcpDns = mode == "dhcp";
+    // The DHCP client's IPv6 instance keeps a pid file while it runs.
+    nic.ipv6Dhcp = access((root + "/run/dhcpcd/" + management + "-6.pid").c_str(), F_OK) == 0;
+  }
+  // Whether the kernel configures addresses from router advertisements is
+  // the kernel's to say (the DHCP client's IPv6 instance switches it off
+  // and solicits by itself).
+  if (const std::string ra =
+          ReadValue(root + "/proc/sys/net/ipv6/conf/" + management + "/accept_ra");
+      !ra.empty())
+    nic.ipv6RouterAdvertised = ra != "0";
+  nic.ipv4Mode = mode;
+  for (const auto& route : kernel.defaultRoutes) {
+    if (route.ipv6 && route.advertised && network.dhcp.ipv6Gateway.empty())
+      network.dhcp.ipv6Gateway = route.gateway;
+    else if (route.ipv6 && !route.advertised && network.routing.ipv6Gateway == "::")
+      network.routing.ipv6Gateway = route.gateway;
+    if (!route.ipv6 && network.routing.ipv4Gateway == "0.0.0.0")
+      network.routing.ipv4Gateway = route.gateway;
+  }
   if (ipv4) {
     nic.ipv4Address = ipv4->address;
     nic.ipv4Netmask = NetmaskOf(ipv4->prefix);
@@ -317,7 +326,8 @@ std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
     if (!nic.management)
       continue;
     const bool dhcp4 = nic.ipv4Mode == "dhcp";
-    const bool ipv6 = network.ipv6Enabled;
+    // The files are the next boot's: IPv6 as it will be then.
+    const bool ipv6 = network.ipv6EnabledAfterReboot;
     std::ostringstream out;
     out << heading << "[Match]\nName=" << nic.name << "\n\n[Network]\n";
     out << "DHCP="
@@ -375,6 +385,28 @@ std::string RenderHosts(const std::string& hosts,
   if (!placed)
     out += line + "\n";
   return out;
+}
+
+std::string RenderIpv6Sysctl(bool enabled) {
+  const char* const value = enabled ? "0" : "1";
+  return std::string("# Written by the console; IPv6 on or off from the next boot on.\n") +
+         "net.ipv6.conf.all.disable_ipv6 = " + value + "\nnet.ipv6.conf.default.disable_ipv6 = " +
+         value + "\n";
+}
+
+bool ParseIpv6Sysctl(const std::string& text, bool& enabled) {
+  std::istringstream lines(text);
+  std::string line;
+  bool found = false;
+  while (std::getline(lines, line)) {
+    line.erase(std::remove_if(line.begin(), line.end(), ::isspace), line.end());
+    const std::string key = "net.ipv6.conf.all.disable_ipv6=";
+    if (line.rfind(key, 0) == 0) {
+      enabled = line.substr(key.size()) == "0";
+      found = true;
+    }
+  }
+  return found;
 }
 
 int PrefixOf(const std::string& netmask) {

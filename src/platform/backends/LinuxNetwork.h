@@ -66,6 +66,11 @@ std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
 // The 127.0.1.1 line of a hosts file for the host's name, the rest kept.
 std::string RenderHosts(const std::string& hosts, const std::string& host, const std::string& domain);
 
+// The console's sysctl file for IPv6 on or off at boot, and what one says
+// (false when it says nothing about it).
+std::string RenderIpv6Sysctl(bool enabled);
+bool ParseIpv6Sysctl(const std::string& text, bool& enabled);
+
 // Bits of an IPv4 netmask ("255.255.255.0" -> 24); -1 for no netmask.
 int PrefixOf(const std::string& netmask);
 std::string NetmaskOf(int prefix);
