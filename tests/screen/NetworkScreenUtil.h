@@ -57,13 +57,6 @@ inline void ApplyChanges(Terminal& console,
   }
 }
 
-inline void ExpectLines(const SimHost& host, const std::vector<std::string>& lines) {
-  const std::string log = host.Syslog();
-  for (const std::string& line : lines) {
-    EXPECT_NE(log.find(line), std::string::npos) << line << " not in\n" << log;
-  }
-}
-
 inline const nlohmann::json& Nex0(const nlohmann::json& state) {
   static const nlohmann::json none;
   const nlohmann::json* nic = Named(state["network"]["nics"], "nex0");

@@ -129,9 +129,9 @@ class Terminal {
   // The terminal's modes as the program left them; readable through the
   // master also after the program has ended (until HangUp).
   std::optional<struct termios> Modes() const;
-  // Live (not zombie) processes of the program's session: the program and
-  // whatever it started on the terminal.
-  std::vector<pid_t> SessionProcesses() const;
+  // Live processes of the program's session: the program and whatever it
+  // started on the terminal; with `zombies`, those ended and not reaped.
+  std::vector<pid_t> SessionProcesses(bool zombies = false) const;
 
   // Text trims each row's trailing blanks and joins rows with "\n" (the form
   // golden screens are kept in). Find gives the column of `text` in row y, or -1.
