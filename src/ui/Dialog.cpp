@@ -3,7 +3,6 @@
 // footer. Dialogs with fields put them into the content window.
 #include "Dialog.h"
 
-#include "ItemList.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -51,18 +50,6 @@ void Dialog::SetText(const std::string& text) {
 
 void Dialog::SetFooter(const std::string& text) {
   _footerText->SetText(text);
-}
-
-bool Dialog::OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list) {
-  SetTitle(_strings->GetString(titleKey));
-  SetText(_strings->GetString(textKey));
-  SetFooter(footer);
-  if (list == nullptr) {
-    return false;
-  }
-  Window::ShowCursor(true);
-  list->DrawItems();
-  return true;
 }
 
 TextArea* Dialog::AddContentText() {

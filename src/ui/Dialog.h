@@ -37,11 +37,6 @@ class Dialog : public Frame {
   void SetFooter(const std::string& text);
 
  protected:
-  // The opening of a dialog whose fields take typed text: its texts, then
-  // the text cursor shown and the list drawn. False when the body had no
-  // room for the list (nothing can be typed: the dialog ends at once).
-  bool OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list);
-
   // A text filling the whole body, in the body's colour; null when the body
   // is too low to have one.
   TextArea* AddContentText();
