@@ -71,8 +71,7 @@ class DeviceNotice : public Dialog {
     if (_cancellable) {
       return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
     }
-    while (Frame::WaitForKey(this, true) != kKeyEnter) {
-    }
+    WaitForEnter();
     return 1;
   }
 

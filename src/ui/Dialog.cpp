@@ -61,9 +61,9 @@ TextArea* Dialog::AddContentText() {
                                              _contentWindow->GetForeground());
 }
 
-bool Dialog::WaitForKeyOrEscape(int yesKey) {
+bool Dialog::WaitForKeyOrEscape(int yesKey, bool useIdleLimit) {
   for (;;) {
-    const int key = Frame::WaitForKey(this, true);
+    const int key = Frame::WaitForKey(this, useIdleLimit);
     if (key == kKeyEscape) {
       return false;
     }
@@ -71,6 +71,26 @@ bool Dialog::WaitForKeyOrEscape(int yesKey) {
       return true;
     }
   }
+}
+
+void Dialog::WaitForEnter(bool useIdleLimit) {
+  while (Frame::WaitForKey(this, useIdleLimit) != kKeyEnter) {
+  }
+}
+
+bool Dialog::Ask(const std::string& title,
+                 const std::string& text,
+                 const char* footer,
+                 TextArea* body,
+                 const std::string& question,
+                 int yesKey) {
+  SetTitle(title);
+  SetText(text);
+  SetFooter(footer);
+  if (body != nullptr) {
+    body->SetText(question);
+  }
+  return WaitForKeyOrEscape(yesKey);
 }
 
 }  // namespace Merel

@@ -43,7 +43,18 @@ class Dialog : public Frame {
   // The key loop of a yes-or-cancel question: true on `yesKey`, false on
   // Esc; every other key is ignored. Drastic actions take KEY_F(11), so
   // that an Enter typed ahead cannot set them off.
-  bool WaitForKeyOrEscape(int yesKey);
+  bool WaitForKeyOrEscape(int yesKey, bool useIdleLimit = true);
+  // The key loop of a notice: returns on Enter, ignores every other key.
+  void WaitForEnter(bool useIdleLimit = true);
+  // Shows a question's title, description and footer, and `question` in the
+  // body when the dialog made a text there with AddContentText (`body`);
+  // then waits as WaitForKeyOrEscape does.
+  bool Ask(const std::string& title,
+           const std::string& text,
+           const char* footer,
+           TextArea* body,
+           const std::string& question,
+           int yesKey);
 
   Window* _titleWindow = nullptr;
   Window* _bodyWindow = nullptr;
