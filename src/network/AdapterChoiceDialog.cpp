@@ -3,8 +3,6 @@
 #include <memory>
 
 #include "ItemList.h"
-#include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -22,7 +20,14 @@ AdapterChoiceDialog::AdapterChoiceDialog(Frame* parent,
                                          int titleHeight,
                                          uint32_t titleKey,
                                          uint32_t textKey)
-    : Dialog(parent, width, height, titleHeight), _titleKey(titleKey), _textKey(textKey) {}
+    : ChoiceListDialog(parent,
+                       width,
+                       height,
+                       titleHeight,
+                       titleKey,
+                       textKey,
+                       std::string(kKeys) + kOkCancelFooter,
+                       true) {}
 
 std::string AdapterChoiceDialog::Plain(const std::string& text) {
   std::string plain = text;
@@ -61,9 +66,7 @@ void AdapterChoiceDialog::SetRows(const char* header,
     _contentWindow
         ->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(), 1, _contentWindow->GetForeground())
         .SetText(header);
-    _list = &_contentWindow->AddChild<ItemList>(0, 1, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight() - 1);
-    _list->SetItems(std::move(items));
+    SetItems(std::move(items), 1);
   }
 }
 
@@ -72,48 +75,10 @@ void AdapterChoiceDialog::Toggle(size_t index) {
   _list->DrawItems();
 }
 
-int AdapterChoiceDialog::Loop() {
-  SetTitle(_strings->GetString(_titleKey));
-  SetText(_strings->GetString(_textKey));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
-  Window::ShowCursor(false);
-  if (_list == nullptr) {
-    return 0;
-  }
-  _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    const bool onRow = _list->Count() > 0;
-    const size_t index = static_cast<size_t>(_list->CurrentIndex());
-    switch (key) {
-      case KEY_UP:
-        _list->Prev();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        break;
-      case ' ':
-        if (onRow) {
-          Toggle(index);
-        }
-        break;
-      case 'd':
-      case 'D':
-        if (onRow) {
-          AdapterInfoDialog details(this, AdapterAt(index));
-          Frame::Run(&details);
-        }
-        break;
-      case kKeyEnter:
-        if (Finish()) {
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
+void AdapterChoiceDialog::OtherKey(int key) {
+  if ((key == 'd' || key == 'D') && _list->Count() > 0) {
+    AdapterInfoDialog details(this, AdapterAt(static_cast<size_t>(_list->CurrentIndex())));
+    Frame::Run(&details);
   }
 }
 

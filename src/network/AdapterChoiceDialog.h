@@ -10,18 +10,15 @@
 #include <vector>
 
 #include "AdapterInfoDialog.h"
-#include "Dialog.h"
+#include "ChoiceListDialog.h"
 
 namespace Merel {
 
 class CheckItem;
-class ItemList;
 
-class AdapterChoiceDialog : public Dialog {
+// Run, it gives 1 when a choice was accepted with Enter, 0 on Esc.
+class AdapterChoiceDialog : public ChoiceListDialog {
  public:
-  // 1 when a choice was accepted with Enter, 0 on Esc.
-  int Loop() override;
-
   // A host's text made safe for markup and fixed-width fields: braces
   // would be read as tags, and anything that is not plain printable text
   // would upset the columns.
@@ -44,12 +41,13 @@ class AdapterChoiceDialog : public Dialog {
   // Enter: true when the choice stands (after any refusal or question).
   virtual bool Finish() = 0;
 
-  ItemList* _list = nullptr;
   std::vector<CheckItem*> _checks;  // one per row, owned by _list
 
  private:
-  uint32_t _titleKey;
-  uint32_t _textKey;
+  void Mark(size_t index) final { Toggle(index); }
+  int Enter() final { return Finish() ? 1 : kStay; }
+  // D shows the focused adapter's details.
+  void OtherKey(int key) final;
 };
 
 }  // namespace Merel

@@ -75,8 +75,7 @@ int DoRestartNetworkDialog::Loop() {
   }
   append(done);
   SetFooter("{align:right}{color:black}<Enter>{/color}{color:dark-grey} OK{/color}{/align}");
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  WaitForEnter();
   return 1;
 }
 

@@ -61,8 +61,7 @@ int DoRestoreNetworkDialog::Loop() {
     return 0;
   }
   SetFooter("{align:right}{color:black}<Enter>{/color}{color:dark-grey} OK{/color}{/align}");
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  WaitForEnter();
   return 1;
 }
 

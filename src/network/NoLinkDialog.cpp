@@ -39,13 +39,9 @@ bool NoLinkDialog::NoneHasLink(const std::vector<Adapter>& chosen) {
 }
 
 int NoLinkDialog::Loop() {
-  SetTitle(_strings->GetString(_titleKey));
-  SetText(kWarning);
-  SetFooter(kOkCancelFooter);
-  if (_bodyText != nullptr) {
-    _bodyText->SetText(_body + "\n" + kQuestion);
-  }
-  return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
+  const bool yes = Ask(_strings->GetString(_titleKey), kWarning, kOkCancelFooter, _bodyText,
+                       _body + "\n" + kQuestion, kKeyEnter);
+  return yes ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -12,15 +12,11 @@ RestartNetworkDialog::RestartNetworkDialog(Frame* parent, HostCtl::Network::NexN
 }
 
 int RestartNetworkDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kRestartNetworkConfirmTitle));
-  SetText(_strings->GetString(Strings::kRestartNetworkConfirmText));
-  SetFooter(kF11OkCancelFooter);
-  if (_text != nullptr) {
-    _text->SetText(_strings->GetString(Strings::kRestartNetworkQuestion));
-  }
   // Only F11 confirms: the restart cuts remote access, so an Enter meant for
   // something else must not set it off.
-  if (!WaitForKeyOrEscape(KEY_F(11))) {
+  if (!Ask(_strings->GetString(Strings::kRestartNetworkConfirmTitle),
+           _strings->GetString(Strings::kRestartNetworkConfirmText), kF11OkCancelFooter, _text,
+           _strings->GetString(Strings::kRestartNetworkQuestion), KEY_F(11))) {
     return 0;
   }
   DoRestartNetworkDialog restart(this, _nic);

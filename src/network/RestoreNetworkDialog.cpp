@@ -25,14 +25,10 @@ RestoreNetworkDialog::RestoreNetworkDialog(Frame* parent) : Dialog(parent, 60, 1
 }
 
 int RestoreNetworkDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kFactoryRestoreTitle));
-  SetText(_strings->GetString(Strings::kFactoryRestoreText));
-  SetFooter(kFooter);
-  if (_text != nullptr) {
-    _text->SetText(_strings->GetString(Strings::kFactoryRestoreQuestion));
-  }
   // Only F11 confirms, so that an Enter typed ahead cannot wipe the network.
-  if (!WaitForKeyOrEscape(KEY_F(11))) {
+  if (!Ask(_strings->GetString(Strings::kFactoryRestoreTitle),
+           _strings->GetString(Strings::kFactoryRestoreText), kFooter, _text,
+           _strings->GetString(Strings::kFactoryRestoreQuestion), KEY_F(11))) {
     return 0;
   }
   DoRestoreNetworkDialog restore(this);

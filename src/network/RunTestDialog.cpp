@@ -143,8 +143,7 @@ int RunTestDialog::Loop() {
   }
   watch.Stop();
   SetFooter(kOkFooter);
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  WaitForEnter();
   return 1;
 }
 

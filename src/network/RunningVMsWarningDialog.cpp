@@ -21,10 +21,10 @@ RunningVMsWarningDialog::RunningVMsWarningDialog(Frame* parent)
     : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
 
 int RunningVMsWarningDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kVmsRunningTitle));
-  SetText(_strings->GetString(Strings::kVmsRunningQuestion));
-  SetFooter(kFooter);
-  return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
+  const bool yes = Ask(_strings->GetString(Strings::kVmsRunningTitle),
+                       _strings->GetString(Strings::kVmsRunningQuestion), kFooter, nullptr, "",
+                       kKeyEnter);
+  return yes ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -17,14 +17,10 @@ SafeModeNetworkDialog::SafeModeNetworkDialog(Frame* parent) : Dialog(parent, 60,
 }
 
 int SafeModeNetworkDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kRestoreStandardSwitchTitle));
-  SetText(_strings->GetString(Strings::kRestoreStandardSwitchText));
-  SetFooter(kF11OkCancelFooter);
-  if (_text != nullptr) {
-    _text->SetText(_strings->GetString(Strings::kRestoreStandardSwitchQuestion));
-  }
   // Only F11 confirms: the move takes every other interface down.
-  if (!WaitForKeyOrEscape(KEY_F(11))) {
+  if (!Ask(_strings->GetString(Strings::kRestoreStandardSwitchTitle),
+           _strings->GetString(Strings::kRestoreStandardSwitchText), kF11OkCancelFooter, _text,
+           _strings->GetString(Strings::kRestoreStandardSwitchQuestion), KEY_F(11))) {
     return 0;
   }
   using Outcome = StandardSwitchMove::Outcome;

@@ -182,15 +182,7 @@ int SamePasswordConfirmDialog::Loop() {
   SetText(_strings->GetString(Strings::kPasswordSameQuestion));
   SetFooter(kConfirmFooter);
   Window::ShowCursor(false);
-  while (true) {
-    const int key = Frame::WaitForKey(this, _session.loggedIn);
-    if (key == kKeyEnter) {
-      return 1;
-    }
-    if (key == kKeyEscape) {
-      return 0;
-    }
-  }
+  return WaitForKeyOrEscape(kKeyEnter, _session.loggedIn) ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -19,11 +19,6 @@ constexpr int kWidth = 76;
 constexpr int kHeight = 18;
 constexpr int kTitleHeight = 7;
 
-constexpr int kSpace = ' ';
-
-const char* const kKeys =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
 const char* const kSavedNote =
     "The device assignment has been saved. It takes effect when the host is restarted.";
 const char* const kSaveFailedTitle = "{color:red}Device Assignment Error{/color}";
@@ -76,8 +71,7 @@ class DeviceNotice : public Dialog {
     if (_cancellable) {
       return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
     }
-    while (Frame::WaitForKey(this, true) != kKeyEnter) {
-    }
+    WaitForEnter();
     return 1;
   }
 
@@ -99,9 +93,20 @@ class DeviceNotice : public Dialog {
 
 }  // namespace
 
-DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+DriverVMDialog::DriverVMDialog(Frame* parent)
+    : ChoiceListDialog(parent,
+                       kWidth,
+                       kHeight,
+                       kTitleHeight,
+                       Strings::kDriverVmTitle,
+                       Strings::kDriverVmText,
+                       std::string(kSelectToggleKeys) + kOkCancelFooter,
+                       false) {
   DeviceAssignment assignment = ReadDeviceAssignment();
   _note = std::move(assignment.note);
+  if (!_note.empty()) {
+    _text = _note;
+  }
   _devices = std::move(assignment.devices);
   for (const auto& device : _devices) {
     _saved.push_back(device.passthroughNextBoot);
@@ -122,9 +127,7 @@ DriverVMDialog::DriverVMDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
   } else if (items.empty()) {
     items.push_back(std::make_unique<LabelItem>(kNoDevices, false));
   }
-  _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                              _contentWindow->GetHeight());
-  _list->SetItems(std::move(items));
+  SetItems(std::move(items));
 }
 
 void DriverVMDialog::Relabel(size_t index) {
@@ -133,7 +136,10 @@ void DriverVMDialog::Relabel(size_t index) {
   _checks[index]->SetChecked(device.passthroughNextBoot);
 }
 
-void DriverVMDialog::Toggle(size_t index) {
+void DriverVMDialog::Mark(size_t index) {
+  if (_checks.empty()) {
+    return;  // the row says why there is nothing to choose
+  }
   const bool owner = !_devices[index].passthroughNextBoot;
   const std::string group = _devices[index].group;
   size_t members = 0;
@@ -165,7 +171,7 @@ void DriverVMDialog::Toggle(size_t index) {
   _list->DrawItems();
 }
 
-bool DriverVMDialog::Save() {
+int DriverVMDialog::Enter() {
   const AssignmentSave save = SaveDeviceAssignment(_devices, _saved);
   if (!save.saved) {
     // Back to the list afterwards, with the user's choices as they were, so
@@ -174,46 +180,13 @@ bool DriverVMDialog::Save() {
                        std::string("The device assignment could not be saved: ") + save.error,
                        false);
     Frame::Run(&error);
-    return false;
+    return kStay;
   }
   if (save.changed) {
     MessageDialog note(this, Strings::kDriverVmTitle, std::string(kSavedNote));
     Frame::Run(&note);
   }
-  return true;
-}
-
-int DriverVMDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kDriverVmTitle));
-  SetText(_note.empty() ? std::string(_strings->GetString(Strings::kDriverVmText)) : _note);
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
-  Window::ShowCursor(false);
-  for (;;) {
-    switch (Frame::WaitForKey(this, true)) {
-      case KEY_UP:
-        if (_list != nullptr)
-          _list->Prev();
-        break;
-      case KEY_DOWN:
-        if (_list != nullptr)
-          _list->Next();
-        break;
-      case kSpace:
-        if (_list != nullptr && !_checks.empty()) {
-          Toggle(static_cast<size_t>(_list->CurrentIndex()));
-        }
-        break;
-      case kKeyEnter:
-        if (Save()) {
-          return 1;
-        }
-        break;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
-  }
+  return 1;
 }
 
 }  // namespace Merel

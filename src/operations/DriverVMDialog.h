@@ -7,31 +7,28 @@
 
 #include <vector>
 
-#include "Dialog.h"
+#include "ChoiceListDialog.h"
 #include "HostCtl/HostRecords.h"
 
 namespace Merel {
 
 class CheckItem;
-class ItemList;
 
-class DriverVMDialog : public Dialog {
+// Run, it gives 1 when the assignment was saved, 0 when cancelled. A failed
+// save is reported and the list stays, with the choices made.
+class DriverVMDialog : public ChoiceListDialog {
  public:
   explicit DriverVMDialog(Frame* parent);
-  // 1 when the assignment was saved, 0 when cancelled. A failed save is
-  // reported and the list stays, with the choices made.
-  int Loop() override;
 
  private:
-  void Toggle(size_t index);
+  void Mark(size_t index) override;
+  int Enter() override;
   void Relabel(size_t index);
-  bool Save();
 
   std::vector<HostCtl::Hardware::PciDevice> _devices;  // only those offered
   std::vector<CheckItem*> _checks;                     // one per device
   std::vector<bool> _saved;                            // what was saved at opening
   std::string _note;  // why the host can hand no device over; empty when it can
-  ItemList* _list = nullptr;
 };
 
 }  // namespace Merel

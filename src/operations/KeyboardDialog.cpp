@@ -8,10 +8,10 @@
 #include <memory>
 
 #include "HostCtl/HostCtlException.h"
+#include "ItemList.h"
 #include "NexCtl/SystemInfoImpl.h"
 #include "Platform.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -23,15 +23,19 @@ constexpr int kHeight = 18;
 // has eight rows of layouts above the footer.
 constexpr int kTitleHeight = 6;
 
-constexpr int kSpace = ' ';
-
-const char* const kKeys =
-    "{color:black}<Up/Down>{/color} {color:dark-grey}Select{/color}  "
-    "{color:black}<Space>{/color} {color:dark-grey}Toggle Selected{/color}";
-
 }  // namespace
 
-KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+KeyboardDialog::KeyboardDialog(Frame* parent)
+    : ChoiceListDialog(parent,
+                       kWidth,
+                       kHeight,
+                       kTitleHeight,
+                       Strings::kMenuConfigureKeyboard,
+                       Strings::kKeyboardText,
+                       std::string(kSelectToggleKeys) + kOkCancelFooter,
+                       true) {
+  // From the login nobody is logged in yet, and no idle limit applies.
+  _idleLimit = _session.loggedIn;
   std::string current;
   try {
     NexCtl::System::SystemInfoImpl system;
@@ -54,19 +58,17 @@ KeyboardDialog::KeyboardDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
     _radios.push_back(item.get());
     items.push_back(std::move(item));
   }
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  }
+  SetItems(std::move(items));
+  // Start on the chosen layout, scrolled into view.
+  _startRow = _chosen;
 }
 
-void KeyboardDialog::Choose(int index) {
+void KeyboardDialog::Mark(size_t index) {
   if (_chosen >= 0) {
     _radios[static_cast<size_t>(_chosen)]->SetChecked(false);
   }
-  _radios[static_cast<size_t>(index)]->SetChecked(true);
-  _chosen = index;
+  _radios[index]->SetChecked(true);
+  _chosen = static_cast<int>(index);
   _list->DrawItems();
 }
 
@@ -87,41 +89,8 @@ bool KeyboardDialog::Apply() {
   return true;
 }
 
-int KeyboardDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kMenuConfigureKeyboard));
-  SetText(_strings->GetString(Strings::kKeyboardText));
-  SetFooter(std::string(kKeys) + kOkCancelFooter);
-  Window::ShowCursor(false);
-  if (_list == nullptr) {
-    return 0;
-  }
-  // Start on the chosen layout, scrolled into view.
-  for (int i = 0; i < _chosen; ++i) {
-    _list->Next();
-  }
-  _list->DrawItems();
-  while (true) {
-    // From the login nobody is logged in yet, and no idle limit applies.
-    switch (Frame::WaitForKey(this, _session.loggedIn)) {
-      case KEY_UP:
-        _list->Prev();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        break;
-      case kSpace:
-        if (_list->Count() > 0) {
-          Choose(_list->CurrentIndex());
-        }
-        break;
-      case kKeyEnter:
-        return Apply() ? 1 : 0;
-      case kKeyEscape:
-        return 0;
-      default:
-        break;
-    }
-  }
+int KeyboardDialog::Enter() {
+  return Apply() ? 1 : 0;
 }
 
 }  // namespace Merel

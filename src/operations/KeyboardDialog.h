@@ -6,24 +6,22 @@
 #include <string>
 #include <vector>
 
-#include "Dialog.h"
-#include "ItemList.h"
+#include "ChoiceListDialog.h"
 
 namespace Merel {
 
 class RadioItem;
 
-class KeyboardDialog : public Dialog {
+// Run, it gives 1 when a layout was set on the host, 0 otherwise.
+class KeyboardDialog : public ChoiceListDialog {
  public:
   explicit KeyboardDialog(Frame* parent);
-  // 1 when a layout was set on the host, 0 on Esc (nothing changed).
-  int Loop() override;
 
  private:
-  void Choose(int index);
+  void Mark(size_t index) override;
+  int Enter() override;
   bool Apply();
 
-  ItemList* _list = nullptr;
   std::vector<std::string> _layouts;
   std::vector<RadioItem*> _radios;  // owned by _list
   // Index of the chosen layout, -1 when the host's current layout is not in

@@ -2,22 +2,21 @@
 // the console only asks it to enter or leave.
 #pragma once
 
-#include "Dialog.h"
-#include "Item.h"
-#include "ItemList.h"
+#include "ChoiceListDialog.h"
 
 namespace Merel {
 
-class LockdownDialog : public Dialog {
+class CheckItem;
+
+// Run, it gives 1 after Enter (whether or not anything changed), 0 after Esc.
+class LockdownDialog : public ChoiceListDialog {
  public:
   explicit LockdownDialog(Frame* parent);
-  // 1 after Enter (whether or not anything changed), 0 after Esc.
-  int Loop() override;
 
  private:
-  void Apply();
+  void Mark(size_t index) override;
+  int Enter() override;
 
-  ItemList* _list = nullptr;
   CheckItem* _check = nullptr;
   bool _enabled = false;
 };

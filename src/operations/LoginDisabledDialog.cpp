@@ -29,8 +29,7 @@ int LoginDisabledDialog::Loop() {
   SetText(std::string(_strings->GetString(kMessage)) + TextArea::VariableValue("hostname"));
   SetFooter(kOkFooter);
   // Nobody is logged in, so no idle limit applies.
-  while (Frame::WaitForKey(this, false) != kKeyEnter) {
-  }
+  WaitForEnter(false);
   return 0;
 }
 

@@ -1,22 +1,18 @@
 // The console's own idle time-out.
 #pragma once
 
-#include "Dialog.h"
-#include "Item.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
-class MerelTimeoutDialog : public Dialog {
+// Run, it gives 0 for Esc, 1 otherwise.
+class MerelTimeoutDialog : public FormDialog {
  public:
   explicit MerelTimeoutDialog(Frame* parent);
-  // 0 for Esc, 1 otherwise.
-  int Loop() override;
 
  private:
-  void Apply();
+  bool Finish() override;
 
-  ItemList* _list = nullptr;
   InputItem* _field = nullptr;
   int currentSeconds = 0;
 };

@@ -96,8 +96,7 @@ int RestartAgentsDialog::Loop() {
     }
   }
   Restart();
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  WaitForEnter();
   return 1;
 }
 

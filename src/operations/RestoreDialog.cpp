@@ -48,8 +48,7 @@ int RestoreDialog::Loop() {
   SetFooter(kRestartFooter);
   SetText(_strings->GetString(Strings::kResetDone));
   // The old configuration is gone; the only way on is the restart.
-  while (Frame::WaitForKey(this, false) != kKeyEnter) {
-  }
+  WaitForEnter(false);
   if (!RestartAfterReset()) {
     return 0;
   }

@@ -1,23 +1,20 @@
 // The availability and idle time-outs of the local shell and SSH.
 #pragma once
 
-#include "Dialog.h"
-#include "Item.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
-class ShellTimeoutDialog : public Dialog {
+// Run, it gives 0 for Esc, 1 otherwise.
+class ShellTimeoutDialog : public FormDialog {
  public:
   explicit ShellTimeoutDialog(Frame* parent);
-  // 0 for Esc, 1 otherwise.
-  int Loop() override;
 
  private:
+  bool Finish() override;
   void ApplyAvailability();
   void ApplyIdle();
 
-  ItemList* _list = nullptr;
   InputItem* _availability = nullptr;
   InputItem* _idle = nullptr;
   int currentAvailability = 0;

@@ -1,5 +1,6 @@
 #include "ShutdownDialog.h"
 
+#include <curses.h>
 #include <syslog.h>
 
 #include <memory>
@@ -10,7 +11,6 @@
 #include "RebootConfirmDialog.h"
 #include "ShutdownConfirmDialog.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -19,8 +19,6 @@ namespace {
 constexpr int kWidth = 60;
 constexpr int kHeight = 19;
 constexpr int kTitleHeight = 13;
-
-constexpr int kSpace = ' ';
 
 const char* const kFooter =
     "{color:black}<F2>{/color} {color:dark-grey}Shut Down{/color}  "
@@ -36,7 +34,15 @@ void Announce(const char* eventId, const char* message) {
 
 }  // namespace
 
-ShutdownDialog::ShutdownDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+ShutdownDialog::ShutdownDialog(Frame* parent)
+    : ChoiceListDialog(parent,
+                       kWidth,
+                       kHeight,
+                       kTitleHeight,
+                       Strings::kShutdownTitle,
+                       Strings::kShutdownText,
+                       kFooter,
+                       false) {
   if (_contentWindow == nullptr) {
     return;
   }
@@ -44,43 +50,24 @@ ShutdownDialog::ShutdownDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, 
   _force = force.get();
   std::vector<std::unique_ptr<Item>> items;
   items.push_back(std::move(force));
-  _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                              _contentWindow->GetHeight());
-  _list->SetItems(std::move(items));
+  SetItems(std::move(items));
 }
 
-int ShutdownDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kShutdownTitle));
-  SetText(_strings->GetString(Strings::kShutdownText));
-  SetFooter(kFooter);
-  Window::ShowCursor(false);
-  for (;;) {
-    const int key = Frame::WaitForKey(this, true);
-    const bool graceful = _force == nullptr || !_force->IsChecked();
-    switch (key) {
-      case kSpace:
-        if (_force != nullptr) {
-          _force->SetChecked(!_force->IsChecked());
-          _list->DrawItems();
-        }
-        break;
-      case kKeyEscape:
-        return 0;
-      case KEY_F(2): {
-        Announce("obsv.user.merel.shutdown.host", "Shutting down host");
-        ShutdownConfirmDialog progress(this, graceful);
-        Frame::Run(&progress);
-        break;
-      }
-      case KEY_F(11): {
-        Announce("obsv.user.merel.reboot.host", "Rebooting host");
-        RebootConfirmDialog progress(this, graceful);
-        Frame::Run(&progress);
-        break;
-      }
-      default:
-        break;
-    }
+void ShutdownDialog::Mark(size_t /*index*/) {
+  _force->SetChecked(!_force->IsChecked());
+  _list->DrawItems();
+}
+
+void ShutdownDialog::OtherKey(int key) {
+  const bool graceful = _force == nullptr || !_force->IsChecked();
+  if (key == KEY_F(2)) {
+    Announce("obsv.user.merel.shutdown.host", "Shutting down host");
+    ShutdownConfirmDialog progress(this, graceful);
+    Frame::Run(&progress);
+  } else if (key == KEY_F(11)) {
+    Announce("obsv.user.merel.reboot.host", "Rebooting host");
+    RebootConfirmDialog progress(this, graceful);
+    Frame::Run(&progress);
   }
 }
 

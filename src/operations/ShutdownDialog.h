@@ -3,22 +3,24 @@
 // item chooses whether virtual machines that will not stop are terminated.
 #pragma once
 
-#include "Dialog.h"
+#include "ChoiceListDialog.h"
 
 namespace Merel {
 
 class CheckItem;
-class ItemList;
 
-class ShutdownDialog : public Dialog {
+// Run, it gives 0 when the user leaves with Esc; once an action has started
+// it returns only if the host's command could not be started, and then keeps
+// reading.
+class ShutdownDialog : public ChoiceListDialog {
  public:
   explicit ShutdownDialog(Frame* parent);
-  // 0 when the user leaves with Esc; once an action has started it returns
-  // only if the host's command could not be started, and then keeps reading.
-  int Loop() override;
 
  private:
-  ItemList* _list = nullptr;
+  void Mark(size_t index) override;
+  // F2 shuts down, F11 restarts.
+  void OtherKey(int key) override;
+
   CheckItem* _force = nullptr;
 };
 

@@ -1,13 +1,11 @@
 #include "TimeoutInput.h"
 
-#include <curses.h>
-
+#include <limits>
 
 #include "FieldKeys.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 #include "MessageDialog.h"
 #include "StringFactory.h"
-#include "Terminal.h"
 
 namespace Merel {
 
@@ -25,31 +23,19 @@ int ParseTimeoutMinutes(const std::string& digits) {
   return minutes;
 }
 
+namespace {
+
+constexpr int kFieldLength = 5;
+
 bool IsTimeoutFieldKey(int key) {
   return FieldKeys::IsEditing(key) || FieldKeys::IsDigit(key);
 }
 
-bool EditTimeoutFields(Frame* dialog, ItemList* list) {
-  while (true) {
-    const int key = Frame::WaitForKey(dialog, true);
-    if (key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return false;
-    }
-    if (key == kKeyEnter) {
-      return true;
-    }
-    if (key == KEY_UP) {
-      list->Prev();
-    } else if (key == KEY_DOWN) {
-      list->Next();
-    } else if (IsTimeoutFieldKey(key)) {
-      static_cast<InputItem*>(list->Current())->HandleKey(key);
-    } else {
-      continue;
-    }
-    list->DrawItems();
-  }
+}  // namespace
+
+FieldSpec TimeoutField(const std::string& label, int minutes) {
+  return FieldSpec{label, std::to_string(minutes), kFieldLength, IsTimeoutFieldKey,
+                   std::numeric_limits<size_t>::max()};
 }
 
 void ShowInvalidTimeout(Frame* parent) {

@@ -10,7 +10,7 @@
 namespace Merel {
 
 class Frame;
-class ItemList;
+struct FieldSpec;
 
 // The longest time-out in minutes: one day.
 constexpr int kMaxTimeoutMinutes = 1440;
@@ -19,13 +19,10 @@ constexpr int kMaxTimeoutMinutes = 1440;
 // kMaxTimeoutMinutes + 1 whatever its length, so nothing overflows.
 int ParseTimeoutMinutes(const std::string& digits);
 
-// Whether `key` is one a time-out field takes: digits and the editing keys.
-bool IsTimeoutFieldKey(int key);
-
-// The key loop of a dialog of time-out fields: Up/Down move between the
-// fields, digits and editing keys go to the current one; true on Enter,
-// false on Esc (the text cursor then hidden again).
-bool EditTimeoutFields(Frame* dialog, ItemList* list);
+// A time-out field showing `minutes`: it takes digits and the editing keys,
+// with no limit of its own on the length (ChangedMinutes refuses a value
+// beyond the limit).
+FieldSpec TimeoutField(const std::string& label, int minutes);
 
 // "Invalid timeout value".
 void ShowInvalidTimeout(Frame* parent);

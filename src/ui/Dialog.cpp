@@ -3,7 +3,6 @@
 // footer. Dialogs with fields put them into the content window.
 #include "Dialog.h"
 
-#include "ItemList.h"
 #include "StringFactory.h"
 #include "Terminal.h"
 
@@ -53,18 +52,6 @@ void Dialog::SetFooter(const std::string& text) {
   _footerText->SetText(text);
 }
 
-bool Dialog::OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list) {
-  SetTitle(_strings->GetString(titleKey));
-  SetText(_strings->GetString(textKey));
-  SetFooter(footer);
-  if (list == nullptr) {
-    return false;
-  }
-  Window::ShowCursor(true);
-  list->DrawItems();
-  return true;
-}
-
 TextArea* Dialog::AddContentText() {
   if (_contentWindow == nullptr) {
     return nullptr;
@@ -74,9 +61,9 @@ TextArea* Dialog::AddContentText() {
                                              _contentWindow->GetForeground());
 }
 
-bool Dialog::WaitForKeyOrEscape(int yesKey) {
+bool Dialog::WaitForKeyOrEscape(int yesKey, bool useIdleLimit) {
   for (;;) {
-    const int key = Frame::WaitForKey(this, true);
+    const int key = Frame::WaitForKey(this, useIdleLimit);
     if (key == kKeyEscape) {
       return false;
     }
@@ -84,6 +71,26 @@ bool Dialog::WaitForKeyOrEscape(int yesKey) {
       return true;
     }
   }
+}
+
+void Dialog::WaitForEnter(bool useIdleLimit) {
+  while (Frame::WaitForKey(this, useIdleLimit) != kKeyEnter) {
+  }
+}
+
+bool Dialog::Ask(const std::string& title,
+                 const std::string& text,
+                 const char* footer,
+                 TextArea* body,
+                 const std::string& question,
+                 int yesKey) {
+  SetTitle(title);
+  SetText(text);
+  SetFooter(footer);
+  if (body != nullptr) {
+    body->SetText(question);
+  }
+  return WaitForKeyOrEscape(yesKey);
 }
 
 }  // namespace Merel

@@ -37,18 +37,24 @@ class Dialog : public Frame {
   void SetFooter(const std::string& text);
 
  protected:
-  // The opening of a dialog whose fields take typed text: its texts, then
-  // the text cursor shown and the list drawn. False when the body had no
-  // room for the list (nothing can be typed: the dialog ends at once).
-  bool OpenFields(uint32_t titleKey, uint32_t textKey, const char* footer, ItemList* list);
-
   // A text filling the whole body, in the body's colour; null when the body
   // is too low to have one.
   TextArea* AddContentText();
   // The key loop of a yes-or-cancel question: true on `yesKey`, false on
   // Esc; every other key is ignored. Drastic actions take KEY_F(11), so
   // that an Enter typed ahead cannot set them off.
-  bool WaitForKeyOrEscape(int yesKey);
+  bool WaitForKeyOrEscape(int yesKey, bool useIdleLimit = true);
+  // The key loop of a notice: returns on Enter, ignores every other key.
+  void WaitForEnter(bool useIdleLimit = true);
+  // Shows a question's title, description and footer, and `question` in the
+  // body when the dialog made a text there with AddContentText (`body`);
+  // then waits as WaitForKeyOrEscape does.
+  bool Ask(const std::string& title,
+           const std::string& text,
+           const char* footer,
+           TextArea* body,
+           const std::string& question,
+           int yesKey);
 
   Window* _titleWindow = nullptr;
   Window* _bodyWindow = nullptr;

@@ -50,8 +50,7 @@ int MessageDialog::Loop() {
   SetTitle(_title);
   SetText(_message);
   SetFooter(kOkFooter);
-  while (Frame::WaitForKey(this, true) != kKeyEnter) {
-  }
+  WaitForEnter();
   return 1;
 }
 

@@ -14,16 +14,12 @@
 #include <string>
 
 #include "Harness.h"
+#include "NamespaceUtil.h"
 
 namespace {
 
+using MerelNamespaceTest::Slurp;
 using MerelTest::Terminal;
-
-std::string Slurp(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 struct Outcome {
   int status = -1;

@@ -5,9 +5,9 @@
 // the few devices the console needs whose log socket (/dev/log) and journal
 // socket belong to the test, and the power and service commands are
 // replaced by a recorder, all inside that mount namespace alone. libvirt is
-// its test driver, on a node file of the test's own. The script that builds the namespace refuses to
-// start the console unless every replacement is in place, so nothing the
-// console does can reach the machine the tests run on.
+// its test driver, on a node file of the test's own. The script that builds the namespace refuses
+// to start the console unless every replacement is in place, so nothing the console does can reach
+// the machine the tests run on.
 #include <gtest/gtest.h>
 #include <libaudit.h>
 #include <sys/socket.h>
@@ -22,10 +22,10 @@
 #include <sstream>
 #include <string>
 
-#include "Harness.h"
-#include "NamespaceUtil.h"
 #include "../common/PciTree.h"
+#include "Harness.h"
 #include "MenuScreenUtil.h"
+#include "NamespaceUtil.h"
 
 namespace {
 
@@ -38,7 +38,6 @@ constexpr const char* kF2 = "\x1bOQ";
 constexpr const char* kF11 = "\x1b[23~";
 constexpr const char* kF12 = "\x1b[24~";
 constexpr const char* kHostName = "merel-ns-host";
-constexpr int kNameRow = 13;
 
 // Builds the namespace from inside it (run by `unshare`), then becomes the
 // console. @S@ is the scratch folder, @MEREL@ the console, @PAM@ the
@@ -220,8 +219,8 @@ class LinuxHostTest : public ::testing::Test {
   Terminal& Start(const std::string& extra = "") {
     std::ofstream(_scratch + "/setup.sh") << Replace(_setup, "@EXTRA@", extra);
     _console = std::make_unique<Terminal>();
-    EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts",
-                                 "--propagation", "private", "/bin/sh", _scratch + "/setup.sh"}));
+    EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts", "--propagation",
+                                 "private", "/bin/sh", _scratch + "/setup.sh"}));
     return *_console;
   }
   std::string Calls() const { return Slurp(_scratch + "/calls"); }
@@ -243,10 +242,7 @@ class LinuxHostTest : public ::testing::Test {
     if (!WaitQuiet(console, "Authentication Required"))
       return false;
     if (user != "root") {
-      console.SendKey(Key::kUp);
-      console.SendText(user);
-      console.WaitFor([&] { return CellText(console, kNameRow, 39, 26) == user; });
-      console.SendKey(Key::kDown);
+      TypeLoginName(console, user);
     }
     console.SendText(password);
     console.SendKey(Key::kEnter);
@@ -273,13 +269,12 @@ std::string CpuModel() {
 TEST_F(LinuxHostTest, WelcomeShowsTheNamespacesHostNameAndTheMachinesHardware) {
   Terminal& console = Start();
   ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
-  EXPECT_TRUE(Contains(console.Text(), "http://10.99.0.2/")) << console.Text();
-  EXPECT_TRUE(Contains(console.Text(), "GiB Memory")) << console.Text();
+  ExpectHas(console.Text(), {"http://10.99.0.2/", "GiB Memory"});
   const std::string model = CpuModel();
   if (!model.empty()) {
-    EXPECT_TRUE(Contains(console.Text(), " x " + model.substr(0, 20))) << console.Text();
+    ExpectHas(console.Text(), {" x " + model.substr(0, 20)});
   }
-  EXPECT_FALSE(Contains(console.Text(), "Tarvik")) << console.Text();
+  ExpectLacks(console.Text(), {"Tarvik"});
 }
 
 // Without an audit subsystem that keeps them, the login records go to the
@@ -329,11 +324,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
   Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, "\x1bOQ", "root", "rootpw", "System Customization"))
-      << console.Text();
-  ASSERT_TRUE(SelectEntry(console, "Troubleshooting Options")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Troubleshooting Mode Options")) << console.Text();
+  ASSERT_TRUE(LogIn(console, "\x1bOQ", "root", "rootpw", "System Customization")) << console.Text();
+  Choose(console, "Troubleshooting Options", "Troubleshooting Mode Options");
   // The recorder says the service is not running.
   console.SendKey(Key::kDown);
   ASSERT_TRUE(console.WaitFor([&] { return RightTitle(console) == "SSH Support"; }))
@@ -341,15 +333,15 @@ TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
   console.SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(console, "Disable SSH")) << console.Text();
   const std::string calls = Calls();
-  EXPECT_TRUE(Contains(calls, "systemctl is-active --quiet ssh.service\n")) << calls;
-  EXPECT_TRUE(Contains(calls, "systemctl enable --now ssh.service\n")) << calls;
-  EXPECT_FALSE(Contains(calls, "poweroff")) << calls;
+  ExpectHas(calls,
+            {"systemctl is-active --quiet ssh.service\n", "systemctl enable --now ssh.service\n"});
+  ExpectLacks(calls, {"poweroff"});
 }
 
 struct ShutdownCase {
   const char* name;
-  bool force;      // the check item "Forcefully terminate running VMs"
-  const char* key; // F2 shuts down, F11 restarts
+  bool force;           // the check item "Forcefully terminate running VMs"
+  const char* key;      // F2 shuts down, F11 restarts
   const char* stopped;  // what became of each running guest
   const char* power;    // the recorded systemd call
   const char* event;
@@ -375,7 +367,7 @@ TEST_P(LinuxShutdownTest, RunningGuestsAreStoppedBeforeThePowerGoes) {
   EXPECT_FALSE(_syslog->Has("guest-off")) << _syslog->Records();
   EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + c.event)) << _journal->Records();
   const bool restart = std::string(c.power).find("reboot") != std::string::npos;
-  EXPECT_FALSE(Contains(Calls(), restart ? "poweroff" : "reboot")) << Calls();
+  ExpectLacks(Calls(), {restart ? "poweroff" : "reboot"});
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -411,22 +403,18 @@ TEST_P(LinuxDriverVmTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   WritePciTree(_scratch + "/pci", _scratch + "/iommu_groups", c.iommu);
   Terminal& console = Start(Replace(kPciMounts, "$S", _scratch));
   ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
-  ASSERT_TRUE(SelectEntry(console, "Configure DriverVM Devices")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "DriverVM Configuration")) << console.Text();
+  Choose(console, "Configure DriverVM Devices", "DriverVM Configuration");
   // Neither the adapter with its driver nor the bridge is offered.
-  EXPECT_FALSE(Contains(console.Text(), "0000:00:19.0")) << console.Text();
-  EXPECT_FALSE(Contains(console.Text(), "0000:00:00.0")) << console.Text();
+  ExpectLacks(console.Text(), {"0000:00:19.0", "0000:00:00.0"});
   if (!c.iommu) {
-    EXPECT_TRUE(Contains(console.Text(), "No IOMMU is enabled on this host")) << console.Text();
-    EXPECT_TRUE(Contains(console.Text(), "No device can be handed")) << console.Text();
-    EXPECT_FALSE(Contains(console.Text(), "0000:01:00.0")) << console.Text();
+    ExpectHas(console.Text(), {"No IOMMU is enabled on this host", "No device can be handed"});
+    ExpectLacks(console.Text(), {"0000:01:00.0"});
     console.SendKey(Key::kEnter);
     ASSERT_TRUE(WaitGone(console, "DriverVM Configuration")) << console.Text();
     EXPECT_FALSE(fs::exists(_scratch + "/etc/merel/driver-vm-devices"));
     return;
   }
-  ASSERT_TRUE(Contains(console.Text(), "0000:01:00.1")) << console.Text();
+  ExpectHas(console.Text(), {"0000:01:00.1"});
   console.SendText(" ");
   ASSERT_TRUE(WaitQuiet(console, "These devices change owner together")) << console.Text();
   console.SendKey(Key::kEnter);
@@ -434,16 +422,16 @@ TEST_P(LinuxDriverVmTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   console.SendKey(Key::kEnter);
   ASSERT_TRUE(WaitQuiet(console, "The device assignment has been saved")) << console.Text();
   const std::string list = Slurp(_scratch + "/etc/merel/driver-vm-devices");
-  EXPECT_TRUE(Contains(list, c.saved)) << list;
-  EXPECT_TRUE(Contains(Calls(), "systemctl enable --quiet merel-driver-vm.service\n")) << Calls();
+  ExpectHas(list, {c.saved});
+  ExpectHas(Calls(), {"systemctl enable --quiet merel-driver-vm.service\n"});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Linux,
-    LinuxDriverVmTest,
-    ::testing::Values(DriverVmCase{"GroupSavedTogether", true, "\n0000:01:00.0\n0000:01:00.1\n"},
-                      DriverVmCase{"NoIommu", false, ""}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Linux,
+                         LinuxDriverVmTest,
+                         ::testing::Values(DriverVmCase{"GroupSavedTogether", true,
+                                                        "\n0000:01:00.0\n0000:01:00.1\n"},
+                                           DriverVmCase{"NoIommu", false, ""}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // The boot-time step of the package, on the same tree: each listed device
 // that exists is given to vfio-pci; a line that is no address and a device
@@ -459,18 +447,17 @@ TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
   const std::string run = Replace(kPciMounts, "$S", _scratch) +
                           "if [ -e /usr/sbin/modprobe ]; then mount --bind " + _scratch +
                           "/bin/modprobe /usr/sbin/modprobe; fi\n"
-                          "PATH=" + _scratch + "/bin:/usr/sbin:/usr/bin:/sbin:/bin sh " + script +
-                          " " + _scratch + "/list 2>" + _scratch + "/errors; echo $? > " +
-                          _scratch + "/status\n";
+                          "PATH=" +
+                          _scratch + "/bin:/usr/sbin:/usr/bin:/sbin:/bin sh " + script + " " +
+                          _scratch + "/list 2>" + _scratch + "/errors; echo $? > " + _scratch +
+                          "/status\n";
   std::ofstream(_scratch + "/run.sh") << "#!/bin/sh\nmount -t sysfs sysfs /sys\n" << run;
-  ASSERT_EQ(std::system(("unshare --mount --net --propagation private sh " + _scratch +
-                         "/run.sh")
-                            .c_str()),
+  ASSERT_EQ(std::system(
+                ("unshare --mount --net --propagation private sh " + _scratch + "/run.sh").c_str()),
             0);
   EXPECT_EQ(Slurp(_scratch + "/status"), "1\n");
   const std::string errors = Slurp(_scratch + "/errors");
-  EXPECT_TRUE(Contains(errors, "no PCI device 0000:09:00.0")) << errors;
-  EXPECT_TRUE(Contains(errors, "not a PCI address: rm")) << errors;
+  ExpectHas(errors, {"no PCI device 0000:09:00.0", "not a PCI address: rm"});
   EXPECT_EQ(Calls(), "modprobe vfio-pci\n");
   const std::string devices = _scratch + "/pci/devices/";
   EXPECT_EQ(Slurp(devices + "0000:01:00.0/driver_override"), "vfio-pci\n");
@@ -507,7 +494,7 @@ TEST_P(LinuxLogTest, TheSyslogEntryOpensTheMachinesLog) {
   ASSERT_TRUE(SelectEntry(console, "View System Logs")) << console.Text();
   ASSERT_TRUE(WaitQuiet(console, "1 Syslog")) << console.Text();
   // Only the syslog is there; the others are not offered.
-  EXPECT_FALSE(Contains(RightText(console), "2 ")) << console.Text();
+  ExpectLacks(RightText(console), {"2 "});
   console.SendText("1");
   ASSERT_TRUE(WaitQuiet(console, c.shows)) << console.Text();
   console.SendText("!");
@@ -524,8 +511,7 @@ INSTANTIATE_TEST_SUITE_P(
                               "merel-ns marker"},
                       // A journal file that is no journal: what journalctl
                       // makes of it reaches the pager all the same.
-                      LogCase{"JournalExport", "journal/@ID@/system.journal", "",
-                              "No entries"}),
+                      LogCase{"JournalExport", "journal/@ID@/system.journal", "", "No entries"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // Lockdown mode and the configuration reset have no meaning on a Linux

@@ -115,6 +115,18 @@ inline bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
+// Each of `parts` is in `text`; ExpectLacks: none of them is.
+inline void ExpectHas(const std::string& text, const std::vector<std::string>& parts) {
+  for (const std::string& part : parts) {
+    EXPECT_TRUE(Contains(text, part)) << "no \"" << part << "\" in\n" << text;
+  }
+}
+inline void ExpectLacks(const std::string& text, const std::vector<std::string>& parts) {
+  for (const std::string& part : parts) {
+    EXPECT_FALSE(Contains(text, part)) << "\"" << part << "\" in\n" << text;
+  }
+}
+
 // `text` went away and the screen settled.
 inline bool WaitGone(Terminal& console, const std::string& text) {
   return console.WaitFor([&] { return !Contains(console.Text(), text); }) &&
@@ -161,6 +173,17 @@ inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions option
   return console;
 }
 
+// In the login dialog: up to the name, `user` typed over the preset "root",
+// and down to the password again.
+inline void TypeLoginName(Terminal& console, const std::string& user) {
+  console.SendKey(Key::kUp);
+  console.WaitUntilQuiet();
+  console.SendText(user);
+  console.WaitUntilQuiet();
+  console.SendKey(Key::kDown);
+  console.WaitUntilQuiet();
+}
+
 // Logs in from the welcome screen (as root unless `user` is given) and waits
 // for the menu; the test ends when it does not come.
 inline std::unique_ptr<Terminal> LogIn(SimHost& host,
@@ -169,12 +192,7 @@ inline std::unique_ptr<Terminal> LogIn(SimHost& host,
                                        const std::string& password = "merel") {
   std::unique_ptr<Terminal> console = OpenLogin(host, options);
   if (!user.empty()) {
-    console->SendKey(Key::kUp);
-    console->WaitUntilQuiet();
-    console->SendText(user);
-    console->WaitUntilQuiet();
-    console->SendKey(Key::kDown);
-    console->WaitUntilQuiet();
+    TypeLoginName(*console, user);
   }
   console->SendText(password);
   console->SendKey(Key::kEnter);
@@ -222,14 +240,24 @@ inline void TypeText(Terminal& console, const std::string& text) {
   console.WaitUntilQuiet();
 }
 
-// Logs in, opens the menu's `entry` and waits for `expected` (or ends the test).
+// Logs in (as root), opens the menu's `entry` and waits for `expected` (or ends the test).
 inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
                                            const std::string& entry,
                                            const std::string& expected,
-                                           TerminalOptions options = {}) {
-  auto console = LogIn(host, options);
+                                           TerminalOptions options = {},
+                                           const std::string& password = "merel") {
+  auto console = LogIn(host, options, "", password);
   Choose(*console, entry, expected);
   return console;
+}
+
+// Each line turns up in the host's `log` (the syslog unless named).
+inline void ExpectLogged(const SimHost& host,
+                         const std::vector<std::string>& lines,
+                         const std::string& log = "/var/log/syslog.log") {
+  for (const std::string& line : lines) {
+    EXPECT_TRUE(host.WaitForFileText(log, line)) << line << " not in\n" << host.ReadFile(log);
+  }
 }
 
 // Makes calls of the host library named `call` fail with `text`: all of

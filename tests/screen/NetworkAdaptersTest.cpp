@@ -38,13 +38,6 @@ std::string AdapterRow(const Terminal& console, const std::string& name) {
   return "";
 }
 
-void ExpectShown(const Terminal& console, const std::vector<std::string>& texts) {
-  const std::string screen = console.Text();
-  for (const std::string& text : texts) {
-    EXPECT_NE(screen.find(text), std::string::npos) << text << " not in\n" << screen;
-  }
-}
-
 // D on the focused adapter: its details, closed again by `close` (any key).
 void ExpectDetails(Terminal& console,
                    const std::vector<std::string>& lines,
@@ -52,7 +45,7 @@ void ExpectDetails(Terminal& console,
                    Key close = Key::kEnter) {
   console.SendText("d");
   Expect(console, "Adapter Details");
-  ExpectShown(console, lines);
+  ExpectHas(console.Text(), lines);
   if (golden != nullptr) {
     ExpectGoldenScreen(console, golden);
   }
@@ -96,9 +89,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
   EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
   Press(*console, Key::kEnter, "No adapter");
-  ExpectShown(*console, {"Select at least one adapter."});
+  ExpectHas(console->Text(), {"Select at least one adapter."});
   PressGone(*console, Key::kEnter, "No adapter");
-  ExpectShown(*console, {"Toggle Selected"});
+  ExpectHas(console->Text(), {"Toggle Selected"});
 
   // pnic4 (another standard switch), pnic5 (a distributed switch), pnic6
   // (no label), and the last adapter, reached by scrolling.
@@ -109,10 +102,11 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   Type(*console, {Key::kSpace});
   EXPECT_EQ(AdapterRow(*console, "pnic10"),
             "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
-  ExpectDetails(*console, {"Device Name: pnic10", "Hardware Label: Intel I350",
-                           "MAC Address: 00:50:56:a1:00:2a", "Connection Status: Disconnected",
-                           "Used By: None"},
-                nullptr, Key::kSpace);
+  ExpectDetails(
+      *console,
+      {"Device Name: pnic10", "Hardware Label: Intel I350", "MAC Address: 00:50:56:a1:00:2a",
+       "Connection Status: Disconnected", "Used By: None"},
+      nullptr, Key::kSpace);
   // The Space that closed the details did not reach the list.
   EXPECT_EQ(AdapterRow(*console, "pnic10"),
             "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
@@ -122,9 +116,9 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
       "Network Adapters: Warning", "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
       "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."};
   Press(*console, Key::kEnter, "Remove these adapters");
-  ExpectShown(*console, warning);
+  ExpectHas(console->Text(), warning);
   PressGone(*console, Key::kEscape, "Remove these");
-  ExpectShown(*console, {"Toggle Selected"});
+  ExpectHas(console->Text(), {"Toggle Selected"});
   Press(*console, Key::kEnter, "Remove these adapters");
   Accept(*console);
   // An adapter without a label goes by its MAC address.
@@ -152,7 +146,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   EXPECT_FALSE(Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5")) << dvSwitch->dump();
   // The interface follows its first adapter's address.
   EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
-  ExpectLines(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
+  ExpectLogged(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
 }
 
 // Only adapters without link: Enter asks first, naming them; Esc goes back
@@ -165,10 +159,10 @@ TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
   Type(*console,
        {Key::kDown, Key::kSpace, Key::kDown, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace});
   Press(*console, Key::kEnter, "None of the chosen adapters has link.");
-  ExpectShown(*console,
-              {"Network Adapters: Warning", "pnic3: Disconnected", "Use these adapters anyway?"});
+  ExpectHas(console->Text(),
+            {"Network Adapters: Warning", "pnic3: Disconnected", "Use these adapters anyway?"});
   PressGone(*console, Key::kEscape, "None of the chosen");
-  ExpectShown(*console, {"Toggle Selected"});
+  ExpectHas(console->Text(), {"Toggle Selected"});
   Press(*console, Key::kEnter, "None of the chosen adapters has link.");
   Accept(*console);
   ApplyChanges(*console);
@@ -223,11 +217,23 @@ INSTANTIATE_TEST_SUITE_P(
         UplinkCase{"DemoRemoveActive", "", {kSpace}, {"pnic1"}, {}, "b4:96:91:3a:10:21"},
         UplinkCase{"DemoRemoveStandby", "", {kDown, kSpace}, {"pnic0"}, {}, "b4:96:91:3a:10:20"},
         UplinkCase{"DemoReorder", "", {kSpace, kSpace}, {"pnic1"}, {"pnic0"}, "b4:96:91:3a:10:21"},
-        UplinkCase{"ManyRemoveActive", "many-adapters", {kDown, kSpace}, {"pnic1"}, {},
+        UplinkCase{"ManyRemoveActive",
+                   "many-adapters",
+                   {kDown, kSpace},
+                   {"pnic1"},
+                   {},
                    "00:50:56:a1:00:21"},
-        UplinkCase{"ManyRemoveStandby", "many-adapters", {kDown, kDown, kSpace}, {"pnic0"}, {},
+        UplinkCase{"ManyRemoveStandby",
+                   "many-adapters",
+                   {kDown, kDown, kSpace},
+                   {"pnic0"},
+                   {},
                    "00:50:56:a1:00:20"},
-        UplinkCase{"ManyReorder", "many-adapters", {kDown, kSpace, kSpace}, {"pnic1"}, {"pnic0"},
+        UplinkCase{"ManyReorder",
+                   "many-adapters",
+                   {kDown, kSpace, kSpace},
+                   {"pnic1"},
+                   {"pnic0"},
                    "00:50:56:a1:00:21"}),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -252,14 +258,14 @@ TEST_P(VlanTest, TypedOverTheHostsId) {
   });
   auto console = OpenWindow(host);
   Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
-  ASSERT_NE(console->Text().find("[ 30    ]"), std::string::npos) << console->Text();
+  ExpectHas(console->Text(), {"[ 30    ]"});
   TypeText(*console, "\b");
   TypeText(*console, "\b");
   TypeText(*console, c.typed);
   console->SendKey(Key::kEnter);
   if (*c.title != '\0') {
     Expect(*console, c.message);
-    ExpectShown(*console, {c.title});
+    ExpectHas(console->Text(), {c.title});
     console->SendKey(Key::kEnter);
   }
   if (!c.accepted) {
@@ -268,14 +274,14 @@ TEST_P(VlanTest, TypedOverTheHostsId) {
     Expect(*console, std::string("[ ") + c.typed);
     console->SendKey(Key::kEscape);
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
-    EXPECT_NE(RightText(*console).find("30"), std::string::npos) << console->Text();
+    ExpectHas(RightText(*console), {"30"});
     PressToMenu(*console, Key::kEscape);
   } else {
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
     const std::string shown = c.hostVlan == 0 ? "Not set" : std::to_string(c.hostVlan);
     EXPECT_EQ(RightText(*console).rfind(shown, 0), 0u) << console->Text();
     ApplyChanges(*console);
-    ExpectLines(host, {"Changed vlan, restarting management interface"});
+    ExpectLogged(host, {"Changed vlan, restarting management interface"});
   }
   EXPECT_EQ(host.HostJson()["network"]["vswitches"][0]["portGroups"][0]["vlanId"], c.hostVlan);
 }
@@ -320,11 +326,8 @@ TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
   }
   TypeText(*console, "2001:db8:30::1");  // the host has none
   Accept(*console);
-  const std::string pane = RightText(*console);
-  EXPECT_NE(pane.find("IPv6 Addresses:\n" + addresses[0] + "\n" + addresses[1] + "\n" +
-                      addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"),
-            std::string::npos)
-      << pane;
+  ExpectHas(RightText(*console), {"IPv6 Addresses:\n" + addresses[0] + "\n" + addresses[1] + "\n" +
+                                  addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"});
 
   if (*c.failingCall != '\0') {
     FailCall(host, c.failingCall, "disk on fire", true);
@@ -334,18 +337,19 @@ TEST_P(StaticIpv6Test, ThreeAddressesAndAGateway) {
   if (*c.failingCall != '\0') {
     const std::string line = std::string(c.failure) + "disk on fire";
     Expect(*console, line);
-    ExpectShown(*console, {"Enable Management Network: Error"});
+    ExpectHas(console->Text(), {"Enable Management Network: Error"});
     console->SendKey(Key::kEnter);
-    ExpectLines(host, {"user.err " + line});
+    ExpectLogged(host, {"user.err " + line});
   }
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
 
   const nlohmann::json state = host.HostJson();
   EXPECT_EQ(Nex0(state)["ipv6Addresses"], nlohmann::json(addresses)) << Nex0(state).dump();
   EXPECT_EQ(state["network"]["routing"]["ipv6Gateway"], c.hostGateway);
-  ExpectLines(host, {"Setting ipv6 configuration", "Setting default ipv6 gateway to 2001:db8:30::1",
-                     "Setting suffixes to lab.test, corp.test", "Network settings changed."});
-  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+  ExpectLogged(host,
+               {"Setting ipv6 configuration", "Setting default ipv6 gateway to 2001:db8:30::1",
+                "Setting suffixes to lab.test, corp.test", "Network settings changed."});
+  ExpectHas(host.ReadFile("/var/log/tools.log"), {"internalsvc/refresh"});
 }
 
 INSTANTIATE_TEST_SUITE_P(

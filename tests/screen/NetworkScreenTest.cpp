@@ -14,12 +14,6 @@ namespace {
 
 using namespace MerelNetworkTest;
 
-// The pane of `entry`, reached with Down and Up.
-std::string Pane(Terminal& console, const std::string& entry) {
-  EXPECT_TRUE(SelectEntry(console, entry)) << console.Text();
-  return RightText(console);
-}
-
 struct HostCase {
   const char* fixture;
   const char* firstEntry;  // selected when the window opens
@@ -42,13 +36,12 @@ TEST_P(NetworkHostTest, ShowsTheLiveSettings) {
   console->SendKey(Key::kUp);
   console->WaitUntilQuiet();
   EXPECT_EQ(RightTitle(*console), c.firstEntry) << "Up from the first entry";
-  const std::string ipv4 = Pane(*console, "IPv4 Configuration");
-  for (const std::string& text : c.ipv4) {
-    EXPECT_NE(ipv4.find(text), std::string::npos) << text << " in\n" << ipv4;
-  }
-  const std::string dns = Pane(*console, "DNS Configuration");
-  for (const std::string& text : c.dns) {
-    EXPECT_NE(dns.find(text), std::string::npos) << text << " in\n" << dns;
+  for (const auto& [entry, texts] :
+       {std::pair{"IPv4 Configuration", c.ipv4}, std::pair{"DNS Configuration", c.dns}}) {
+    EXPECT_TRUE(SelectEntry(*console, entry)) << console->Text();
+    for (const std::string& text : texts) {
+      ExpectHas(RightText(*console), {text});
+    }
   }
 }
 
@@ -86,8 +79,8 @@ TEST(NetworkScreenTest, ManagementInterfaceGone) {
   ModifyHost(host,
              [](nlohmann::json& state) { state["network"]["nics"][0]["management"] = false; });
   Choose(*console, kWindowTitle, "Management network interface cannot be found.");
-  EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
-  EXPECT_NE(host.Syslog().find("Could not get a suitable management interface"), std::string::npos);
+  ExpectHas(console->Text(), {"Enable Management Network: Error"});
+  ExpectHas(host.Syslog(), {"Could not get a suitable management interface"});
   PressToMenu(*console, Key::kEnter);
 }
 
@@ -102,13 +95,12 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   TypeText(*console, "172.16.5.77");
   ExpectGoldenScreen(*console, "network-ipv4");
   Accept(*console);
-  EXPECT_NE(RightText(*console).find("IPv4 Address: 172.16.5.77"), std::string::npos)
-      << console->Text();
+  ExpectHas(RightText(*console), {"IPv4 Address: 172.16.5.77"});
   ApplyChanges(*console);
   EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "static");
   EXPECT_EQ(Nex0(host.HostJson())["ipv4Address"], "172.16.5.77");
-  ExpectLines(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
-                     "Setting default gateway to 172.16.5.1", "Network settings changed."});
+  ExpectLogged(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
+                      "Setting default gateway to 172.16.5.1", "Network settings changed."});
 
   Accept(*console);
   Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
@@ -116,13 +108,13 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   Accept(*console);
   ApplyChanges(*console);
   EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "dhcp");
-  ExpectLines(host, {"Switching to DHCP on nex0"});
+  ExpectLogged(host, {"Switching to DHCP on nex0"});
 
   Press(*console, Key::kEscape, "<F2> Customize System");
   const std::string lease = Nex0(host.HostJson()).value("leaseAddress", "");
   ASSERT_FALSE(lease.empty());
   EXPECT_NE(lease, "172.16.5.77");
-  EXPECT_NE(console->Text().find("http://" + lease + "/"), std::string::npos) << console->Text();
+  ExpectHas(console->Text(), {"http://" + lease + "/"});
 }
 
 // DNS servers, a host name with its domain, and suffixes typed with every
@@ -143,17 +135,17 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   TypeText(*console, "a.test, b.test,,c.test");
   ExpectGoldenScreen(*console, "network-suffixes");
   Accept(*console);
-  EXPECT_NE(RightText(*console).find("a.test, b.test,,c.test"), std::string::npos);
+  ExpectHas(RightText(*console), {"a.test, b.test,,c.test"});
 
   ApplyChanges(*console);
   const nlohmann::json dns = host.HostJson()["network"]["dns"];
   EXPECT_EQ(dns["hostname"], "new-host");
   EXPECT_EQ(dns["nameServers"], nlohmann::json({"10.20.30.9", "10.20.30.3"}));
   EXPECT_EQ(dns["searchDomains"], nlohmann::json({"lab.test", "a.test", "b.test", "c.test"}));
-  ExpectLines(host, {"Setting adapters to pnic0 pnic1", "Setting hostname to new-host.lab.test",
-                     "Setting nameservers to 10.20.30.9 10.20.30.3",
-                     "Setting suffixes to a.test, b.test,,c.test", "Network settings changed."});
-  EXPECT_EQ(host.Syslog().find("Setting ipv4 configuration"), std::string::npos);
+  ExpectLogged(host, {"Setting adapters to pnic0 pnic1", "Setting hostname to new-host.lab.test",
+                      "Setting nameservers to 10.20.30.9 10.20.30.3",
+                      "Setting suffixes to a.test, b.test,,c.test", "Network settings changed."});
+  ExpectLacks(host.Syslog(), {"Setting ipv4 configuration"});
 }
 
 // Switching IPv6 off alone is a change; the host restarts once every other
@@ -164,14 +156,14 @@ TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
   Choose(*console, "IPv6 Configuration", "Disable IPv6");
   Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
   Accept(*console);
-  EXPECT_NE(RightText(*console).find("IPv6 is disabled."), std::string::npos) << console->Text();
+  ExpectHas(RightText(*console), {"IPv6 is disabled."});
   Press(*console, Key::kEscape, "Apply changes and reboot host?");
   console->SendText("Y");
   ASSERT_TRUE(console->WaitForExit()) << console->Text();
   const nlohmann::json state = host.HostJson();
   EXPECT_EQ(state["network"]["ipv6EnabledAfterReboot"], false);
   EXPECT_EQ(state["powerState"], "rebooting");
-  ExpectLines(host, {"Setting suffixes to example.test"});
+  ExpectLogged(host, {"Setting suffixes to example.test"});
 }
 
 // The switch side and static IPv6 in one pass: a disconnected adapter added
@@ -184,7 +176,7 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
   ExpectGoldenScreen(*console, "network-adapters");
   Accept(*console);
-  EXPECT_NE(RightText(*console).find("pnic2"), std::string::npos) << console->Text();
+  ExpectHas(RightText(*console), {"pnic2"});
 
   Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
   TypeText(*console, "20");
@@ -198,7 +190,7 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   TypeText(*console, "2001:db8::5/64");
   ExpectGoldenScreen(*console, "network-ipv6");
   Accept(*console);
-  EXPECT_NE(RightText(*console).find("2001:db8::5/64"), std::string::npos) << console->Text();
+  ExpectHas(RightText(*console), {"2001:db8::5/64"});
 
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
@@ -209,10 +201,10 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   EXPECT_TRUE(std::find(active.begin(), active.end(), "pnic2") != active.end() ||
               std::find(standby.begin(), standby.end(), "pnic2") != standby.end())
       << group.dump();
-  EXPECT_NE(Nex0(state).dump().find("2001:db8::5"), std::string::npos) << Nex0(state).dump();
-  ExpectLines(host, {"Setting adapters to pnic0 pnic1 pnic2",
-                     "Changed vlan, restarting management interface",
-                     "Setting ipv6 configuration"});
+  ExpectHas(Nex0(state).dump(), {"2001:db8::5"});
+  ExpectLogged(host,
+               {"Setting adapters to pnic0 pnic1 pnic2",
+                "Changed vlan, restarting management interface", "Setting ipv6 configuration"});
 }
 
 // Nothing reaches the host unless the user says yes: an accepted dialog
@@ -233,12 +225,12 @@ TEST(NetworkScreenTest, LeavingWithoutApplying) {
   Press(*console, Key::kEscape, "Apply changes and restart management network?");
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
-  EXPECT_NE(RightText(*console).find("other.test"), std::string::npos);
+  ExpectHas(RightText(*console), {"other.test"});
   Press(*console, Key::kEscape, "Apply changes and restart management network?");
   console->SendText("N");
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_EQ(host.HostJson()["network"], before["network"]);
-  EXPECT_EQ(host.Syslog().find("Network settings changed."), std::string::npos);
+  ExpectLacks(host.Syslog(), {"Network settings changed."});
 }
 
 struct FailCase {
@@ -270,12 +262,12 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   console->SendText("y");
   const std::string line = std::string(c.line) + "disk on fire";
   Expect(*console, line);
-  EXPECT_NE(console->Text().find("Enable Management Network: Error"), std::string::npos);
+  ExpectHas(console->Text(), {"Enable Management Network: Error"});
   PressToMenu(*console, Key::kEnter);
 
-  ExpectLines(host, {"user.err " + line, "Changed vlan, restarting management interface",
-                     "Network settings changed."});
-  EXPECT_NE(host.ReadFile("/var/log/tools.log").find("internalsvc/refresh"), std::string::npos);
+  ExpectLogged(host, {"user.err " + line, "Changed vlan, restarting management interface",
+                      "Network settings changed."});
+  ExpectHas(host.ReadFile("/var/log/tools.log"), {"internalsvc/refresh"});
   if (std::string(c.line) != "Setting DNS failed: ") {
     EXPECT_EQ(host.HostJson()["network"]["dns"]["searchDomains"],
               nlohmann::json({"lab.test", "x.test"}));

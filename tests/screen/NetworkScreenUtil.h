@@ -28,11 +28,7 @@ inline bool WaitForWindow(Terminal& console) {
 
 // Logs in and opens the window from the menu (or ends the test).
 inline std::unique_ptr<Terminal> OpenWindow(SimHost& host) {
-  auto console = LogIn(host);
-  if (!SelectEntry(*console, kWindowTitle)) {
-    Fail("menu entry not reached:\n" + console->Text());
-  }
-  console->SendKey(Key::kEnter);
+  auto console = OpenEntry(host, kWindowTitle, "<Esc> Exit");
   if (!WaitForWindow(*console)) {
     Fail("no network window:\n" + console->Text());
   }
@@ -54,13 +50,6 @@ inline void ApplyChanges(Terminal& console,
   console.SendText("y");
   if (!WaitForMenu(console)) {
     Fail("not back in the menu:\n" + console.Text());
-  }
-}
-
-inline void ExpectLines(const SimHost& host, const std::vector<std::string>& lines) {
-  const std::string log = host.Syslog();
-  for (const std::string& line : lines) {
-    EXPECT_NE(log.find(line), std::string::npos) << line << " not in\n" << log;
   }
 }
 

@@ -42,16 +42,16 @@ TEST_P(NetworkBadValueTest, RefusedWithAMessageAndNothingChanges) {
   }
   TypeText(*console, c.value);
   Press(*console, Key::kEnter, c.reason);
-  EXPECT_NE(console->Text().find(c.title), std::string::npos) << console->Text();
+  ExpectHas(console->Text(), {c.title});
   // The message goes, the dialog stays for a correction; Esc drops it and
   // the window has nothing to apply.
   PressGone(*console, Key::kEnter, c.reason);
-  EXPECT_NE(console->Text().find(c.shown), std::string::npos) << console->Text();
+  ExpectHas(console->Text(), {c.shown});
   console->SendKey(Key::kEscape);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
   PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(host.HostJson()["network"], before);
-  EXPECT_EQ(host.Syslog().find("Network settings changed."), std::string::npos);
+  ExpectLacks(host.Syslog(), {"Network settings changed."});
 }
 
 std::string Pasted() {
@@ -65,22 +65,44 @@ std::string Pasted() {
 INSTANTIATE_TEST_SUITE_P(
     Values,
     NetworkBadValueTest,
-    testing::Values(
-        BadValueCase{"LoopbackAddress", "IPv4 Configuration", "Set static IPv4 address",
-                     {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown},
-                     "127.0.0.1", "Invalid IP address", "127.0.0.1 is a loopback address."},
-        // Would read as no server and drop the primary one.
-        BadValueCase{"UnspecifiedDnsServer", "DNS Configuration", "Primary DNS Server",
-                     {}, "0.0.0.0", "Invalid DNS server address", "0.0.0.0 is not a host address."},
-        // A paste longer than the field: refused whole, never stored cut.
-        BadValueCase{"PastedSuffixes", "Custom DNS Suffixes", "Suffixes:", {}, Pasted(),
-                     "Invalid DNS suffix", "The suffixes can have at most 1024 characters"},
-        BadValueCase{"MulticastIpv6Address", "IPv6 Configuration", "Set static IPv6",
-                     {Key::kDown, Key::kDown, Key::kDown}, "ff02::1/64", "Invalid IP address",
-                     "ff02::1 is a multicast address."},
-        BadValueCase{"UnspecifiedIpv6Gateway", "IPv6 Configuration", "Set static IPv6",
-                     {Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown}, "::",
-                     "Invalid gateway address", ":: is not a host address."}),
+    testing::Values(BadValueCase{"LoopbackAddress",
+                                 "IPv4 Configuration",
+                                 "Set static IPv4 address",
+                                 {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown},
+                                 "127.0.0.1",
+                                 "Invalid IP address",
+                                 "127.0.0.1 is a loopback address."},
+                    // Would read as no server and drop the primary one.
+                    BadValueCase{"UnspecifiedDnsServer",
+                                 "DNS Configuration",
+                                 "Primary DNS Server",
+                                 {},
+                                 "0.0.0.0",
+                                 "Invalid DNS server address",
+                                 "0.0.0.0 is not a host address."},
+                    // A paste longer than the field: refused whole, never stored cut.
+                    BadValueCase{"PastedSuffixes",
+                                 "Custom DNS Suffixes",
+                                 "Suffixes:",
+                                 {},
+                                 Pasted(),
+                                 "Invalid DNS suffix",
+                                 "The suffixes can have at most 1024 characters"},
+                    BadValueCase{"MulticastIpv6Address",
+                                 "IPv6 Configuration",
+                                 "Set static IPv6",
+                                 {Key::kDown, Key::kDown, Key::kDown},
+                                 "ff02::1/64",
+                                 "Invalid IP address",
+                                 "ff02::1 is a multicast address."},
+                    BadValueCase{
+                        "UnspecifiedIpv6Gateway",
+                        "IPv6 Configuration",
+                        "Set static IPv6",
+                        {Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown, Key::kDown},
+                        "::",
+                        "Invalid gateway address",
+                        ":: is not a host address."}),
     [](const testing::TestParamInfo<BadValueCase>& info) { return std::string(info.param.name); });
 
 }  // namespace

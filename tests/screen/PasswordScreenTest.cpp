@@ -2,10 +2,8 @@
 // real PAM stack of the simulated host: pam_matrix keeps the passwords in the
 // host root's password file, and the host's account module adds the outcomes
 // pam_matrix cannot give (its word per user in etc/account-states).
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -28,88 +26,74 @@ void PreparePam(const SimHost& host, const std::string& rootState) {
   }
 }
 
-std::unique_ptr<Terminal> LogInWith(SimHost& host, const std::string& password) {
-  auto console = OpenLogin(host);
-  console->SendText(password);
-  console->SendKey(Key::kEnter);
-  return console;
-}
-
-// Types `text` into the focused field and presses `key` (Enter or Tab).
-void Type(Terminal& console, const std::string& text, const std::string& key = "\r") {
+// Types `text` into the focused field and presses Enter.
+void Type(Terminal& console, const std::string& text) {
   console.SendText(text);
   console.WaitUntilQuiet();
-  console.Send(key);
+  console.Send("\r");
   console.WaitUntilQuiet(milliseconds(150));
 }
 
-bool OpenPasswordDialog(Terminal& console) {
-  if (!SelectEntry(console, "Configure Password")) {
-    return false;
-  }
-  console.SendKey(Key::kEnter);
-  return WaitQuiet(console, "Old Password:");
+// Logs in with the old password and opens the password dialog.
+std::unique_ptr<Terminal> OpenPassword(SimHost& host, const std::string& rootState = "") {
+  PreparePam(host, rootState);
+  return OpenEntry(host, "Configure Password", "Old Password:", {}, kOld);
 }
 
-// Every file of the host root but the password file itself.
-std::string FindSecretIn(const SimHost& host, const std::string& dir, const std::string& secret) {
-  DIR* listing = opendir(host.Path(dir).c_str());
-  if (listing == nullptr) {
-    return "";
+// Old, new and confirmed password, and the menu is back.
+void ChangePassword(Terminal& console, const std::string& old, const std::string& changed) {
+  Type(console, old);
+  Type(console, changed);
+  Type(console, changed);
+  if (!WaitForMenu(console)) {
+    Fail("no menu after the change:\n" + console.Text());
   }
+}
+
+// Logs out; `refused` is turned down at the login, `password` opens the menu.
+void LogInAgain(Terminal& console, const std::string& refused, const std::string& password) {
+  Press(console, Key::kEscape, "<F2>");
+  Press(console, Key::kF2, "Authentication Required");
+  if (!refused.empty()) {
+    Type(console, refused);
+    Expect(console, "Invalid login or password.");
+    console.SendKey(Key::kEnter);
+    console.WaitUntilQuiet(milliseconds(150));
+  }
+  Type(console, password);
+  EXPECT_TRUE(WaitForMenu(console)) << console.Text();
+}
+
+// The files of the host root but the password file itself that hold `secret`.
+std::string FindSecretIn(const SimHost& host, const std::string& secret) {
+  namespace fs = std::filesystem;
   std::string found;
-  while (dirent* entry = readdir(listing)) {
-    const std::string name = entry->d_name;
-    const std::string path = dir + "/" + name;
-    struct stat info;
-    if (name == "." || name == ".." || lstat(host.Path(path).c_str(), &info) != 0 ||
-        S_ISLNK(info.st_mode) || path == "/etc/pam_matrix.passwd") {
-      continue;
-    }
-    if (S_ISDIR(info.st_mode)) {
-      found += FindSecretIn(host, path, secret);
-    } else if (host.ReadFile(path).find(secret) != std::string::npos) {
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(host.Path(""))) {
+    const std::string path = entry.path().string().substr(host.Path("").size());
+    if (entry.is_regular_file() && !entry.is_symlink() && path != "/etc/pam_matrix.passwd" &&
+        host.ReadFile(path).find(secret) != std::string::npos) {
       found += path + " ";
     }
   }
-  closedir(listing);
   return found;
 }
 
 TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
   SimHost host;
-  PreparePam(host, "");
-  auto console = LogInWith(host, kOld);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  auto console = OpenPassword(host);
   ExpectGoldenScreen(*console, "password");
-  Type(*console, kOld);
-  Type(*console, kNew);
-  Type(*console, kNew);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-
-  EXPECT_TRUE(host.WaitForSyslog("user.info Login password for user root has changed"))
-      << host.Syslog();
-  EXPECT_TRUE(host.WaitForFileText(
-      "/var/log/obsvd.log", "[obsv.user.merel.login.passwd.changed] Login password for user root changed"))
-      << host.ObsvLog();
-  const std::string tools = host.ReadFile("/var/log/tools.log");
-  EXPECT_NE(tools.find("backup.sh 0\n"), std::string::npos) << tools;
-  EXPECT_NE(tools.find("rovi-cmd -U root internalsvc/refresh\n"), std::string::npos) << tools;
+  ChangePassword(*console, kOld, kNew);
+  ExpectLogged(host, {"user.info Login password for user root has changed"});
+  ExpectLogged(host,
+               {"[obsv.user.merel.login.passwd.changed] Login password for user root changed"},
+               "/var/log/obsvd.log");
+  ExpectHas(host.ReadFile("/var/log/tools.log"),
+            {"backup.sh 0\n", "rovi-cmd -U root internalsvc/refresh\n"});
   EXPECT_EQ(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
   for (const char* secret : {kOld, kNew}) {
-    EXPECT_EQ(FindSecretIn(host, "", secret), "") << secret;
+    EXPECT_EQ(FindSecretIn(host, secret), "") << secret;
   }
-
-  // Log out; the old password is refused, the new one opens the menu.
-  Press(*console, Key::kEscape, "<F2>");
-  Press(*console, Key::kF2, "Authentication Required");
-  Type(*console, kOld);
-  Expect(*console, "Invalid login or password.");
-  console->SendKey(Key::kEnter);
-  console->WaitUntilQuiet(milliseconds(150));
-  Type(*console, kNew);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  LogInAgain(*console, kOld, kNew);
 }
 
 // Any password a user can type is kept as typed: changed to it in the
@@ -120,31 +104,20 @@ class TypablePasswordTest : public ::testing::TestWithParam<const char*> {};
 TEST_P(TypablePasswordTest, ChangedToItLogsInWithIt) {
   const std::string password = GetParam();
   SimHost host;
-  PreparePam(host, "");
-  auto console = LogInWith(host, kOld);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
-  Type(*console, kOld);
-  Type(*console, password);
-  Type(*console, password);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  ASSERT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
-
-  Press(*console, Key::kEscape, "<F2>");
-  Press(*console, Key::kF2, "Authentication Required");
+  auto console = OpenPassword(host);
+  ChangePassword(*console, kOld, password);
+  ExpectLogged(host, {"Login password for user root has changed"});
   // A prefix is not enough: the whole password went into the database.
-  Type(*console, password.substr(0, password.size() - 1));
-  Expect(*console, "Invalid login or password.");
-  console->SendKey(Key::kEnter);
-  console->WaitUntilQuiet(milliseconds(150));
-  Type(*console, password);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  LogInAgain(*console, password.substr(0, password.size() - 1), password);
 }
 
 INSTANTIATE_TEST_SUITE_P(Passwords,
                          TypablePasswordTest,
-                         ::testing::Values("a:b", "C:\\dir\\x:", "two words here",
-                                           "p\u00e9\u00df-\u00c5ngstr\u00f6m", "%3A%25 50%",
+                         ::testing::Values("a:b",
+                                           "C:\\dir\\x:",
+                                           "two words here",
+                                           "p\u00e9\u00df-\u00c5ngstr\u00f6m",
+                                           "%3A%25 50%",
                                            "\u043f\u0430\u0440\u043e\u043b\u044c:\u00e9"),
                          [](const auto& info) { return "Password" + std::to_string(info.index); });
 
@@ -162,25 +135,18 @@ TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
   Type(*console, kNew);
   Type(*console, kNew);
   Expect(*console, "Authentication Required");
-  EXPECT_EQ(console->Text().find("Old Password:"), std::string::npos) << console->Text();
-  EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
+  ExpectLacks(console->Text(), {"Old Password:"});
+  ExpectLogged(host, {"Login password for user root has changed"});
   Type(*console, kNew);
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-
-  Press(*console, Key::kEscape, "<F2>");
-  Press(*console, Key::kF2, "Authentication Required");
-  Type(*console, kNew);
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  LogInAgain(*console, "", kNew);
 }
 
 // The old password again as the new one needs a confirmation; Esc there
 // keeps all three fields as typed, Enter goes on with the change.
 TEST(PasswordScreenTest, SamePasswordAsksFirst) {
   SimHost host;
-  PreparePam(host, "");
-  auto console = LogInWith(host, kOld);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  auto console = OpenPassword(host);
   Type(*console, kOld);
   Type(*console, kOld);
   Type(*console, kOld);
@@ -193,7 +159,7 @@ TEST(PasswordScreenTest, SamePasswordAsksFirst) {
       << screen;
   Press(*console, Key::kEnter, "Are you sure?");
   PressToMenu(*console, Key::kEnter);
-  EXPECT_TRUE(host.WaitForSyslog("Login password for user root has changed")) << host.Syslog();
+  ExpectLogged(host, {"Login password for user root has changed"});
 }
 
 // What the dialog answers for each input and each answer of the stack; after
@@ -210,14 +176,11 @@ class PasswordRefusedTest : public ::testing::TestWithParam<RefusalCase> {};
 TEST_P(PasswordRefusedTest, ReportsAndKeepsTheOldPassword) {
   const RefusalCase& c = GetParam();
   SimHost host;
-  PreparePam(host, c.state);
   if (std::string(c.state) == "nomodule") {
     host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "password required " +
                                            host.Path("/missing/pam_gone.so") + "\n");
   }
-  auto console = LogInWith(host, kOld);
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  ASSERT_TRUE(OpenPasswordDialog(*console)) << console->Text();
+  auto console = OpenPassword(host, c.state);
   Type(*console, c.oldPassword);
   if (std::string(c.message) != "The old password you entered is incorrect") {
     Type(*console, c.newPassword);
@@ -242,20 +205,19 @@ const char kFailed[] = "The password change operation failed.";
 INSTANTIATE_TEST_SUITE_P(
     Outcomes,
     PasswordRefusedTest,
-    ::testing::Values(
-        RefusalCase{"WrongOld", "", "nope", "", "", kIncorrect},
-        RefusalCase{"EmptyOld", "", "", "", "", kIncorrect},
-        RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
-        RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
-        RefusalCase{"Empty", "", kOld, "", "", kEmpty},
-        // Control characters never reach a field.
-        RefusalCase{"ControlDropped", "", kOld, "\x01\x02", "\x01\x02", kEmpty},
-        RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
-        RefusalCase{"TokenManipulation", "authtok", kOld, "x", "x", kFailed},
-        RefusalCase{"ConversationError", "conv", kOld, std::string(512, 'p'),
-                    std::string(512, 'p'), kFailed},
-        RefusalCase{"LongPasswordTokenError", "authtok", kOld, std::string(4096, 'q'),
-                    std::string(4096, 'q'), kFailed}),
+    ::testing::Values(RefusalCase{"WrongOld", "", "nope", "", "", kIncorrect},
+                      RefusalCase{"EmptyOld", "", "", "", "", kIncorrect},
+                      RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
+                      RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
+                      RefusalCase{"Empty", "", kOld, "", "", kEmpty},
+                      // Control characters never reach a field.
+                      RefusalCase{"ControlDropped", "", kOld, "\x01\x02", "\x01\x02", kEmpty},
+                      RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
+                      RefusalCase{"TokenManipulation", "authtok", kOld, "x", "x", kFailed},
+                      RefusalCase{"ConversationError", "conv", kOld, std::string(512, 'p'),
+                                  std::string(512, 'p'), kFailed},
+                      RefusalCase{"LongPasswordTokenError", "authtok", kOld, std::string(4096, 'q'),
+                                  std::string(4096, 'q'), kFailed}),
     [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -63,7 +63,7 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
 
   Choose(*console, "Tarvik Shell", "Disable Tarvik Shell");
   Choose(*console, "SSH Support", "Disable SSH");
-  EXPECT_TRUE(Contains(RightText(*console), "SSH is Enabled")) << console->Text();
+  ExpectHas(RightText(*console), {"SSH is Enabled"});
   nlohmann::json state = host.HostJson();
   for (const char* name : {"TarvikShell", "SSH"}) {
     ASSERT_TRUE(Service(state, name)) << name;
@@ -71,30 +71,28 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
     EXPECT_TRUE((*Service(state, name))["enabled"]) << name;
   }
   EXPECT_TRUE(SshFirewallOpen(host));
-  const std::string tools = host.ReadFile("/var/log/tools.log");
-  EXPECT_TRUE(Contains(tools, "rovi-cmd -U root hostsvc/start_tarvik_shell\n")) << tools;
-  EXPECT_TRUE(Contains(tools, "rovi-cmd -U root hostsvc/enable_ssh\n")) << tools;
-  EXPECT_TRUE(host.WaitForSyslog("user.info User root enabled Tarvik Shell")) << host.Syslog();
-  EXPECT_TRUE(host.WaitForSyslog("user.info User root enabled SSH")) << host.Syslog();
+  ExpectHas(host.ReadFile("/var/log/tools.log"), {"rovi-cmd -U root hostsvc/start_tarvik_shell\n",
+                                                  "rovi-cmd -U root hostsvc/enable_ssh\n"});
+  ExpectLogged(host,
+               {"user.info User root enabled Tarvik Shell", "user.info User root enabled SSH"});
   // With a service on, the time-outs entry is grey and skipped.
-  EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 2).fg.Console(), ConsoleColor::kDarkGrey);
+  EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 2).fg, ConsoleColor::kDarkGrey);
   console->SendKey(Key::kDown);
   ASSERT_TRUE(console->WaitFor([&] { return RightTitle(*console) == "Modify MEREL idle timeout"; }))
       << console->Text();
 
   // The management command now fails: SSH is stopped by its script, and the
   // firewall closed by the console itself.
-  host.WriteFile("/bin/rovi-cmd", "#!/bin/sh\necho \"rovi-cmd: service unavailable\" >&2\nexit 1\n");
+  host.WriteFile("/bin/rovi-cmd",
+                 "#!/bin/sh\necho \"rovi-cmd: service unavailable\" >&2\nexit 1\n");
   Choose(*console, "SSH Support", "Enable SSH");
-  EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to start/stop ssh"))
-      << host.Syslog();
-  EXPECT_TRUE(host.WaitForSyslog("user.warning Unable to run rovi-cmd to enable/disable ssh"))
-      << host.Syslog();
-  EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"), "SSH stop\n"));
+  ExpectLogged(host, {"user.warning Unable to run rovi-cmd to start/stop ssh",
+                      "user.warning Unable to run rovi-cmd to enable/disable ssh",
+                      "User root disabled SSH"});
+  ExpectHas(host.ReadFile("/var/log/tools.log"), {"SSH stop\n"});
   state = host.HostJson();
   EXPECT_FALSE((*Service(state, "SSH"))["running"]);
   EXPECT_FALSE(SshFirewallOpen(host));
-  EXPECT_TRUE(host.WaitForSyslog("User root disabled SSH")) << host.Syslog();
 }
 
 // Typing into the console's idle time-out field: only digits reach it, and
@@ -124,9 +122,9 @@ TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
   ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), c.stored);
   if (*c.syslog != '\0') {
-    EXPECT_TRUE(host.WaitForSyslog(c.syslog)) << host.Syslog();
+    ExpectLogged(host, {c.syslog});
   } else {
-    EXPECT_FALSE(Contains(host.Syslog(), "Merel timeout")) << host.Syslog();
+    ExpectLacks(host.Syslog(), {"Merel timeout"});
   }
 }
 
@@ -154,7 +152,7 @@ TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
   // Sixty idle seconds pass in about three.
   EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
-  EXPECT_TRUE(host.WaitForSyslog("logged out")) << host.Syslog();
+  ExpectLogged(host, {"logged out"});
 }
 
 TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
@@ -170,10 +168,9 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   PressGone(*console, Key::kEnter, "Set the timeouts for Tarvik Shell access");
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
   EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
-  EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
-                       "tarvikcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i "
-                       "86400\n"));
-  EXPECT_TRUE(host.WaitForSyslog("Modified Shell timeout to 1440 minutes")) << host.Syslog();
+  ExpectHas(host.ReadFile("/var/log/tools.log"),
+            {"tarvikcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i 86400\n"});
+  ExpectLogged(host, {"Modified Shell timeout to 1440 minutes"});
 }
 
 // With and without the live core of mgmtd: each step shows while it runs,
@@ -204,10 +201,10 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
   }
   console->SendKey(Key::kEnter);  // only F11 confirms
   console->WaitUntilQuiet(milliseconds(200));
-  EXPECT_TRUE(Contains(console->Text(), "Restart management agents now?"));
+  ExpectHas(console->Text(), {"Restart management agents now?"});
   console->SendKey(Key::kF11);
   ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
-  EXPECT_FALSE(Contains(console->Text(), "Starting management agents. Done."));
+  ExpectLacks(console->Text(), {"Starting management agents. Done."});
   EXPECT_EQ(Contains(console->Text(), "Collecting host agent live core information. Done."), core);
   Expect(*console, "Starting management agents. Done.");
   if (core) {
@@ -219,15 +216,16 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
   EXPECT_EQ(CoreFileWritten(host), core);
   const nlohmann::json state = host.HostJson();
   EXPECT_EQ((*Service(state, "mgmtd"))["restarts"], 1);
-  EXPECT_TRUE(host.WaitForSyslog("user.info Restarting host agents")) << host.Syslog();
-  EXPECT_TRUE(host.WaitForFileText("/var/log/obsvd.log",
-                                   "[obsv.user.merel.restarting.hostagents] Restarting host agents"));
+  ExpectLogged(host, {"user.info Restarting host agents"});
+  ExpectLogged(host, {"[obsv.user.merel.restarting.hostagents] Restarting host agents"},
+               "/var/log/obsvd.log");
   EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
   PressGone(*console, Key::kEnter, "Restart Management Agents: Confirm");
 }
 
-INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "WithCore" : "WithoutCore"; });
+INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(), [](const auto& info) {
+  return info.param ? "WithCore" : "WithoutCore";
+});
 
 // Lockdown on and off through the management command. Once the host can no
 // longer enter it (here: it stops being managed while the mode is on),
@@ -259,21 +257,14 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
     Expect(*console, step.after);
     console->SendKey(Key::kEnter);
     ASSERT_TRUE(BackAtMenu(*console, "Enable lockdown mode")) << console->Text();
-    EXPECT_TRUE(host.WaitForSyslog(std::string("user.info ") + step.log)) << host.Syslog();
-    EXPECT_TRUE(Contains(host.ReadFile("/var/log/tools.log"),
-                         std::string("rovi-cmd -U root ") + step.command + "\n"));
-    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg.Console(), step.entry)
-        << console->Text();
+    ExpectLogged(host, {std::string("user.info ") + step.log});
+    ExpectHas(host.ReadFile("/var/log/tools.log"),
+              {std::string("rovi-cmd -U root ") + step.command + "\n"});
+    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg, step.entry) << console->Text();
     ModifyHost(host, [](nlohmann::json& state) { state["lockdown"]["possible"] = false; });
   }
   EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
 }
-
-}  // namespace
-
-namespace {
-
-using namespace MerelMenuTest;
 
 // An account that PAM lets in but the management service does not know: the
 // change is tried once, as that user; it fails, the failure is logged, and
@@ -286,13 +277,13 @@ TEST(LockdownScreenTest, RefusedUserChangesNothing) {
   Choose(*console, "Configure Lockdown Mode", "[ ] Enable lockdown mode");
   Press(*console, Key::kSpace, "[X] Enable lockdown mode");
   PressToMenu(*console, Key::kEnter);
-  EXPECT_TRUE(host.WaitForSyslog(
-      "user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"))
-      << host.Syslog();
+  ExpectLogged(
+      host,
+      {"user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"});
   const std::string tools = host.ReadFile("/var/log/tools.log");
-  EXPECT_TRUE(Contains(tools, "rovi-cmd -U operator rovisvc/auth/lockdown_mode_enter\n")) << tools;
-  EXPECT_FALSE(Contains(tools, "rovi-cmd -U merel rovisvc/auth/lockdown_mode_enter")) << tools;
-  EXPECT_FALSE(Contains(host.Syslog(), "Lockdown mode enabled")) << host.Syslog();
+  ExpectHas(tools, {"rovi-cmd -U operator rovisvc/auth/lockdown_mode_enter\n"});
+  ExpectLacks(tools, {"rovi-cmd -U merel rovisvc/auth/lockdown_mode_enter"});
+  ExpectLacks(host.Syslog(), {"Lockdown mode enabled"});
   EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
 }
 

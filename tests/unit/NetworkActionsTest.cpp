@@ -1,7 +1,7 @@
 // The network actions without their dialogs: what the apply pass reports
 // (failures in order, the restart it needs, the moment the address changed)
-// and the outcomes of the factory restore and the standard-switch move, on a
-// simulated host with faults injected.
+// and the outcome of the factory restore, on a simulated host with faults
+// injected.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -12,7 +12,6 @@
 #include "NetworkRestore.h"
 #include "NetworkSettings.h"
 #include "SimHostTestSupport.h"
-#include "StandardSwitchMove.h"
 
 namespace {
 
@@ -87,75 +86,32 @@ TEST(NetworkApplyTest, ReportsEveryFailureInOrderAndTheRestart) {
   }
 }
 
+// The machines' part of the factory restore: a host that cannot say whether
+// machines run is not restored, and without machines nothing is powered off.
+// (Running, stubborn and spared machines, and a failed clear, are restored
+// through the real console by the network restore screen tests; so is every
+// failed step of the standard-switch move.)
 TEST(NetworkRestoreActionTest, StepsAndOutcome) {
   using Step = Merel::FactoryRestoreStep;
   using Outcome = Merel::FactoryRestoreOutcome;
-  struct {
-    const char* name;
-    const char* fixture;
+  const struct {
     std::vector<std::string> faults;
-    bool agree;
     Outcome outcome;
     std::vector<Step> steps;
   } cases[] = {
-      {"no machines", "static-ipv4", {}, true, Outcome::kRestored,
-       {Step::kConfiguring, Step::kConfigured}},
-      {"clearing fails",
-       "static-ipv4",
-       {"ClearNetworkConfig busy"},
-       true,
-       Outcome::kFailed,
-       {Step::kConfiguring, Step::kFailed}},
-      {"cannot tell whether machines run",
-       "static-ipv4",
-       {"HasRunningVirtualMachines gone"},
-       true,
-       Outcome::kFailed,
-       {Step::kFailed}},
-      // The demo host's db-01 refuses a soft stop: its network stays.
-      {"a machine keeps running", "", {}, true, Outcome::kMachinesRunning,
-       {Step::kPoweringOff, Step::kFailed}},
-      {"machines are not to be stopped", "", {}, false, Outcome::kCancelled, {}},
+      {{}, Outcome::kRestored, {Step::kConfiguring, Step::kConfigured}},
+      {{"HasRunningVirtualMachines gone"}, Outcome::kFailed, {Step::kFailed}},
   };
   for (const auto& c : cases) {
-    SimRoot root(c.fixture);
+    SimRoot root("static-ipv4");
     for (const std::string& fault : c.faults) {
       Fail(root, fault);
     }
     std::vector<Step> steps;
     const Outcome outcome = Merel::RestoreFactoryNetwork(
-        [&] { return c.agree; }, [&](Step step) { steps.push_back(step); });
-    EXPECT_EQ(outcome, c.outcome) << c.name;
-    EXPECT_EQ(steps, c.steps) << c.name;
-  }
-}
-
-TEST(StandardSwitchMoveTest, MovesOrPutsEverythingBack) {
-  using Outcome = Merel::StandardSwitchMove::Outcome;
-  struct {
-    const char* name;
-    std::vector<std::string> faults;
-    Outcome outcome;
-    const char* failure;
-  } cases[] = {
-      {"moved", {}, Outcome::kMoved, ""},
-      {"no switch can be made",
-       {"AddVirtualSwitch full"},
-       Outcome::kFailedRestored,
-       "creating the new switch: full"},
-      {"interface cannot move",
-       {"MoveToPortGroup busy --once"},
-       Outcome::kFailedRestored,
-       "moving the management interface: busy"},
-  };
-  for (const auto& c : cases) {
-    SimRoot root;
-    for (const std::string& fault : c.faults) {
-      Fail(root, fault);
-    }
-    const Merel::StandardSwitchMove move = Merel::MoveManagementToStandardSwitch();
-    EXPECT_EQ(move.outcome, c.outcome) << c.name;
-    EXPECT_EQ(move.failure, c.failure) << c.name;
+        [] { return true; }, [&](Step step) { steps.push_back(step); });
+    EXPECT_EQ(outcome, c.outcome) << c.faults.size();
+    EXPECT_EQ(steps, c.steps) << c.faults.size();
   }
 }
 

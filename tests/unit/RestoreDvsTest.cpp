@@ -148,9 +148,10 @@ const nlohmann::json& Named(const nlohmann::json& list,
   return none;
 }
 
-// The whole repair on the broken host: the adapter taken from vSwitch0 and
-// the free one join the switch, the new port copies the VLAN but not the
-// block, the interface moves, the old port stays.
+// The repair on the broken host, past what the Restore DVS screen test reads
+// (the interface's move, the VLAN, the uplinks chosen): the switch takes the
+// adapters, the new port is not blocked, the old port stays; a second
+// repair replaces the host-local port it made.
 TEST(RestoreDvsTest, RepairOfABrokenPort) {
   SimHostTest::SimRoot root("dvs-broken");
   Merel::DvsRepair repair;
@@ -160,25 +161,14 @@ TEST(RestoreDvsTest, RepairOfABrokenPort) {
   EXPECT_EQ(repair.portKey, "12");
   EXPECT_TRUE(repair.health.blocked);
   EXPECT_TRUE(repair.health.noLink);
-  ASSERT_EQ(repair.candidates.size(), 4u);
   const std::vector<std::string> chosen = {"pnic1", "pnic2", "pnic3"};
-  const std::vector<Merel::Adapter> taken =
-      Merel::TakenFromStandardSwitches(repair.candidates, chosen);
-  ASSERT_EQ(taken.size(), 1u);
-  EXPECT_EQ(taken[0].name, "pnic3");
 
   EXPECT_EQ(Merel::ApplyDvsRepair(repair, chosen), "hlp-DSwitch-Prod#0");
   const nlohmann::json network = nlohmann::json::parse(root.File("/host.json"))["network"];
-  const auto& nic = Named(network["nics"], "name", "nex0");
-  EXPECT_EQ(nic.value("dvSwitch", ""), "DSwitch-Prod");
-  EXPECT_EQ(nic.value("dvPort", ""), "hlp-DSwitch-Prod#0");
-  EXPECT_EQ(Named(network["vswitches"], "name", "vSwitch0")["uplinks"], nlohmann::json::array());
   const auto& dvs = Named(network["dvswitches"], "name", "DSwitch-Prod");
   EXPECT_EQ(dvs["uplinks"], nlohmann::json({"pnic0", "pnic1", "pnic2", "pnic3"}));
   const auto& port = Named(dvs["ports"], "key", "hlp-DSwitch-Prod#0");
-  EXPECT_EQ(port.value("vlanId", 0), 20);
   EXPECT_FALSE(port.value("blocked", true));
-  EXPECT_EQ(port["activeUplinks"], nlohmann::json(chosen));
   EXPECT_TRUE(Named(dvs["ports"], "key", "12").value("blocked", false));
 
   // A second repair makes the next port and removes the host-local port it

@@ -20,27 +20,6 @@ namespace {
 using namespace Merel;
 using MerelTest::CursesScreen;
 
-// The pair of a colour combination depends on how many colours the terminal
-// has.
-TEST(ColorAttrTest, PairFollowsTheColourCount) {
-  const struct {
-    int colors;
-    int background, foreground, expected;
-  } cases[] = {
-      {8, kWhite, kYellow, 60 << 8},
-      {16, kWhite, kYellow, 116 << 8},
-  };
-  const int savedColors = COLORS;
-  const bool savedBw = Merel::BwColor();
-  Merel::SetBwColor(false);
-  for (const auto& c : cases) {
-    COLORS = c.colors;
-    EXPECT_EQ(ColorAttr(c.background, c.foreground), c.expected) << c.colors;
-  }
-  COLORS = savedColors;
-  Merel::SetBwColor(savedBw);
-}
-
 // Black and white: dark backgrounds stand out, a selection (white
 // background) is reverse video, and greyed (dark grey) text on the light
 // backgrounds is faint, or plain against bold text where the terminal has

@@ -41,7 +41,6 @@ TEST(TextAreaLayoutTest, Table) {
        40,
        "{color:white}<Enter>{/color}{color:light-grey} Change{/color}             "
        "{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}"},
-      {"CenteredRun", "{align:center}ab{/align}", 10, "    ab"},
       {"CenteredRunOddRemainderRoundsDown", "{align:center}abc{/align}", 10, "   abc"},
       {"PaddingColumns",
        "    {align:padding:13}Device Name{/align}{align:padding:30}Hardware Label (MAC "
@@ -56,7 +55,6 @@ TEST(TextAreaLayoutTest, Table) {
       {"LeftAlignIsNoAlignment", "{align:left}x{/align}y", 10, "xy"},
       {"NestedAlignIgnored", "{align:right}ab{align:center}cd{/align}ef{/align}", 10,
        "      abcd\nef"},
-      {"WordWrap", "hello world", 8, "hello\nworld"},
       {"WordWrapSeveralLines", "aa bb cc dd", 5, "aa bb\ncc dd"},
       {"LongWordBrokenHard", "abcdefghij", 4, "abcd\nefgh\nij"},
       {"LongWordAfterShortOneBrokenHard", "ab cdefghij", 4, "ab\ncdef\nghij"},

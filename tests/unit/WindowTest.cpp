@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <memory>
 #include <string>
 
@@ -150,14 +149,6 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   EXPECT_EQ(curs_set(1), 1) << "cursor hidden after the active draw";
   wtimeout(stdscr, 200);
   EXPECT_EQ(wgetch(stdscr), ERR) << "keys typed before the draw were delivered";
-}
-
-TEST_F(WindowTest, MessageDialogIsCentredAtFiveSeven) {
-  MessageDialog dialog(nullptr, Strings::kRestartNetworkErrorTitle,
-                       Strings::kNoManagementInterface);
-  WINDOW* window = dialog.GetWindow();
-  EXPECT_EQ((std::array{getbegx(window), getbegy(window), getmaxx(window), getmaxy(window)}),
-            (std::array{5, 7, 70, 10}));
 }
 
 // A message longer than the stock box's three lines (the VLAN 4095 warning

@@ -313,7 +313,7 @@ void Terminal::Resize(int cols, int rows) {
 
 struct Terminal::Tracking {
   int rows = 0, cols = 0;
-  std::vector<uint8_t> damaged;        // one flag per cell, row by row
+  std::vector<uint8_t> damaged;         // one flag per cell, row by row
   std::vector<VTermScreenCell> before;  // the cells at MarkScreen
   bool cursorVisible = true;
   bool altScreen = false;
@@ -354,9 +354,8 @@ struct Terminal::Tracking {
     const VTermScreenCellAttrs &p = a.attrs, &q = b.attrs;
     return a.width == b.width && p.bold == q.bold && p.underline == q.underline &&
            p.italic == q.italic && p.blink == q.blink && p.reverse == q.reverse &&
-           p.strike == q.strike && p.font == q.font &&
-           p.dwl == q.dwl && p.dhl == q.dhl && vterm_color_is_equal(&a.fg, &b.fg) &&
-           vterm_color_is_equal(&a.bg, &b.bg);
+           p.strike == q.strike && p.font == q.font && p.dwl == q.dwl && p.dhl == q.dhl &&
+           vterm_color_is_equal(&a.fg, &b.fg) && vterm_color_is_equal(&a.bg, &b.bg);
   }
 };
 
@@ -389,7 +388,8 @@ void Terminal::MarkScreen() {
   t.before.resize(t.damaged.size());
   for (int y = 0; y < t.rows; ++y) {
     for (int x = 0; x < t.cols; ++x) {
-      vterm_screen_get_cell(_screen, VTermPos{y, x}, &t.before[static_cast<size_t>(y * t.cols + x)]);
+      vterm_screen_get_cell(_screen, VTermPos{y, x},
+                            &t.before[static_cast<size_t>(y * t.cols + x)]);
     }
   }
 }
@@ -501,7 +501,7 @@ std::optional<struct termios> Terminal::Modes() const {
   return modes;
 }
 
-std::vector<pid_t> Terminal::SessionProcesses() const {
+std::vector<pid_t> Terminal::SessionProcesses(bool zombies) const {
   std::vector<pid_t> found;
   if (_pid <= 0) {
     return found;
@@ -522,7 +522,8 @@ std::vector<pid_t> Terminal::SessionProcesses() const {
     std::istringstream fields(stat.substr(close + 1));
     char state = 0;
     long parent = 0, group = 0, session = 0;
-    if (fields >> state >> parent >> group >> session && session == _pid && state != 'Z') {
+    if (fields >> state >> parent >> group >> session && session == _pid &&
+        (state == 'Z') == zombies) {
       found.push_back(static_cast<pid_t>(std::stol(name)));
     }
   }
@@ -574,8 +575,8 @@ Cell Terminal::CellAt(int x, int y) const {
   if (vterm_screen_get_cell(_screen, VTermPos{y, x}, &cell) != 0) {
     result.reverse = cell.attrs.reverse;
     result.bold = cell.attrs.bold;
-    result.fg.color = ToConsoleColor(cell.fg, true);
-    result.bg.color = ToConsoleColor(cell.bg, false);
+    result.fg = ToConsoleColor(cell.fg, true);
+    result.bg = ToConsoleColor(cell.bg, false);
   }
   return result;
 }

@@ -41,14 +41,9 @@ struct Rgb {
 // terminal's own default colour (what a black-and-white console draws in).
 enum class ConsoleColor { kBlack, kRed, kLightGrey, kYellow, kDarkGrey, kWhite, kDefault, kOther };
 
-struct CellColor {
-  ConsoleColor color = ConsoleColor::kOther;
-  ConsoleColor Console() const { return color; }
-};
-
 struct Cell {
   std::string text;  // UTF-8; " " for an empty cell
-  CellColor fg, bg;
+  ConsoleColor fg = ConsoleColor::kOther, bg = ConsoleColor::kOther;
   bool reverse = false;
   bool bold = false;
 };
@@ -129,9 +124,9 @@ class Terminal {
   // The terminal's modes as the program left them; readable through the
   // master also after the program has ended (until HangUp).
   std::optional<struct termios> Modes() const;
-  // Live (not zombie) processes of the program's session: the program and
-  // whatever it started on the terminal.
-  std::vector<pid_t> SessionProcesses() const;
+  // Live processes of the program's session: the program and whatever it
+  // started on the terminal; with `zombies`, those ended and not reaped.
+  std::vector<pid_t> SessionProcesses(bool zombies = false) const;
 
   // Text trims each row's trailing blanks and joins rows with "\n" (the form
   // golden screens are kept in). Find gives the column of `text` in row y, or -1.
