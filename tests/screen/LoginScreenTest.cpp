@@ -285,7 +285,7 @@ TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   console->SendText("pw");
   console->SendKeys({Key::kUp, Key::kUp});
   EXPECT_TRUE(console->WaitFor([&] {
-    return console->CellAt(13, kKeyboardRow).bg.Console() == ConsoleColor::kWhite;
+    return console->CellAt(13, kKeyboardRow).bg == ConsoleColor::kWhite;
   })) << console->Text();
   Press(*console, Key::kEnter, "Toggle Selected");
   console->SendKeys({Key::kDown, Key::kDown, Key::kSpace});

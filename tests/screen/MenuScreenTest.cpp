@@ -50,7 +50,7 @@ TEST_P(GreyEntriesTest, GreyAndSkipped) {
   for (const std::string& entry : c.grey) {
     const int y = MenuRow(*console, entry);
     ASSERT_GE(y, 0) << entry << " missing:\n" << console->Text();
-    EXPECT_EQ(console->CellAt(kMenuColumn, y).fg.Console(), ConsoleColor::kDarkGrey) << entry;
+    EXPECT_EQ(console->CellAt(kMenuColumn, y).fg, ConsoleColor::kDarkGrey) << entry;
   }
   for (const std::string& entry : c.hidden) {
     EXPECT_EQ(MenuRow(*console, entry), -1) << entry << " shown:\n" << console->Text();

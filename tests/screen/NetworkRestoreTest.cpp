@@ -249,7 +249,7 @@ class StandardSwitchMove : public ::testing::TestWithParam<SwitchCase> {};
 // moves on to the repair of the distributed switch.
 TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   const SwitchCase& c = GetParam();
-  const nlohmann::json uplinks = {"pnic0", "pnic1"};
+  const std::vector<std::string> uplinks = {"pnic0", "pnic1"};
   SimHost host(c.fixture);
   PrepareSwitchHost(host);
   auto console = Open(host, "Restore Standard Switch");
@@ -262,25 +262,19 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   const nlohmann::json net = host.HostJson()["network"];
   const nlohmann::json* created = Named(net["vswitches"], "vSwitch2");
   ASSERT_TRUE(created) << net["vswitches"].dump(2);
-  EXPECT_EQ((*created)["uplinks"], uplinks);
+  EXPECT_EQ((*created)["uplinks"], nlohmann::json(uplinks));
   ASSERT_EQ((*created)["portGroups"].size(), 1u) << created->dump(2);
   const nlohmann::json& group = (*created)["portGroups"][0];
   EXPECT_EQ(group["name"], "Management Network");
-  EXPECT_EQ(group["activeUplinks"], uplinks);
+  EXPECT_EQ(group["activeUplinks"], nlohmann::json(uplinks));
   EXPECT_EQ(group.value("vlanId", 0), c.vlanId);
   for (const auto& sw : net["vswitches"]) {
     if (sw["name"] != "vSwitch2") {
       EXPECT_FALSE(Named(sw["portGroups"], "Management Network")) << sw.dump(2);
-      for (const auto& uplink : uplinks) {
-        ExpectLacks(sw["uplinks"].dump(), {uplink.get<std::string>()});
-      }
+      ExpectLacks(sw["uplinks"].dump(), uplinks);
     }
   }
-  for (const auto& dvs : net["dvswitches"]) {
-    for (const auto& uplink : uplinks) {
-      ExpectLacks(dvs.dump(), {uplink.get<std::string>()});
-    }
-  }
+  ExpectLacks(net["dvswitches"].dump(), uplinks);
   const nlohmann::json* nex0 = Named(net["nics"], "nex0");
   ASSERT_TRUE(nex0);
   EXPECT_EQ((*nex0)["portGroup"], "Management Network");

@@ -28,11 +28,7 @@ inline bool WaitForWindow(Terminal& console) {
 
 // Logs in and opens the window from the menu (or ends the test).
 inline std::unique_ptr<Terminal> OpenWindow(SimHost& host) {
-  auto console = LogIn(host);
-  if (!SelectEntry(*console, kWindowTitle)) {
-    Fail("menu entry not reached:\n" + console->Text());
-  }
-  console->SendKey(Key::kEnter);
+  auto console = OpenEntry(host, kWindowTitle, "<Esc> Exit");
   if (!WaitForWindow(*console)) {
     Fail("no network window:\n" + console->Text());
   }

@@ -271,8 +271,7 @@ class TerminalTypeTest : public ::testing::TestWithParam<TermCase> {};
 TEST_P(TerminalTypeTest, DrivesTheTerminalAndOffersTheKeyboardEntry) {
   const TermCase& c = GetParam();
   SimHost host;
-  ModifyHost(
-      host, [&](nlohmann::json& state) { state["consoleKeyboard"] = c.consoleKeyboard; });
+  ModifyHost(host, [&](nlohmann::json& state) { state["consoleKeyboard"] = c.consoleKeyboard; });
   TerminalOptions options{.term = c.term};
   if (c.ssh) {
     options.env["SSH_CLIENT"] = "192.0.2.7 50022 22";
@@ -332,9 +331,9 @@ TEST(RuntimeScreenTest, PaletteIsRedefinedWhereTheTerminalCan) {
                                        {7, {255, 255, 255}}};
   EXPECT_EQ(console->Palette(), expected);
   ASSERT_TRUE(console->WaitForText("Customize System")) << console->Text();
-  EXPECT_EQ(console->CellAt(0, 0).bg.Console(), ConsoleColor::kDarkGrey);
-  EXPECT_EQ(console->CellAt(0, 0).fg.Console(), ConsoleColor::kWhite);
-  EXPECT_EQ(console->CellAt(0, 24).bg.Console(), ConsoleColor::kYellow);
+  EXPECT_EQ(console->CellAt(0, 0).bg, ConsoleColor::kDarkGrey);
+  EXPECT_EQ(console->CellAt(0, 0).fg, ConsoleColor::kWhite);
+  EXPECT_EQ(console->CellAt(0, 24).bg, ConsoleColor::kYellow);
 }
 
 TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
@@ -350,7 +349,7 @@ TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
   ASSERT_TRUE(console->WaitForText("Customize System")) << console->Text();
   EXPECT_TRUE(console->CellAt(0, 0).reverse);
   EXPECT_FALSE(console->CellAt(0, 24).reverse);
-  EXPECT_EQ(console->CellAt(0, 24).bg.Console(), ConsoleColor::kDefault);
+  EXPECT_EQ(console->CellAt(0, 24).bg, ConsoleColor::kDefault);
 }
 
 // Input that has ended without a hang-up (a file, /dev/null) is always

@@ -76,7 +76,7 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
   ExpectLogged(host,
                {"user.info User root enabled Tarvik Shell", "user.info User root enabled SSH"});
   // With a service on, the time-outs entry is grey and skipped.
-  EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 2).fg.Console(), ConsoleColor::kDarkGrey);
+  EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 2).fg, ConsoleColor::kDarkGrey);
   console->SendKey(Key::kDown);
   ASSERT_TRUE(console->WaitFor([&] { return RightTitle(*console) == "Modify MEREL idle timeout"; }))
       << console->Text();
@@ -260,8 +260,7 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
     ExpectLogged(host, {std::string("user.info ") + step.log});
     ExpectHas(host.ReadFile("/var/log/tools.log"),
               {std::string("rovi-cmd -U root ") + step.command + "\n"});
-    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg.Console(), step.entry)
-        << console->Text();
+    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg, step.entry) << console->Text();
     ModifyHost(host, [](nlohmann::json& state) { state["lockdown"]["possible"] = false; });
   }
   EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);

@@ -66,14 +66,14 @@ TEST_P(WelcomeHostTest, ShowsTheHost) {
   }
   // The upper half is dark grey, rows / 2 lines either way; the lower yellow.
   for (int x : {0, 40}) {
-    EXPECT_EQ(console->CellAt(x, c.rows / 2 - 1).bg.Console(), ConsoleColor::kDarkGrey);
-    EXPECT_EQ(console->CellAt(x, c.rows / 2).bg.Console(), ConsoleColor::kYellow);
-    EXPECT_EQ(console->CellAt(x, c.rows - 1).bg.Console(), ConsoleColor::kYellow);
+    EXPECT_EQ(console->CellAt(x, c.rows / 2 - 1).bg, ConsoleColor::kDarkGrey);
+    EXPECT_EQ(console->CellAt(x, c.rows / 2).bg, ConsoleColor::kYellow);
+    EXPECT_EQ(console->CellAt(x, c.rows - 1).bg, ConsoleColor::kYellow);
   }
   // Footer keys in black, captions in dark grey.
   EXPECT_EQ(console->Find(c.rows - 2, "<F2>"), 2) << console->Text();
-  EXPECT_EQ(console->CellAt(2, c.rows - 2).fg.Console(), ConsoleColor::kBlack);
-  EXPECT_EQ(console->CellAt(7, c.rows - 2).fg.Console(), ConsoleColor::kDarkGrey);
+  EXPECT_EQ(console->CellAt(2, c.rows - 2).fg, ConsoleColor::kBlack);
+  EXPECT_EQ(console->CellAt(7, c.rows - 2).fg, ConsoleColor::kDarkGrey);
 
   for (const bool upper : {true, false}) {
     const std::vector<std::string>& lines = upper ? c.upper : c.lower;
@@ -85,7 +85,7 @@ TEST_P(WelcomeHostTest, ShowsTheHost) {
         EXPECT_EQ(console->Find(first + static_cast<int>(i), lines[i]), column) << lines[i];
       }
       if (i == 0) {  // white on dark grey, dark grey on yellow
-        EXPECT_EQ(console->CellAt(column, first).fg.Console(),
+        EXPECT_EQ(console->CellAt(column, first).fg,
                   upper ? ConsoleColor::kWhite : ConsoleColor::kDarkGrey);
       }
     }
@@ -161,14 +161,14 @@ TEST(WelcomeScreenTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
   Expect(*console, "Manage this host at https://10.1.1.10/");
   const std::string welcome = "Welcome to greeter.example.test";
   EXPECT_EQ(console->Find(2, welcome), CentredColumn(welcome)) << console->Text();
-  EXPECT_EQ(console->CellAt(CentredColumn(welcome), 2).fg.Console(), ConsoleColor::kYellow);
+  EXPECT_EQ(console->CellAt(CentredColumn(welcome), 2).fg, ConsoleColor::kYellow);
   EXPECT_EQ(console->Find(4, "Manage this host at https://10.1.1.10/"), 2);
-  EXPECT_EQ(console->CellAt(2, 4).fg.Console(), ConsoleColor::kWhite);
+  EXPECT_EQ(console->CellAt(2, 4).fg, ConsoleColor::kWhite);
   EXPECT_EQ(console->Find(6, "Tarvik 8.0.2"), 2);
-  EXPECT_EQ(console->CellAt(2, 6).fg.Console(), ConsoleColor::kLightGrey);
+  EXPECT_EQ(console->CellAt(2, 6).fg, ConsoleColor::kLightGrey);
   // Only the message: no halves, no footer, no product line.
   ExpectLacks(console->Text(), {"<F2>", "(Nexel"});
-  EXPECT_NE(console->CellAt(40, 20).bg.Console(), ConsoleColor::kYellow);
+  EXPECT_NE(console->CellAt(40, 20).bg, ConsoleColor::kYellow);
   console->SendKey(Key::kF2);  // the keys still work
   EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();
 }
@@ -236,8 +236,8 @@ TEST(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
       EXPECT_EQ(console->CellAt(40, 2).reverse, bw || upperReverse) << term << " " << press;
       EXPECT_EQ(console->CellAt(40, 20).reverse, lowerReverse) << term << " " << press;
       if (toggles) {
-        EXPECT_EQ(console->CellAt(40, 2).bg.Console() == ConsoleColor::kDarkGrey, !bw);
-        EXPECT_EQ(console->CellAt(40, 20).bg.Console() == ConsoleColor::kYellow, !bw);
+        EXPECT_EQ(console->CellAt(40, 2).bg == ConsoleColor::kDarkGrey, !bw);
+        EXPECT_EQ(console->CellAt(40, 20).bg == ConsoleColor::kYellow, !bw);
       }
     }
   }

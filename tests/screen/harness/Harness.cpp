@@ -575,8 +575,8 @@ Cell Terminal::CellAt(int x, int y) const {
   if (vterm_screen_get_cell(_screen, VTermPos{y, x}, &cell) != 0) {
     result.reverse = cell.attrs.reverse;
     result.bold = cell.attrs.bold;
-    result.fg.color = ToConsoleColor(cell.fg, true);
-    result.bg.color = ToConsoleColor(cell.bg, false);
+    result.fg = ToConsoleColor(cell.fg, true);
+    result.bg = ToConsoleColor(cell.bg, false);
   }
   return result;
 }

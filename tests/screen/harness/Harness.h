@@ -41,14 +41,9 @@ struct Rgb {
 // terminal's own default colour (what a black-and-white console draws in).
 enum class ConsoleColor { kBlack, kRed, kLightGrey, kYellow, kDarkGrey, kWhite, kDefault, kOther };
 
-struct CellColor {
-  ConsoleColor color = ConsoleColor::kOther;
-  ConsoleColor Console() const { return color; }
-};
-
 struct Cell {
   std::string text;  // UTF-8; " " for an empty cell
-  CellColor fg, bg;
+  ConsoleColor fg = ConsoleColor::kOther, bg = ConsoleColor::kOther;
   bool reverse = false;
   bool bold = false;
 };
