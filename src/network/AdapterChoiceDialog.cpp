@@ -15,15 +15,11 @@ const char* const kKeys =
 }  // namespace
 
 AdapterChoiceDialog::AdapterChoiceDialog(Frame* parent,
-                                         int width,
-                                         int height,
-                                         int titleHeight,
+                                         DialogSize size,
                                          uint32_t titleKey,
                                          uint32_t textKey)
     : ChoiceListDialog(parent,
-                       width,
-                       height,
-                       titleHeight,
+                       size,
                        titleKey,
                        textKey,
                        std::string(kKeys) + kOkCancelFooter,

@@ -27,12 +27,7 @@ class AdapterChoiceDialog : public ChoiceListDialog {
   static std::string Shorten(const std::string& text, size_t width);
 
  protected:
-  AdapterChoiceDialog(Frame* parent,
-                      int width,
-                      int height,
-                      int titleHeight,
-                      uint32_t titleKey,
-                      uint32_t textKey);
+  AdapterChoiceDialog(Frame* parent, DialogSize size, uint32_t titleKey, uint32_t textKey);
   // Lays out the header and one row (text, checked) per adapter.
   void SetRows(const char* header, const std::vector<std::pair<std::string, bool>>& rows);
   // Space on row `index`; by default it only flips the mark.

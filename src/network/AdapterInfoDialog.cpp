@@ -8,14 +8,12 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 14;
-constexpr int kTitleHeight = 5;
+constexpr DialogSize kSize{70, 14, 5};
 
 }  // namespace
 
 AdapterInfoDialog::AdapterInfoDialog(Frame* parent, const Adapter& adapter)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _adapter(adapter) {
+    : Dialog(parent, kSize), _adapter(adapter) {
   _body = AddContentText();
 }
 

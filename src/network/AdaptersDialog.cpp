@@ -29,13 +29,11 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 78;
-constexpr int kHeight = 22;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{78, 22, 7};
 // A row's fields; the check box takes the first four columns of the line.
 constexpr size_t kNameField = 13;
 constexpr size_t kLabelField = 30;
-constexpr size_t kRowWidth = kWidth - 4 - 4;
+constexpr size_t kRowWidth = kSize.width - 4 - 4;
 
 const char* const kHeader =
     "    {align:padding:13}Device Name{/align}{align:padding:30}Hardware Label (MAC "
@@ -51,12 +49,7 @@ AdaptersDialog::AdaptersDialog(Frame* parent,
                                const std::vector<std::string>& uplinks,
                                int maxActiveUplinks,
                                const std::string& switchName)
-    : AdapterChoiceDialog(parent,
-                          kWidth,
-                          kHeight,
-                          kTitleHeight,
-                          Strings::kAdaptersTitle,
-                          Strings::kAdaptersText),
+    : AdapterChoiceDialog(parent, kSize, Strings::kAdaptersTitle, Strings::kAdaptersText),
       _switchName(switchName),
       _uplinks(uplinks),
       _maxActiveUplinks(maxActiveUplinks),

@@ -9,9 +9,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 15;
-constexpr int kTitleHeight = 10;
+constexpr DialogSize kSize{70, 15, 10};
 
 const char* const kFooter =
     "{color:black}<Y>{/color} {color:dark-grey}Yes{/color}  {color:black}<N>{/color} "
@@ -21,7 +19,7 @@ const char* const kFooter =
 }  // namespace
 
 ApplyChangesDialog::ApplyChangesDialog(Frame* parent, bool ipv6Toggled)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _ipv6Toggled(ipv6Toggled) {
+    : Dialog(parent, kSize), _ipv6Toggled(ipv6Toggled) {
   if (_contentWindow != nullptr) {
     _question = &_contentWindow->AddChild<TextArea>(0, 0, _contentWindow->GetWidth(),
                                                     _contentWindow->GetHeight(), kBlack);

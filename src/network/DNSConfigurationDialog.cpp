@@ -12,9 +12,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 78;
-constexpr int kHeight = 17;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{78, 17, 6};
 constexpr int kFieldWidth = 44;
 // "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.255", and for both fields one
 // character more: a longer paste then stays too long to pass its check,
@@ -43,7 +41,7 @@ DNSConfigurationDialog::DNSConfigurationDialog(Frame* parent,
                                                const HostCtl::Network::IpAddress* primary,
                                                const HostCtl::Network::IpAddress* alternate,
                                                const std::string& hostname)
-    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kDnsDialogTitle,
+    : FormDialog(parent, kSize, Strings::kDnsDialogTitle,
                  Strings::kDnsDialogText, kMarkOkCancelFooter),
       _automatic(automatic),
       _primary(primary != nullptr ? primary->Clone() : nullptr),

@@ -7,7 +7,7 @@
 namespace Merel {
 
 DoRestartNetworkDialog::DoRestartNetworkDialog(Frame* parent, HostCtl::Network::NexNic* nic)
-    : Dialog(parent, 60, 12, 5), _nic(nic) {
+    : Dialog(parent, {60, 12, 5}), _nic(nic) {
   // The body from its top row down to the footer: the five lines of a
   // static interface with an IPv6 address need all of it.
   const int height = _bodyWindow->GetHeight() - 2;

@@ -11,7 +11,7 @@ namespace Merel {
 
 // As large as the confirmation it opens from, which it covers whole; two
 // lines for the description.
-DoRestoreNetworkDialog::DoRestoreNetworkDialog(Frame* parent) : Dialog(parent, 60, 13, 6) {
+DoRestoreNetworkDialog::DoRestoreNetworkDialog(Frame* parent) : Dialog(parent, {60, 13, 6}) {
   const int height = _bodyWindow->GetHeight() - 2;
   if (height >= 1) {
     _text = &_bodyWindow->AddChild<TextArea>(2, 0, _bodyWindow->GetWidth() - 4, height, kDarkGrey);

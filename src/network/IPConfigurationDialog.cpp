@@ -10,9 +10,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 78;
-constexpr int kHeight = 19;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{78, 19, 7};
 constexpr int kFieldWidth = 16;
 // "255.255.255.255" and one more: a longer paste then stays too long to be
 // an address, instead of being cut to one that happens to be valid.
@@ -31,7 +29,7 @@ IPConfigurationDialog::IPConfigurationDialog(Frame* parent,
                                              bool useNone,
                                              bool useDhcp,
                                              const HostCtl::Network::IpConfig& config)
-    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kIpv4DialogTitle,
+    : FormDialog(parent, kSize, Strings::kIpv4DialogTitle,
                  Strings::kIpv4DialogText, kMarkOkCancelFooter, CursorRule::kRowBeforeMove),
       _config(config),
       _useNone(useNone),

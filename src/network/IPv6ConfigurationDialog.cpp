@@ -12,9 +12,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 78;
-constexpr int kHeight = 19;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{78, 19, 7};
 constexpr int kFieldWidth = 44;
 // An address with a prefix or a zone, with room to spare; nothing valid is
 // longer.
@@ -27,7 +25,7 @@ IPv6ConfigurationDialog::IPv6ConfigurationDialog(Frame* parent,
                                                  bool enabled,
                                                  const HostCtl::Network::IpConfig& dhcpChoices,
                                                  const HostCtl::Network::IpConfig& addresses)
-    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kIpv6DialogTitle,
+    : FormDialog(parent, kSize, Strings::kIpv6DialogTitle,
                  Strings::kIpv6DialogText, kMarkOkCancelFooter),
       _enabled(enabled),
       _config(addresses) {

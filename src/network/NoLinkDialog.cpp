@@ -10,9 +10,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 16;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{70, 16, 6};
 
 const char* const kWarning =
     "None of the chosen adapters has link. The management network will have no link, and the "
@@ -22,7 +20,7 @@ const char* const kQuestion = "Use these adapters anyway?";
 }  // namespace
 
 NoLinkDialog::NoLinkDialog(Frame* parent, uint32_t titleKey, const std::vector<Adapter>& chosen)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight), _titleKey(titleKey) {
+    : Dialog(parent, kSize), _titleKey(titleKey) {
   for (const Adapter& adapter : chosen) {
     std::string status = "status unknown";
     if (adapter.connected) {

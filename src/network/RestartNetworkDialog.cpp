@@ -7,7 +7,7 @@
 namespace Merel {
 
 RestartNetworkDialog::RestartNetworkDialog(Frame* parent, HostCtl::Network::NexNic* nic)
-    : Dialog(parent, 70, 12, 7), _nic(nic) {
+    : Dialog(parent, {70, 12, 7}), _nic(nic) {
   _text = AddContentText();
 }
 

@@ -25,9 +25,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 20;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{70, 20, 6};
 
 const char* const kQuestion = "Choose the uplinks of the new port?";
 const char* const kFooter =
@@ -68,7 +66,7 @@ std::string Summary(const DvsRepair& repair) {
 
 }  // namespace
 
-RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+RestoreDVSDialog::RestoreDVSDialog(Frame* parent) : Dialog(parent, kSize) {
   _body = AddContentText();
 }
 

@@ -19,7 +19,7 @@ const char* const kRestoring = "Restoring factory network settings";
 
 }  // namespace
 
-RestoreNetworkDialog::RestoreNetworkDialog(Frame* parent) : Dialog(parent, 60, 13, 7) {
+RestoreNetworkDialog::RestoreNetworkDialog(Frame* parent) : Dialog(parent, {60, 13, 7}) {
   // Two rows of body: the question takes two lines at this width.
   _text = AddContentText();
 }

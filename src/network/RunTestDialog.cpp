@@ -57,7 +57,7 @@ RunTestDialog::RunTestDialog(Frame* parent,
                              HostCtl::Network::IpAddress* target2,
                              HostCtl::Network::IpAddress* target3,
                              std::string hostname)
-    : Dialog(parent, 75, 13, 5),
+    : Dialog(parent, {75, 13, 5}),
       _targets{target1, target2, target3},
       _hostname(std::move(hostname)) {
   _text = AddContentText();

@@ -7,9 +7,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 10;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{60, 10, 7};
 
 const char* const kFooter =
     "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}"
@@ -18,7 +16,7 @@ const char* const kFooter =
 }  // namespace
 
 RunningVMsWarningDialog::RunningVMsWarningDialog(Frame* parent)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
+    : Dialog(parent, kSize) {}
 
 int RunningVMsWarningDialog::Loop() {
   const bool yes = Ask(_strings->GetString(Strings::kVmsRunningTitle),

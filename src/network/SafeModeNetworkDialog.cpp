@@ -12,7 +12,7 @@
 
 namespace Merel {
 
-SafeModeNetworkDialog::SafeModeNetworkDialog(Frame* parent) : Dialog(parent, 60, 12, 7) {
+SafeModeNetworkDialog::SafeModeNetworkDialog(Frame* parent) : Dialog(parent, {60, 12, 7}) {
   _text = AddContentText();
 }
 

@@ -12,9 +12,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 13;
-constexpr int kTitleHeight = 8;
+constexpr DialogSize kSize{70, 13, 8};
 constexpr int kFieldWidth = 40;
 // Room for a long search list; more than the resolver would ever use.
 constexpr size_t kLongestText = 1024;
@@ -37,7 +35,7 @@ std::string Quote(const std::string& suffix) {
 }  // namespace
 
 SuffixesDialog::SuffixesDialog(Frame* parent, const std::string& text)
-    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kNetSuffixes,
+    : FormDialog(parent, kSize, Strings::kNetSuffixes,
                  Strings::kSuffixesText, kOkCancelFooter) {
   _field = AddField(
       {_strings->GetString(Strings::kSuffixesLabel), text, kFieldWidth, IsFieldKey, kFieldLimit});

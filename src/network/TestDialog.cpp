@@ -99,7 +99,7 @@ std::vector<std::string> TestDialog::DefaultTargets(const std::vector<std::strin
 }
 
 TestDialog::TestDialog(Frame* parent)
-    : FormDialog(parent, 70, 14, 6, Strings::kTestTitle, Strings::kTestText, kFooter) {
+    : FormDialog(parent, {70, 14, 6}, Strings::kTestTitle, Strings::kTestText, kFooter) {
   const std::vector<std::string> targets = DefaultTargets(Candidates());
   for (int i = 0; i < kAddressFields; ++i) {
     // Numbered from 0 here, while the run numbers its lines from 1.

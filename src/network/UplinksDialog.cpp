@@ -21,15 +21,13 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 78;
-constexpr int kHeight = 20;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{78, 20, 6};
 constexpr size_t kNameField = 13;
 constexpr size_t kStatusField = 14;
 constexpr size_t kSpeedField = 12;
 constexpr size_t kMacField = 19;
 // The check box takes the first four columns of the content line.
-constexpr size_t kRowWidth = kWidth - 4 - 4;
+constexpr size_t kRowWidth = kSize.width - 4 - 4;
 
 const char* const kHeader =
     "    {align:padding:13}Device Name{/align}{align:padding:14}Status{/align}"
@@ -46,12 +44,7 @@ std::string Field(const std::string& text, size_t width) {
 }  // namespace
 
 UplinksDialog::UplinksDialog(Frame* parent, const DvsRepair& repair)
-    : AdapterChoiceDialog(parent,
-                          kWidth,
-                          kHeight,
-                          kTitleHeight,
-                          Strings::kDvsUplinksTitle,
-                          Strings::kDvsUplinksText),
+    : AdapterChoiceDialog(parent, kSize, Strings::kDvsUplinksTitle, Strings::kDvsUplinksText),
       _repair(repair) {
   std::vector<std::pair<std::string, bool>> rows;
   for (const DvsUplinkCandidate& candidate : _repair.candidates) {

@@ -10,9 +10,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 16;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{70, 16, 6};
 
 }  // namespace
 
@@ -30,7 +28,7 @@ UsedAdaptersDialog::UsedAdaptersDialog(Frame* parent,
                                        const std::string& switchName,
                                        uint32_t titleKey,
                                        uint32_t questionKey)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+    : Dialog(parent, kSize),
       _titleKey(titleKey),
       _questionKey(questionKey),
       _body(Body(adapters, switchName)) {

@@ -11,9 +11,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 11;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{70, 11, 6};
 constexpr int kFieldWidth = 5;
 // Five digits are enough to type an ID that is too large and be told so.
 constexpr size_t kLongestText = 5;
@@ -26,7 +24,7 @@ bool IsFieldKey(int key) {
 }  // namespace
 
 VlanDialog::VlanDialog(Frame* parent, uint16_t vlanId)
-    : FormDialog(parent, kWidth, kHeight, kTitleHeight, Strings::kNetVlan, Strings::kVlanText,
+    : FormDialog(parent, kSize, Strings::kNetVlan, Strings::kVlanText,
                  kOkCancelFooter) {
   _field = AddField({_strings->GetString(Strings::kVlanLabel),
                      vlanId == 0 ? "" : std::to_string(vlanId), kFieldWidth, IsFieldKey,

@@ -18,9 +18,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 14;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{60, 14, 6};
 constexpr int kFieldLength = 30;
 constexpr int kTab = 9;
 constexpr int kCtrlH = 8;
@@ -38,7 +36,7 @@ bool IsEditingKey(int key) {
 }  // namespace
 
 ChangePasswordDialog::ChangePasswordDialog(Frame* parent)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+    : Dialog(parent, kSize) {
   std::vector<std::unique_ptr<Item>> items;
   for (uint32_t key :
        {Strings::kOldPasswordLabel, Strings::kNewPasswordLabel, Strings::kConfirmPasswordLabel}) {
@@ -175,7 +173,7 @@ int ChangePasswordDialog::Loop() {
 }
 
 SamePasswordConfirmDialog::SamePasswordConfirmDialog(Frame* parent)
-    : Dialog(parent, 60, 10, 7) {}
+    : Dialog(parent, {60, 10, 7}) {}
 
 int SamePasswordConfirmDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kPasswordWarningTitle));

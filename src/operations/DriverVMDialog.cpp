@@ -15,9 +15,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 76;
-constexpr int kHeight = 18;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{76, 18, 7};
 
 const char* const kSavedNote =
     "The device assignment has been saved. It takes effect when the host is restarted.";
@@ -59,7 +57,7 @@ std::string Label(const HostCtl::Hardware::PciDevice& device, bool next) {
 class DeviceNotice : public Dialog {
  public:
   DeviceNotice(Frame* parent, std::string title, std::string text, bool cancellable)
-      : Dialog(parent, kNoticeWidth, TitleRows(text) + kNoticeBodyRows, TitleRows(text)),
+      : Dialog(parent, {kNoticeWidth, TitleRows(text) + kNoticeBodyRows, TitleRows(text)}),
         _title(std::move(title)),
         _text(std::move(text)),
         _cancellable(cancellable) {}
@@ -95,9 +93,7 @@ class DeviceNotice : public Dialog {
 
 DriverVMDialog::DriverVMDialog(Frame* parent)
     : ChoiceListDialog(parent,
-                       kWidth,
-                       kHeight,
-                       kTitleHeight,
+                       kSize,
                        Strings::kDriverVmTitle,
                        Strings::kDriverVmText,
                        std::string(kSelectToggleKeys) + kOkCancelFooter,

@@ -17,19 +17,15 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 76;
-constexpr int kHeight = 18;
 // Title on row 1 and the two-line help text on rows 3 and 4; the body then
 // has eight rows of layouts above the footer.
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{76, 18, 6};
 
 }  // namespace
 
 KeyboardDialog::KeyboardDialog(Frame* parent)
     : ChoiceListDialog(parent,
-                       kWidth,
-                       kHeight,
-                       kTitleHeight,
+                       kSize,
                        Strings::kMenuConfigureKeyboard,
                        Strings::kKeyboardText,
                        std::string(kSelectToggleKeys) + kOkCancelFooter,

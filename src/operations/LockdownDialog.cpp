@@ -12,17 +12,13 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 12;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{60, 12, 6};
 
 }  // namespace
 
 LockdownDialog::LockdownDialog(Frame* parent)
     : ChoiceListDialog(parent,
-                       kWidth,
-                       kHeight,
-                       kTitleHeight,
+                       kSize,
                        Strings::kLockdownTitle,
                        Strings::kLockdownText,
                        std::string(kToggleKeys) + kOkCancelFooter,

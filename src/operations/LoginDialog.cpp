@@ -40,9 +40,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 9;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{60, 9, 7};
 constexpr int kFieldsX = 3;
 constexpr int kPromptY = 2;
 constexpr int kPromptHeight = 2;
@@ -168,7 +166,7 @@ std::string CardUserId() {
   }
 }
 
-LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kSize) {
   try {
     _smartCardSupported = NexCtl::Hardware::SmartCardInfoImpl().IsSupported();
   } catch (const HostCtl::Lib::HostCtlException& e) {

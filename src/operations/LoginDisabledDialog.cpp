@@ -12,17 +12,14 @@ namespace {
 
 // The same box as the login it stands in for; six title rows leave room for
 // the two lines the sentence and a host name take at this width.
-constexpr int kWidth = 60;
-constexpr int kHeight = 9;
-constexpr int kTitleHeight = 6;
+constexpr DialogSize kSize{60, 9, 6};
 
 constexpr uint32_t kMessage =
     148;  // "Direct console access has been disabled by the administrator for "
 
 }  // namespace
 
-LoginDisabledDialog::LoginDisabledDialog(Frame* parent)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {}
+LoginDisabledDialog::LoginDisabledDialog(Frame* parent) : Dialog(parent, kSize) {}
 
 int LoginDisabledDialog::Loop() {
   SetTitle(_strings->GetString(Strings::kLoginDeniedTitle));

@@ -11,17 +11,13 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 15;
-constexpr int kTitleHeight = 9;
+constexpr DialogSize kSize{70, 15, 9};
 
 }  // namespace
 
 MerelTimeoutDialog::MerelTimeoutDialog(Frame* parent)
     : FormDialog(parent,
-                 kWidth,
-                 kHeight,
-                 kTitleHeight,
+                 kSize,
                  Strings::kMerelTimeoutTitle,
                  Strings::kMerelTimeoutText,
                  kOkCancelFooter),

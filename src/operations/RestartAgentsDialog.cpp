@@ -13,15 +13,12 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 71;
-constexpr int kHeight = 20;
-constexpr int kTitleHeight = 9;
+constexpr DialogSize kSize{71, 20, 9};
 constexpr int kSpace = ' ';
 
 }  // namespace
 
-RestartAgentsDialog::RestartAgentsDialog(Frame* parent)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+RestartAgentsDialog::RestartAgentsDialog(Frame* parent) : Dialog(parent, kSize) {
   if (_contentWindow == nullptr) {
     return;
   }

@@ -8,16 +8,14 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 12;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{60, 12, 7};
 
 const char* const kRestartFooter =
     "{align:right}{color:black}<Enter>{/color} {color:dark-grey}Restart Host{/color}{/align}";
 
 }  // namespace
 
-RestoreDialog::RestoreDialog(Frame* parent) : Dialog(parent, kWidth, kHeight, kTitleHeight) {
+RestoreDialog::RestoreDialog(Frame* parent) : Dialog(parent, kSize) {
   _text = AddContentText();
 }
 

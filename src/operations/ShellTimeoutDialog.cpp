@@ -12,17 +12,13 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 21;
-constexpr int kTitleHeight = 15;
+constexpr DialogSize kSize{70, 21, 15};
 
 }  // namespace
 
 ShellTimeoutDialog::ShellTimeoutDialog(Frame* parent)
     : FormDialog(parent,
-                 kWidth,
-                 kHeight,
-                 kTitleHeight,
+                 kSize,
                  Strings::kShellTimeoutsTitle,
                  Strings::kShellTimeoutsText,
                  kOkCancelFooter) {

@@ -16,9 +16,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 60;
-constexpr int kHeight = 19;
-constexpr int kTitleHeight = 13;
+constexpr DialogSize kSize{60, 19, 13};
 
 const char* const kFooter =
     "{color:black}<F2>{/color} {color:dark-grey}Shut Down{/color}  "
@@ -36,9 +34,7 @@ void Announce(const char* eventId, const char* message) {
 
 ShutdownDialog::ShutdownDialog(Frame* parent)
     : ChoiceListDialog(parent,
-                       kWidth,
-                       kHeight,
-                       kTitleHeight,
+                       kSize,
                        Strings::kShutdownTitle,
                        Strings::kShutdownText,
                        kFooter,

@@ -9,14 +9,12 @@
 namespace Merel {
 
 ChoiceListDialog::ChoiceListDialog(Frame* parent,
-                                   int width,
-                                   int height,
-                                   int titleHeight,
+                                   DialogSize size,
                                    uint32_t titleKey,
                                    uint32_t textKey,
                                    std::string footer,
                                    bool needsRows)
-    : Dialog(parent, width, height, titleHeight),
+    : Dialog(parent, size),
       _text(_strings->GetString(textKey)),
       _titleKey(titleKey),
       _footer(std::move(footer)),

@@ -35,9 +35,7 @@ class ChoiceListDialog : public Dialog {
   // Without room for the list, a dialog that `needsRows` ends at once when
   // run; any other still takes Enter, Esc and its own keys.
   ChoiceListDialog(Frame* parent,
-                   int width,
-                   int height,
-                   int titleHeight,
+                   DialogSize size,
                    uint32_t titleKey,
                    uint32_t textKey,
                    std::string footer,

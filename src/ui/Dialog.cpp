@@ -8,8 +8,15 @@
 
 namespace Merel {
 
-Dialog::Dialog(Frame* parent, int width, int height, int titleHeight)
-    : Frame(parent, (COLS - width) / 2, (LINES - height) / 2, width, height, kBlack, kWhite) {
+Dialog::Dialog(Frame* parent, DialogSize size)
+    : Frame(parent,
+            (COLS - size.width) / 2,
+            (LINES - size.height) / 2,
+            size.width,
+            size.height,
+            kBlack,
+            kWhite) {
+  const auto [width, height, titleHeight] = size;
   Clear();
   _titleWindow = &AddChild<Window>(0, 0, width, titleHeight, kDarkGrey, kWhite);
   _bodyWindow = &AddChild<Window>(0, titleHeight, width, height - titleHeight, kYellow, kWhite);

@@ -11,6 +11,13 @@ namespace Merel {
 
 class ItemList;
 
+// A dialog's outer size and how many of its rows the title part takes.
+struct DialogSize {
+  int width;
+  int height;
+  int titleHeight;
+};
+
 class Dialog : public Frame {
  public:
   // The right-hand footer groups every dialog ends its footer with.
@@ -30,7 +37,7 @@ class Dialog : public Frame {
       "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}  "
       "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 
-  Dialog(Frame* parent, int width, int height, int titleHeight);
+  Dialog(Frame* parent, DialogSize size);
   void Draw(bool active) override;
   void SetTitle(const std::string& text);
   void SetText(const std::string& text);

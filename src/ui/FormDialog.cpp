@@ -10,14 +10,12 @@
 namespace Merel {
 
 FormDialog::FormDialog(Frame* parent,
-                       int width,
-                       int height,
-                       int titleHeight,
+                       DialogSize size,
                        uint32_t titleKey,
                        uint32_t textKey,
                        const char* footer,
                        CursorRule rule)
-    : Dialog(parent, width, height, titleHeight),
+    : Dialog(parent, size),
       _titleKey(titleKey),
       _textKey(textKey),
       _footer(footer),

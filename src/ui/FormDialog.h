@@ -48,9 +48,7 @@ class FormDialog : public Dialog {
   };
 
   FormDialog(Frame* parent,
-             int width,
-             int height,
-             int titleHeight,
+             DialogSize size,
              uint32_t titleKey,
              uint32_t textKey,
              const char* footer,

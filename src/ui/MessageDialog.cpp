@@ -12,13 +12,11 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 10;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{70, 10, 7};
 // The message sits in the title area, 3 columns in from either side and
 // below the title: 3 lines in the stock size.
-constexpr int kMessageWidth = kWidth - 6;
-constexpr int kMessageLines = kTitleHeight - 4;
+constexpr int kMessageWidth = kSize.width - 6;
+constexpr int kMessageLines = kSize.titleHeight - 4;
 
 // Rows the box grows by so that a long message (a host's error text, the
 // two paragraphs of a warning) is shown whole instead of cut off; the stock
@@ -26,7 +24,7 @@ constexpr int kMessageLines = kTitleHeight - 4;
 int ExtraRows(const std::string& message) {
   const int lines =
       TextArea::CountLines(TextArea::Layout(message, kMessageWidth, TextArea::Variables()));
-  return std::clamp(lines - kMessageLines, 0, std::max(0, LINES - kHeight));
+  return std::clamp(lines - kMessageLines, 0, std::max(0, LINES - kSize.height));
 }
 
 const char* MessageText(uint32_t messageKey) {
@@ -42,7 +40,8 @@ MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string messa
     : MessageDialog(parent, std::string(MessageText(titleKey)), std::move(message)) {}
 
 MessageDialog::MessageDialog(Frame* parent, std::string title, std::string message)
-    : Dialog(parent, kWidth, kHeight + ExtraRows(message), kTitleHeight + ExtraRows(message)),
+    : Dialog(parent,
+             {kSize.width, kSize.height + ExtraRows(message), kSize.titleHeight + ExtraRows(message)}),
       _title(std::move(title)),
       _message(std::move(message)) {}
 

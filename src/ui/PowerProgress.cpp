@@ -8,9 +8,7 @@ namespace Merel {
 
 namespace {
 
-constexpr int kWidth = 70;
-constexpr int kHeight = 10;
-constexpr int kTitleHeight = 7;
+constexpr DialogSize kSize{70, 10, 7};
 
 }  // namespace
 
@@ -19,7 +17,7 @@ PowerProgressDialog::PowerProgressDialog(Frame* parent,
                                          uint32_t titleKey,
                                          uint32_t textKey,
                                          const char* command)
-    : Dialog(parent, kWidth, kHeight, kTitleHeight),
+    : Dialog(parent, kSize),
       _graceful(graceful),
       _titleKey(titleKey),
       _textKey(textKey),
