@@ -1,5 +1,8 @@
 #include "NetworkRestoreWindow.h"
 
+#include <functional>
+
+#include "NetworkOwner.h"
 #include "RestoreDVSDialog.h"
 #include "RestoreNetworkDialog.h"
 #include "SafeModeNetworkDialog.h"
@@ -22,23 +25,32 @@ const char* const kStatusFooter =
 
 NetworkRestoreWindow::NetworkRestoreWindow(Frame* parent) : RootWindow(parent) {
   using namespace Strings;
+  // Each restore rebuilds the network: not one that another program owns.
+  auto unlessOwned = [this](std::function<void()> open) {
+    return [this, open = std::move(open)] {
+      if (!RefuseOwnedNetwork(this, kRestoreWindowTitle)) {
+        open();
+      }
+    };
+  };
   SetEntries(
       kRestoreWindowTitle,
       {
           {.label = kRestoreNetworkSettings,
            .help = kHelpRestoreNetworkSettings,
-           .open = Opens<RestoreNetworkDialog>(this)},
+           .open = unlessOwned(Opens<RestoreNetworkDialog>(this))},
           {.label = kRestoreStandardSwitch,
            .help = kHelpRestoreStandardSwitch,
-           .open =
-               [this] {
-                 if (RunDialog<SafeModeNetworkDialog>(this) != 0) {
-                   // A distributed switch the interface left may need
-                   // its repair next: the selection goes on to it.
-                   _menu->Next();
-                 }
-               }},
-          {.label = kRestoreDvs, .help = kHelpRestoreDvs, .open = Opens<RestoreDVSDialog>(this)},
+           .open = unlessOwned([this] {
+             if (RunDialog<SafeModeNetworkDialog>(this) != 0) {
+               // A distributed switch the interface left may need its repair
+               // next: the selection goes on to it.
+               _menu->Next();
+             }
+           })},
+          {.label = kRestoreDvs,
+           .help = kHelpRestoreDvs,
+           .open = unlessOwned(Opens<RestoreDVSDialog>(this))},
       });
   _statusText = &_statusLine->AddChild<TextArea>(1, 0, _statusLine->GetWidth() - 2, 1,
                                                  _statusLine->GetForeground());

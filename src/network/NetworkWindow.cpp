@@ -18,6 +18,7 @@
 #include "IPv6ConfigurationDialog.h"
 #include "MessageDialog.h"
 #include "NetworkApply.h"
+#include "NetworkOwner.h"
 #include "NexCtl/NetworkInfoImpl.h"
 #include "Platform.h"
 #include "RebootConfirmDialog.h"
@@ -103,14 +104,9 @@ int NetworkWindow::Loop() {
     case LoadResult::kReadFailed:
       return 0;
   }
-  try {
-    _manager = NexCtl::Network::NetworkInfoImpl().GetNetworkManager();
-  } catch (const HostCtlException& e) {
-    Platform::Syslog(LOG_ERR, "%s", (std::string("Getting the network's owner failed: ") + e.what()).c_str());
-  }
-  if (!_manager.empty()) {
-    ShowReadOnly(_parentFrame != nullptr ? _parentFrame : this);
-  }
+  _manager = NetworkOwner();
+  RefuseOwnedNetwork(_parentFrame != nullptr ? _parentFrame : this, Strings::kNetworkWindowTitle,
+                     _manager);
   using namespace Strings;
   // The pane shows the entry's values; Enter edits them in the record,
   // unless another program owns them.
@@ -120,10 +116,8 @@ int NetworkWindow::Loop() {
                      .enabled = std::move(enabled),
                      .open =
                          [this, edit] {
-                           if (_manager.empty()) {
+                           if (!RefuseOwnedNetwork(this, kNetworkWindowTitle, _manager)) {
                              (this->*edit)();
-                           } else {
-                             ShowReadOnly(this);
                            }
                          },
                      .pane = [this, entry] { return PaneText(entry); }};
@@ -262,12 +256,6 @@ std::string NetworkWindow::PaneText(Entry entry) {
   }
 }
 
-void NetworkWindow::ShowReadOnly(Frame* parent) {
-  MessageDialog message(parent, Strings::kNetworkWindowTitle,
-                        std::string(_strings->GetString(Strings::kNetworkManagedBy)) + _manager +
-                            _strings->GetString(Strings::kNetworkShownReadOnly));
-  Frame::Run(&message);
-}
 
 void NetworkWindow::EditAdapters() {
   std::string switchName;

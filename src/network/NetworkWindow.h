@@ -34,8 +34,6 @@ class NetworkWindow : public RootWindow {
   void EditIpv6();
   void EditDns();
   void EditSuffixes();
-  // Says who owns the network, where another program does.
-  void ShowReadOnly(Frame* parent);
   // Esc: true when the window is to be left.
   bool Leave() override;
   // Writes the record, showing each failure and restarting when IPv6 was

@@ -16,6 +16,7 @@
 #include "LockdownDialog.h"
 #include "LogViewer.h"
 #include "MessageDialog.h"
+#include "NetworkOwner.h"
 #include "NetworkRestoreWindow.h"
 #include "NetworkWindow.h"
 #include "NexCtl/AdvancedOptionImpl.h"
@@ -247,6 +248,9 @@ void GeneralWindow::RestartManagementNetwork() {
   if (message != 0) {
     MessageDialog dialog(this, Strings::kRestartNetworkErrorTitle, message);
     Frame::Run(&dialog);
+    return;
+  }
+  if (RefuseOwnedNetwork(this, Strings::kRestartNetworkErrorTitle)) {
     return;
   }
   try {

@@ -516,12 +516,17 @@ TEST_F(LinuxNetworkTest, InterfacesOfIfupdownAreShownReadOnly) {
   console.SendKey(Key::kEscape);  // nothing to apply: no question
   ASSERT_TRUE(WaitForMenu(console)) << console.Text();
 
-  ASSERT_TRUE(SelectEntry(console, "Restart Management Network")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Restart management network now?")) << console.Text();
-  console.Send("\x1b[23~");  // F11
-  ASSERT_TRUE(WaitQuiet(console, "Restart Management Network: Error"))
-      << console.Text();
+  // Restart and every restore are refused before they ask anything.
+  for (const char* entry : {"Restart Management Network", "Network Restore Options"}) {
+    ASSERT_TRUE(WaitForMenu(console) && SelectEntry(console, entry)) << console.Text();
+    console.SendKey(Key::kEnter);
+    if (std::string(entry) == "Network Restore Options") {
+      ASSERT_TRUE(WaitQuiet(console, "Restore DVS")) << console.Text();
+      console.SendKey(Key::kEnter);
+    }
+    ASSERT_TRUE(WaitQuiet(console, message)) << console.Text();
+    console.SendKey(Key::kEnter);
+  }
   EXPECT_EQ(InHost("ip -4 -o addr; ip route; ip -o link"), before);
   EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network"));
 }
