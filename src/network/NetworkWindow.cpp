@@ -276,6 +276,11 @@ void NetworkWindow::EditAdapters() {
 }
 
 void NetworkWindow::EditVlan() {
+  if (!Platform::HostHas(Platform::Feature::kManagementVlan)) {
+    MessageDialog message(this, Strings::kNetworkWindowTitle, Strings::kVlanUnavailable);
+    Frame::Run(&message);
+    return;
+  }
   VlanDialog dialog(this, _settings.vlanId);
   if (Frame::Run(&dialog) == 1 && dialog.GetVlanId() != _settings.vlanId) {
     _settings.changesMade = true;

@@ -69,7 +69,8 @@ bool ConsoleKeyboard(int fd);
 enum class Feature {
   kLockdownMode,             // the management service's lockdown mode
   kConfigurationReset,       // a factory configuration to reset to
-  kShellAvailabilityTimeout  // the local shell and SSH switched off on a timer
+  kShellAvailabilityTimeout, // the local shell and SSH switched off on a timer
+  kManagementVlan,           // a VLAN set on the management port group
 };
 // Whether the host has `feature`.
 bool HostHas(Feature feature);
