@@ -5,6 +5,8 @@
 
 #include <arpa/inet.h>
 #include <linux/if.h>
+#include <linux/if_bridge.h>
+#include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 #include <netlink/netlink.h>
 #include <netlink/route/addr.h>
@@ -13,6 +15,7 @@
 #include <netlink/route/route.h>
 
 #include <cstdio>
+#include <map>
 #include <memory>
 
 namespace Platform::Linux {
@@ -90,6 +93,51 @@ int IndexOf(nl_sock* sock, const std::string& name, std::string& error) {
   return rtnl_link_get_ifindex(link.get());
 }
 
+// The PVID of each bridge port and bridge (its own port) by interface
+// index. libnl keeps no bridge VLANs of a bridge's own port, and only a dump
+// of the bridge family asking for them lists it: the dump is made here and
+// its VLAN entries read. A kernel without VLAN filtering lists none.
+int OnBridgeLink(nl_msg* msg, void* arg) {
+  auto* pvids = static_cast<std::map<int, int>*>(arg);
+  nlmsghdr* header = nlmsg_hdr(msg);
+  if (header->nlmsg_type != RTM_NEWLINK)
+    return NL_SKIP;
+  nlattr* attrs[IFLA_MAX + 1] = {};
+  if (nlmsg_parse(header, sizeof(ifinfomsg), attrs, IFLA_MAX, nullptr) < 0 ||
+      !attrs[IFLA_AF_SPEC])
+    return NL_OK;
+  const int index = static_cast<ifinfomsg*>(nlmsg_data(header))->ifi_index;
+  nlattr* entry = nullptr;
+  int rest = 0;
+  nla_for_each_nested(entry, attrs[IFLA_AF_SPEC], rest) {
+    if (nla_type(entry) != IFLA_BRIDGE_VLAN_INFO ||
+        nla_len(entry) < static_cast<int>(sizeof(bridge_vlan_info)))
+      continue;
+    const auto* info = static_cast<const bridge_vlan_info*>(nla_data(entry));
+    if (info->flags & BRIDGE_VLAN_INFO_PVID)
+      (*pvids)[index] = info->vid;
+  }
+  return NL_OK;
+}
+
+std::map<int, int> ReadPvids(std::string& error) {
+  std::map<int, int> pvids;
+  Socket sock = Open(error);
+  if (!sock)
+    return pvids;
+  std::unique_ptr<nl_msg, void (*)(nl_msg*)> msg(nlmsg_alloc_simple(RTM_GETLINK, NLM_F_DUMP),
+                                                  nlmsg_free);
+  ifinfomsg header = {};
+  header.ifi_family = AF_BRIDGE;
+  if (!msg || nlmsg_append(msg.get(), &header, sizeof(header), NLMSG_ALIGNTO) < 0 ||
+      nla_put_u32(msg.get(), IFLA_EXT_MASK, RTEXT_FILTER_BRVLAN) < 0 ||
+      nl_send_auto(sock.get(), msg.get()) < 0)
+    return pvids;
+  nl_socket_modify_cb(sock.get(), NL_CB_VALID, NL_CB_CUSTOM, OnBridgeLink, &pvids);
+  nl_recvmsgs_default(sock.get());
+  return pvids;
+}
+
 bool Read(KernelNetwork& network, std::string& error) {
   network = {};
   Socket sock = Open(error);
@@ -115,6 +163,14 @@ bool Read(KernelNetwork& network, std::string& error) {
     entry.master = rtnl_link_get_master(link);
     entry.mtu = static_cast<int>(rtnl_link_get_mtu(link));
     network.links.push_back(entry);
+  }
+  // Without the VLANs the links are still the links: a failed dump only
+  // leaves every PVID at none.
+  std::string ignored;
+  const std::map<int, int> pvids = ReadPvids(ignored);
+  for (auto& entry : network.links) {
+    if (const auto found = pvids.find(entry.index); found != pvids.end())
+      entry.pvid = found->second;
   }
   raw = nullptr;
   if (Failed(rtnl_addr_alloc_cache(sock.get(), &raw), "addresses", error))
@@ -299,7 +355,74 @@ bool AddBridge(const std::string& name, std::string& error) {
   return !Failed(rtnl_link_bridge_add(sock.get(), name.c_str()), name, error);
 }
 
-const Netlink kNetlink = {Read, SetAddresses, SetDefaultRoute, SetMaster, SetUp, AddBridge};
+// libnl has no setter for a bridge's VLAN filtering nor for port VLANs: the
+// link messages are built with its message API, as "ip" and "bridge" send
+// them, and sent and acknowledged through it.
+using Message = std::unique_ptr<nl_msg, void (*)(nl_msg*)>;
+
+Message LinkMessage(int type, int family, int index) {
+  Message msg(nlmsg_alloc_simple(type, 0), nlmsg_free);
+  ifinfomsg header = {};
+  header.ifi_family = static_cast<unsigned char>(family);
+  header.ifi_index = index;
+  if (msg && nlmsg_append(msg.get(), &header, sizeof(header), NLMSG_ALIGNTO) < 0)
+    msg.reset();
+  return msg;
+}
+
+bool SendAcked(nl_sock* sock, Message msg, const std::string& what, std::string& error) {
+  if (!msg) {
+    error = what + ": out of memory";
+    return false;
+  }
+  // nl_send_sync frees the message whatever happens.
+  return !Failed(nl_send_sync(sock, msg.release()), what, error);
+}
+
+bool SetVlanFiltering(const std::string& bridge, bool on, std::string& error) {
+  Socket sock = Open(error);
+  if (!sock)
+    return false;
+  const int index = IndexOf(sock.get(), bridge, error);
+  if (index == 0)
+    return false;
+  Message msg = LinkMessage(RTM_NEWLINK, AF_UNSPEC, index);
+  nlattr* info = msg ? nla_nest_start(msg.get(), IFLA_LINKINFO) : nullptr;
+  nlattr* data = nullptr;
+  if (!info || nla_put_string(msg.get(), IFLA_INFO_KIND, "bridge") < 0 ||
+      !(data = nla_nest_start(msg.get(), IFLA_INFO_DATA)) ||
+      nla_put_u8(msg.get(), IFLA_BR_VLAN_FILTERING, on ? 1 : 0) < 0)
+    msg.reset();
+  if (msg) {
+    nla_nest_end(msg.get(), data);
+    nla_nest_end(msg.get(), info);
+  }
+  return SendAcked(sock.get(), std::move(msg), bridge + " VLAN filtering", error);
+}
+
+bool SetPortVlan(const std::string& name, bool self, int vid, bool add, std::string& error) {
+  Socket sock = Open(error);
+  if (!sock)
+    return false;
+  const int index = IndexOf(sock.get(), name, error);
+  if (index == 0)
+    return false;
+  Message msg = LinkMessage(add ? RTM_SETLINK : RTM_DELLINK, AF_BRIDGE, index);
+  bridge_vlan_info vlan = {};
+  vlan.vid = static_cast<uint16_t>(vid);
+  if (self && add)
+    vlan.flags = BRIDGE_VLAN_INFO_PVID | BRIDGE_VLAN_INFO_UNTAGGED;
+  nlattr* spec = msg ? nla_nest_start(msg.get(), IFLA_AF_SPEC) : nullptr;
+  if (!spec || (self && nla_put_u16(msg.get(), IFLA_BRIDGE_FLAGS, BRIDGE_FLAGS_SELF) < 0) ||
+      nla_put(msg.get(), IFLA_BRIDGE_VLAN_INFO, sizeof(vlan), &vlan) < 0)
+    msg.reset();
+  if (msg)
+    nla_nest_end(msg.get(), spec);
+  return SendAcked(sock.get(), std::move(msg), name + " VLAN " + std::to_string(vid), error);
+}
+
+const Netlink kNetlink = {Read,  SetAddresses,     SetDefaultRoute, SetMaster,
+                          SetUp, AddBridge,        SetVlanFiltering, SetPortVlan};
 
 }  // namespace
 

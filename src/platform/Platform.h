@@ -71,6 +71,10 @@ enum class Feature {
   kConfigurationReset,       // a factory configuration to reset to
   kShellAvailabilityTimeout, // the local shell and SSH switched off on a timer
   kManagementVlan,           // a VLAN set on the management port group
+  // The DNS save writes the resolver file; a host whose backend writes it
+  // with the settings themselves, or leaves it to a resolver service,
+  // lacks it.
+  kResolverFileOnSave,
 };
 // Whether the host has `feature`.
 bool HostHas(Feature feature);

@@ -51,10 +51,20 @@ cp @PAM@ "$S/etc/pam.d/merel"
 mount --bind "$S/etc" /etc
 mount -t tmpfs tmpfs /run
 if [ -e /dev/log ] || [ -L /dev/log ]; then mount --bind /dev/null /dev/log; fi
-for tool in /usr/bin/systemctl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+# systemd-resolved keeping the resolver, for the cases that ask for it: its
+# folder, its stub file as /etc/resolv.conf, and resolvectl (which this
+# machine may lack) a recorder laid over /usr/bin.
+if [ -e "$S/with-resolved" ]; then
+  mkdir -p /run/systemd/resolve "$S/usr-bin" "$S/usr-bin-work"
+  printf 'nameserver 127.0.0.53\noptions edns0 trust-ad\n' > /run/systemd/resolve/stub-resolv.conf
+  ln -sfn ../run/systemd/resolve/stub-resolv.conf /etc/resolv.conf
+  cp "$S/recorder" "$S/usr-bin/resolvectl"
+  mount -t overlay overlay -o "lowerdir=/usr/bin,upperdir=$S/usr-bin,workdir=$S/usr-bin-work" /usr/bin
+fi
+for tool in /usr/bin/systemctl /usr/bin/resolvectl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
-for tool in /bin/systemctl /usr/bin/systemctl /sbin/poweroff /sbin/reboot; do
+for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/resolvectl /sbin/poweroff /sbin/reboot; do
   if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
     echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
   fi
@@ -192,6 +202,34 @@ class LinuxNetworkTest : public ::testing::Test {
   }
   std::string File(const std::string& path) const { return Slurp(_scratch + "/etc" + path); }
 
+  // A simulated boot: the bridge goes, and with it its addresses, routes
+  // and ports; it comes back from the console's networkd files alone, read
+  // by the test's own small reader: the bridges of the .netdev files, the
+  // ports their .network files name, then the addresses and gateways.
+  void Boot() {
+    InHost("ip link del br0");
+    std::string bridges, ports, addresses;
+    for (const auto& entry : fs::directory_iterator(_scratch + "/etc/systemd/network")) {
+      const auto fields = Fields(Slurp(entry.path()));
+      if (entry.path().extension() == ".netdev") {
+        const std::string name = Field(fields, "[NetDev] Name");
+        const std::string mac = Field(fields, "[NetDev] MACAddress");
+        EXPECT_EQ(Field(fields, "[NetDev] Kind"), "bridge");
+        bridges += "ip link add " + name + (mac.empty() ? "" : " address " + mac) +
+                   " type bridge; ip link set " + name + " up; ";
+        continue;
+      }
+      const std::string name = Field(fields, "[Match] Name");
+      if (const std::string master = Field(fields, "[Network] Bridge"); !master.empty())
+        ports += "ip link set " + name + " master " + master + "; ip link set " + name + " up; ";
+      for (auto [at, end] = fields.equal_range("[Network] Address"); at != end; ++at)
+        addresses += "ip addr add " + at->second + " dev " + name + "; ";
+      for (auto [at, end] = fields.equal_range("[Network] Gateway"); at != end; ++at)
+        addresses += "ip route add default via " + at->second + " dev " + name + "; ";
+    }
+    InHost(bridges + ports + addresses);
+  }
+
   // Logs in as root from the welcome screen.
   bool LogIn(Terminal& console) {
     if (!WaitQuiet(console, "http://" + std::string(kHostName) + "/"))
@@ -237,11 +275,39 @@ TEST_F(LinuxNetworkTest, AdaptersAreTheVethLinksWithTheirLinkState) {
   // The bridge is the switch, not an adapter; the peers are not the host's.
   EXPECT_FALSE(Contains(text, "] br0")) << text;
   EXPECT_FALSE(Contains(text, "peer")) << text;
-  // The bridge's VLAN filtering is not set by the console: the entry says
-  // so instead of taking a VLAN that would never reach the kernel.
   console.SendKey(Key::kEscape);
   ASSERT_TRUE(WaitQuiet(console, "VLAN (optional)")) << console.Text();
-  Choose(console, "VLAN (optional)", "does not set a VLAN on its management network");
+
+  // The management VLAN is the bridge's VLAN filtering, where the kernel
+  // has it; where not, the entry says so and nothing changes.
+  if (InHost("test -e /sys/class/net/br0/bridge/vlan_filtering && echo yes") != "yes\n") {
+    const std::string before = InHost("ip addr; ip route");
+    Choose(console, "VLAN (optional)", "kernel does not support VLANs on the management");
+    EXPECT_TRUE(Contains(console.Text(), "Nothing was changed.")) << console.Text();
+    console.SendKey(Key::kEnter);
+    ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+    console.SendKey(Key::kEscape);  // nothing to apply: no question
+    ASSERT_TRUE(WaitForMenu(console)) << console.Text();
+    EXPECT_EQ(InHost("ip addr; ip route"), before);
+    EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network"));
+    return;
+  }
+  Choose(console, "VLAN (optional)", "VLAN ID (1-4094");
+  TypeText(console, "20");
+  Accept(console);
+  ApplyChanges(console);
+  EXPECT_EQ(InHost("cat /sys/class/net/br0/bridge/vlan_filtering"), "1\n");
+  const std::string self = InHost("bridge vlan show dev br0");
+  EXPECT_TRUE(Contains(self, "20 PVID Egress Untagged")) << self;
+  EXPECT_TRUE(Contains(InHost("bridge vlan show dev nic0"), "20")) << InHost("bridge vlan show");
+  EXPECT_FALSE(Contains(InHost("bridge vlan show dev nic0"), "20 PVID")) << InHost("bridge vlan show");
+  const auto netdev = Fields(File("/systemd/network/10-merel-br0.netdev"));
+  EXPECT_EQ(Field(netdev, "[Bridge] VLANFiltering"), "yes");
+  const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
+  EXPECT_EQ(Field(bridge, "[BridgeVLAN] PVID"), "20");
+  EXPECT_EQ(Field(bridge, "[BridgeVLAN] EgressUntagged"), "20");
+  EXPECT_EQ(Field(Fields(File("/systemd/network/10-merel-nic0.network")), "[BridgeVLAN] VLAN"),
+            "20");
 }
 
 TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndTheFiles) {
@@ -307,12 +373,10 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
   }
   EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network/10-merel-nic2.network"));
 
-  // A simulated boot: the links lose what the console gave them and get it
-  // back from the files alone (the test's own small reader of them).
-  InHost("ip addr flush dev br0; ip route flush default; ip link set nic1 nomaster");
-  InHost("ip addr add " + Field(bridge, "[Network] Address") + " dev br0; ip route add default via " +
-         Field(bridge, "[Network] Gateway") + "; ip link set nic1 master " +
-         Field(Fields(File("/systemd/network/10-merel-nic1.network")), "[Network] Bridge"));
+  const std::string mac = InHost("cat /sys/class/net/br0/address");
+  Boot();
+  EXPECT_EQ(InHost("cat /sys/class/net/br0/address"), mac);
+  EXPECT_TRUE(Contains(InHost("ip -o link show master br0"), "nic1"));
   EXPECT_TRUE(Contains(InHost("ip -4 -o addr show dev br0"), "inet 10.99.0.7/24"));
   EXPECT_TRUE(Contains(InHost("ping -c 1 -W 5 10.99.0.1"), "1 received"))
       << InHost("ping -c 1 -W 5 10.99.0.1");
@@ -534,6 +598,52 @@ TEST_F(LinuxNetworkTest, InterfacesOfIfupdownAreShownReadOnly) {
   }
   EXPECT_EQ(InHost("ip -4 -o addr; ip route; ip -o link"), before);
   EXPECT_FALSE(fs::exists(_scratch + "/etc/systemd/network"));
+}
+
+// Where systemd-resolved keeps the resolver, the servers and suffixes go to
+// it for the management interface and into the interface's file for the
+// next boot; its resolv.conf stays its own.
+TEST_F(LinuxNetworkTest, DnsGoesToResolvedWhereItRuns) {
+  std::ofstream(_scratch + "/with-resolved");
+  Terminal& console = Start();
+  ASSERT_TRUE(OpenNetwork(console)) << console.Text();
+  const std::string resolver = InHost("readlink /etc/resolv.conf; cat /etc/resolv.conf");
+  Choose(console, "DNS Configuration", "Use the following DNS server addresses");
+  TypeText(console, "10.99.0.53");
+  Type(console, {Key::kDown});
+  TypeText(console, "10.99.0.54");
+  Accept(console);
+  Choose(console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(console, "a.test b.test");
+  Accept(console);
+  ApplyChanges(console);
+
+  // Each setting reaches resolved as it is made: the last calls hold all.
+  std::map<std::string, std::string> last;
+  std::istringstream lines(Slurp(_scratch + "/calls"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind("resolvectl ", 0) == 0)
+      last[line.substr(0, line.find(' ', 11))] = line;
+  }
+  EXPECT_EQ(last["resolvectl dns"], "resolvectl dns br0 10.99.0.53 10.99.0.54");
+  EXPECT_EQ(last["resolvectl domain"], "resolvectl domain br0 a.test b.test");
+  const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
+  std::vector<std::string> servers;
+  for (auto [at, end] = bridge.equal_range("[Network] DNS"); at != end; ++at)
+    servers.push_back(at->second);
+  EXPECT_EQ(servers, (std::vector<std::string>{"10.99.0.53", "10.99.0.54"}));
+  EXPECT_EQ(Field(bridge, "[Network] Domains"), "a.test b.test");
+  EXPECT_EQ(InHost("readlink /etc/resolv.conf; cat /etc/resolv.conf"), resolver);
+  EXPECT_TRUE(Contains(resolver, "127.0.0.53")) << resolver;
+
+  // Read back from the file: the window shows what was set.
+  ASSERT_TRUE(SelectEntry(console, kWindowTitle)) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitForWindow(console)) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "DNS Configuration")) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), "10.99.0.54")) << console.Text();
+  ASSERT_TRUE(SelectEntry(console, "Custom DNS Suffixes")) << console.Text();
+  EXPECT_TRUE(Contains(RightText(console), "a.test")) << console.Text();
 }
 
 // The factory layout: one bridge on the first adapter with a link, DHCP on

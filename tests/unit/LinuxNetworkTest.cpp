@@ -136,7 +136,7 @@ TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
     nic.ipv4Mode = mode;
     nic.dhcpDns = nic.ipv4Mode == "dhcp";
     nic.ipv6RouterAdvertised = false;
-    const auto files = RenderNetworkd(network, {"br0"});
+    const auto files = RenderNetworkd(network, {{"br0", ""}});
     ASSERT_EQ(files.count("10-merel-br0.netdev"), 1u);
     EXPECT_NE(files.at("10-merel-br0.netdev").find("Kind=bridge\n"), std::string::npos);
     EXPECT_NE(files.at("10-merel-eth0.network").find("Bridge=br0\n"), std::string::npos);
@@ -153,6 +153,29 @@ TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
   }
 }
 
+// The next boot brings the bridge back with its MAC address and, with a
+// VLAN, filtering VLANs: untagged on its own port, tagged on the uplinks.
+TEST(LinuxNetworkFiles, BridgeMacAndVlan) {
+  for (const uint16_t vlan : {0, 20}) {
+    NetworkState network;
+    MapNetwork(Bridged(), {}, "/nonexistent", network);
+    network.vswitches[0].portGroups[0].vlanId = vlan;
+    const auto files = RenderNetworkd(network, {{"br0", "52:54:00:00:00:05"}});
+    const std::string& netdev = files.at("10-merel-br0.netdev");
+    EXPECT_NE(netdev.find("[NetDev]\nName=br0\nKind=bridge\nMACAddress=52:54:00:00:00:05\n"),
+              std::string::npos) << netdev;
+    EXPECT_EQ(netdev.find("\n[Bridge]\nVLANFiltering=yes\n") != std::string::npos, vlan != 0);
+    const std::string& own = files.at("10-merel-br0.network");
+    EXPECT_EQ(own.find("\n[BridgeVLAN]\nPVID=20\nEgressUntagged=20\n") != std::string::npos,
+              vlan != 0) << own;
+    for (const char* uplink : {"10-merel-eth0.network", "10-merel-veth0.network"}) {
+      EXPECT_EQ(files.at(uplink).find("\n[BridgeVLAN]\nVLAN=20\n") != std::string::npos,
+                vlan != 0) << files.at(uplink);
+    }
+    EXPECT_EQ(ParseInterfaceFile(own).ipv4Mode, "static");
+  }
+}
+
 // IPv6 switched off is the next boot's: the sysctl file says so, and the
 // interface's file keeps no IPv6 of its own.
 TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
@@ -166,7 +189,7 @@ TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
   NetworkState network;
   MapNetwork(Bridged(), {}, "/nonexistent", network);
   network.ipv6EnabledAfterReboot = false;
-  const std::string text = RenderNetworkd(network, {"br0"}).at("10-merel-br0.network");
+  const std::string text = RenderNetworkd(network, {{"br0", ""}}).at("10-merel-br0.network");
   EXPECT_NE(text.find("LinkLocalAddressing=no\nIPv6AcceptRA=no\n"), std::string::npos) << text;
   EXPECT_EQ(text.find("2001:db8::5"), std::string::npos) << text;
 }
@@ -247,7 +270,7 @@ TEST(LinuxNetworkChanges, OnlyTheMappedSettingsMayChange) {
       {"ipv6Off", [](HostState& s) { s.network.ipv6EnabledAfterReboot = false; }, true},
       {"ipv6Now", [](HostState& s) { s.network.ipv6Enabled = false; }, false},
       {"newSwitch", [](HostState& s) { s.network.vswitches.push_back({}); }, false},
-      {"vlan", [](HostState& s) { s.network.vswitches[0].portGroups[0].vlanId = 20; }, false},
+      {"vlan", [](HostState& s) { s.network.vswitches[0].portGroups[0].vlanId = 20; }, true},
       {"mtu", [](HostState& s) { s.network.nics[0].mtu = 9000; }, false},
       {"power", [](HostState& s) { s.powerState = "off"; }, false},
   };

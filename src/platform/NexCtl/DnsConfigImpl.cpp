@@ -187,7 +187,8 @@ void DnsConfigImpl::SaveConfig() {
     for (const auto& server : Platform::Model::EffectiveIpv6NameServers(state))
       out << "nameserver " << server << "\n";
     std::string error;
-    if (!Platform::WriteFileDurably(Platform::HostPath("/etc/resolv.conf"), out.str(), 0644,
+    if (Platform::HostHas(Platform::Feature::kResolverFileOnSave) &&
+        !Platform::WriteFileDurably(Platform::HostPath("/etc/resolv.conf"), out.str(), 0644,
                                     error)) {
       Platform::Fail(error);
     }

@@ -483,8 +483,16 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
   }
 }
 
-bool LinuxBackend::Has(Feature) {
-  return false;
+bool LinuxBackend::Has(Feature feature) {
+  if (feature != Feature::kManagementVlan || !_root.empty())
+    return false;
+  // The management port group's VLAN is its bridge's VLAN filtering, which
+  // only some kernels are built with.
+  std::string error;
+  Linux::KernelNetwork kernel;
+  const Linux::Netlink* netlink = Linux::LoadNetlink(error);
+  return netlink && netlink->read(kernel, error) &&
+         Linux::BridgeFiltersVlans(_root, Linux::ManagementLink(kernel));
 }
 
 long LinuxBackend::ShellIdleSeconds() const {

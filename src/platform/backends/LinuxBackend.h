@@ -47,7 +47,10 @@ class LinuxBackend : public Backend {
                   const std::string& value) override;
 
   // A Linux machine has no lockdown mode and no factory configuration, and
-  // its shells stay on until they are turned off.
+  // its shells stay on until they are turned off; the management VLAN is
+  // there where the kernel filters VLANs on the management bridge. Its
+  // resolver is written with the network settings (LinuxBackendNetwork.cpp),
+  // not by the DNS save.
   bool Has(Feature feature) override;
 
   const Linux::Config& Settings() const { return _config; }
@@ -74,6 +77,11 @@ class LinuxBackend : public Backend {
   std::string Ipv6SysctlPath() const;
   // The DHCP client of the machine ("" when it has none).
   std::string DhcpClient() const;
+  // Whether systemd-resolved keeps the resolver: /run/systemd/resolve/
+  // exists and /etc/resolv.conf is a link into it.
+  bool ResolvedRuns() const;
+  // Its control tool ("" when the machine has none).
+  std::string Resolvectl() const;
   void WriteNetworkd(const NetworkState& network, const Linux::KernelNetwork& kernel,
                      std::vector<std::string>& failures);
   // The shell idle time-out of login shells, in seconds (0: none).

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -43,6 +44,15 @@ std::vector<std::string> Bridges(const Linux::KernelNetwork& kernel) {
       names.push_back(link.name);
   }
   return names;
+}
+
+// The VLAN of a switch's port groups (a bridge has one); 0 for none.
+uint16_t SwitchVlan(const VSwitchState& vswitch) {
+  for (const auto& group : vswitch.portGroups) {
+    if (group.vlanId != 0)
+      return group.vlanId;
+  }
+  return 0;
 }
 
 // The addresses the interface obtained by itself are not the
@@ -158,6 +168,7 @@ HostState Untracked(HostState state) {
     for (auto& group : vswitch.portGroups) {
       group.activeUplinks.clear();
       group.standbyUplinks.clear();
+      group.vlanId = 0;
     }
   }
   return state;
@@ -180,9 +191,50 @@ void LinuxBackend::ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState&
   network.ipv6Enabled = Slurp(_root + "/proc/sys/net/ipv6/conf/all/disable_ipv6") != "1\n";
   if (!Linux::ParseIpv6Sysctl(Slurp(Ipv6SysctlPath()), network.ipv6EnabledAfterReboot))
     network.ipv6EnabledAfterReboot = network.ipv6Enabled;
-  Linux::ParseResolver(Slurp(_root + "/etc/resolv.conf"), network.dns);
+  if (!ResolvedRuns()) {
+    Linux::ParseResolver(Slurp(_root + "/etc/resolv.conf"), network.dns);
+  } else {
+    // resolved's own list of every server it asks, unless the console set
+    // the management interface's; the domain is the host name's.
+    Linux::ParseResolver(Slurp(_root + "/run/systemd/resolve/resolv.conf"), network.dns);
+    const auto file = network.nics.empty() ? files.end() : files.find(network.nics.front().name);
+    if (file != files.end() && !file->second.dns.empty()) {
+      network.dns.nameServers.clear();
+      network.dns.ipv6NameServers.clear();
+      for (const auto& server : file->second.dns)
+        (server.find(':') != std::string::npos ? network.dns.ipv6NameServers
+                                               : network.dns.nameServers)
+            .push_back(server);
+    }
+    if (file != files.end() && !file->second.domains.empty())
+      network.dns.searchDomains = file->second.domains;
+    network.dns.domain = Linux::HostsDomain(Slurp(_root + "/etc/hosts"));
+  }
   if (!network.nics.empty() && network.nics.front().dhcpDns)
     network.dhcp.dns = network.dns.nameServers;
+}
+
+bool LinuxBackend::ResolvedRuns() const {
+  struct stat folder = {};
+  if (stat((_root + "/run/systemd/resolve").c_str(), &folder) != 0 || !S_ISDIR(folder.st_mode))
+    return false;
+  char target[4096];
+  const ssize_t length = readlink((_root + "/etc/resolv.conf").c_str(), target, sizeof(target) - 1);
+  if (length <= 0)
+    return false;
+  // Debian links it relatively ("../run/systemd/resolve/stub-resolv.conf").
+  std::filesystem::path link(std::string(target, static_cast<size_t>(length)));
+  if (link.is_relative())
+    link = std::filesystem::path("/etc") / link;
+  return link.lexically_normal().string().rfind("/run/systemd/resolve/", 0) == 0;
+}
+
+std::string LinuxBackend::Resolvectl() const {
+  for (const char* place : {"/usr/bin/resolvectl", "/bin/resolvectl"}) {
+    if (access((_root + place).c_str(), X_OK) == 0)
+      return _root + place;
+  }
+  return "";
 }
 
 std::string LinuxBackend::NetworkOwner(const Linux::KernelNetwork& kernel) const {
@@ -239,7 +291,12 @@ void LinuxBackend::WriteNetworkd(const NetworkState& network,
   NetworkState written = network;
   for (auto& nic : written.nics)
     nic.ipv6Addresses = StaticIpv6(nic, kernel);
-  const auto files = Linux::RenderNetworkd(written, Bridges(kernel));
+  std::map<std::string, std::string> bridges;
+  for (const auto& link : kernel.links) {
+    if (link.kind == "bridge")
+      bridges[link.name] = link.mac;
+  }
+  const auto files = Linux::RenderNetworkd(written, bridges, ResolvedRuns());
   std::string error;
   for (const auto& [name, content] : files) {
     if (Slurp(dir + "/" + name) != content &&
@@ -297,11 +354,39 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
   if (now.dns.nameServers != was.dns.nameServers ||
       now.dns.ipv6NameServers != was.dns.ipv6NameServers ||
       now.dns.searchDomains != was.dns.searchDomains || now.dns.domain != was.dns.domain) {
-    if (WriteFileDurably(_root + "/etc/resolv.conf", Linux::RenderResolver(now.dns), 0644,
-                         error))
+    if (ResolvedRuns()) {
+      // resolv.conf is resolved's: the management interface's servers and
+      // suffixes go to resolved now, and to its networkd file for the next
+      // boot. An empty word clears a list.
+      std::vector<std::string> servers = now.dns.nameServers;
+      servers.insert(servers.end(), now.dns.ipv6NameServers.begin(),
+                     now.dns.ipv6NameServers.end());
+      std::vector<std::string> search = Linux::SearchList(now.dns);
+      const NexNicState* managed = ManagementNic(after);
+      const std::string tool = Resolvectl();
+      bool ok = managed && !tool.empty();
+      error = !managed ? "no management interface" : "no resolvectl on this host";
+      if (ok) {
+        std::vector<std::string> dns = {tool, "dns", managed->name};
+        dns.insert(dns.end(), servers.begin(), servers.end());
+        std::vector<std::string> domain = {tool, "domain", managed->name};
+        domain.insert(domain.end(), search.begin(), search.end());
+        if (servers.empty())
+          dns.push_back("");
+        if (search.empty())
+          domain.push_back("");
+        ok = RunTool(dns, error) && RunTool(domain, error);
+      }
+      if (ok)
+        kept.dns = now.dns;
+      else
+        fail("DNS: " + error);
+    } else if (WriteFileDurably(_root + "/etc/resolv.conf", Linux::RenderResolver(now.dns), 0644,
+                                error)) {
       kept.dns = now.dns;
-    else
+    } else {
       fail(error);
+    }
   }
 
   // Uplinks: the ports of each bridge are the adapters its port group
@@ -343,6 +428,56 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
           group.activeUplinks = ports;
       }
     }
+  }
+
+  // The VLAN of a bridge's port group: the bridge filters VLANs, its own
+  // port (the host's traffic) sends and takes the VLAN untagged, and the
+  // uplinks carry it tagged. No VLAN switches the filtering off again, so
+  // that the host's untagged frames pass as before. An uplink that joined
+  // carries the VLAN too.
+  for (const auto& vswitch : now.vswitches) {
+    const auto old = std::find_if(was.vswitches.begin(), was.vswitches.end(),
+                                  [&](const VSwitchState& v) { return v.name == vswitch.name; });
+    auto keptOne = std::find_if(kept.vswitches.begin(), kept.vswitches.end(),
+                                [&](const VSwitchState& v) { return v.name == vswitch.name; });
+    if (old == was.vswitches.end() || keptOne == kept.vswitches.end())
+      continue;
+    const uint16_t vlan = SwitchVlan(vswitch);
+    const uint16_t oldVlan = SwitchVlan(*old);
+    const std::vector<std::string> ports = Teamed(*keptOne);
+    const std::vector<std::string> oldPorts = Teamed(*old);
+    if (vlan == oldVlan && (vlan == 0 || ports == oldPorts))
+      continue;
+    const std::string what = "VLAN " + std::to_string(vlan == 0 ? oldVlan : vlan) + ": ";
+    if (!Contains(Bridges(kernel), vswitch.name)) {
+      fail(what + vswitch.name + " is not a bridge");
+      continue;
+    }
+    if (vlan == 4095) {
+      fail(what + "a Linux bridge does not pass every VLAN to its own port; set one VLAN (1-4094)");
+      continue;
+    }
+    bool ok = true;
+    if (vlan != 0) {
+      ok = (oldVlan != 0 || netlink->setVlanFiltering(vswitch.name, true, error)) &&
+           netlink->setPortVlan(vswitch.name, true, vlan, true, error);
+      for (const auto& port : ports)
+        ok = ok && netlink->setPortVlan(port, false, vlan, true, error);
+    }
+    if (ok && oldVlan != 0 && oldVlan != vlan) {
+      ok = netlink->setPortVlan(vswitch.name, true, oldVlan, false, error);
+      for (const auto& port : ports) {
+        if (Contains(oldPorts, port))
+          ok = ok && netlink->setPortVlan(port, false, oldVlan, false, error);
+      }
+      ok = ok && (vlan != 0 || netlink->setVlanFiltering(vswitch.name, false, error));
+    }
+    if (!ok) {
+      fail(what + error);
+      continue;
+    }
+    for (auto& group : keptOne->portGroups)
+      group.vlanId = vlan;
   }
 
   // IPv6 on or off: the console's model has it take effect with the next
@@ -502,7 +637,10 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
         fail(error);
     }
   }
-  WriteNetworkd(kept, kernel, failures);
+  // The bridge's MAC address follows its ports: the files take the one it
+  // has now.
+  Linux::KernelNetwork changed;
+  WriteNetworkd(kept, netlink->read(changed, error) ? changed : kernel, failures);
   if (!failures.empty()) {
     std::string text;
     for (const auto& failure : failures)
@@ -546,6 +684,7 @@ void LinuxBackend::RestoreNetwork() {
     for (auto& group : vswitch.portGroups) {
       group.activeUplinks = {adapter};
       group.standbyUplinks.clear();
+      group.vlanId = 0;
     }
   }
   for (auto& nic : network.nics) {

@@ -22,6 +22,9 @@ struct KernelLink {
   bool carrier = false;  // operational state "up" (or "unknown" on an up link)
   int master = 0;        // the bridge it is a port of (0: none)
   int mtu = 1500;
+  // The VLAN that untagged frames of this port (a bridge: of its own port)
+  // belong to while the bridge filters VLANs; 0 for none.
+  int pvid = 0;
 };
 
 struct KernelAddress {
@@ -67,6 +70,11 @@ struct Netlink {
   bool (*setMaster)(const std::string& link, const std::string& master, std::string& error);
   bool (*setUp)(const std::string& link, bool up, std::string& error);
   bool (*addBridge)(const std::string& name, std::string& error);
+  // VLAN filtering of bridge `bridge` on or off.
+  bool (*setVlanFiltering)(const std::string& bridge, bool on, std::string& error);
+  // Adds VLAN `vid` to a port of a bridge (tagged), or with `self` to the
+  // bridge's own port as its PVID, egress untagged; `add` false removes it.
+  bool (*setPortVlan)(const std::string& link, bool self, int vid, bool add, std::string& error);
 };
 
 // The module's table, loaded once; nullptr with the reason in `error`.

@@ -72,6 +72,12 @@ InterfaceFile ParseInterfaceFile(const std::string& text) {
       file.acceptRa = IsYes(value);
     else if (section == "[DHCPv4]" && key == "UseDNS")
       file.dhcpDns = IsYes(value);
+    else if (section == "[Network]" && (key == "DNS" || key == "Domains")) {
+      std::istringstream words(value);
+      std::string word;
+      while (words >> word)
+        (key == "DNS" ? file.dns : file.domains).push_back(word);
+    }
   }
   const bool dhcp4 = dhcp == "ipv4" || IsYes(dhcp);
   file.dhcpv6 = dhcp == "ipv6" || IsYes(dhcp);
@@ -112,14 +118,33 @@ void ParseResolver(const std::string& text, DnsState& dns) {
   }
 }
 
+std::vector<std::string> SearchList(const DnsState& dns) {
+  std::vector<std::string> search = dns.searchDomains;
+  if (search.empty() && !dns.domain.empty())
+    search.push_back(dns.domain);
+  return search;
+}
+
+std::string HostsDomain(const std::string& hosts) {
+  std::istringstream lines(hosts);
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string address, name;
+    if (words >> address >> name && address == "127.0.1.1") {
+      const auto dot = name.find('.');
+      return dot == std::string::npos ? "" : name.substr(dot + 1);
+    }
+  }
+  return "";
+}
+
 std::string RenderResolver(const DnsState& dns) {
   std::ostringstream out;
   out << "# Written by the console.\n";
   if (!dns.domain.empty())
     out << "domain " << dns.domain << "\n";
-  std::vector<std::string> search = dns.searchDomains;
-  if (search.empty() && !dns.domain.empty())
-    search.push_back(dns.domain);
+  const std::vector<std::string> search = SearchList(dns);
   if (!search.empty()) {
     out << "search";
     for (const auto& name : search)
@@ -220,6 +245,10 @@ void MapNetwork(const KernelNetwork& kernel,
     PortGroupState group;
     group.name = link.name == management ? kManagementGroup : link.name;
     group.activeUplinks = vswitch.uplinks;
+    // The group's VLAN is the one the bridge's own port sends untagged
+    // frames into; without filtering every VLAN passes and none is set.
+    if (ReadValue(sysNet + "/" + link.name + "/bridge/vlan_filtering") == "1")
+      group.vlanId = static_cast<uint16_t>(link.pvid);
     vswitch.portGroups.push_back(group);
     network.vswitches.push_back(vswitch);
   }
@@ -301,25 +330,50 @@ void MapNetwork(const KernelNetwork& kernel,
   network.nics.push_back(nic);
 }
 
-std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
-                                                  const std::vector<std::string>& bridges) {
+bool BridgeFiltersVlans(const std::string& root, const std::string& name) {
+  return !name.empty() &&
+         access((root + "/sys/class/net/" + name + "/bridge/vlan_filtering").c_str(), F_OK) == 0;
+}
+
+std::map<std::string, std::string> RenderNetworkd(
+    const NetworkState& network, const std::map<std::string, std::string>& bridges,
+    bool resolver) {
   std::map<std::string, std::string> files;
   const char* const heading = "# Written by the console; changed with its network settings.\n";
+  // The section that gives the bridge's own port its VLAN, by bridge name.
+  std::map<std::string, std::string> ownVlan;
   for (const auto& vswitch : network.vswitches) {
-    if (std::find(bridges.begin(), bridges.end(), vswitch.name) == bridges.end())
+    const auto bridge = bridges.find(vswitch.name);
+    if (bridge == bridges.end())
       continue;
-    files["10-merel-" + vswitch.name + ".netdev"] =
-        std::string(heading) + "[NetDev]\nName=" + vswitch.name + "\nKind=bridge\n";
+    uint16_t vlan = 0;
+    for (const auto& group : vswitch.portGroups)
+      vlan = vlan != 0 ? vlan : group.vlanId;
+    // networkd gives a new bridge a MAC address of its own making: the one
+    // the host is known by on its network (DHCP, neighbours) is written.
+    std::string netdev = std::string(heading) + "[NetDev]\nName=" + vswitch.name +
+                         "\nKind=bridge\n";
+    if (!bridge->second.empty())
+      netdev += "MACAddress=" + bridge->second + "\n";
+    if (vlan != 0)
+      netdev += "\n[Bridge]\nVLANFiltering=yes\n";
+    files["10-merel-" + vswitch.name + ".netdev"] = netdev;
+    const std::string tagged = vlan == 0 ? "" : "\n[BridgeVLAN]\nVLAN=" + std::to_string(vlan) + "\n";
+    if (vlan != 0) {
+      ownVlan[vswitch.name] = "\n[BridgeVLAN]\nPVID=" + std::to_string(vlan) +
+                              "\nEgressUntagged=" + std::to_string(vlan) + "\n";
+    }
     for (const auto& uplink : vswitch.uplinks) {
       files[InterfaceFileName(uplink)] = std::string(heading) + "[Match]\nName=" + uplink +
-                                         "\n\n[Network]\nBridge=" + vswitch.name + "\n";
+                                         "\n\n[Network]\nBridge=" + vswitch.name + "\n" + tagged;
     }
     // A bridge that is not the management interface still comes up.
     if (std::none_of(network.nics.begin(), network.nics.end(),
                      [&](const NexNicState& nic) { return nic.name == vswitch.name; })) {
       files[InterfaceFileName(vswitch.name)] =
           std::string(heading) + "[Match]\nName=" + vswitch.name +
-          "\n\n[Network]\nDHCP=no\nLinkLocalAddressing=no\nConfigureWithoutCarrier=yes\n";
+          "\n\n[Network]\nDHCP=no\nLinkLocalAddressing=no\nConfigureWithoutCarrier=yes\n" +
+          ownVlan[vswitch.name];
     }
   }
   for (const auto& nic : network.nics) {
@@ -349,9 +403,26 @@ std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
       if (network.routing.ipv6Gateway != "::" && !network.routing.ipv6Gateway.empty())
         out << "Gateway=" << network.routing.ipv6Gateway << "\n";
     }
+    if (resolver) {
+      // Name servers the lease brings are the DHCP client's to give.
+      if (!(dhcp4 && nic.dhcpDns)) {
+        for (const auto* list : {&network.dns.nameServers, &network.dns.ipv6NameServers}) {
+          for (const auto& server : *list)
+            out << "DNS=" << server << "\n";
+        }
+      }
+      const std::vector<std::string> search = SearchList(network.dns);
+      if (!search.empty()) {
+        out << "Domains=";
+        for (size_t i = 0; i < search.size(); ++i)
+          out << (i ? " " : "") << search[i];
+        out << "\n";
+      }
+    }
     out << "ConfigureWithoutCarrier=yes\n";
     if (dhcp4)
       out << "\n[DHCPv4]\nUseDNS=" << (nic.dhcpDns ? "yes" : "no") << "\nUseHostname=no\n";
+    out << ownVlan[nic.name];
     files[InterfaceFileName(nic.name)] = out.str();
   }
   return files;

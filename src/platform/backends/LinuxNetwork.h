@@ -32,6 +32,10 @@ struct InterfaceFile {
   bool acceptRa = true;
   bool dhcpv6 = false;
   bool present = false;
+  // The resolver's name servers and search suffixes for the interface
+  // (DNS=, Domains=), written where systemd-resolved keeps the resolver.
+  std::vector<std::string> dns;
+  std::vector<std::string> domains;
 };
 InterfaceFile ParseInterfaceFile(const std::string& text);
 
@@ -58,10 +62,28 @@ std::string ManagementLink(const KernelNetwork& kernel);
 
 // The console's networkd files (name -> content) for the state: a
 // .netdev and a .network for each bridge, a .network for each uplink, and
-// the management interface's addresses. `bridges` names the switches that
-// are bridges in the kernel.
-std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
-                                                  const std::vector<std::string>& bridges);
+// the management interface's addresses. `bridges` holds the switches that
+// are bridges in the kernel, with their MAC addresses ("" for none known).
+// A VLAN on a bridge's port group is the bridge's VLAN filtering, the VLAN
+// untagged on its own port and tagged on its uplinks.
+// With `resolver`, the management interface's file also carries the name
+// servers and search suffixes (systemd-resolved takes them from there).
+std::map<std::string, std::string> RenderNetworkd(
+    const NetworkState& network, const std::map<std::string, std::string>& bridges,
+    bool resolver = false);
+
+// The search suffixes the resolver is given: the search list, else the
+// host's domain.
+std::vector<std::string> SearchList(const DnsState& dns);
+
+// The host's domain as the 127.0.1.1 line of a hosts file names it
+// ("host.domain host"); "" when it names none.
+std::string HostsDomain(const std::string& hosts);
+
+// Whether the kernel can filter VLANs on bridge `name` (its sysfs folder
+// has the switch only where the kernel was built with it); false for a link
+// that is not a bridge.
+bool BridgeFiltersVlans(const std::string& root, const std::string& name);
 
 // The 127.0.1.1 line of a hosts file for the host's name, the rest kept.
 std::string RenderHosts(const std::string& hosts, const std::string& host, const std::string& domain);
