@@ -103,8 +103,7 @@ int OnBridgeLink(nl_msg* msg, void* arg) {
   if (header->nlmsg_type != RTM_NEWLINK)
     return NL_SKIP;
   nlattr* attrs[IFLA_MAX + 1] = {};
-  if (nlmsg_parse(header, sizeof(ifinfomsg), attrs, IFLA_MAX, nullptr) < 0 ||
-      !attrs[IFLA_AF_SPEC])
+  if (nlmsg_parse(header, sizeof(ifinfomsg), attrs, IFLA_MAX, nullptr) < 0 || !attrs[IFLA_AF_SPEC])
     return NL_OK;
   const int index = static_cast<ifinfomsg*>(nlmsg_data(header))->ifi_index;
   nlattr* entry = nullptr;
@@ -126,7 +125,7 @@ std::map<int, int> ReadPvids(std::string& error) {
   if (!sock)
     return pvids;
   std::unique_ptr<nl_msg, void (*)(nl_msg*)> msg(nlmsg_alloc_simple(RTM_GETLINK, NLM_F_DUMP),
-                                                  nlmsg_free);
+                                                 nlmsg_free);
   ifinfomsg header = {};
   header.ifi_family = AF_BRIDGE;
   if (!msg || nlmsg_append(msg.get(), &header, sizeof(header), NLMSG_ALIGNTO) < 0 ||
@@ -421,8 +420,8 @@ bool SetPortVlan(const std::string& name, bool self, int vid, bool add, std::str
   return SendAcked(sock.get(), std::move(msg), name + " VLAN " + std::to_string(vid), error);
 }
 
-const Netlink kNetlink = {Read,  SetAddresses,     SetDefaultRoute, SetMaster,
-                          SetUp, AddBridge,        SetVlanFiltering, SetPortVlan};
+const Netlink kNetlink = {Read,  SetAddresses, SetDefaultRoute,  SetMaster,
+                          SetUp, AddBridge,    SetVlanFiltering, SetPortVlan};
 
 }  // namespace
 

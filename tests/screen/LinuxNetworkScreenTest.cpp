@@ -300,7 +300,8 @@ TEST_F(LinuxNetworkTest, AdaptersAreTheVethLinksWithTheirLinkState) {
   const std::string self = InHost("bridge vlan show dev br0");
   EXPECT_TRUE(Contains(self, "20 PVID Egress Untagged")) << self;
   EXPECT_TRUE(Contains(InHost("bridge vlan show dev nic0"), "20")) << InHost("bridge vlan show");
-  EXPECT_FALSE(Contains(InHost("bridge vlan show dev nic0"), "20 PVID")) << InHost("bridge vlan show");
+  EXPECT_FALSE(Contains(InHost("bridge vlan show dev nic0"), "20 PVID"))
+      << InHost("bridge vlan show");
   const auto netdev = Fields(File("/systemd/network/10-merel-br0.netdev"));
   EXPECT_EQ(Field(netdev, "[Bridge] VLANFiltering"), "yes");
   const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));

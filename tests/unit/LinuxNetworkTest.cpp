@@ -163,14 +163,16 @@ TEST(LinuxNetworkFiles, BridgeMacAndVlan) {
     const auto files = RenderNetworkd(network, {{"br0", "52:54:00:00:00:05"}});
     const std::string& netdev = files.at("10-merel-br0.netdev");
     EXPECT_NE(netdev.find("[NetDev]\nName=br0\nKind=bridge\nMACAddress=52:54:00:00:00:05\n"),
-              std::string::npos) << netdev;
+              std::string::npos)
+        << netdev;
     EXPECT_EQ(netdev.find("\n[Bridge]\nVLANFiltering=yes\n") != std::string::npos, vlan != 0);
     const std::string& own = files.at("10-merel-br0.network");
     EXPECT_EQ(own.find("\n[BridgeVLAN]\nPVID=20\nEgressUntagged=20\n") != std::string::npos,
-              vlan != 0) << own;
+              vlan != 0)
+        << own;
     for (const char* uplink : {"10-merel-eth0.network", "10-merel-veth0.network"}) {
-      EXPECT_EQ(files.at(uplink).find("\n[BridgeVLAN]\nVLAN=20\n") != std::string::npos,
-                vlan != 0) << files.at(uplink);
+      EXPECT_EQ(files.at(uplink).find("\n[BridgeVLAN]\nVLAN=20\n") != std::string::npos, vlan != 0)
+          << files.at(uplink);
     }
     EXPECT_EQ(ParseInterfaceFile(own).ipv4Mode, "static");
   }

@@ -359,8 +359,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
       // suffixes go to resolved now, and to its networkd file for the next
       // boot. An empty word clears a list.
       std::vector<std::string> servers = now.dns.nameServers;
-      servers.insert(servers.end(), now.dns.ipv6NameServers.begin(),
-                     now.dns.ipv6NameServers.end());
+      servers.insert(servers.end(), now.dns.ipv6NameServers.begin(), now.dns.ipv6NameServers.end());
       std::vector<std::string> search = Linux::SearchList(now.dns);
       const NexNicState* managed = ManagementNic(after);
       const std::string tool = Resolvectl();

@@ -335,9 +335,9 @@ bool BridgeFiltersVlans(const std::string& root, const std::string& name) {
          access((root + "/sys/class/net/" + name + "/bridge/vlan_filtering").c_str(), F_OK) == 0;
 }
 
-std::map<std::string, std::string> RenderNetworkd(
-    const NetworkState& network, const std::map<std::string, std::string>& bridges,
-    bool resolver) {
+std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
+                                                  const std::map<std::string, std::string>& bridges,
+                                                  bool resolver) {
   std::map<std::string, std::string> files;
   const char* const heading = "# Written by the console; changed with its network settings.\n";
   // The section that gives the bridge's own port its VLAN, by bridge name.
@@ -351,14 +351,15 @@ std::map<std::string, std::string> RenderNetworkd(
       vlan = vlan != 0 ? vlan : group.vlanId;
     // networkd gives a new bridge a MAC address of its own making: the one
     // the host is known by on its network (DHCP, neighbours) is written.
-    std::string netdev = std::string(heading) + "[NetDev]\nName=" + vswitch.name +
-                         "\nKind=bridge\n";
+    std::string netdev =
+        std::string(heading) + "[NetDev]\nName=" + vswitch.name + "\nKind=bridge\n";
     if (!bridge->second.empty())
       netdev += "MACAddress=" + bridge->second + "\n";
     if (vlan != 0)
       netdev += "\n[Bridge]\nVLANFiltering=yes\n";
     files["10-merel-" + vswitch.name + ".netdev"] = netdev;
-    const std::string tagged = vlan == 0 ? "" : "\n[BridgeVLAN]\nVLAN=" + std::to_string(vlan) + "\n";
+    const std::string tagged =
+        vlan == 0 ? "" : "\n[BridgeVLAN]\nVLAN=" + std::to_string(vlan) + "\n";
     if (vlan != 0) {
       ownVlan[vswitch.name] = "\n[BridgeVLAN]\nPVID=" + std::to_string(vlan) +
                               "\nEgressUntagged=" + std::to_string(vlan) + "\n";

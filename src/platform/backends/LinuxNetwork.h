@@ -68,9 +68,9 @@ std::string ManagementLink(const KernelNetwork& kernel);
 // untagged on its own port and tagged on its uplinks.
 // With `resolver`, the management interface's file also carries the name
 // servers and search suffixes (systemd-resolved takes them from there).
-std::map<std::string, std::string> RenderNetworkd(
-    const NetworkState& network, const std::map<std::string, std::string>& bridges,
-    bool resolver = false);
+std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
+                                                  const std::map<std::string, std::string>& bridges,
+                                                  bool resolver = false);
 
 // The search suffixes the resolver is given: the search list, else the
 // host's domain.
