@@ -3,7 +3,6 @@
 // menu hands over to (the log pager, the support information).
 #include <signal.h>
 
-#include <cstdio>
 #include <functional>
 #include <regex>
 #include <set>

@@ -168,7 +168,8 @@ inline const nlohmann::json* Named(const nlohmann::json& list,
 
 // `object`'s values of `keys` (null where missing), to compare in one go with
 // a List of the expected ones.
-inline nlohmann::json Fields(const nlohmann::json& object, std::initializer_list<const char*> keys) {
+inline nlohmann::json Fields(const nlohmann::json& object,
+                             std::initializer_list<const char*> keys) {
   nlohmann::json values = nlohmann::json::array();
   for (const char* key : keys) {
     values.push_back(object.is_object() && object.contains(key) ? object[key] : nlohmann::json());

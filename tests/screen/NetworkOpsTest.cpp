@@ -2,7 +2,6 @@
 // simulated host: what the screen shows, and what the host saw.
 #include <signal.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>

@@ -2,7 +2,6 @@
 // move onto a new standard switch, as the screen shows them and as the host
 // and its logs saw them.
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -250,8 +249,9 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   ExpectLacks(net["dvswitches"].dump(), uplinks);
   const nlohmann::json* nex0 = Named(net["nics"], "nex0");
   ASSERT_TRUE(nex0);
+  const nlohmann::json* nex1 = Named(net["nics"], "nex1");
   EXPECT_EQ(List({nex0->value("portGroup", ""), nex0->value("dvSwitch", ""),
-                  nex0->value("enabled", true), Named(net["nics"], "nex1")->value("enabled", true)}),
+                  nex0->value("enabled", true), nex1->value("enabled", true)}),
             List({"Management Network", "", true, false}));
 }
 

@@ -1,7 +1,6 @@
 // The management network window: what it shows of each host, leaving it with
 // and without changes, and applying the changes to the host step by step.
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 

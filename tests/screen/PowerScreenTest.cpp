@@ -3,7 +3,6 @@
 // host coming back up afterwards.
 #include <signal.h>
 
-#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>

@@ -3,7 +3,6 @@
 // dialogs, the restart of the management agents, and lockdown mode from the
 // menu.
 #include <dirent.h>
-#include <sys/stat.h>
 
 #include <string>
 

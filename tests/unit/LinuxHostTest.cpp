@@ -2,8 +2,6 @@
 // prepared trees that stand for "/" (nothing here reads or changes the
 // machine itself, except libvirt's test driver, which lives in the process).
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -167,14 +165,15 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
     return std::tuple(d.address, d.vendorName, d.deviceName, d.driver, d.group, d.passthrough);
   };
   EXPECT_EQ(fields(devices[0]), std::tuple("0000:00:19.0", "Intel Corporation",
-                                           "82574L Gigabit Network Connection", "e1000e", "7", false));
+                                           "82574L Gigabit Network Connection", "e1000e", "7",
+                                           false));
   // Known vendor, unknown device; ids in upper case still match.
   EXPECT_EQ(fields(devices[1]),
             std::tuple("0000:01:00.0", "NVIDIA Corporation", "Device 1eb8", "", "", true));
-  EXPECT_EQ(fields(devices[2]), std::tuple("0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false));
+  EXPECT_EQ(fields(devices[2]),
+            std::tuple("0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false));
   // The class section must not be read as vendors.
-  EXPECT_EQ(names.vendors.count("C 02"), 0u);
-  EXPECT_EQ(names.vendors.size(), 2u);
+  EXPECT_EQ(std::pair(names.vendors.count("C 02"), names.vendors.size()), std::pair(0ul, 2ul));
 }
 
 TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
@@ -233,7 +232,8 @@ TEST(LinuxFacts, WithoutARouteTheFirstInterfaceWithAnAddressManages) {
   NetworkState network;
   Linux::ReadNetwork(tree.Root(), {{"b0", "10.1.1.1", 16, false}}, network);
   ASSERT_EQ(network.nics.size(), 1u);
-  EXPECT_EQ(std::tuple(network.nics[0].name, network.nics[0].ipv4Netmask, network.routing.ipv4Gateway),
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(std::tuple(nic.name, nic.ipv4Netmask, network.routing.ipv4Gateway),
             std::tuple("b0", "255.255.0.0", "0.0.0.0"));
   NetworkState none;
   Linux::ReadNetwork(tree.Root() + "/nothing", {}, none);
@@ -325,12 +325,14 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
              "shell-unit =\nnonsense\n");
   const Linux::Config config = Linux::ReadConfig(tree.Root() + "/merel.conf");
   // An empty value keeps the default.
-  EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit, config.hostCertificate),
+  EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit,
+                       config.hostCertificate),
             std::tuple("sshd.service", "a.service b.service", "getty@tty2.service",
                        "/etc/pki/libvirt/servercert.pem"));
   EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
+  const std::string ssl = "/etc/ssl/certs/host.pem";
   for (const auto& [file, used] : {std::pair("relative.pem", "/etc/pki/libvirt/servercert.pem"),
-                                   std::pair("/etc/ssl/certs/host.pem", "/etc/ssl/certs/host.pem")}) {
+                                   std::pair(ssl.c_str(), ssl.c_str())}) {
     tree.Write("/merel.conf", std::string("host-certificate = ") + file + "\n");
     EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate, used);
   }

@@ -370,7 +370,8 @@ TEST_F(NetworkDialogsTest, Ipv4) {
     ASSERT_EQ(Drive(dialog, c.keys), 1) << c.name;
     const IpConfig& r = dialog.GetConfiguration();
     EXPECT_EQ(std::tuple(r.GetUseDhcp(), r.GetIpv4UseNone(), r.GetIpv4Address().GetStringAddress(),
-                         r.GetIpv4Netmask().GetStringAddress(), r.GetIpv4Gateway().GetStringAddress()),
+                         r.GetIpv4Netmask().GetStringAddress(),
+                         r.GetIpv4Gateway().GetStringAddress()),
               std::tuple(c.dhcp, c.none, c.address, c.netmask, c.gateway))
         << c.name;
   }
