@@ -79,8 +79,7 @@ class LoginOutcomeTest : public ::testing::Test {
 TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
   backend->accounts.push_back("ann");
   const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, "ann");
-  EXPECT_FALSE(outcome.success);
-  EXPECT_TRUE(outcome.clearPassword);
+  EXPECT_TRUE(!outcome.success && outcome.clearPassword);
   EXPECT_TRUE(backend->events.empty());
   EXPECT_EQ(backend->audits, std::vector<std::string>{"login.connect ann 0 reason=Invalid Login"});
   ASSERT_FALSE(backend->syslog.empty());
@@ -137,12 +136,7 @@ TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsThatStillHaveTheirCard) {
     std::string said;  // the start of the one line logged, or "" for none
   } cases[] = {
       {"nobody logged in, no card", false, false, false, false, {}, ""},
-      {"nobody logged in, card",
-       false,
-       false,
-       true,
-       false,
-       {"alice", "bob"},
+      {"nobody logged in, card", false, false, true, false, {"alice", "bob"},
        "user.6 Found smart card with user id 'alice'"},
       {"nobody logged in, lookup fails", false, false, true, true, {"alice"}, lookupError},
       {"card session, card there", true, true, true, false, {"bob", "alice"}, ""},

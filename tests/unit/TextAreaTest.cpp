@@ -317,9 +317,9 @@ TEST_F(TextAreaScrollTest, PlainTextShowsBracesAndCountsItsLines) {
   area.SetText("a {b}\n{color:red}c");
   EXPECT_EQ(Rows(area), (std::vector<std::string>{"a {b}" + Blanks(5), "{color:red"}));
   EXPECT_EQ(area.LineCount(), 3);  // wrapped like any text: "c" goes below
-  EXPECT_EQ(TextArea::CountLines("a\n"), 1);
-  EXPECT_EQ(TextArea::CountLines(""), 0);
-  EXPECT_EQ(TextArea::CountLines("\n\n"), 2);
+  EXPECT_EQ(std::tuple(TextArea::CountLines("a\n"), TextArea::CountLines(""),
+                       TextArea::CountLines("\n\n")),
+            std::tuple(1, 0, 2));
 }
 
 }  // namespace
