@@ -97,14 +97,11 @@ TEST_F(LoginOutcomeTest, FailedLoginsLogOnlyNamesAnAccountCouldHave) {
   const struct {
     std::string typed, logged;
   } cases[] = {
-      {"root", "root"},
-      {"ops-admin", "ops-admin"},
-      {"nobody", "unknown user"},    // "b" and "y" are in no account name
-      {"dorm", "dorm"},              // could be an account: nothing secret in it
+      {"root", "root"}, {"ops-admin", "ops-admin"},
+      {"nobody", "unknown user"},      // "b" and "y" are in no account name
+      {"dorm", "dorm"},                // could be an account: nothing secret in it
       {"ops-admins", "unknown user"},  // longer than every account name
-      {"Secr3t!", "unknown user"},
-      {"root pw", "unknown user"},
-      {"", "unknown user"},
+      {"Secr3t!", "unknown user"}, {"root pw", "unknown user"}, {"", "unknown user"},
       {std::string(10240, 'o'), "unknown user"},
   };
   for (const auto& c : cases) {

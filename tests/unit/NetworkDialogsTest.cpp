@@ -123,10 +123,8 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
       {{"", "", ""}, "", kFine},
       {{"2001:db8::5/64", "", "2001:db8::6/128"}, "2001:db8::1", kFine},
       {{"", "", ""}, "fe80::1%nex0", kFine},  // a link-local gateway is let through
-      {{"fe80::1/64", "", ""}, "", scope},
-      {{"febf::1/64", "", ""}, "", scope},
-      {{"fd00::1/64", "", ""}, "", kFine},
-      {{"2001:db8::5", "", ""}, "", invalid},
+      {{"fe80::1/64", "", ""}, "", scope}, {{"febf::1/64", "", ""}, "", scope},
+      {{"fd00::1/64", "", ""}, "", kFine}, {{"2001:db8::5", "", ""}, "", invalid},
       {{"", "g/64", ""}, "", at(invalid, 5)},
       {{"2001:db8::5/64", "fe80::1/64", "zzz"}, "", at(scope, 5)},
       {{"", "", "2001:db8::5/129"}, "", at(invalid, 6)},

@@ -160,10 +160,9 @@ TEST(PlatformSimBackendTest, ChildrenGetOnlyTheRootAndNoBlockedSignals) {
   std::string marker = "/tmp/merel-unit-marker-" + std::to_string(getpid());
   int status = Platform::System((blocked + " > " + marker + "; ls / 2>/dev/null").c_str());
   pthread_sigmask(SIG_SETMASK, &old, nullptr);
-  EXPECT_EQ(spawned.out, "sh|/|\n0000000000000000\n");
-  EXPECT_EQ(root.File(marker), "0000000000000000\n");
+  EXPECT_EQ(std::tuple(spawned.out, root.File(marker), ExitCode(status)),
+            std::tuple("sh|/|\n0000000000000000\n", "0000000000000000\n", 127));
   EXPECT_NE(access(marker.c_str(), F_OK), 0);
-  EXPECT_EQ(ExitCode(status), 127);
   EXPECT_EQ(RunTool({"/bin/not-a-tool"}).status, -1);
 }
 

@@ -231,15 +231,12 @@ TEST_F(TextAreaScrollTest, StepsAreClampedToTheText) {
     std::vector<int> steps;
     int expected;
   } cases[] = {
-      {"DownOne", 10, {1}, 1},
-      {"DownAndBackPart", 10, {3, -2}, 1},
+      {"DownOne", 10, {1}, 1}, {"DownAndBackPart", 10, {3, -2}, 1},
       {"PastTheEndStopsAtTheLastPage", 10, {100}, 6},
       {"BeforeTheStartStopsAtTheTop", 10, {2, -5}, 0},
       {"ExtremeSteps", 10, {INT_MAX, 1, INT_MIN, -1}, 0},
-      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6},
-      {"AWholePageRepaints", 10, {4, 1}, 5},
-      {"TextThatFitsNeverMoves", 4, {1, 3}, 0},
-      {"ShortTextNeverMoves", 2, {1}, 0},
+      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6}, {"AWholePageRepaints", 10, {4, 1}, 5},
+      {"TextThatFitsNeverMoves", 4, {1, 3}, 0}, {"ShortTextNeverMoves", 2, {1}, 0},
       {"NoTextNeverMoves", 0, {1}, 0},
   };
   for (const auto& c : cases) {
