@@ -61,10 +61,10 @@ if [ -e "$S/with-resolved" ]; then
   cp "$S/recorder" "$S/usr-bin/resolvectl"
   mount -t overlay overlay -o "lowerdir=/usr/bin,upperdir=$S/usr-bin,workdir=$S/usr-bin-work" /usr/bin
 fi
-for tool in /usr/bin/systemctl /usr/bin/resolvectl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
-for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/resolvectl /sbin/poweroff /sbin/reboot; do
+for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl /sbin/poweroff /sbin/reboot; do
   if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
     echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
   fi
