@@ -21,6 +21,10 @@ FormDialog::FormDialog(Frame* parent,
       _footer(footer),
       _rule(rule) {}
 
+FormDialog::~FormDialog() {
+  ClearRows();
+}
+
 RadioItem* FormDialog::AddRadio(const std::string& label, bool marked) {
   auto radio = std::make_unique<RadioItem>(label, marked);
   // The text cursor is hidden on a choice: the focused one shows selected.
@@ -28,6 +32,7 @@ RadioItem* FormDialog::AddRadio(const std::string& label, bool marked) {
   RadioItem* raw = radio.get();
   _rows.push_back(std::move(radio));
   _fieldOfRow.push_back(-1);
+  _actionRow.push_back(false);
   return raw;
 }
 
@@ -37,21 +42,36 @@ CheckItem* FormDialog::AddCheck(const std::string& label, bool checked, int inde
   CheckItem* raw = check.get();
   _rows.push_back(std::move(check));
   _fieldOfRow.push_back(-1);
+  _actionRow.push_back(false);
   return raw;
 }
 
 void FormDialog::AddSpacer() {
   _rows.push_back(std::make_unique<LabelItem>("", false));
   _fieldOfRow.push_back(-1);
+  _actionRow.push_back(false);
 }
 
 InputItem* FormDialog::AddField(FieldSpec spec) {
   auto field = std::make_unique<InputItem>(spec.label, spec.value, spec.width);
+  field->SetPassword(spec.masked);
   InputItem* raw = field.get();
   _rows.push_back(std::move(field));
   _fieldOfRow.push_back(static_cast<int>(_fields.size()));
+  _actionRow.push_back(false);
   _fields.push_back(raw);
   _specs.push_back(std::move(spec));
+  return raw;
+}
+
+LabelItem* FormDialog::AddAction(const std::string& label) {
+  auto line = std::make_unique<LabelItem>(label);
+  // The text cursor is hidden here: only the highlight shows where Enter goes.
+  line->SetHighlightFocus(true);
+  LabelItem* raw = line.get();
+  _rows.push_back(std::move(line));
+  _fieldOfRow.push_back(-1);
+  _actionRow.push_back(true);
   return raw;
 }
 
@@ -59,70 +79,129 @@ void FormDialog::ShowRows() {
   if (_contentWindow == nullptr) {
     return;
   }
-  _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                              _contentWindow->GetHeight());
+  ShowRowsIn(*_contentWindow, 0, 0, _contentWindow->GetWidth(), _contentWindow->GetHeight());
+}
+
+void FormDialog::ShowRowsIn(Window& parent, int x, int y, int width, int height) {
+  if (_list == nullptr) {
+    _list = &parent.AddChild<ItemList>(x, y, width, height);
+  }
   _list->SetItems(std::move(_rows));
+  _rows.clear();
+}
+
+void FormDialog::ClearRows() {
+  for (size_t i = 0; i < _fields.size(); ++i) {
+    if (_specs[i].masked) {
+      _fields[i]->Wipe();
+    }
+  }
+  _rows.clear();
+  _fieldOfRow.clear();
+  _actionRow.clear();
+  _fields.clear();
+  _specs.clear();
 }
 
 int FormDialog::FieldOn(int row) const {
   return row >= 0 && row < static_cast<int>(_fieldOfRow.size()) ? _fieldOfRow[row] : -1;
 }
 
-int FormDialog::Loop() {
-  SetTitle(_strings->GetString(_titleKey));
-  SetText(_strings->GetString(_textKey));
-  SetFooter(_footer);
-  if (_list == nullptr) {
-    return 0;
+void FormDialog::FocusField(int field) {
+  int row = 0;
+  while (row < static_cast<int>(_fieldOfRow.size()) && _fieldOfRow[row] != field) {
+    ++row;
   }
+  while (_list->CurrentIndex() != row) {
+    const int before = _list->CurrentIndex();
+    if (before < row) {
+      _list->Next();
+    } else {
+      _list->Prev();
+    }
+    if (_list->CurrentIndex() == before) {
+      break;
+    }
+  }
+  Redraw();
+}
+
+void FormDialog::Redraw() {
   if (_rule == CursorRule::kOnFields) {
+    // Shown before the rows are drawn: the current field's row places the
+    // cursor last.
     Window::ShowCursor(FieldOn(_list->CurrentIndex()) >= 0);
   }
   _list->DrawItems();
+}
+
+void FormDialog::ShowTexts() {
+  SetTitle(_strings->GetString(_titleKey));
+  SetText(_strings->GetString(_textKey));
+  SetFooter(_footer);
+}
+
+int FormDialog::Loop() {
+  ShowTexts();
+  if (_list == nullptr) {
+    return 0;
+  }
+  Redraw();
+  const bool byField = _moves != Moves::kFinishAnywhere;
   for (;;) {
-    const int key = Frame::WaitForKey(this, true);
+    const int key = Frame::WaitForKey(this, _idleLimit);
+    // Asked anew for every key: a dialog may have rebuilt its rows.
+    const int lastField = static_cast<int>(_fields.size()) - 1;
     const int row = _list->CurrentIndex();
     const int field = FieldOn(row);
-    switch (key) {
-      case kKeyEscape:
+    const bool moveOn = key == KEY_DOWN || (byField && (key == kKeyEnter || key == kKeyTab));
+    if (key == kKeyEscape) {
+      Window::ShowCursor(false);
+      return 0;
+    }
+    if (key == kKeyEnter && row < static_cast<int>(_actionRow.size()) && _actionRow[row]) {
+      Activate(row);
+      Redraw();
+    } else if (key == kKeyEnter && (!byField || (field >= 0 && field == lastField))) {
+      if (Finish()) {
         Window::ShowCursor(false);
-        return 0;
-      case kKeyEnter:
-        if (Finish()) {
-          Window::ShowCursor(false);
-          return 1;
-        }
-        break;
-      case KEY_UP:
-      case KEY_DOWN: {
-        const bool down = key == KEY_DOWN;
-        if (down) {
-          _list->Next();
-        } else {
-          _list->Prev();
-        }
-        if (_rule == CursorRule::kOnFields) {
-          Window::ShowCursor(FieldOn(_list->CurrentIndex()) >= 0);
-        } else if (down && field >= 0) {
-          Window::ShowCursor(true);
-        } else if (!down && field < 0) {
-          Window::ShowCursor(false);
-        }
-        _list->DrawItems();
-        break;
+        return 1;
       }
-      default:
-        if (field >= 0 && _specs[field].allows(key)) {
-          InputItem& input = *_fields[field];
-          if (FieldKeys::Fits(input, key, _specs[field].longest)) {
-            input.HandleKey(key);
-            Edited(field);
+    } else if (moveOn || key == KEY_UP) {
+      if (key == KEY_UP) {
+        _list->Prev();
+      } else if (field < 0 || Leave(field)) {
+        if (key == kKeyTab && _moves == Moves::kFieldByFieldAround && field == lastField) {
+          // Round to the first row still open: up as far as the list goes.
+          for (int before = -1; before != _list->CurrentIndex();) {
+            before = _list->CurrentIndex();
+            _list->Prev();
           }
-        } else if (key == ' ') {
-          Mark(row);
+        } else {
+          _list->Next();
         }
-        _list->DrawItems();
-        break;
+      }
+      if (_rule == CursorRule::kRowBeforeMove) {
+        if (key != KEY_UP && field >= 0) {
+          Window::ShowCursor(true);
+        } else if (key == KEY_UP && field < 0) {
+          Window::ShowCursor(false);
+        }
+      }
+      Redraw();
+    } else {
+      if (field >= 0 && _specs[field].allows(key)) {
+        InputItem& input = *_fields[field];
+        if (FieldKeys::Fits(input, key, _specs[field].longest)) {
+          input.HandleKey(key);
+          Edited(field);
+        }
+      } else if (key == ' ') {
+        Mark(row);
+      } else {
+        OtherKey(row, key);
+      }
+      _list->DrawItems();
     }
   }
 }
