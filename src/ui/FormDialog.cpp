@@ -25,40 +25,36 @@ FormDialog::~FormDialog() {
   ClearRows();
 }
 
+template <typename T>
+T* FormDialog::AddRow(std::unique_ptr<T> row, int field, bool action) {
+  T* raw = row.get();
+  _rows.push_back(std::move(row));
+  _fieldOfRow.push_back(field);
+  _actionRow.push_back(action);
+  return raw;
+}
+
 RadioItem* FormDialog::AddRadio(const std::string& label, bool marked) {
   auto radio = std::make_unique<RadioItem>(label, marked);
   // The text cursor is hidden on a choice: the focused one shows selected.
   radio->SetHighlightFocus(true);
-  RadioItem* raw = radio.get();
-  _rows.push_back(std::move(radio));
-  _fieldOfRow.push_back(-1);
-  _actionRow.push_back(false);
-  return raw;
+  return AddRow(std::move(radio));
 }
 
 CheckItem* FormDialog::AddCheck(const std::string& label, bool checked, int indent) {
   auto check = std::make_unique<CheckItem>(label, checked, indent);
   check->SetHighlightFocus(true);
-  CheckItem* raw = check.get();
-  _rows.push_back(std::move(check));
-  _fieldOfRow.push_back(-1);
-  _actionRow.push_back(false);
-  return raw;
+  return AddRow(std::move(check));
 }
 
 void FormDialog::AddSpacer() {
-  _rows.push_back(std::make_unique<LabelItem>("", false));
-  _fieldOfRow.push_back(-1);
-  _actionRow.push_back(false);
+  AddRow(std::make_unique<LabelItem>("", false));
 }
 
 InputItem* FormDialog::AddField(FieldSpec spec) {
   auto field = std::make_unique<InputItem>(spec.label, spec.value, spec.width);
   field->SetPassword(spec.masked);
-  InputItem* raw = field.get();
-  _rows.push_back(std::move(field));
-  _fieldOfRow.push_back(static_cast<int>(_fields.size()));
-  _actionRow.push_back(false);
+  InputItem* raw = AddRow(std::move(field), static_cast<int>(_fields.size()));
   _fields.push_back(raw);
   _specs.push_back(std::move(spec));
   return raw;
@@ -68,11 +64,7 @@ LabelItem* FormDialog::AddAction(const std::string& label) {
   auto line = std::make_unique<LabelItem>(label);
   // The text cursor is hidden here: only the highlight shows where Enter goes.
   line->SetHighlightFocus(true);
-  LabelItem* raw = line.get();
-  _rows.push_back(std::move(line));
-  _fieldOfRow.push_back(-1);
-  _actionRow.push_back(true);
-  return raw;
+  return AddRow(std::move(line), -1, true);
 }
 
 void FormDialog::ShowRows() {
@@ -141,6 +133,30 @@ void FormDialog::ShowTexts() {
   SetFooter(_footer);
 }
 
+void FormDialog::Move(int key, int field, bool onLastField) {
+  if (key == KEY_UP) {
+    _list->Prev();
+  } else if (field < 0 || Leave(field)) {
+    if (key == kKeyTab && _moves == Moves::kFieldByFieldAround && onLastField) {
+      // Round to the first row still open: up as far as the list goes.
+      for (int before = -1; before != _list->CurrentIndex();) {
+        before = _list->CurrentIndex();
+        _list->Prev();
+      }
+    } else {
+      _list->Next();
+    }
+  }
+  if (_rule == CursorRule::kRowBeforeMove) {
+    if (key != KEY_UP && field >= 0) {
+      Window::ShowCursor(true);
+    } else if (key == KEY_UP && field < 0) {
+      Window::ShowCursor(false);
+    }
+  }
+  Redraw();
+}
+
 int FormDialog::Loop() {
   ShowTexts();
   if (_list == nullptr) {
@@ -150,11 +166,10 @@ int FormDialog::Loop() {
   const bool byField = _moves != Moves::kFinishAnywhere;
   for (;;) {
     const int key = Frame::WaitForKey(this, _idleLimit);
-    // Asked anew for every key: a dialog may have rebuilt its rows.
-    const int lastField = static_cast<int>(_fields.size()) - 1;
     const int row = _list->CurrentIndex();
     const int field = FieldOn(row);
-    const bool moveOn = key == KEY_DOWN || (byField && (key == kKeyEnter || key == kKeyTab));
+    // Asked anew for every key: a dialog may have rebuilt its rows.
+    const bool onLastField = field >= 0 && field == static_cast<int>(_fields.size()) - 1;
     if (key == kKeyEscape) {
       Window::ShowCursor(false);
       return 0;
@@ -162,33 +177,14 @@ int FormDialog::Loop() {
     if (key == kKeyEnter && row < static_cast<int>(_actionRow.size()) && _actionRow[row]) {
       Activate(row);
       Redraw();
-    } else if (key == kKeyEnter && (!byField || (field >= 0 && field == lastField))) {
+    } else if (key == kKeyEnter && (!byField || onLastField)) {
       if (Finish()) {
         Window::ShowCursor(false);
         return 1;
       }
-    } else if (moveOn || key == KEY_UP) {
-      if (key == KEY_UP) {
-        _list->Prev();
-      } else if (field < 0 || Leave(field)) {
-        if (key == kKeyTab && _moves == Moves::kFieldByFieldAround && field == lastField) {
-          // Round to the first row still open: up as far as the list goes.
-          for (int before = -1; before != _list->CurrentIndex();) {
-            before = _list->CurrentIndex();
-            _list->Prev();
-          }
-        } else {
-          _list->Next();
-        }
-      }
-      if (_rule == CursorRule::kRowBeforeMove) {
-        if (key != KEY_UP && field >= 0) {
-          Window::ShowCursor(true);
-        } else if (key == KEY_UP && field < 0) {
-          Window::ShowCursor(false);
-        }
-      }
-      Redraw();
+    } else if (key == KEY_UP || key == KEY_DOWN ||
+               (byField && (key == kKeyEnter || key == kKeyTab))) {
+      Move(key, field, onLastField);
     } else {
       if (field >= 0 && _specs[field].allows(key)) {
         InputItem& input = *_fields[field];

@@ -74,7 +74,7 @@ class FormDialog : public Dialog {
              const char* footer,
              CursorRule rule = CursorRule::kOnFields);
 
-  // The rows, top to bottom; then ShowRows once.
+  // The rows, top to bottom; then ShowRows (or ShowRowsIn) once.
   RadioItem* AddRadio(const std::string& label, bool marked);
   CheckItem* AddCheck(const std::string& label, bool checked, int indent);
   void AddSpacer();
@@ -122,8 +122,13 @@ class FormDialog : public Dialog {
   bool _idleLimit = true;
 
  private:
+  // Adds `row`, the field `field` (-1: none) or a line Enter acts on.
+  template <typename T>
+  T* AddRow(std::unique_ptr<T> row, int field = -1, bool action = false);
   // The field on `row`, or -1.
   int FieldOn(int row) const;
+  // Up, Down, or Enter and Tab moving on, from `field` (-1: not a field).
+  void Move(int key, int field, bool onLastField);
 
   uint32_t _titleKey;
   uint32_t _textKey;
