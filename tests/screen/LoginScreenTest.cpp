@@ -22,8 +22,9 @@ constexpr int kKeyboardRow = 12, kNameRow = 13, kPasswordRow = 14, kFooterRow = 
 std::string FieldValue(const Terminal& console, int row) {
   return CellText(console, row, 39, 26);
 }
-std::string Label(const Terminal& console, int row) {
-  return CellText(console, row, 13, 23);
+// The labels of the name and the password lines.
+std::pair<std::string, std::string> Labels(const Terminal& console) {
+  return {CellText(console, kNameRow, 13, 23), CellText(console, kPasswordRow, 13, 23)};
 }
 
 // The login and the logout, as the logs, the audit trail and PAM's session
@@ -103,8 +104,8 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   }
   // The dialog stays, the name as typed.
   ExpectHas(console->Text(), {"Authentication Required"});
-  EXPECT_EQ(FieldValue(*console, kNameRow), c.user);
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), c.passwordAfter);
+  EXPECT_EQ(std::pair(FieldValue(*console, kNameRow), FieldValue(*console, kPasswordRow)),
+            std::pair(std::string(c.user), std::string(c.passwordAfter)));
 
   ExpectLogged(host, {std::string("auth.err ") + c.syslog});
   ExpectLogged(host, {std::string("[obsv.user.merel.login.failed] ") + c.event},
@@ -252,12 +253,10 @@ TEST(LoginScreenTest, F3SwitchesToThePinAndBack) {
   auto console = OpenLogin(host);
   EXPECT_NE(console->Find(kFooterRow, "<F3> Switch PIN/Password Login"), -1) << console->Text();
   Press(*console, Key::kF3, "Enter the smart card login PIN for");
-  EXPECT_EQ(Label(*console, kNameRow), "Login Id:");
-  EXPECT_EQ(Label(*console, kPasswordRow), "PIN:");
+  EXPECT_EQ(Labels(*console), (std::pair<std::string, std::string>("Login Id:", "PIN:")));
   EXPECT_EQ(FieldValue(*console, kNameRow), "alice");
   Press(*console, Key::kF3, "Enter an authorized login name and password for");
-  EXPECT_EQ(Label(*console, kNameRow), "Login Name:");
-  EXPECT_EQ(Label(*console, kPasswordRow), "Password:");
+  EXPECT_EQ(Labels(*console), (std::pair<std::string, std::string>("Login Name:", "Password:")));
 }
 
 TEST(KeyboardScreenTest, SpaceThenEnterSetsTheLayout) {
@@ -294,8 +293,8 @@ TEST(KeyboardScreenTest, EscapeAfterSpaceChangesNothingAndKeepsTheLogin) {
   EXPECT_EQ(host.HostJson().value("keyboardLayout", ""), "US Default");
   ExpectLacks(host.Syslog(), {"Keyboard Layout changed"});
   ExpectHas(console->Text(), {"Configured Keyboard (US Default)"});
-  EXPECT_EQ(FieldValue(*console, kNameRow), "operator");
-  EXPECT_EQ(FieldValue(*console, kPasswordRow), "**");
+  EXPECT_EQ(std::pair(FieldValue(*console, kNameRow), FieldValue(*console, kPasswordRow)),
+            std::pair(std::string("operator"), std::string("**")));
   ExpectLacks(host.AuditLog(), {"login."});
 }
 

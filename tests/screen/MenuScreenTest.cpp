@@ -3,7 +3,6 @@
 // menu hands over to (the log pager, the support information).
 #include <signal.h>
 
-#include <cstdio>
 #include <functional>
 #include <regex>
 #include <set>
@@ -72,22 +71,17 @@ INSTANTIATE_TEST_SUITE_P(
     Hosts,
     GreyEntriesTest,
     testing::Values(
-        GreyCase{"NoManagementInterface",
-                 "no-mgmt",
-                 nullptr,
+        GreyCase{"NoManagementInterface", "no-mgmt", nullptr,
                  {"Configure Management Network", "Restart Management Network",
                   "Test Management Network"}},
         GreyCase{"NetworkBooted", "network-booted", nullptr, {"Reset System Configuration"}},
-        GreyCase{"LockdownNotPossible",
-                 "",
+        GreyCase{"LockdownNotPossible", "",
                  [](nlohmann::json& state) {
                    state["lockdown"] = {{"enabled", false}, {"possible", false}};
                  },
                  {"Configure Lockdown Mode"}},
         // The DriverVM entry follows the host's device assignment state.
-        GreyCase{"DeviceAssignmentUnusable",
-                 "device-assignment-1",
-                 nullptr,
+        GreyCase{"DeviceAssignmentUnusable", "device-assignment-1", nullptr,
                  {"Configure DriverVM Devices"}},
         GreyCase{"NoDeviceAssignment", "static-ipv4", nullptr, {}, {"Configure DriverVM Devices"}}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -260,8 +254,7 @@ TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {
   Choose(*console, "Configure DriverVM Devices", "DriverVM Configuration");
   const int first = RowOf(*console, "[ ] 0000:3b:00.0");
   const int second = RowOf(*console, "[ ] 0000:3b:00.1");
-  ASSERT_NE(first, -1) << console->Text();
-  ASSERT_NE(second, -1) << console->Text();
+  ASSERT_TRUE(first >= 0 && second >= 0) << console->Text();
   const int column = console->Find(first, "0000:3b:00.0");
   EXPECT_NE(LookAt(*console, column, first), LookAt(*console, column, second));
   const Look focused = LookAt(*console, column, first);

@@ -166,6 +166,22 @@ inline const nlohmann::json* Named(const nlohmann::json& list,
   return nullptr;
 }
 
+// `object`'s values of `keys` (null where missing), to compare in one go with
+// a List of the expected ones.
+inline nlohmann::json Fields(const nlohmann::json& object,
+                             std::initializer_list<const char*> keys) {
+  nlohmann::json values = nlohmann::json::array();
+  for (const char* key : keys) {
+    values.push_back(object.is_object() && object.contains(key) ? object[key] : nlohmann::json());
+  }
+  return values;
+}
+
+// A JSON array of `items` (a braced pair of strings would become an object).
+inline nlohmann::json List(std::initializer_list<nlohmann::json> items) {
+  return nlohmann::json(std::vector<nlohmann::json>(items));
+}
+
 // F2 on the welcome screen, up to the login dialog.
 inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions options = {}) {
   auto console = host.StartConsole(options);

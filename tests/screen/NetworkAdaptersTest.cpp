@@ -28,14 +28,18 @@ std::vector<std::string> ShownAdapters(const Terminal& console) {
   return names;
 }
 
-// The row of `name` as shown, or "" when it is scrolled away.
-std::string AdapterRow(const Terminal& console, const std::string& name) {
-  for (int y = kFirstRow; y < kFirstRow + kRows; ++y) {
-    if (CellText(console, y, kNameColumn, 12) == name) {
-      return CellText(console, y, 3, 74);
-    }
+// The rows of `names` as shown, "" for one scrolled away.
+std::vector<std::string> AdapterRows(const Terminal& console, std::vector<std::string> names) {
+  for (std::string& name : names) {
+    const auto shown = ShownAdapters(console);
+    const auto at = std::find(shown.begin(), shown.end(), name);
+    name = at == shown.end() ? "" : CellText(console, kFirstRow + int(at - shown.begin()), 3, 74);
   }
-  return "";
+  return names;
+}
+
+std::string AdapterRow(const Terminal& console, const std::string& name) {
+  return AdapterRows(console, {name})[0];
 }
 
 // D on the focused adapter: its details, closed again by `close` (any key).
@@ -70,14 +74,12 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
                                           "pnic5", "pnic6", "pnic7", "pnic8", "pnic9", "pnic10"};
   EXPECT_EQ(ShownAdapters(*console),
             std::vector<std::string>(order.begin(), order.begin() + kRows));
-  EXPECT_EQ(AdapterRow(*console, "pnic0"),
-            "[X] pnic0        Intel ... (00:50:56:a1:00:20) Connected vSwitch0");
-  EXPECT_EQ(AdapterRow(*console, "pnic3"),
-            "[ ] pnic3        Intel ... (00:50:56:a1:00:23) Disconnected");
-  EXPECT_EQ(AdapterRow(*console, "pnic5"),
-            "[ ] pnic5        Broadc... (00:50:56:a1:00:25) Connected DSwitch-Lab");
-  EXPECT_EQ(AdapterRow(*console, "pnic6"),
-            "[ ] pnic6        (...) (00:50:56:a1:00:26)     Disconnected");
+  EXPECT_EQ(AdapterRows(*console, {"pnic0", "pnic3", "pnic5", "pnic6"}),
+            (std::vector<std::string>{
+                "[X] pnic0        Intel ... (00:50:56:a1:00:20) Connected vSwitch0",
+                "[ ] pnic3        Intel ... (00:50:56:a1:00:23) Disconnected",
+                "[ ] pnic5        Broadc... (00:50:56:a1:00:25) Connected DSwitch-Lab",
+                "[ ] pnic6        (...) (00:50:56:a1:00:26)     Disconnected"}));
 
   // What the row shortened, the details show whole.
   Type(*console, {Key::kDown});
@@ -135,15 +137,14 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   const nlohmann::json* vSwitch1 = Named(network["vswitches"], "vSwitch1");
   const nlohmann::json* dvSwitch = Named(network["dvswitches"], "DSwitch-Lab");
   ASSERT_TRUE(vSwitch0 && vSwitch1 && dvSwitch) << network.dump(1);
-  const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
-  EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic4"})) << group.dump();
-  EXPECT_EQ(group["standbyUplinks"], nlohmann::json({"pnic5", "pnic6", "pnic10"})) << group.dump();
+  EXPECT_EQ(Fields((*vSwitch0)["portGroups"][0], {"activeUplinks", "standbyUplinks"}),
+            List({{"pnic4"}, {"pnic5", "pnic6", "pnic10"}}));
   for (const char* uplink : {"pnic4", "pnic5", "pnic6", "pnic10"}) {
     EXPECT_TRUE(Has((*vSwitch0)["uplinks"], uplink)) << uplink << " " << vSwitch0->dump();
   }
-  EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4")) << vSwitch1->dump();
-  EXPECT_FALSE(Has((*dvSwitch)["uplinks"], "pnic5")) << dvSwitch->dump();
-  EXPECT_FALSE(Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5")) << dvSwitch->dump();
+  EXPECT_FALSE(Has((*vSwitch1)["uplinks"], "pnic4") || Has((*dvSwitch)["uplinks"], "pnic5") ||
+               Has((*dvSwitch)["ports"][0]["activeUplinks"], "pnic5"))
+      << *vSwitch1 << *dvSwitch;
   // The interface follows its first adapter's address.
   EXPECT_EQ(Nex0(state)["mac"], "00:50:56:a1:00:24");
   ExpectLogged(host, {"Setting adapters to pnic4 pnic5 pnic6 pnic10", "Network settings changed."});
@@ -167,9 +168,8 @@ TEST(NetworkAdaptersTest, AdaptersWithoutLinkAreAskedAbout) {
   Accept(*console);
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
-  const nlohmann::json& group =
-      (*Named(state["network"]["vswitches"], "vSwitch0"))["portGroups"][0];
-  EXPECT_EQ(group["activeUplinks"], nlohmann::json({"pnic3"})) << group.dump();
+  EXPECT_EQ((*Named(state["network"]["vswitches"], "vSwitch0"))["portGroups"][0]["activeUplinks"],
+            List({"pnic3"}));
 }
 
 struct UplinkCase {
@@ -200,11 +200,10 @@ TEST_P(UplinkOrderTest, ChosenAdaptersEndInOrderWithOneActive) {
   const nlohmann::json state = host.HostJson();
   const nlohmann::json* vSwitch0 = Named(state["network"]["vswitches"], "vSwitch0");
   ASSERT_TRUE(vSwitch0) << state["network"].dump(1);
-  const nlohmann::json& group = (*vSwitch0)["portGroups"][0];
-  EXPECT_EQ(group["name"], "Management Network");
-  EXPECT_EQ(group["activeUplinks"], nlohmann::json(c.active)) << group.dump();
-  EXPECT_EQ(group.value("standbyUplinks", nlohmann::json::array()), nlohmann::json(c.standby))
-      << group.dump();
+  nlohmann::json group = (*vSwitch0)["portGroups"][0];
+  group.emplace("standbyUplinks", nlohmann::json::array());  // none: as good as an empty list
+  EXPECT_EQ(Fields(group, {"name", "activeUplinks", "standbyUplinks"}),
+            List({"Management Network", c.active, c.standby}));
   EXPECT_EQ(Nex0(state)["mac"], c.mac);
 }
 
@@ -217,23 +216,11 @@ INSTANTIATE_TEST_SUITE_P(
         UplinkCase{"DemoRemoveActive", "", {kSpace}, {"pnic1"}, {}, "b4:96:91:3a:10:21"},
         UplinkCase{"DemoRemoveStandby", "", {kDown, kSpace}, {"pnic0"}, {}, "b4:96:91:3a:10:20"},
         UplinkCase{"DemoReorder", "", {kSpace, kSpace}, {"pnic1"}, {"pnic0"}, "b4:96:91:3a:10:21"},
-        UplinkCase{"ManyRemoveActive",
-                   "many-adapters",
-                   {kDown, kSpace},
-                   {"pnic1"},
-                   {},
+        UplinkCase{"ManyRemoveActive", "many-adapters", {kDown, kSpace}, {"pnic1"}, {},
                    "00:50:56:a1:00:21"},
-        UplinkCase{"ManyRemoveStandby",
-                   "many-adapters",
-                   {kDown, kDown, kSpace},
-                   {"pnic0"},
-                   {},
+        UplinkCase{"ManyRemoveStandby", "many-adapters", {kDown, kDown, kSpace}, {"pnic0"}, {},
                    "00:50:56:a1:00:20"},
-        UplinkCase{"ManyReorder",
-                   "many-adapters",
-                   {kDown, kSpace, kSpace},
-                   {"pnic1"},
-                   {"pnic0"},
+        UplinkCase{"ManyReorder", "many-adapters", {kDown, kSpace, kSpace}, {"pnic1"}, {"pnic0"},
                    "00:50:56:a1:00:21"}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -2,7 +2,6 @@
 // simulated host: what the screen shows, and what the host saw.
 #include <signal.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -31,9 +30,7 @@ TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
   Press(*console, Key::kEnter, "Restart management network now?");
   Press(*console, Key::kF11, "<Enter> OK");
   ExpectGoldenScreen(*console, "restart-network-static");  // the steps and the static address
-  const nlohmann::json nic = Nex0(host.HostJson());
-  EXPECT_EQ(nic.value("stops", 0), 1);
-  EXPECT_TRUE(nic.value("enabled", false));
+  EXPECT_EQ(Fields(Nex0(host.HostJson()), {"stops", "enabled"}), List({1, true}));
   ExpectLogged(host, {"Restarting nex0"});
   ExpectHas(host.ObsvLog(), {"obsv.user.merel.network.restart"});
 
@@ -54,8 +51,8 @@ TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
   EXPECT_FALSE(std::regex_search(text, std::regex("IP address is  [0-9]+\\."))) << text;
   const int starting = RowOf(*console, "Starting management network.");
   ASSERT_GE(starting, 0) << text;
-  EXPECT_LT(console->Find(starting, "Done."), 0) << text;
-  EXPECT_GE(console->Find(starting + 1, "Done."), 0) << text;
+  EXPECT_TRUE(console->Find(starting, "Done.") < 0 && console->Find(starting + 1, "Done.") >= 0)
+      << text;
   EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 1);
 }
 
@@ -120,10 +117,8 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   ASSERT_TRUE(WaitForRunEnd(*console)) << console->Text();
   for (const auto& [step, verdict] : c.verdicts) {
     const std::string row = RowWith(*console, step);
-    EXPECT_TRUE(row.size() > verdict.size() &&
-                row.compare(row.size() - verdict.size(), verdict.size(), verdict) == 0)
-        << step << " -> " << row << "\n"
-        << console->Text();
+    EXPECT_TRUE(row.size() > verdict.size() && row.ends_with(verdict))
+        << step << " -> " << row << "\n" << console->Text();
   }
   if (c.golden != nullptr) {
     ExpectGoldenScreen(*console, c.golden);
@@ -144,24 +139,19 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
 INSTANTIATE_TEST_SUITE_P(
     NetworkOpsTest,
     NetworkTestRun,
-    ::testing::Values(TestCase{"NameResolves",
-                               nullptr,
-                               false,
-                               {{"Pinging address #1 (10.20.30.1).", "OK."},
-                                {"Pinging address #2 (10.20.30.2).", "OK."},
-                                {"Pinging address #3 (10.20.30.3).", "Failed."},
-                                {"Resolving hostname (static-host.lab.test).", "OK."}},
-                               "network-test-done"},
-                      // A blank typed into the name never reaches it.
-                      TestCase{"NameUnknown",
-                               "nowhere .lab.test",
-                               false,
-                               {{"Pinging address #1 (10.20.30.1).", "OK."},
-                                {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
-                      TestCase{"LeftoverBackup",
-                               nullptr,
-                               true,
-                               {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
+    ::testing::Values(
+        TestCase{"NameResolves", nullptr, false,
+                 {{"Pinging address #1 (10.20.30.1).", "OK."},
+                  {"Pinging address #2 (10.20.30.2).", "OK."},
+                  {"Pinging address #3 (10.20.30.3).", "Failed."},
+                  {"Resolving hostname (static-host.lab.test).", "OK."}},
+                 "network-test-done"},
+        // A blank typed into the name never reaches it.
+        TestCase{"NameUnknown", "nowhere .lab.test", false,
+                 {{"Pinging address #1 (10.20.30.1).", "OK."},
+                  {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
+        TestCase{"LeftoverBackup", nullptr, true,
+                 {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // A field that holds no address keeps the user in the dialog with the

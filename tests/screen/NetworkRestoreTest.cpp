@@ -2,7 +2,6 @@
 // move onto a new standard switch, as the screen shows them and as the host
 // and its logs saw them.
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -116,14 +115,11 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
     return;
   }
   const auto& net = state["network"];
-  ASSERT_EQ(net["vswitches"].size(), 1u) << net.dump(2);
-  EXPECT_EQ(net["vswitches"][0]["name"], "vSwitch0");
-  EXPECT_EQ(net["vswitches"][0]["uplinks"], nlohmann::json({"pnic0"}));
+  ASSERT_EQ(std::pair(net["vswitches"].size(), net["nics"].size()), std::pair(1ul, 1ul)) << net;
+  EXPECT_EQ(Fields(net["vswitches"][0], {"name", "uplinks"}), List({"vSwitch0", {"pnic0"}}));
   EXPECT_TRUE(Named(net["vswitches"][0]["portGroups"], "Management Network"));
-  ASSERT_EQ(net["nics"].size(), 1u);
-  EXPECT_EQ(net["nics"][0]["name"], "nex0");
-  EXPECT_EQ(net["nics"][0]["portGroup"], "Management Network");
-  EXPECT_EQ(net["nics"][0]["ipv4Mode"], "dhcp");
+  EXPECT_EQ(Fields(net["nics"][0], {"name", "portGroup", "ipv4Mode"}),
+            List({"nex0", "Management Network", "dhcp"}));
   EXPECT_FALSE(net.value("netDumperEnabled", true));
   for (const auto& vm : state["vms"]) {
     EXPECT_FALSE(vm.value("poweredOn", true)) << vm.dump();
@@ -138,38 +134,21 @@ const nlohmann::json kStubborn = {
 INSTANTIATE_TEST_SUITE_P(
     NetworkRestoreTest,
     FactoryRestore,
-    ::testing::Values(FactoryCase{"PowersOffRunningVms",
-                                  kRunning,
-                                  nullptr,
-                                  Key::kEnter,
-                                  {"Powering Off VMs. Done.", "Auto-configuring network. Done."},
-                                  true,
-                                  {"Clearing Network Config", "Auto-Configuring Network"},
-                                  {"Error powering off VMs", "Error auto-configuring network"}},
-                      FactoryCase{"DecliningTheVmWarningChangesNothing",
-                                  kRunning,
-                                  nullptr,
-                                  Key::kEscape,
-                                  {},
-                                  false,
-                                  {},
-                                  {"Clearing Network Config", "Error powering off VMs"}},
-                      FactoryCase{"AFailedPowerOffLeavesTheNetwork",
-                                  kStubborn,
-                                  nullptr,
-                                  Key::kEnter,
-                                  {"Powering Off VMs. Failed."},
-                                  false,
-                                  {"Error powering off VMs"},
-                                  {"Clearing Network Config"}},
-                      FactoryCase{"AFailingHostCallIsReported",
-                                  nlohmann::json::array(),
-                                  "NetworkInfoImpl.ClearNetworkConfig",
-                                  Key::kEnter,
-                                  {"Auto-configuring network. Failed."},
-                                  false,
-                                  {"Clearing Network Config", "Error auto-configuring network"},
-                                  {"Auto-Configuring Network", "Error powering off VMs"}}),
+    ::testing::Values(
+        FactoryCase{"PowersOffRunningVms", kRunning, nullptr, Key::kEnter,
+                    {"Powering Off VMs. Done.", "Auto-configuring network. Done."}, true,
+                    {"Clearing Network Config", "Auto-Configuring Network"},
+                    {"Error powering off VMs", "Error auto-configuring network"}},
+        FactoryCase{"DecliningTheVmWarningChangesNothing", kRunning, nullptr, Key::kEscape, {},
+                    false, {}, {"Clearing Network Config", "Error powering off VMs"}},
+        FactoryCase{"AFailedPowerOffLeavesTheNetwork", kStubborn, nullptr, Key::kEnter,
+                    {"Powering Off VMs. Failed."}, false, {"Error powering off VMs"},
+                    {"Clearing Network Config"}},
+        FactoryCase{"AFailingHostCallIsReported", nlohmann::json::array(),
+                    "NetworkInfoImpl.ClearNetworkConfig", Key::kEnter,
+                    {"Auto-configuring network. Failed."}, false,
+                    {"Clearing Network Config", "Error auto-configuring network"},
+                    {"Auto-Configuring Network", "Error powering off VMs"}}),
     [](const auto& info) { return info.param.name; });
 
 // Only F11 confirms and only Esc cancels: nothing else leaves the dialogs,
@@ -213,9 +192,7 @@ TEST(NetworkRestoreTest, ConfirmationsIgnoreEveryKeyButF11AndEsc) {
 void PrepareSwitchHost(const SimHost& host) {
   ModifyHost(host, [](nlohmann::json& state) {
     auto& net = state["network"];
-    net["vswitches"].push_back({{"name", "vSwitch1"},
-                                {"numPorts", 128},
-                                {"mtu", 1500},
+    net["vswitches"].push_back({{"name", "vSwitch1"}, {"numPorts", 128}, {"mtu", 1500},
                                 {"portGroups", nlohmann::json::array()},
                                 {"uplinks", nlohmann::json::array()}});
     for (auto& group : net["vswitches"][0]["portGroups"]) {
@@ -224,13 +201,9 @@ void PrepareSwitchHost(const SimHost& host) {
       }
     }
     nlohmann::json other = net["nics"][0];
-    other["name"] = "nex1";
-    other["management"] = false;
-    other["mac"] = "00:50:56:6a:00:09";
-    other["ipv4Address"] = "10.9.9.9";
-    other["portGroup"] = "Guest Network";
-    other["dvSwitch"] = "";
-    other["dvPort"] = "";
+    other.update({{"name", "nex1"}, {"management", false}, {"mac", "00:50:56:6a:00:09"},
+                  {"ipv4Address", "10.9.9.9"}, {"portGroup", "Guest Network"},
+                  {"dvSwitch", ""}, {"dvPort", ""}});
     net["nics"].push_back(other);
   });
 }
@@ -265,9 +238,8 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   EXPECT_EQ((*created)["uplinks"], nlohmann::json(uplinks));
   ASSERT_EQ((*created)["portGroups"].size(), 1u) << created->dump(2);
   const nlohmann::json& group = (*created)["portGroups"][0];
-  EXPECT_EQ(group["name"], "Management Network");
-  EXPECT_EQ(group["activeUplinks"], nlohmann::json(uplinks));
-  EXPECT_EQ(group.value("vlanId", 0), c.vlanId);
+  EXPECT_EQ(Fields(group, {"name", "activeUplinks", "vlanId"}),
+            List({"Management Network", uplinks, c.vlanId}));
   for (const auto& sw : net["vswitches"]) {
     if (sw["name"] != "vSwitch2") {
       EXPECT_FALSE(Named(sw["portGroups"], "Management Network")) << sw.dump(2);
@@ -277,10 +249,10 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
   ExpectLacks(net["dvswitches"].dump(), uplinks);
   const nlohmann::json* nex0 = Named(net["nics"], "nex0");
   ASSERT_TRUE(nex0);
-  EXPECT_EQ((*nex0)["portGroup"], "Management Network");
-  EXPECT_EQ((*nex0).value("dvSwitch", ""), "");
-  EXPECT_TRUE((*nex0).value("enabled", true));
-  EXPECT_FALSE((*Named(net["nics"], "nex1")).value("enabled", true));
+  const nlohmann::json* nex1 = Named(net["nics"], "nex1");
+  EXPECT_EQ(List({nex0->value("portGroup", ""), nex0->value("dvSwitch", ""),
+                  nex0->value("enabled", true), nex1->value("enabled", true)}),
+            List({"Management Network", "", true, false}));
 }
 
 INSTANTIATE_TEST_SUITE_P(NetworkRestoreTest,
@@ -331,10 +303,8 @@ TEST_P(StandardSwitchFault, LeavesTheNetworkAsItWas) {
   FailCall(host, c.call, "no free ports", !c.always);
   auto console = Open(host, "Restore Standard Switch");
   Press(*console, Key::kF11, "The network was left as it was.");
-  const std::string shown = console->Text();
-  EXPECT_TRUE(Contains(shown, "Unable to move the management network onto a standard switch."))
-      << shown;
-  ExpectHas(shown, {"Failed: "});
+  ExpectHas(console->Text(),
+            {"Unable to move the management network onto a standard switch.", "Failed: "});
   console->SendKey(Key::kEnter);
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
   EXPECT_EQ(RightTitle(*console), "Restore Standard Switch");

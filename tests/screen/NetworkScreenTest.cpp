@@ -1,7 +1,6 @@
 // The management network window: what it shows of each host, leaving it with
 // and without changes, and applying the changes to the host step by step.
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -39,31 +38,26 @@ TEST_P(NetworkHostTest, ShowsTheLiveSettings) {
   for (const auto& [entry, texts] :
        {std::pair{"IPv4 Configuration", c.ipv4}, std::pair{"DNS Configuration", c.dns}}) {
     EXPECT_TRUE(SelectEntry(*console, entry)) << console->Text();
-    for (const std::string& text : texts) {
-      ExpectHas(RightText(*console), {text});
-    }
+    ExpectHas(RightText(*console), texts);
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Hosts,
     NetworkHostTest,
-    testing::Values(HostCase{"",
-                             "Network Adapters",
-                             {"Manual", "IPv4 Address: 192.168.10.20", "Subnet Mask: 255.255.255.0",
-                              "Default Gateway: 192.168.10.1"},
-                             {"Manual", "Primary DNS Server:\n192.168.10.2",
-                              "Alternate DNS Server:\n192.168.10.3", "Hostname\nmerel-demo"}},
-                    HostCase{"static-ipv4",
-                             "Network Adapters",
-                             {"Manual", "IPv4 Address: 10.20.30.40", "Default Gateway: 10.20.30.1"},
-                             {"Primary DNS Server:\n10.20.30.2", "Hostname\nstatic-host"}},
-                    HostCase{
-                        "dhcp",
-                        "Network Adapters",
-                        {"Automatic", "IPv4 Address: 172.16.5.50", "Default Gateway: 172.16.5.1"},
-                        {"Automatic", "Primary DNS Server:\n172.16.5.2"}},
-                    HostCase{"dvs", "IPv4 Configuration", {"IPv4 Address: 10.6.6.6"}, {}}),
+    testing::Values(
+        HostCase{"", "Network Adapters",
+                 {"Manual", "IPv4 Address: 192.168.10.20", "Subnet Mask: 255.255.255.0",
+                  "Default Gateway: 192.168.10.1"},
+                 {"Manual", "Primary DNS Server:\n192.168.10.2",
+                  "Alternate DNS Server:\n192.168.10.3", "Hostname\nmerel-demo"}},
+        HostCase{"static-ipv4", "Network Adapters",
+                 {"Manual", "IPv4 Address: 10.20.30.40", "Default Gateway: 10.20.30.1"},
+                 {"Primary DNS Server:\n10.20.30.2", "Hostname\nstatic-host"}},
+        HostCase{"dhcp", "Network Adapters",
+                 {"Automatic", "IPv4 Address: 172.16.5.50", "Default Gateway: 172.16.5.1"},
+                 {"Automatic", "Primary DNS Server:\n172.16.5.2"}},
+        HostCase{"dvs", "IPv4 Configuration", {"IPv4 Address: 10.6.6.6"}, {}}),
     [](const testing::TestParamInfo<HostCase>& info) {
       std::string name = *info.param.fixture ? info.param.fixture : "demo";
       name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
@@ -97,8 +91,8 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   Accept(*console);
   ExpectHas(RightText(*console), {"IPv4 Address: 172.16.5.77"});
   ApplyChanges(*console);
-  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "static");
-  EXPECT_EQ(Nex0(host.HostJson())["ipv4Address"], "172.16.5.77");
+  EXPECT_EQ(Fields(Nex0(host.HostJson()), {"ipv4Mode", "ipv4Address"}),
+            List({"static", "172.16.5.77"}));
   ExpectLogged(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
                       "Setting default gateway to 172.16.5.1", "Network settings changed."});
 
@@ -138,10 +132,9 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   ExpectHas(RightText(*console), {"a.test, b.test,,c.test"});
 
   ApplyChanges(*console);
-  const nlohmann::json dns = host.HostJson()["network"]["dns"];
-  EXPECT_EQ(dns["hostname"], "new-host");
-  EXPECT_EQ(dns["nameServers"], nlohmann::json({"10.20.30.9", "10.20.30.3"}));
-  EXPECT_EQ(dns["searchDomains"], nlohmann::json({"lab.test", "a.test", "b.test", "c.test"}));
+  EXPECT_EQ(Fields(host.HostJson()["network"]["dns"], {"hostname", "nameServers", "searchDomains"}),
+            List({"new-host", {"10.20.30.9", "10.20.30.3"},
+                  {"lab.test", "a.test", "b.test", "c.test"}}));
   ExpectLogged(host, {"Setting adapters to pnic0 pnic1", "Setting hostname to new-host.lab.test",
                       "Setting nameservers to 10.20.30.9 10.20.30.3",
                       "Setting suffixes to a.test, b.test,,c.test", "Network settings changed."});
@@ -161,8 +154,8 @@ TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
   console->SendText("Y");
   ASSERT_TRUE(console->WaitForExit()) << console->Text();
   const nlohmann::json state = host.HostJson();
-  EXPECT_EQ(state["network"]["ipv6EnabledAfterReboot"], false);
-  EXPECT_EQ(state["powerState"], "rebooting");
+  EXPECT_EQ(List({state["network"]["ipv6EnabledAfterReboot"], state["powerState"]}),
+            List({false, "rebooting"}));
   ExpectLogged(host, {"Setting suffixes to example.test"});
 }
 

@@ -2,11 +2,8 @@
 // dialogs, type into them, and leave with the changes applied.
 #pragma once
 
-#include <cstdlib>
-#include <initializer_list>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -113,11 +113,8 @@ TEST_P(TypablePasswordTest, ChangedToItLogsInWithIt) {
 
 INSTANTIATE_TEST_SUITE_P(Passwords,
                          TypablePasswordTest,
-                         ::testing::Values("a:b",
-                                           "C:\\dir\\x:",
-                                           "two words here",
-                                           "p\u00e9\u00df-\u00c5ngstr\u00f6m",
-                                           "%3A%25 50%",
+                         ::testing::Values("a:b", "C:\\dir\\x:", "two words here",
+                                           "p\u00e9\u00df-\u00c5ngstr\u00f6m", "%3A%25 50%",
                                            "\u043f\u0430\u0440\u043e\u043b\u044c:\u00e9"),
                          [](const auto& info) { return "Password" + std::to_string(info.index); });
 

@@ -3,7 +3,6 @@
 // host coming back up afterwards.
 #include <signal.h>
 
-#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -48,9 +47,9 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   ExpectHas(console->Text(), {"the host is powered off"});
 
   const auto state = host.HostJson();
-  EXPECT_EQ(state["powerState"], "off");
-  EXPECT_EQ(VmStop(state, "web-01"), "shut down");
-  EXPECT_EQ(VmStop(state, "db-01"), "host went down");  // ignores a soft stop
+  // db-01 ignores a soft stop.
+  EXPECT_EQ(List({state["powerState"], VmStop(state, "web-01"), VmStop(state, "db-01")}),
+            List({"off", "shut down", "host went down"}));
   EXPECT_EQ(ToolsFrom(host, "rovi-cmd -U root hostsvc/autostartmanager/autostop"),
             "rovi-cmd -U root hostsvc/autostartmanager/autostop\npowerOffVms\npoweroff\n");
   ExpectHas(host.Syslog(), {"Shutting down host"});
@@ -58,8 +57,7 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
 
   auto again = host.StartConsole();
   EXPECT_TRUE(WaitQuiet(*again, "<F12>")) << again->Text();
-  EXPECT_EQ(host.HostJson()["powerState"], "on");
-  EXPECT_EQ(host.HostJson()["bootCount"], 2);
+  EXPECT_EQ(Fields(host.HostJson(), {"powerState", "bootCount"}), List({"on", 2}));
   ExpectHas(host.ReadFile("/var/log/hostboot.log"), {"boot 2"});
 }
 
@@ -85,8 +83,7 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
 
   const auto state = host.HostJson();
-  EXPECT_EQ(state["powerState"], "rebooting");
-  EXPECT_EQ(VmStop(state, "db-01"), "terminated");
+  EXPECT_EQ(List({state["powerState"], VmStop(state, "db-01")}), List({"rebooting", "terminated"}));
   EXPECT_EQ(ToolsFrom(host, "powerOffVms"), "powerOffVms --terminate\nreboot\n");
   ExpectHas(host.ObsvLog(), {"[obsv.user.merel.reboot.host] Rebooting host"});
 
@@ -127,10 +124,9 @@ TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
   EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
 
   const auto state = host.HostJson();
-  EXPECT_EQ(state["configResets"], 1);
-  EXPECT_EQ(state["powerState"], "rebooting");
-  EXPECT_EQ(state["network"]["dns"]["hostname"], "merel-demo");
-  EXPECT_EQ(state["advancedOptions"][0]["value"], 600);
+  EXPECT_EQ(List({state["configResets"], state["powerState"], state["network"]["dns"]["hostname"],
+                  state["advancedOptions"][0]["value"]}),
+            List({1, "rebooting", "merel-demo", 600}));
   EXPECT_EQ(ToolsFrom(host, "configReset.sh"), "configReset.sh --reset-only\nreboot -f\n");
   ExpectHas(host.Syslog(), {"Restoring factory defaults"});
 }
@@ -166,8 +162,9 @@ TEST(DriverVmScreenTest, GroupToggledTogetherAndSavedForTheNextBoot) {
   Press(*console, Key::kEnter, "The device assignment has been saved.");
   PressToMenu(*console, Key::kEnter);
   for (const char* address : {"0000:3b:00.0", "0000:3b:00.1"}) {
-    EXPECT_EQ(Device(host, address).value("passthroughAfterReboot", -1), 1) << address;
-    EXPECT_EQ(Device(host, address)["passthrough"], false) << address;
+    EXPECT_EQ(Fields(Device(host, address), {"passthroughAfterReboot", "passthrough"}),
+              List({1, false}))
+        << address;
   }
   EXPECT_EQ(Device(host, "0000:af:00.0").value("passthroughAfterReboot", -1), -1);
 

@@ -1,7 +1,6 @@
 // "Restore DVS" from the network restore window, on a host whose management
 // port is blocked and whose uplinks have no link: the repair as an
 // administrator does it, and the refusal when no adapter could carry it.
-#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -51,10 +50,9 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   ASSERT_TRUE(nex0 && vSwitch0 && dvs) << network.dump(2);
   const nlohmann::json* port = Named((*dvs)["ports"], "hlp-DSwitch-Prod#0", "key");
   ASSERT_TRUE(port) << dvs->dump(2);
-  EXPECT_EQ(nex0->value("dvPort", ""), "hlp-DSwitch-Prod#0");
-  EXPECT_EQ((*vSwitch0)["uplinks"], nlohmann::json::array());
-  EXPECT_EQ((*port)["activeUplinks"], nlohmann::json({"pnic2", "pnic3"}));
-  EXPECT_EQ(port->value("vlanId", 0), 20);
+  EXPECT_EQ(List({nex0->value("dvPort", ""), (*vSwitch0)["uplinks"], (*port)["activeUplinks"],
+                  port->value("vlanId", 0)}),
+            List({"hlp-DSwitch-Prod#0", nlohmann::json::array(), {"pnic2", "pnic3"}, 20}));
   EXPECT_TRUE(
       host.WaitForSyslog("Restoring DVS port: moving management interface nex0 to host-local port "
                          "hlp-DSwitch-Prod#0"));

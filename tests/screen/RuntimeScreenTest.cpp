@@ -30,9 +30,8 @@ const char kPidFile[] = "/var/run/merel.pid";
 void ExpectModesRestored(const Terminal& console) {
   std::optional<struct termios> modes = console.Modes();
   ASSERT_TRUE(modes.has_value());
-  EXPECT_TRUE(modes->c_lflag & ECHO) << "echo left off";
-  EXPECT_TRUE(modes->c_lflag & ICANON) << "canonical input left off";
-  EXPECT_TRUE(modes->c_lflag & ISIG);
+  EXPECT_EQ(modes->c_lflag & (ECHO | ICANON | ISIG), tcflag_t(ECHO | ICANON | ISIG))
+      << "echo, canonical input or signals left off";
 }
 
 // The process ended by itself with status 0 and left the terminal usable:
@@ -113,8 +112,7 @@ TEST(RuntimeScreenTest, PidFileRules) {
     std::optional<std::string> content;
     bool kept;
   } cases[] = {{std::nullopt, false}, {"garbage", false}, {std::to_string(DeadPid()), false},
-               {"0", false},          {"-1", false},      {"", false},
-               {live, true}};
+               {"0", false}, {"-1", false}, {"", false}, {live, true}};
   for (const auto& c : cases) {
     SCOPED_TRACE("pid file \"" + c.content.value_or("<none>") + "\"");
     std::remove(host.Path(kPidFile).c_str());
@@ -324,16 +322,13 @@ TEST(RuntimeScreenTest, PaletteIsRedefinedWhereTheTerminalCan) {
   SimHost host;
   auto console = host.StartConsole({.term = "xterm-256color"});
   // Black is left as the terminal has it.
-  const std::map<int, Rgb> expected = {{1, {255, 0, 0}},
-                                       {2, {170, 170, 170}},
-                                       {3, {255, 204, 0}},
-                                       {6, {85, 85, 85}},
-                                       {7, {255, 255, 255}}};
+  const std::map<int, Rgb> expected = {{1, {255, 0, 0}}, {2, {170, 170, 170}}, {3, {255, 204, 0}},
+                                       {6, {85, 85, 85}}, {7, {255, 255, 255}}};
   EXPECT_EQ(console->Palette(), expected);
   ASSERT_TRUE(console->WaitForText("Customize System")) << console->Text();
-  EXPECT_EQ(console->CellAt(0, 0).bg, ConsoleColor::kDarkGrey);
-  EXPECT_EQ(console->CellAt(0, 0).fg, ConsoleColor::kWhite);
-  EXPECT_EQ(console->CellAt(0, 24).bg, ConsoleColor::kYellow);
+  const Cell top = console->CellAt(0, 0), bottom = console->CellAt(0, 24);
+  EXPECT_EQ(std::tuple(top.bg, top.fg, bottom.bg),
+            std::tuple(ConsoleColor::kDarkGrey, ConsoleColor::kWhite, ConsoleColor::kYellow));
 }
 
 TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
@@ -347,9 +342,9 @@ TEST(RuntimeScreenTest, BlackAndWhiteWhereTheTerminalCannot) {
   EXPECT_FALSE(std::regex_search(console->Raw(), kColour));
   // Dark backgrounds become standout text, light ones plain text.
   ASSERT_TRUE(console->WaitForText("Customize System")) << console->Text();
-  EXPECT_TRUE(console->CellAt(0, 0).reverse);
-  EXPECT_FALSE(console->CellAt(0, 24).reverse);
-  EXPECT_EQ(console->CellAt(0, 24).bg, ConsoleColor::kDefault);
+  const Cell top = console->CellAt(0, 0), bottom = console->CellAt(0, 24);
+  EXPECT_EQ(std::tuple(top.reverse, bottom.reverse, bottom.bg),
+            std::tuple(true, false, ConsoleColor::kDefault));
 }
 
 // Input that has ended without a hang-up (a file, /dev/null) is always

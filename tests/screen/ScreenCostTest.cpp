@@ -7,7 +7,6 @@
 
 #include <climits>
 #include <functional>
-#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>

@@ -3,7 +3,6 @@
 // dialogs, the restart of the management agents, and lockdown mode from the
 // menu.
 #include <dirent.h>
-#include <sys/stat.h>
 
 #include <string>
 
@@ -67,8 +66,7 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
   nlohmann::json state = host.HostJson();
   for (const char* name : {"TarvikShell", "SSH"}) {
     ASSERT_TRUE(Service(state, name)) << name;
-    EXPECT_TRUE((*Service(state, name))["running"]) << name;
-    EXPECT_TRUE((*Service(state, name))["enabled"]) << name;
+    EXPECT_EQ(Fields(*Service(state, name), {"running", "enabled"}), List({true, true})) << name;
   }
   EXPECT_TRUE(SshFirewallOpen(host));
   ExpectHas(host.ReadFile("/var/log/tools.log"), {"rovi-cmd -U root hostsvc/start_tarvik_shell\n",
@@ -131,15 +129,14 @@ TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
 INSTANTIATE_TEST_SUITE_P(
     Inputs,
     MerelTimeoutTest,
-    ::testing::Values(TimeoutCase{"UpperBound", "1440", false, 86400,
-                                  "Modified Merel timeout to 1440 minutes"},
-                      TimeoutCase{"OnePastUpperBound", "1441", true, 600, ""},
-                      TimeoutCase{"TwentyDigits", "99999999999999999999", true, 600, ""},
-                      TimeoutCase{"LettersAndSignIgnored", "-a5b", false, 300,
-                                  "Modified Merel timeout to 5 minutes"},
-                      TimeoutCase{"Zero", "0", false, 0, "Disabled Merel timeout"},
-                      TimeoutCase{"Unchanged", "10", false, 600, ""},
-                      TimeoutCase{"Empty", "", false, 600, ""}),
+    ::testing::Values(
+        TimeoutCase{"UpperBound", "1440", false, 86400, "Modified Merel timeout to 1440 minutes"},
+        TimeoutCase{"OnePastUpperBound", "1441", true, 600, ""},
+        TimeoutCase{"TwentyDigits", "99999999999999999999", true, 600, ""},
+        TimeoutCase{"LettersAndSignIgnored", "-a5b", false, 300,
+                    "Modified Merel timeout to 5 minutes"},
+        TimeoutCase{"Zero", "0", false, 0, "Disabled Merel timeout"},
+        TimeoutCase{"Unchanged", "10", false, 600, ""}, TimeoutCase{"Empty", "", false, 600, ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // A time-out set in the window applies to the running session at once.
@@ -166,8 +163,9 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   TypeKeys(*console, "1441");
   Press(*console, Key::kEnter, "Invalid timeout value");
   PressGone(*console, Key::kEnter, "Set the timeouts for Tarvik Shell access");
-  EXPECT_EQ(Option(host, "/UserVars/TarvikShellTimeOut"), 86400);
-  EXPECT_EQ(Option(host, "/UserVars/TarvikShellInteractiveTimeOut"), 0);
+  EXPECT_EQ(std::pair(Option(host, "/UserVars/TarvikShellTimeOut"),
+                      Option(host, "/UserVars/TarvikShellInteractiveTimeOut")),
+            std::pair(int64_t{86400}, int64_t{0}));
   ExpectHas(host.ReadFile("/var/log/tools.log"),
             {"tarvikcli system settings advanced set -o /UserVars/TarvikShellTimeOut -i 86400\n"});
   ExpectLogged(host, {"Modified Shell timeout to 1440 minutes"});

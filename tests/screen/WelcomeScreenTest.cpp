@@ -66,14 +66,15 @@ TEST_P(WelcomeHostTest, ShowsTheHost) {
   }
   // The upper half is dark grey, rows / 2 lines either way; the lower yellow.
   for (int x : {0, 40}) {
-    EXPECT_EQ(console->CellAt(x, c.rows / 2 - 1).bg, ConsoleColor::kDarkGrey);
-    EXPECT_EQ(console->CellAt(x, c.rows / 2).bg, ConsoleColor::kYellow);
-    EXPECT_EQ(console->CellAt(x, c.rows - 1).bg, ConsoleColor::kYellow);
+    EXPECT_EQ(std::tuple(console->CellAt(x, c.rows / 2 - 1).bg, console->CellAt(x, c.rows / 2).bg,
+                         console->CellAt(x, c.rows - 1).bg),
+              std::tuple(ConsoleColor::kDarkGrey, ConsoleColor::kYellow, ConsoleColor::kYellow));
   }
   // Footer keys in black, captions in dark grey.
-  EXPECT_EQ(console->Find(c.rows - 2, "<F2>"), 2) << console->Text();
-  EXPECT_EQ(console->CellAt(2, c.rows - 2).fg, ConsoleColor::kBlack);
-  EXPECT_EQ(console->CellAt(7, c.rows - 2).fg, ConsoleColor::kDarkGrey);
+  EXPECT_EQ(std::tuple(console->Find(c.rows - 2, "<F2>"), console->CellAt(2, c.rows - 2).fg,
+                       console->CellAt(7, c.rows - 2).fg),
+            std::tuple(2, ConsoleColor::kBlack, ConsoleColor::kDarkGrey))
+      << console->Text();
 
   for (const bool upper : {true, false}) {
     const std::vector<std::string>& lines = upper ? c.upper : c.lower;
@@ -204,10 +205,9 @@ TEST(WelcomeScreenTest, LongCustomMessageScrolls) {
   for (const auto& [key, first] : steps) {
     console->SendKey(key);
     console->WaitUntilQuiet();
-    EXPECT_EQ(rowOf(first), 2) << first << "\n" << console->Text();
-    EXPECT_EQ(rowOf(first + 20), 22) << first << "\n" << console->Text();
-    EXPECT_EQ(rowOf(first - 1), -1) << first << "\n" << console->Text();
-    EXPECT_EQ(rowOf(first + 21), -1) << first << "\n" << console->Text();
+    EXPECT_EQ((std::vector{rowOf(first), rowOf(first + 20), rowOf(first - 1), rowOf(first + 21)}),
+              (std::vector{2, 22, -1, -1}))
+        << first << "\n" << console->Text();
   }
   console->SendKey(Key::kF2);
   EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();

@@ -91,9 +91,8 @@ TEST_F(CommandTest, ResultOutputAndInput) {
   const int descriptors = OpenDescriptors();
   for (const auto& c : cases) {
     const Run run = Shell(c.script, 30, c.input, c.capacity);
-    EXPECT_EQ(run.result, c.result) << c.script;
-    EXPECT_EQ(run.out, c.out) << c.script;
-    EXPECT_EQ(run.err, c.err) << c.script;
+    EXPECT_EQ(std::tuple(run.result, run.out, run.err), std::tuple(c.result, c.out, c.err))
+        << c.script;
     EXPECT_EQ(Has(TakeLog(), "err Run Command did not terminate normally"), c.result < 0);
   }
   char name[] = "nothing";
@@ -131,8 +130,7 @@ TEST_F(CommandTest, RefusedUserFallsBackToTheConsoleUserWith256Bytes) {
   char out[1024];
   size_t outSize = sizeof(out);
   EXPECT_EQ(RunRoviCommand(record, out, &outSize, nullptr, nullptr, nullptr, 0), 0);
-  EXPECT_EQ(record.user, "merel");
-  EXPECT_EQ(outSize, 256u);
+  EXPECT_EQ(std::pair(record.user, outSize), std::pair(std::string("merel"), size_t{256}));
   const std::string asRoot = "-U root hostsvc/something --flag\n";
   const std::string asMerel = "-U merel hostsvc/something --flag\n";
   EXPECT_EQ(Calls(), asRoot + asMerel);

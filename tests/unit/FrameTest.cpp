@@ -80,10 +80,8 @@ TEST_F(FrameTest, RunPutsTheFrameInFrontOfItsGreyedParentAndBack) {
   });
   _session.fgFrame = &parent;
   EXPECT_EQ(Frame::Run(&child), 7);
-  EXPECT_EQ(frontInside, &child);
-  EXPECT_FALSE(parentActiveInside);
-  EXPECT_EQ(parent.draws, (std::vector<bool>{false, true}));
-  EXPECT_EQ(_session.fgFrame, &parent);
+  EXPECT_EQ(std::tuple(frontInside, parentActiveInside, parent.draws, _session.fgFrame),
+            std::tuple(&child, false, std::vector<bool>{false, true}, &parent));
 
   TestFrame root(_session, [] { return 1; });
   EXPECT_EQ(Frame::Run(&root), 1);
@@ -95,8 +93,8 @@ TEST_F(FrameTest, IdleTimeoutPassesThroughRunWithoutRedrawingTheParent) {
   TestFrame child(&parent, []() -> int { throw MerelTimeout(); });
   _session.fgFrame = &parent;
   EXPECT_THROW(Frame::Run(&child), MerelTimeout);
-  EXPECT_EQ(_session.fgFrame, nullptr);
-  EXPECT_EQ(parent.draws, (std::vector<bool>{false}));
+  EXPECT_EQ(std::tuple(_session.fgFrame, parent.draws),
+            std::tuple(nullptr, std::vector<bool>{false}));
 }
 
 TEST_F(FrameTest, ReadKeyGivesKeysBeforeSignalsAndPipeBytesAsPseudoKeys) {
@@ -125,8 +123,7 @@ TEST_F(FrameTest, RestartDuringASessionIsKeptAndCardEventsUpdateTheFront) {
   Signal(9);  // unknown: ignored
   Signal(1);
   EXPECT_EQ(Frame::WaitForKey(&front, false), 'q');
-  EXPECT_TRUE(_session.markForRestart);
-  EXPECT_EQ(front.updates, 1);
+  EXPECT_EQ(std::pair(_session.markForRestart, front.updates), std::pair(true, 1));
 }
 
 // The hand-over of the terminal to a program: the program sees the modes

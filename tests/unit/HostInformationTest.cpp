@@ -151,10 +151,9 @@ TEST_F(HostInformationOnSimHost, UnreadableHostGivesFallbacksAndLogs) {
   EXPECT_EQ(Info::GetBIOSVersion(), "N/A");
   EXPECT_NE(Syslog().find("user.err Get BIOS version string failed, err="), std::string::npos)
       << Syslog();
-  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
-  EXPECT_EQ(Info::GetHostnameValue(), "");
-  EXPECT_EQ(Info::GetSystemMemory(), "N/A");
-  EXPECT_EQ(Info::GetTarvikVersion(), "");
+  EXPECT_EQ(std::tuple(Info::GetIpValue(), Info::GetHostnameValue(), Info::GetSystemMemory(),
+                       Info::GetTarvikVersion()),
+            std::tuple("0.0.0.0", "", "N/A", ""));
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 // prepared trees that stand for "/" (nothing here reads or changes the
 // machine itself, except libvirt's test driver, which lives in the process).
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -110,8 +108,7 @@ TEST(LinuxFacts, OsReleaseValuesAsTheFormatDefinesThem) {
   Tree tree;
   tree.Write("/usr/lib/os-release", "NAME=Fallback\nVERSION_ID=\"7\"\n");
   auto values = Linux::ReadOsRelease(tree.Root());
-  EXPECT_EQ(values["NAME"], "Fallback");
-  EXPECT_EQ(values["VERSION_ID"], "7");
+  EXPECT_EQ(std::tuple(values["NAME"], values["VERSION_ID"]), std::tuple("Fallback", "7"));
 }
 
 TEST(LinuxFacts, HostnameFollowsTheKernelBeforeTheFile) {
@@ -126,29 +123,22 @@ TEST(LinuxFacts, MemoryInPages) {
   Tree tree;
   tree.Write("/proc/meminfo", "MemFree:  1024 kB\nMemTotal:       16384 kB\n");
   const MemoryState memory = Linux::ReadMemory(tree.Root(), 4096);
-  EXPECT_EQ(memory.totalPages, 4096u);
-  EXPECT_EQ(memory.pageSize, 4096u);
+  EXPECT_EQ(std::tuple(memory.totalPages, memory.pageSize), std::tuple(4096ul, 4096ul));
 }
 
 TEST(LinuxFacts, DmiIdentityAndBiosRelease) {
   Tree tree;
-  const std::string dmi = "/sys/class/dmi/id/";
-  tree.Write(dmi + "sys_vendor", "Acme Servers\n");
-  tree.Write(dmi + "product_name", "R900\n");
-  tree.Write(dmi + "product_uuid", "4c4c4544-0042-3510\n");
-  tree.Write(dmi + "product_serial", "SER123\n");
-  tree.Write(dmi + "bios_vendor", "Acme\n");
-  tree.Write(dmi + "bios_version", "2.4.1\n");
-  tree.Write(dmi + "bios_release", "2.4\n");
-  HardwareState hardware;
-  Linux::ReadDmi(tree.Root(), hardware);
-  EXPECT_EQ(hardware.vendor, "Acme Servers");
-  EXPECT_EQ(hardware.model, "R900");
-  EXPECT_EQ(hardware.uuid, "4c4c4544-0042-3510");
-  EXPECT_EQ(hardware.serviceTag, "SER123");
-  EXPECT_EQ(hardware.bios.version, "2.4.1");
-  EXPECT_EQ(hardware.bios.major, 2);
-  EXPECT_EQ(hardware.bios.minor, 4);
+  const std::pair<const char*, const char*> files[] = {
+      {"sys_vendor", "Acme Servers"}, {"product_name", "R900"},
+      {"product_uuid", "4c4c4544-0042-3510"}, {"product_serial", "SER123"},
+      {"bios_vendor", "Acme"}, {"bios_version", "2.4.1"}, {"bios_release", "2.4"}};
+  for (const auto& [file, text] : files)
+    tree.Write(std::string("/sys/class/dmi/id/") + file, std::string(text) + "\n");
+  HardwareState hw;
+  Linux::ReadDmi(tree.Root(), hw);
+  EXPECT_EQ(std::tuple(hw.vendor, hw.model, hw.uuid, hw.serviceTag, hw.bios.version, hw.bios.major,
+                       hw.bios.minor),
+            std::tuple("Acme Servers", "R900", "4c4c4544-0042-3510", "SER123", "2.4.1", 2, 4));
 }
 
 TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
@@ -171,22 +161,19 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
   const auto names = Linux::ReadPciNames(Linux::FindPciNames(tree.Root()));
   const auto devices = Linux::ReadPciDevices(tree.Root(), names);
   ASSERT_EQ(devices.size(), 3u);
-  EXPECT_EQ(devices[0].address, "0000:00:19.0");
-  EXPECT_EQ(devices[0].vendorName, "Intel Corporation");
-  EXPECT_EQ(devices[0].deviceName, "82574L Gigabit Network Connection");
-  EXPECT_EQ(devices[0].driver, "e1000e");
-  EXPECT_EQ(devices[0].group, "7");
-  EXPECT_FALSE(devices[0].passthrough);
+  auto fields = [](const PciDeviceState& d) {
+    return std::tuple(d.address, d.vendorName, d.deviceName, d.driver, d.group, d.passthrough);
+  };
+  EXPECT_EQ(fields(devices[0]), std::tuple("0000:00:19.0", "Intel Corporation",
+                                           "82574L Gigabit Network Connection", "e1000e", "7",
+                                           false));
   // Known vendor, unknown device; ids in upper case still match.
-  EXPECT_EQ(devices[1].vendorName, "NVIDIA Corporation");
-  EXPECT_EQ(devices[1].deviceName, "Device 1eb8");
-  EXPECT_TRUE(devices[1].passthrough);
-  EXPECT_EQ(devices[1].driver, "");
-  EXPECT_EQ(devices[2].vendorName, "Vendor 1234");
-  EXPECT_EQ(devices[2].driver, "");
+  EXPECT_EQ(fields(devices[1]),
+            std::tuple("0000:01:00.0", "NVIDIA Corporation", "Device 1eb8", "", "", true));
+  EXPECT_EQ(fields(devices[2]),
+            std::tuple("0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false));
   // The class section must not be read as vendors.
-  EXPECT_EQ(names.vendors.count("C 02"), 0u);
-  EXPECT_EQ(names.vendors.size(), 2u);
+  EXPECT_EQ(std::pair(names.vendors.count("C 02"), names.vendors.size()), std::pair(0ul, 2ul));
 }
 
 TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
@@ -196,11 +183,9 @@ TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
   tree.Write("/sys/class/nvme/nvme0/firmware_rev", "1.0\n");
   const auto adapters = Linux::ReadStorageAdapters(tree.Root());
   ASSERT_EQ(adapters.size(), 2u);
-  EXPECT_EQ(adapters[0].name, "hba0");
-  EXPECT_EQ(adapters[0].driver, "ahci");
-  EXPECT_EQ(adapters[1].name, "hba1");
-  EXPECT_EQ(adapters[1].model, "Fast SSD");
-  EXPECT_EQ(adapters[1].firmwareVersion, "1.0");
+  EXPECT_EQ(std::tuple(adapters[0].name, adapters[0].driver, adapters[1].name, adapters[1].model,
+                       adapters[1].firmwareVersion),
+            std::tuple("hba0", "ahci", "hba1", "Fast SSD", "1.0"));
 }
 
 TEST(LinuxFacts, TheDefaultRoutesInterfaceIsTheManagementInterface) {
@@ -229,16 +214,13 @@ TEST(LinuxFacts, TheDefaultRoutesInterfaceIsTheManagementInterface) {
   EXPECT_EQ(network.pnics[1].speedMbps, 1000);
   ASSERT_EQ(network.nics.size(), 1u);
   const NexNicState& nic = network.nics[0];
-  EXPECT_EQ(nic.name, "eno2");
-  EXPECT_TRUE(nic.management);
-  EXPECT_EQ(nic.mac, "52:54:00:00:00:02");
-  EXPECT_EQ(nic.ipv4Address, "192.168.2.10");
-  EXPECT_EQ(nic.ipv4Netmask, "255.255.255.0");
-  EXPECT_EQ(nic.ipv6Addresses, std::vector<std::string>{"2001:db8::10/64"});
-  EXPECT_EQ(network.routing.ipv4Gateway, "192.168.2.1");
-  EXPECT_EQ(Join(network.dns.searchDomains), "example.test lab.test");
-  EXPECT_EQ(Join(network.dns.nameServers), "192.168.2.53");
-  EXPECT_EQ(Join(network.dns.ipv6NameServers), "2001:db8::53");
+  EXPECT_EQ(std::tuple(nic.name, nic.management, nic.mac, nic.ipv4Address, nic.ipv4Netmask,
+                       Join(nic.ipv6Addresses), network.routing.ipv4Gateway),
+            std::tuple("eno2", true, "52:54:00:00:00:02", "192.168.2.10", "255.255.255.0",
+                       "2001:db8::10/64", "192.168.2.1"));
+  EXPECT_EQ(std::tuple(Join(network.dns.searchDomains), Join(network.dns.nameServers),
+                       Join(network.dns.ipv6NameServers)),
+            std::tuple("example.test lab.test", "192.168.2.53", "2001:db8::53"));
   ASSERT_EQ(network.vswitches.size(), 1u);
   EXPECT_EQ(network.vswitches[0].portGroups[0].name, nic.portGroup);
 }
@@ -250,9 +232,9 @@ TEST(LinuxFacts, WithoutARouteTheFirstInterfaceWithAnAddressManages) {
   NetworkState network;
   Linux::ReadNetwork(tree.Root(), {{"b0", "10.1.1.1", 16, false}}, network);
   ASSERT_EQ(network.nics.size(), 1u);
-  EXPECT_EQ(network.nics[0].name, "b0");
-  EXPECT_EQ(network.nics[0].ipv4Netmask, "255.255.0.0");
-  EXPECT_EQ(network.routing.ipv4Gateway, "0.0.0.0");
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(std::tuple(nic.name, nic.ipv4Netmask, network.routing.ipv4Gateway),
+            std::tuple("b0", "255.255.0.0", "0.0.0.0"));
   NetworkState none;
   Linux::ReadNetwork(tree.Root() + "/nothing", {}, none);
   EXPECT_TRUE(none.nics.empty());
@@ -307,9 +289,9 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
     std::vector<std::string> argv = c.argv;
     argv[0] = argv[0].substr(argv[0].find_last_of('/') + 1);
     const Linux::Action action = Linux::MapProgram(c.argv[0], argv, Linux::Config{});
-    EXPECT_EQ(action.kind, c.kind) << Join(c.argv);
-    EXPECT_EQ(Join(action.argv), c.run) << Join(c.argv);
-    EXPECT_EQ(action.output, c.output) << Join(c.argv);
+    EXPECT_EQ(std::tuple(action.kind, Join(action.argv), action.output),
+              std::tuple(c.kind, c.run, c.output))
+        << Join(c.argv);
   }
 }
 
@@ -332,8 +314,7 @@ TEST(LinuxTools, MapsTheConsolesCommandLines) {
   };
   for (const auto& c : cases) {
     const Linux::Action action = Linux::MapCommand(c.command, config);
-    EXPECT_EQ(action.kind, c.kind) << c.command;
-    EXPECT_EQ(Join(action.argv), c.run) << c.command;
+    EXPECT_EQ(std::tuple(action.kind, Join(action.argv)), std::tuple(c.kind, c.run)) << c.command;
   }
 }
 
@@ -343,18 +324,18 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
              "# units\nssh-unit = sshd.service\nagents = a.service  b.service # two\n"
              "shell-unit =\nnonsense\n");
   const Linux::Config config = Linux::ReadConfig(tree.Root() + "/merel.conf");
-  EXPECT_EQ(config.sshUnit, "sshd.service");
-  EXPECT_EQ(Join(config.agents), "a.service b.service");
   // An empty value keeps the default.
-  EXPECT_EQ(config.shellUnit, "getty@tty2.service");
+  EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit,
+                       config.hostCertificate),
+            std::tuple("sshd.service", "a.service b.service", "getty@tty2.service",
+                       "/etc/pki/libvirt/servercert.pem"));
   EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/missing").sshUnit, "ssh.service");
-  EXPECT_EQ(config.hostCertificate, "/etc/pki/libvirt/servercert.pem");
-  tree.Write("/merel.conf", "host-certificate = relative.pem\n");
-  EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate,
-            "/etc/pki/libvirt/servercert.pem");
-  tree.Write("/merel.conf", "host-certificate = /etc/ssl/certs/host.pem\n");
-  EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate,
-            "/etc/ssl/certs/host.pem");
+  const std::string ssl = "/etc/ssl/certs/host.pem";
+  for (const auto& [file, used] : {std::pair("relative.pem", "/etc/pki/libvirt/servercert.pem"),
+                                   std::pair(ssl.c_str(), ssl.c_str())}) {
+    tree.Write("/merel.conf", std::string("host-certificate = ") + file + "\n");
+    EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate, used);
+  }
   LinuxBackend backend(tree.Root(), "1");
   EXPECT_EQ(backend.HostPath("/etc/ostrel/ssl/host.crt"),
             tree.Root() + "/etc/pki/libvirt/servercert.pem");
@@ -436,12 +417,9 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   tree.Write("/proc/meminfo", "MemTotal: 8192 kB\n");
   LinuxBackend backend(tree.Root(), "1.2.3");
   const HostState state = backend.Load();
-  EXPECT_EQ(state.network.dns.hostname, "kvm-host-3");
-  EXPECT_EQ(state.product.name, "Debian GNU/Linux");
-  EXPECT_EQ(state.product.version, "12");
-  EXPECT_EQ(state.product.build, "1.2.3");
-  EXPECT_EQ(state.product.kernelVersion, "6.1.0-18-amd64");
-  EXPECT_EQ(state.hardware.vendor, "Acme");
+  EXPECT_EQ(std::tuple(state.network.dns.hostname, state.product.name, state.product.version,
+                       state.product.build, state.product.kernelVersion, state.hardware.vendor),
+            std::tuple("kvm-host-3", "Debian GNU/Linux", "12", "1.2.3", "6.1.0-18-amd64", "Acme"));
   EXPECT_GT(state.hardware.memory.totalPages, 0u);
   EXPECT_TRUE(state.accounts.empty());
   // Offered, but this tree has no IOMMU: the dialog says why.
@@ -460,12 +438,8 @@ TEST(LinuxBackend, OptionsAreKeptInTheirFile) {
             std::string::npos);
   EXPECT_EQ(FindOption(backend.Load(), "/UserVars/MerelTimeOut")->value, 120);
   // No temporary file is left beside it.
-  int files = 0;
-  for (const auto& entry : fs::directory_iterator(tree.Root() + "/etc/merel")) {
-    (void)entry;
-    ++files;
-  }
-  EXPECT_EQ(files, 1);
+  const fs::directory_iterator files(tree.Root() + "/etc/merel");
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
 TEST(LinuxBackend, OptionValuesOutOfRangeInTheFileKeepTheDefault) {
@@ -474,8 +448,9 @@ TEST(LinuxBackend, OptionValuesOutOfRangeInTheFileKeepTheDefault) {
              "/UserVars/MerelTimeOut = 99999999\n/UserVars/TarvikShellTimeOut = 3x\n");
   LinuxBackend backend(tree.Root(), "1");
   const HostState state = backend.Load();
-  EXPECT_EQ(FindOption(state, "/UserVars/MerelTimeOut")->value, 600);
-  EXPECT_EQ(FindOption(state, "/UserVars/TarvikShellTimeOut")->value, 0);
+  EXPECT_EQ(std::tuple(FindOption(state, "/UserVars/MerelTimeOut")->value,
+                      FindOption(state, "/UserVars/TarvikShellTimeOut")->value),
+            std::tuple(600, 0));
 }
 
 TEST(LinuxBackend, OtherChangesAreRefusedAndWriteNothing) {
@@ -527,8 +502,9 @@ TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
     s.hardware.pciDevices[3].passthroughAfterReboot = 1;
   });
   HostState state = backend.Load();
-  EXPECT_EQ(state.hardware.pciDevices[2].passthroughAfterReboot, 1);
-  EXPECT_EQ(state.hardware.pciDevices[1].passthroughAfterReboot, -1);
+  EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthroughAfterReboot,
+                      state.hardware.pciDevices[1].passthroughAfterReboot),
+            std::tuple(1, -1));
 
   // Handed back: the list empties, and a device bound to vfio-pci now
   // stays with the DriverVM only while it is listed.
@@ -540,8 +516,9 @@ TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
             std::vector<std::string>{});
   tree.Link("/sys/bus/pci/devices/0000:01:00.0/driver", "../../drivers/vfio-pci");
   state = backend.Load();
-  EXPECT_TRUE(state.hardware.pciDevices[2].passthrough);
-  EXPECT_EQ(state.hardware.pciDevices[2].passthroughAfterReboot, 0);
+  EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthrough,
+                      state.hardware.pciDevices[2].passthroughAfterReboot),
+            std::tuple(true, 0));
 }
 
 TEST(LinuxBackend, RefusedProgramsDoNotStart) {

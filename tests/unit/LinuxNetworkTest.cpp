@@ -30,13 +30,8 @@ KernelNetwork Bridged() {
   KernelNetwork kernel;
   KernelLink lo = Link(1, "lo", "");
   lo.mac = "00:00:00:00:00:00";
-  kernel.links = {lo,
-                  Link(2, "eth0", "", 5),
-                  Link(3, "eth1", ""),
-                  Link(4, "veth0", "veth", 5),
-                  Link(5, "br0", "bridge"),
-                  Link(6, "br0.20", "vlan"),
-                  Link(7, "tun0", "tun")};
+  kernel.links = {lo, Link(2, "eth0", "", 5), Link(3, "eth1", ""), Link(4, "veth0", "veth", 5),
+                  Link(5, "br0", "bridge"), Link(6, "br0.20", "vlan"), Link(7, "tun0", "tun")};
   kernel.links[2].carrier = false;
   kernel.addresses = {{5, "192.0.2.5", 24, false, false, false},
                       {5, "fe80::1", 64, true, false, true},
@@ -53,23 +48,21 @@ TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
   for (const auto& pnic : network.pnics)
     adapters.push_back(pnic.name);
   EXPECT_EQ(adapters, (std::vector<std::string>{"eth0", "eth1", "veth0"}));
-  EXPECT_FALSE(network.pnics[1].linkUp);
-  EXPECT_EQ(network.pnics[1].speedMbps, 0);
-  EXPECT_EQ(network.pnics[2].driver, "veth");
+  const auto& pnics = network.pnics;
+  EXPECT_EQ(std::tuple(pnics[1].linkUp, pnics[1].speedMbps, pnics[2].driver),
+            std::tuple(false, 0, "veth"));
   ASSERT_EQ(network.vswitches.size(), 1u);
-  EXPECT_EQ(network.vswitches[0].name, "br0");
-  EXPECT_EQ(network.vswitches[0].uplinks, (std::vector<std::string>{"eth0", "veth0"}));
-  EXPECT_EQ(network.vswitches[0].portGroups[0].name, "Management Network");
+  const auto& sw = network.vswitches[0];
+  EXPECT_EQ(std::tuple(sw.name, sw.uplinks, sw.portGroups[0].name),
+            std::tuple("br0", std::vector<std::string>{"eth0", "veth0"}, "Management Network"));
   // The bridge is the management interface even though eth1 holds the
   // default route: a virtualisation host manages through its switch.
   ASSERT_EQ(network.nics.size(), 1u);
   const NexNicState& nic = network.nics[0];
-  EXPECT_EQ(nic.name, "br0");
-  EXPECT_EQ(nic.ipv4Mode, "static");
-  EXPECT_EQ(nic.ipv4Address, "192.0.2.5");
-  EXPECT_EQ(nic.ipv4Netmask, "255.255.255.0");
-  EXPECT_EQ(nic.ipv6Addresses, (std::vector<std::string>{"2001:db8::5/64"}));
-  EXPECT_EQ(network.routing.ipv4Gateway, "198.51.100.1");
+  EXPECT_EQ(std::tuple(nic.name, nic.ipv4Mode, nic.ipv4Address, nic.ipv4Netmask, nic.ipv6Addresses,
+                       network.routing.ipv4Gateway),
+            std::tuple("br0", "static", "192.0.2.5", "255.255.255.0",
+                       std::vector<std::string>{"2001:db8::5/64"}, "198.51.100.1"));
 }
 
 struct ManagementCase {
@@ -96,14 +89,12 @@ INSTANTIATE_TEST_SUITE_P(
     LinuxNetworkMap,
     ManagementLinkTest,
     ::testing::Values(
-        ManagementCase{"BridgeWithTheDefaultRoute",
-                       [] {
+        ManagementCase{"BridgeWithTheDefaultRoute", [] {
                          KernelNetwork k = Bridged();
                          k.links.push_back(Link(8, "br1", "bridge"));
                          k.defaultRoutes = {{8, "192.0.2.1", false}};
                          return k;
-                       }(),
-                       "br1"},
+                       }(), "br1"},
         ManagementCase{"FirstBridge", Bridged(), "br0"},
         ManagementCase{"AdapterWithTheDefaultRoute", Plain({{3, "192.0.2.1", false}}, {}), "eth1"},
         ManagementCase{"AdapterWithAnAddress", Plain({}, {{3, "192.0.2.3", 24, false}}), "eth1"},
@@ -116,9 +107,9 @@ TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
   kernel.addresses[0].dynamic = true;
   NetworkState network;
   MapNetwork(kernel, {}, "/nonexistent", network);
-  EXPECT_EQ(network.nics[0].ipv4Mode, "dhcp");
-  EXPECT_EQ(network.nics[0].leaseAddress, "192.0.2.5");
-  EXPECT_EQ(network.dhcp.netmask, "255.255.255.0");
+  const NexNicState& nic = network.nics[0];
+  EXPECT_EQ(std::tuple(nic.ipv4Mode, nic.leaseAddress, network.dhcp.netmask),
+            std::tuple("dhcp", "192.0.2.5", "255.255.255.0"));
 
   std::map<std::string, InterfaceFile> files;
   files["br0"] = ParseInterfaceFile("[Match]\nName=br0\n[Network]\nDHCP=no\n");
@@ -143,9 +134,8 @@ TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
     EXPECT_NE(files.at("10-merel-veth0.network").find("Bridge=br0\n"), std::string::npos);
     EXPECT_EQ(files.count("10-merel-eth1.network"), 0u);
     const InterfaceFile read = ParseInterfaceFile(files.at("10-merel-br0.network"));
-    EXPECT_EQ(read.ipv4Mode, mode);
-    EXPECT_EQ(read.dhcpDns, nic.dhcpDns || nic.ipv4Mode != "dhcp");
-    EXPECT_FALSE(read.acceptRa);
+    EXPECT_EQ(std::tuple(read.ipv4Mode, read.dhcpDns, read.acceptRa),
+              std::tuple(mode, nic.dhcpDns || nic.ipv4Mode != "dhcp", false));
     const std::string& text = files.at("10-merel-br0.network");
     EXPECT_EQ(text.find("Address=192.0.2.5/24\n") != std::string::npos,
               std::string(mode) == "static");
@@ -179,10 +169,8 @@ TEST(LinuxNetworkFiles, ResolverRoundTrip) {
   dns.ipv6NameServers = {"2001:db8::53"};
   DnsState read;
   ParseResolver(RenderResolver(dns) + "options edns0\n", read);
-  EXPECT_EQ(read.domain, dns.domain);
-  EXPECT_EQ(read.searchDomains, dns.searchDomains);
-  EXPECT_EQ(read.nameServers, dns.nameServers);
-  EXPECT_EQ(read.ipv6NameServers, dns.ipv6NameServers);
+  EXPECT_EQ(std::tuple(read.domain, read.searchDomains, read.nameServers, read.ipv6NameServers),
+            std::tuple(dns.domain, dns.searchDomains, dns.nameServers, dns.ipv6NameServers));
 }
 
 struct HostsCase {

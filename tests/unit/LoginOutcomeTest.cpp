@@ -79,8 +79,7 @@ class LoginOutcomeTest : public ::testing::Test {
 TEST_F(LoginOutcomeTest, NoEventServiceStillLogsAndAudits) {
   backend->accounts.push_back("ann");
   const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, "ann");
-  EXPECT_FALSE(outcome.success);
-  EXPECT_TRUE(outcome.clearPassword);
+  EXPECT_TRUE(!outcome.success && outcome.clearPassword);
   EXPECT_TRUE(backend->events.empty());
   EXPECT_EQ(backend->audits, std::vector<std::string>{"login.connect ann 0 reason=Invalid Login"});
   ASSERT_FALSE(backend->syslog.empty());
@@ -98,14 +97,11 @@ TEST_F(LoginOutcomeTest, FailedLoginsLogOnlyNamesAnAccountCouldHave) {
   const struct {
     std::string typed, logged;
   } cases[] = {
-      {"root", "root"},
-      {"ops-admin", "ops-admin"},
-      {"nobody", "unknown user"},    // "b" and "y" are in no account name
-      {"dorm", "dorm"},              // could be an account: nothing secret in it
+      {"root", "root"}, {"ops-admin", "ops-admin"},
+      {"nobody", "unknown user"},      // "b" and "y" are in no account name
+      {"dorm", "dorm"},                // could be an account: nothing secret in it
       {"ops-admins", "unknown user"},  // longer than every account name
-      {"Secr3t!", "unknown user"},
-      {"root pw", "unknown user"},
-      {"", "unknown user"},
+      {"Secr3t!", "unknown user"}, {"root pw", "unknown user"}, {"", "unknown user"},
       {std::string(10240, 'o'), "unknown user"},
   };
   for (const auto& c : cases) {
@@ -137,12 +133,7 @@ TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsThatStillHaveTheirCard) {
     std::string said;  // the start of the one line logged, or "" for none
   } cases[] = {
       {"nobody logged in, no card", false, false, false, false, {}, ""},
-      {"nobody logged in, card",
-       false,
-       false,
-       true,
-       false,
-       {"alice", "bob"},
+      {"nobody logged in, card", false, false, true, false, {"alice", "bob"},
        "user.6 Found smart card with user id 'alice'"},
       {"nobody logged in, lookup fails", false, false, true, true, {"alice"}, lookupError},
       {"card session, card there", true, true, true, false, {"bob", "alice"}, ""},

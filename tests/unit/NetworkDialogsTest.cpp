@@ -90,8 +90,8 @@ TEST(NetworkChecksTest, DnsServersAreEmptyOrAnAddressOfEitherFamily) {
         << c.primary << " " << c.alternate;
   }
   EXPECT_EQ(DNSConfigurationDialog::ServerOf(""), nullptr);
-  EXPECT_TRUE(DNSConfigurationDialog::ServerOf("fe80::1")->IsIpv6());
-  EXPECT_TRUE(DNSConfigurationDialog::ServerOf("10.0.0.1")->IsIpv4());
+  EXPECT_TRUE(DNSConfigurationDialog::ServerOf("fe80::1")->IsIpv6() &&
+              DNSConfigurationDialog::ServerOf("10.0.0.1")->IsIpv4());
 }
 
 // Zero, 4095, 4096 and the empty field are typed at the real console by the
@@ -123,10 +123,8 @@ TEST(NetworkChecksTest, Ipv6NetworksAndGateway) {
       {{"", "", ""}, "", kFine},
       {{"2001:db8::5/64", "", "2001:db8::6/128"}, "2001:db8::1", kFine},
       {{"", "", ""}, "fe80::1%nex0", kFine},  // a link-local gateway is let through
-      {{"fe80::1/64", "", ""}, "", scope},
-      {{"febf::1/64", "", ""}, "", scope},
-      {{"fd00::1/64", "", ""}, "", kFine},
-      {{"2001:db8::5", "", ""}, "", invalid},
+      {{"fe80::1/64", "", ""}, "", scope}, {{"febf::1/64", "", ""}, "", scope},
+      {{"fd00::1/64", "", ""}, "", kFine}, {{"2001:db8::5", "", ""}, "", invalid},
       {{"", "g/64", ""}, "", at(invalid, 5)},
       {{"2001:db8::5/64", "fe80::1/64", "zzz"}, "", at(scope, 5)},
       {{"", "", "2001:db8::5/129"}, "", at(invalid, 6)},
@@ -368,12 +366,12 @@ TEST_F(NetworkDialogsTest, Ipv4) {
   for (const auto& c : cases) {
     IPConfigurationDialog dialog(nullptr, c.useNone, c.useDhcp, StaticIpv4());
     ASSERT_EQ(Drive(dialog, c.keys), 1) << c.name;
-    const IpConfig& result = dialog.GetConfiguration();
-    EXPECT_EQ(result.GetUseDhcp(), c.dhcp) << c.name;
-    EXPECT_EQ(result.GetIpv4UseNone(), c.none) << c.name;
-    EXPECT_EQ(result.GetIpv4Address().GetStringAddress(), c.address) << c.name;
-    EXPECT_EQ(result.GetIpv4Netmask().GetStringAddress(), c.netmask) << c.name;
-    EXPECT_EQ(result.GetIpv4Gateway().GetStringAddress(), c.gateway) << c.name;
+    const IpConfig& r = dialog.GetConfiguration();
+    EXPECT_EQ(std::tuple(r.GetUseDhcp(), r.GetIpv4UseNone(), r.GetIpv4Address().GetStringAddress(),
+                         r.GetIpv4Netmask().GetStringAddress(),
+                         r.GetIpv4Gateway().GetStringAddress()),
+              std::tuple(c.dhcp, c.none, c.address, c.netmask, c.gateway))
+        << c.name;
   }
   IPConfigurationDialog cancelled(nullptr, false, false, StaticIpv4());
   EXPECT_EQ(Drive(cancelled, Repeat(kDown, 3) + "1" + kEsc), 0);
@@ -388,21 +386,19 @@ TEST_F(NetworkDialogsTest, Dns) {
   ASSERT_EQ(Drive(dialog, "10.0.0.300" + kDown + "10.0.0.2g" + kJunk + kDown + "my_host!" + kJunk +
                               ".lab" + kEnter + kEnter + Repeat(kBackspace, 3) + "1" + kEnter),
             1);
-  EXPECT_FALSE(dialog.GetAutomatic());
-  ASSERT_NE(dialog.GetPrimary(), nullptr);
-  EXPECT_EQ(dialog.GetPrimary()->GetStringAddress(), "10.0.0.1");
-  ASSERT_NE(dialog.GetAlternate(), nullptr);
-  EXPECT_TRUE(dialog.GetAlternate()->IsIpv4());
-  EXPECT_EQ(dialog.GetAlternate()->GetStringAddress(), "10.0.0.2");
-  EXPECT_EQ(dialog.GetHostname(), "myhost.lab");
+  ASSERT_TRUE(dialog.GetPrimary() && dialog.GetAlternate());
+  EXPECT_EQ(std::tuple(dialog.GetAutomatic(), dialog.GetPrimary()->GetStringAddress(),
+                       dialog.GetAlternate()->IsIpv4(), dialog.GetAlternate()->GetStringAddress(),
+                       dialog.GetHostname()),
+            std::tuple(false, "10.0.0.1", true, "10.0.0.2", "myhost.lab"));
 
   // Automatic and nothing selectable: Enter keeps what came in.
   DNSConfigurationDialog automatic(nullptr, true, false, &primary, nullptr, "old");
   ASSERT_EQ(Drive(automatic, " " + kEnter), 1);
-  EXPECT_TRUE(automatic.GetAutomatic());
-  EXPECT_EQ(automatic.GetPrimary()->GetStringAddress(), "10.0.0.1");
-  EXPECT_EQ(automatic.GetAlternate(), nullptr);
-  EXPECT_EQ(automatic.GetHostname(), "old");
+  ASSERT_NE(automatic.GetPrimary(), nullptr);
+  EXPECT_EQ(std::tuple(automatic.GetAutomatic(), automatic.GetPrimary()->GetStringAddress(),
+                       automatic.GetAlternate() == nullptr, automatic.GetHostname()),
+            std::tuple(true, "10.0.0.1", true, "old"));
 }
 
 TEST_F(NetworkDialogsTest, VlanAndSuffixes) {
@@ -452,10 +448,11 @@ TEST_F(NetworkDialogsTest, Ipv6DynamicChoices) {
     choices.SetUseIpv6RouterAdvertised(c.ra);
     IPv6ConfigurationDialog dialog(nullptr, true, choices, IpConfig());
     ASSERT_EQ(Drive(dialog, c.keys), 1) << c.keys;
-    EXPECT_EQ(dialog.GetEnabled(), c.enabled) << c.keys;
-    EXPECT_EQ(dialog.GetConfiguration().GetUseIpv6Dhcp(), c.dhcpv6After) << c.keys;
-    EXPECT_EQ(dialog.GetConfiguration().GetUseIpv6RouterAdvertised(), c.raAfter) << c.keys;
-    EXPECT_FALSE(dialog.GetAddressesEdited());
+    const IpConfig& r = dialog.GetConfiguration();
+    EXPECT_EQ(std::tuple(dialog.GetEnabled(), r.GetUseIpv6Dhcp(), r.GetUseIpv6RouterAdvertised(),
+                         dialog.GetAddressesEdited()),
+              std::tuple(c.enabled, c.dhcpv6After, c.raAfter, false))
+        << c.keys;
   }
 }
 
@@ -469,13 +466,13 @@ TEST_F(NetworkDialogsTest, Ipv6StaticAddresses) {
                               Repeat(kBackspace, 10) + "2001:db8::5/64" + kJunk + kDown + kDown +
                               kDown + "2001:db8::1" + kEnter),
             1);
-  EXPECT_TRUE(dialog.GetEnabled());
-  EXPECT_TRUE(dialog.GetAddressesEdited());
+  EXPECT_TRUE(dialog.GetEnabled() && dialog.GetAddressesEdited());
   const IpConfig& result = dialog.GetConfiguration();
   EXPECT_FALSE(result.GetUseIpv6Dhcp() || result.GetUseIpv6RouterAdvertised());
   ASSERT_EQ(result.GetIpv6Network().size(), 1u) << "the fields are the whole static list";
-  EXPECT_EQ(result.GetIpv6Network()[0].GetStringAddress(), "2001:db8::5/64");
-  EXPECT_EQ(result.GetIpv6Gateway().GetStringAddress(), "2001:db8::1");
+  EXPECT_EQ(std::pair(result.GetIpv6Network()[0].GetStringAddress(),
+                      result.GetIpv6Gateway().GetStringAddress()),
+            std::pair(std::string("2001:db8::5/64"), std::string("2001:db8::1")));
 
   // Untouched fields hand back what came in; an empty gateway stays empty.
   IPv6ConfigurationDialog untouched(nullptr, true, IpConfig(), addresses);

@@ -48,9 +48,9 @@ TEST(NetworkSettingsTest, NameServerChoice) {
 }
 
 TEST(NetworkSettingsTest, SuffixText) {
-  EXPECT_EQ(Merel::JoinSuffixes({}), "");
-  EXPECT_EQ(Merel::JoinSuffixes({"a.com"}), "a.com");
-  EXPECT_EQ(Merel::JoinSuffixes({"a.com", "b.com"}), "a.com, b.com");
+  EXPECT_EQ(std::tuple(Merel::JoinSuffixes({}), Merel::JoinSuffixes({"a.com"}),
+                       Merel::JoinSuffixes({"a.com", "b.com"})),
+            std::tuple("", "a.com", "a.com, b.com"));
 
   const std::pair<const char*, std::vector<std::string>> splits[] = {
       {"", {}},

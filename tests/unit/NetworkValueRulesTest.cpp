@@ -128,14 +128,10 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kAlternateDns, "ff02::1", "ff02::1 is a multicast address."},
       {kAlternateDns, "::ffff:224.0.0.1", "::ffff:224.0.0.1 does not lead to a name server."},
       // Host names.
-      {kHostname, "", ""},
-      {kHostname, "host-01.lab.test", ""},
-      {kHostname, name253, ""},
-      {kHostname, "a..b", kEmptyPart},
-      {kHostname, "host.", kEmptyPart},
+      {kHostname, "", ""}, {kHostname, "host-01.lab.test", ""}, {kHostname, name253, ""},
+      {kHostname, "a..b", kEmptyPart}, {kHostname, "host.", kEmptyPart},
       {kHostname, label63 + "a.test", kLongPart},
-      {kHostname, "-host", kHyphen},
-      {kHostname, "host.lab-.test", kHyphen},
+      {kHostname, "-host", kHyphen}, {kHostname, "host.lab-.test", kHyphen},
       {kHostname, name253 + "b", "A name can have at most 253 characters."},
       {kHostname, "0.0.0.0", kDigits},
       // Suffixes: every one is a name.

@@ -63,12 +63,12 @@ TEST(PlatformFacadeTest, ManagementSettingsKeepStaticAddressesAndRefuseBadValues
 TEST(PlatformFacadeTest, DnsNamesAndServersAreReadAndWrittenThrough) {
   SimRoot root;
   Net::DnsConfigImpl dns(kStack);
-  EXPECT_EQ(dns.GetHostname(), "merel-demo");
-  EXPECT_EQ(dns.GetDomain(), "example.test");
+  EXPECT_EQ(std::pair(dns.GetHostname(), dns.GetDomain()),
+            std::pair(std::string("merel-demo"), std::string("example.test")));
   EXPECT_THROW(Net::DnsConfigImpl("otherStack").GetHostname(), HostCtlException);
   dns.SetFqdn("host1.corp.test");
-  EXPECT_EQ(dns.GetHostname(), "host1");
-  EXPECT_EQ(dns.GetDomain(), "corp.test");
+  EXPECT_EQ(std::pair(dns.GetHostname(), dns.GetDomain()),
+            std::pair(std::string("host1"), std::string("corp.test")));
   EXPECT_THROW(dns.SetHostname("a.b"), HostCtlException);
   EXPECT_THROW(dns.SetHostname(""), HostCtlException);
   dns.SetSearchDomainsString(dns.GetDomain());

@@ -1,9 +1,7 @@
 // No request of the console can reach the machine the tests run on: the
 // simulated host runs only its own programs. (What its power tools do to the
 // virtual machines is read off the real console by the power screen tests.)
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <fstream>
 #include <string>

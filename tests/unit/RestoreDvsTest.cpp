@@ -44,9 +44,9 @@ TEST(RestoreDvsTest, PortHealth) {
   for (const HealthCase& c : cases) {
     const DVPort port("DS", "", "12", "pg", 0, NicTeamingPolicy(c.active, {}, 2), c.blocked);
     const Merel::DvsPortHealth health = Merel::PortHealth(c.portExists ? &port : nullptr, pnics);
-    EXPECT_EQ(health.missing, c.missing) << c.name;
-    EXPECT_EQ(health.blocked, c.isBlocked) << c.name;
-    EXPECT_EQ(health.noLink, c.noLink) << c.name;
+    EXPECT_EQ(std::tuple(health.missing, health.blocked, health.noLink),
+              std::tuple(c.missing, c.isBlocked, c.noLink))
+        << c.name;
   }
 }
 
@@ -67,25 +67,13 @@ TEST(RestoreDvsTest, UplinkCandidates) {
                                        Pnic("pnic1", false), Pnic("pnic2", true),
                                        Pnic("pnic3", true)};
   const CandidateCase cases[] = {
-      {"own, free and standard",
-       {"pnic0", "pnic1"},
-       {},
-       {"pnic0"},
+      {"own, free and standard", {"pnic0", "pnic1"}, {}, {"pnic0"},
        {"pnic0:DS*", "pnic1:DS", "pnic2:", "pnic3:vSwitch0!", "pnic10:"}},
-      {"another switch's adapters are not offered",
-       {"pnic0"},
-       {"pnic1", "pnic2", "pnic10"},
-       {"pnic0"},
-       {"pnic0:DS*", "pnic3:vSwitch0!"}},
-      {"an uplink the host does not list stays",
-       {"pnic9"},
-       {"pnic0", "pnic1", "pnic2", "pnic10"},
-       {"pnic9"},
-       {"pnic3:vSwitch0!", "pnic9:DS*"}},
-      {"a missing port checks nothing",
-       {"pnic0"},
-       {},
-       {},
+      {"another switch's adapters are not offered", {"pnic0"}, {"pnic1", "pnic2", "pnic10"},
+       {"pnic0"}, {"pnic0:DS*", "pnic3:vSwitch0!"}},
+      {"an uplink the host does not list stays", {"pnic9"}, {"pnic0", "pnic1", "pnic2", "pnic10"},
+       {"pnic9"}, {"pnic3:vSwitch0!", "pnic9:DS*"}},
+      {"a missing port checks nothing", {"pnic0"}, {}, {},
        {"pnic0:DS", "pnic1:", "pnic2:", "pnic3:vSwitch0!", "pnic10:"}},
   };
   std::vector<HostCtl::Network::VirtualSwitch> vswitches(1);
@@ -156,19 +144,16 @@ TEST(RestoreDvsTest, RepairOfABrokenPort) {
   SimHostTest::SimRoot root("dvs-broken");
   Merel::DvsRepair repair;
   ASSERT_EQ(Merel::ReadDvsRepair(repair), Merel::DvsReadResult::kReady);
-  EXPECT_EQ(repair.nic, "nex0");
-  EXPECT_EQ(repair.dvSwitch, "DSwitch-Prod");
-  EXPECT_EQ(repair.portKey, "12");
-  EXPECT_TRUE(repair.health.blocked);
-  EXPECT_TRUE(repair.health.noLink);
+  EXPECT_EQ(std::tuple(repair.nic, repair.dvSwitch, repair.portKey, repair.health.blocked,
+                       repair.health.noLink),
+            std::tuple("nex0", "DSwitch-Prod", "12", true, true));
   const std::vector<std::string> chosen = {"pnic1", "pnic2", "pnic3"};
 
   EXPECT_EQ(Merel::ApplyDvsRepair(repair, chosen), "hlp-DSwitch-Prod#0");
   const nlohmann::json network = nlohmann::json::parse(root.File("/host.json"))["network"];
   const auto& dvs = Named(network["dvswitches"], "name", "DSwitch-Prod");
   EXPECT_EQ(dvs["uplinks"], nlohmann::json({"pnic0", "pnic1", "pnic2", "pnic3"}));
-  const auto& port = Named(dvs["ports"], "key", "hlp-DSwitch-Prod#0");
-  EXPECT_FALSE(port.value("blocked", true));
+  EXPECT_FALSE(Named(dvs["ports"], "key", "hlp-DSwitch-Prod#0").value("blocked", true));
   EXPECT_TRUE(Named(dvs["ports"], "key", "12").value("blocked", false));
 
   // A second repair makes the next port and removes the host-local port it

@@ -78,10 +78,8 @@ TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
     LogViewer().Show(2, nullptr);  // Config: /var/log/hostboot.log
     dup2(stdoutCopy, STDOUT_FILENO);
     close(stdoutCopy);
-    EXPECT_EQ(root.File("/tmp/pager"),
-              "LESSSECURE=1\narg=-cfP\narg=<Q> Quit </> RegExp Search "
-              "<H> Help\narg=" +
-                  root.Path() + "/var/log/hostboot.log\n");
+    EXPECT_EQ(root.File("/tmp/pager"), "LESSSECURE=1\narg=-cfP\narg=<Q> Quit </> RegExp Search "
+                                       "<H> Help\narg=" + root.Path() + "/var/log/hostboot.log\n");
     EXPECT_STREQ(getenv("LESSSECURE"), after.c_str()) << former.value_or("unset");
   }
   saved ? setenv("LESSSECURE", saved->c_str(), 1) : unsetenv("LESSSECURE");
@@ -90,15 +88,11 @@ TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
 TEST(WelcomeTest, MemoryRoundedToOneDecimalInTheStreamsDefaultForm) {
   constexpr uint64_t kMiB = uint64_t{1} << 20, kGiB = uint64_t{1} << 30;
   const std::pair<uint64_t, const char*> cases[] = {
-      {8 * kGiB, "8 GiB Memory"},
       {kGiB - 1, "1024 MiB Memory"},  // just below 1 GiB: rounds up, the unit stays
-      {kGiB, "1 GiB Memory"},
-      {1536 * kMiB, "1.5 GiB Memory"},
-      {8368128ull * 4096, "31.9 GiB Memory"},
       {kGiB + 100 * kMiB, "1.1 GiB Memory"},  // 1.098 rounds up, unlike the getter
-      {512 * kMiB, "512 MiB Memory"},
-      {uint64_t{3} << 40, "3 TiB Memory"},
-      {uint64_t{1} << 60, "1024 PiB Memory"},
+      {8 * kGiB, "8 GiB Memory"}, {kGiB, "1 GiB Memory"}, {1536 * kMiB, "1.5 GiB Memory"},
+      {8368128ull * 4096, "31.9 GiB Memory"}, {512 * kMiB, "512 MiB Memory"},
+      {uint64_t{3} << 40, "3 TiB Memory"}, {uint64_t{1} << 60, "1024 PiB Memory"},
   };
   for (const auto& [bytes, text] : cases) {
     EXPECT_EQ(WelcomeWindow::FormatMemory(bytes), text) << bytes;
@@ -132,10 +126,7 @@ TEST(SupportInformationTest, PlainTextCutToTheWidth) {
       {"alpha beta gamma", 10, {"alpha beta", "gamma"}},
       {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}},
       {"a\tb", 20, {"a       b"}},
-      {"a\r\nb\x01"
-       "c\r\n",
-       20,
-       {"a", "bc"}},  // carriage returns and controls dropped
+      {"a\r\nb\x01" "c\r\n", 20, {"a", "bc"}},  // carriage returns and controls dropped
       {"{color:red}x{/color}", 40, {"{color:red}x{/color}"}},
       {"ab\xc3\xa9", 3, {"ab", "\xc3\xa9"}},  // a character is not split
       {"", 10, {}},

@@ -231,15 +231,12 @@ TEST_F(TextAreaScrollTest, StepsAreClampedToTheText) {
     std::vector<int> steps;
     int expected;
   } cases[] = {
-      {"DownOne", 10, {1}, 1},
-      {"DownAndBackPart", 10, {3, -2}, 1},
+      {"DownOne", 10, {1}, 1}, {"DownAndBackPart", 10, {3, -2}, 1},
       {"PastTheEndStopsAtTheLastPage", 10, {100}, 6},
       {"BeforeTheStartStopsAtTheTop", 10, {2, -5}, 0},
       {"ExtremeSteps", 10, {INT_MAX, 1, INT_MIN, -1}, 0},
-      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6},
-      {"AWholePageRepaints", 10, {4, 1}, 5},
-      {"TextThatFitsNeverMoves", 4, {1, 3}, 0},
-      {"ShortTextNeverMoves", 2, {1}, 0},
+      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6}, {"AWholePageRepaints", 10, {4, 1}, 5},
+      {"TextThatFitsNeverMoves", 4, {1, 3}, 0}, {"ShortTextNeverMoves", 2, {1}, 0},
       {"NoTextNeverMoves", 0, {1}, 0},
   };
   for (const auto& c : cases) {
@@ -317,9 +314,9 @@ TEST_F(TextAreaScrollTest, PlainTextShowsBracesAndCountsItsLines) {
   area.SetText("a {b}\n{color:red}c");
   EXPECT_EQ(Rows(area), (std::vector<std::string>{"a {b}" + Blanks(5), "{color:red"}));
   EXPECT_EQ(area.LineCount(), 3);  // wrapped like any text: "c" goes below
-  EXPECT_EQ(TextArea::CountLines("a\n"), 1);
-  EXPECT_EQ(TextArea::CountLines(""), 0);
-  EXPECT_EQ(TextArea::CountLines("\n\n"), 2);
+  EXPECT_EQ(std::tuple(TextArea::CountLines("a\n"), TextArea::CountLines(""),
+                       TextArea::CountLines("\n\n")),
+            std::tuple(1, 0, 2));
 }
 
 }  // namespace

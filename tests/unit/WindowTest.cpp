@@ -54,11 +54,11 @@ TEST_F(WindowTest, ChildrenTakeTheColoursTheyLeaveUnsetAndPositionsAddUp) {
   Window* ownBackground = &top.AddChild<Window>(3, 4, 5, 3, kLightGrey, -1);
   Window* grandchild = &ownBackground->AddChild<Window>(1, 1, 2, 1, -1, -1);
   top.Draw(true);
-  EXPECT_EQ(PairOf(ownForeground), PairFor(kYellow, kDarkGrey));
-  EXPECT_EQ(PairOf(ownBackground), PairFor(kLightGrey, kWhite));
-  EXPECT_EQ(PairOf(grandchild), PairFor(kLightGrey, kWhite));
-  EXPECT_EQ(getbegx(grandchild->GetWindow()), 14);
-  EXPECT_EQ(getbegy(grandchild->GetWindow()), 10);
+  EXPECT_EQ(std::tuple(PairOf(ownForeground), PairOf(ownBackground), PairOf(grandchild)),
+            std::tuple(PairFor(kYellow, kDarkGrey), PairFor(kLightGrey, kWhite),
+                       PairFor(kLightGrey, kWhite)));
+  EXPECT_EQ(std::pair(getbegx(grandchild->GetWindow()), getbegy(grandchild->GetWindow())),
+            std::pair(14, 10));
 }
 
 TEST_F(WindowTest, RemovedChildGoesAtOnceAndTheParentTakesTheRestDepthFirst) {
@@ -115,8 +115,8 @@ TEST_F(WindowTest, SetColorsPassesTheSameArgumentsDownTheTree) {
     EXPECT_EQ(PairOf(window), PairFor(kDarkGrey, kWhite));
   }
   child->SetColors(kYellow, kBlack);
-  EXPECT_EQ(PairOf(grandchild), PairFor(kYellow, kBlack));
-  EXPECT_EQ(PairOf(&top), PairFor(kDarkGrey, kWhite));
+  EXPECT_EQ(std::pair(PairOf(grandchild), PairOf(&top)),
+            std::pair(PairFor(kYellow, kBlack), PairFor(kDarkGrey, kWhite)));
 }
 
 TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAndDropsKeys) {
@@ -129,8 +129,8 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   // must not save the already hidden state over the real one.
   top.Draw(false);
   EXPECT_FALSE(Window::CursorShown());
-  EXPECT_EQ(PairOf(&top), PairFor(kBlack, kDarkGrey));
-  EXPECT_EQ(PairOf(child), PairFor(kBlack, kDarkGrey));
+  EXPECT_EQ(std::pair(PairOf(&top), PairOf(child)),
+            std::pair(PairFor(kBlack, kDarkGrey), PairFor(kBlack, kDarkGrey)));
   child->SetColors(kYellow, kBlack);  // waits for the next active draw
   EXPECT_EQ(PairOf(child), PairFor(kBlack, kDarkGrey));
   // Whoever is in front moves the cursor meanwhile; keys are typed ahead.
@@ -140,12 +140,11 @@ TEST_F(WindowTest, InactiveDrawGreysTheTreeActiveDrawRestoresItsColoursCursorAnd
   ASSERT_TRUE(_screen.WaitForInput());
 
   top.Draw(true);
-  EXPECT_EQ(PairOf(&top), PairFor(kYellow, kWhite));
-  EXPECT_EQ(PairOf(child), PairFor(kYellow, kBlack));
+  EXPECT_EQ(std::pair(PairOf(&top), PairOf(child)),
+            std::pair(PairFor(kYellow, kWhite), PairFor(kYellow, kBlack)));
   EXPECT_TRUE(Window::CursorShown());
   Window::UpdateTerminal();
-  EXPECT_EQ(getcurx(stdscr), 11);
-  EXPECT_EQ(getcury(stdscr), 6);
+  EXPECT_EQ(std::pair(getcurx(stdscr), getcury(stdscr)), std::pair(11, 6));
   EXPECT_EQ(curs_set(1), 1) << "cursor hidden after the active draw";
   wtimeout(stdscr, 200);
   EXPECT_EQ(wgetch(stdscr), ERR) << "keys typed before the draw were delivered";
