@@ -201,10 +201,8 @@ TEST(IdleTimeoutTest, ComesFromTheIntegerOptionOrIs600) {
     Platform::Current().Modify([&](Platform::HostState& state) {
       std::erase_if(state.advancedOptions, [](auto& o) { return o.name == MEREL_TIMEOUT_VAR; });
       if (c.type != nullptr) {
-        state.advancedOptions.push_back({.name = MEREL_TIMEOUT_VAR,
-                                         .type = c.type,
-                                         .value = c.value,
-                                         .max = 86400,
+        state.advancedOptions.push_back({.name = MEREL_TIMEOUT_VAR, .type = c.type,
+                                         .value = c.value, .max = 86400,
                                          .stringValue = std::to_string(c.value),
                                          .description = ""});
       }
