@@ -8,7 +8,8 @@
 namespace MerelTest {
 namespace {
 
-// A program that writes `first`, then after a pause `second`, then waits.
+// A program that writes `first`, then `second` once it reads a key (sent by
+// Next), then waits.
 std::unique_ptr<Terminal> Writer(const std::string& first,
                                  const std::string& second,
                                  bool dropPalette = false) {
@@ -16,10 +17,16 @@ std::unique_ptr<Terminal> Writer(const std::string& first,
   terminal->TrackScreen();
   terminal->DropLinuxPaletteSequences(dropPalette);
   EXPECT_TRUE(terminal->Start({"/bin/sh", "-c",
-                               "stty raw -echo; printf '%b' \"$1\"; sleep 0.5; printf '%b' \"$2\"; "
+                               "stty raw -echo; printf '%b' \"$1\"; head -c1 >/dev/null; printf '%b' \"$2\"; "
                                "sleep 30",
                                "writer", first, second}));
   return terminal;
+}
+
+// Once the writer waits for its key (all of `first` shown), sends it.
+void Next(Terminal& terminal) {
+  ASSERT_TRUE(terminal.WaitUntilQuiet());
+  terminal.Send("\r");
 }
 
 TEST(HarnessTracking, CountsCellsWhoseTextOrAttributesChanged) {
@@ -38,9 +45,10 @@ TEST(HarnessTracking, CountsCellsWhoseTextOrAttributesChanged) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto terminal = Writer(c.first, c.second);
-    terminal->WaitUntilQuiet(milliseconds(250));
+    ASSERT_TRUE(terminal->WaitUntilQuiet());
     terminal->MarkScreen();
     const size_t before = terminal->Raw().size();
+    Next(*terminal);
     ASSERT_TRUE(terminal->WaitFor([&] { return terminal->Raw().size() > before; }));
     terminal->WaitUntilQuiet(milliseconds(100));
     EXPECT_EQ(terminal->ChangedCells(), c.changed);
@@ -62,6 +70,7 @@ TEST(HarnessTracking, DropsLinuxPaletteSequencesEvenWhenSplit) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     auto terminal = Writer(c.first, c.second, true);
+    Next(*terminal);
     ASSERT_TRUE(terminal->WaitForText(c.shown, milliseconds(3000))) << terminal->Text();
     const std::string text = terminal->Text();
     EXPECT_EQ(text.substr(0, text.find('\n')), c.shown);
@@ -72,6 +81,7 @@ TEST(HarnessTracking, FollowsCursorVisibilityAndAlternateScreen) {
   auto terminal = Writer("\\033[?1049h\\033[?25l", "\\033[?25h\\033[?1049l");
   ASSERT_TRUE(terminal->WaitFor([&] { return terminal->AltScreen(); }));
   EXPECT_FALSE(terminal->CursorVisible());
+  Next(*terminal);
   ASSERT_TRUE(terminal->WaitFor([&] { return !terminal->AltScreen(); }));
   EXPECT_TRUE(terminal->CursorVisible());
 }

@@ -8,10 +8,13 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vterm.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -260,18 +263,122 @@ bool Terminal::WaitForText(std::string_view text, milliseconds timeout) {
 
 bool Terminal::WaitUntilQuiet(milliseconds quiet, milliseconds timeout) {
   const auto deadline = Clock::now() + timeout;
+  // Silence alone is not enough: on a loaded machine the console may still
+  // be working on the last key (or about to redraw and drop the type-ahead)
+  // when nothing has come for a while. Quiet means silent and waiting for
+  // the keyboard; a program asleep on something else (a child, a timer) is
+  // taken as quiet after a longer silence.
+  const milliseconds asleep = std::max(quiet, Scaled(milliseconds(1000)));
   for (auto quietSince = Clock::now();;) {
     auto silent = std::chrono::duration_cast<milliseconds>(Clock::now() - quietSince);
     if (silent >= quiet) {
-      return true;
+      const Activity now = CurrentActivity();
+      if (now == Activity::kAwaitingInput || (now == Activity::kAsleep && silent >= asleep)) {
+        return true;
+      }
     }
     if (Clock::now() >= deadline) {
       return false;
     }
-    if (Pump(quiet - silent) > 0) {
+    if (Pump(silent >= quiet ? milliseconds(5) : quiet - silent) > 0) {
       quietSince = Clock::now();
     }
   }
+}
+
+namespace {
+
+// The syscall a process sleeps in, as /proc/PID/syscall gives it: its
+// number and first three arguments (number -1 where the file cannot be
+// read); nullopt while it runs.
+struct Syscall {
+  long number = -1;
+  unsigned long args[3] = {};
+};
+
+std::optional<Syscall> SleepingIn(pid_t pid) {
+  const std::string text = ReadAll("/proc/" + std::to_string(pid) + "/syscall");
+  if (text.starts_with("running")) {
+    return std::nullopt;
+  }
+  std::istringstream fields(text);
+  Syscall call;
+  if (!(fields >> call.number)) {
+    return Syscall{};
+  }
+  for (unsigned long& arg : call.args) {
+    fields >> std::hex >> arg;
+  }
+  return call;
+}
+
+bool IsDevice(pid_t pid, long fd, dev_t device) {
+  struct stat st = {};
+  return fd >= 0 &&
+         stat(("/proc/" + std::to_string(pid) + "/fd/" + std::to_string(fd)).c_str(), &st) == 0 &&
+         S_ISCHR(st.st_mode) && st.st_rdev == device;
+}
+
+// Whether `call` waits for input on the terminal `device`: a read of it, or
+// a poll whose descriptors include it.
+bool WaitsOn(pid_t pid, const Syscall& call, dev_t device) {
+  if (call.number == SYS_read) {
+    return IsDevice(pid, static_cast<long>(call.args[0]), device);
+  }
+  if (call.number != SYS_ppoll
+#ifdef SYS_poll
+      && call.number != SYS_poll
+#endif
+  ) {
+    return false;
+  }
+  const size_t count = std::min<unsigned long>(call.args[1], 16);
+  std::vector<struct pollfd> fds(count);
+  const int mem = open(("/proc/" + std::to_string(pid) + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
+  const ssize_t bytes = mem < 0 ? -1
+                                : pread(mem, fds.data(), count * sizeof(struct pollfd),
+                                        static_cast<off_t>(call.args[0]));
+  if (mem >= 0) {
+    close(mem);
+  }
+  if (bytes != static_cast<ssize_t>(count * sizeof(struct pollfd))) {
+    return false;
+  }
+  return std::any_of(fds.begin(), fds.end(),
+                     [&](const struct pollfd& p) { return IsDevice(pid, p.fd, device); });
+}
+
+}  // namespace
+
+Terminal::Activity Terminal::CurrentActivity() const {
+  char slave[64];
+  struct stat st = {};
+  if (_master < 0 || _eof || ptsname_r(_master, slave, sizeof(slave)) != 0 ||
+      stat(slave, &st) != 0) {
+    return Activity::kAwaitingInput;  // nothing more can come
+  }
+  // Keys sent but not read yet.
+  const int fd = open(slave, O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  int pending = 0;
+  if (fd >= 0) {
+    ioctl(fd, FIONREAD, &pending);
+    close(fd);
+  }
+  if (pending > 0) {
+    return Activity::kBusy;
+  }
+  bool waiting = false;
+  for (const pid_t pid : SessionProcesses()) {
+    const std::string stat = ReadAll("/proc/" + std::to_string(pid) + "/stat");
+    const size_t close = stat.rfind(')');
+    const char state = close != std::string::npos && close + 2 < stat.size() ? stat[close + 2] : 0;
+    const std::optional<Syscall> call = SleepingIn(pid);
+    if (state == 'R' || state == 'D' || !call) {
+      return Activity::kBusy;
+    }
+    waiting = waiting || WaitsOn(pid, *call, st.st_rdev);
+  }
+  return waiting ? Activity::kAwaitingInput : Activity::kAsleep;
 }
 
 std::optional<ExitStatus> Terminal::WaitForExit(milliseconds timeout) {

@@ -109,7 +109,8 @@ class Terminal {
   // Each returns false on time-out.
   bool WaitFor(const std::function<bool()>& done, milliseconds timeout = DefaultTimeout());
   bool WaitForText(std::string_view text, milliseconds timeout = DefaultTimeout());
-  // Returns once nothing arrived for `quiet`.
+  // Returns once nothing arrived for `quiet` and the program waits for a
+  // key (or, after a longer silence, sleeps on something else).
   bool WaitUntilQuiet(milliseconds quiet = milliseconds(40),
                       milliseconds timeout = DefaultTimeout());
   // Reaps the program and drains what it wrote before ending.
@@ -161,6 +162,11 @@ class Terminal {
   int MasterFd() const { return _master; }
 
  private:
+  enum class Activity { kBusy, kAsleep, kAwaitingInput };
+  // What the program's session is doing now: kAwaitingInput when nothing
+  // typed is pending, none of its processes runs, and one of them waits for
+  // the terminal.
+  Activity CurrentActivity() const;
   size_t Pump(milliseconds wait);  // reads what comes within `wait`
   void Reap(bool block);
   std::string CellText(int x, int y) const;  // "" for the right half of a wide character
