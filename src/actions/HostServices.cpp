@@ -125,7 +125,7 @@ bool ServiceRunning(HostService service) {
   return RunServiceScript(ServiceOf(service).script, "status") == 0;
 }
 
-void SwitchService(const std::string& user, HostService which, bool on) {
+std::string SwitchService(const std::string& user, HostService which, bool on) {
   const Service& service = ServiceOf(which);
   if (!RunManagement(user, on ? service.start : service.stop)) {
     Platform::Syslog(LOG_WARNING, "Unable to run rovi-cmd to start/stop %s", service.toolName);
@@ -142,6 +142,14 @@ void SwitchService(const std::string& user, HostService which, bool on) {
   }
   Platform::Syslog(LOG_INFO, "%s",
                    ("User " + user + (on ? " enabled " : " disabled ") + service.name).c_str());
+  try {
+    Platform::ServiceSwitched(which, on);
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    Platform::Syslog(LOG_WARNING, "Applying the availability timeout to %s failed: %s",
+                     service.name, e.what());
+    return e.what();
+  }
+  return "";
 }
 
 }  // namespace Merel

@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "Platform.h"
+
 namespace Merel {
 
 // Logs and announces the restart of the management agents.
@@ -22,13 +24,16 @@ bool StartLiveCoreCollection();
 void StopAgents();
 void StartAgents();
 
-enum class HostService { kShell, kSsh };
+using HostService = Platform::HostService;
 
 // Whether the service runs now.
 bool ServiceRunning(HostService service);
 
 // Starts or stops the service for good (also after a reboot) as `user`,
-// with the service's own script where the management command fails.
-void SwitchService(const std::string& user, HostService service, bool on);
+// with the service's own script where the management command fails, and has
+// the host apply the availability time-out to the change. "" when that was
+// done, else why the time-out could not be applied (logged): the service
+// itself has been switched all the same.
+std::string SwitchService(const std::string& user, HostService service, bool on);
 
 }  // namespace Merel

@@ -3,8 +3,6 @@
 
 #include <string>
 
-#include "MessageDialog.h"
-#include "Platform.h"
 #include "StringFactory.h"
 #include "TimeoutInput.h"
 
@@ -34,12 +32,6 @@ void ShellTimeoutDialog::ApplyAvailability() {
   const std::optional<int> minutes =
       ChangedMinutes(this, _availability->GetValue(), currentAvailability * 60);
   if (!minutes) {
-    return;
-  }
-  if (!Platform::HostHas(Platform::Feature::kShellAvailabilityTimeout)) {
-    MessageDialog refusal(this, Strings::kAvailabilityTimeoutLabel,
-                          Strings::kAvailabilityTimeoutUnavailable);
-    Frame::Run(&refusal);
     return;
   }
   SetShellTimeout(ShellTimeout::kAvailability, *minutes);

@@ -10,6 +10,7 @@
 
 #include "HostServices.h"
 #include "MerelTimeoutDialog.h"
+#include "MessageDialog.h"
 #include "RestartAgentsDialog.h"
 #include "ShellTimeoutDialog.h"
 #include "StringFactory.h"
@@ -92,8 +93,15 @@ void TroubleShootingWindow::UpdateFooter() {
 
 void TroubleShootingWindow::Toggle(int entry) {
   bool& enabled = entry == kShell ? shellEnabled : sshEnabled;
-  SwitchService(_session.loginName, kServices[entry].service, !enabled);
+  const std::string failure =
+      SwitchService(_session.loginName, kServices[entry].service, !enabled);
   enabled = !enabled;
+  if (!failure.empty()) {
+    MessageDialog message(this, Strings::kAvailabilityTimeoutErrorTitle,
+                          std::string(_strings->GetString(Strings::kAvailabilityTimerFailed)) +
+                              "\n" + failure);
+    Frame::Run(&message);
+  }
 }
 
 int TroubleShootingWindow::Loop() {

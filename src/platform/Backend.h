@@ -45,6 +45,9 @@ class Backend {
   virtual std::vector<std::string> AccountNames();
   // See Platform::HostHas; every host has all of them unless it says not.
   virtual bool Has(Feature) { return true; }
+  // See Platform::ServiceSwitched. The default has nothing to do: the host's
+  // services read the availability time-out themselves when they start.
+  virtual void ServiceSwitched(HostService, bool) {}
 
   // The host's state. Load reads it afresh; Modify is an atomic
   // read-modify-write (no update of another process is lost). Both throw

@@ -236,6 +236,10 @@ bool HostHas(Feature feature) {
   return Current().Has(feature);
 }
 
+void ServiceSwitched(HostService service, bool on) {
+  Current().ServiceSwitched(service, on);
+}
+
 int64_t IntegerOption(const std::string& name, int64_t fallback) {
   try {
     NexCtl::Adv::AdvancedOptionImpl options;

@@ -67,13 +67,23 @@ bool ConsoleKeyboard(int fd);
 // Host operations a host may lack altogether (not just for now): the
 // screens then say so instead of offering them.
 enum class Feature {
-  kLockdownMode,             // the management service's lockdown mode
-  kConfigurationReset,       // a factory configuration to reset to
-  kShellAvailabilityTimeout, // the local shell and SSH switched off on a timer
-  kManagementVlan,           // a VLAN set on the management port group
+  kLockdownMode,        // the management service's lockdown mode
+  kConfigurationReset,  // a factory configuration to reset to
+  kManagementVlan,      // a VLAN set on the management port group
 };
 // Whether the host has `feature`.
 bool HostHas(Feature feature);
+
+// The services the troubleshooting window switches on and off.
+enum class HostService { kShell, kSsh };
+
+// Called once the console has switched `service` on or off. Where the
+// host's services do not keep the availability time-out themselves, the
+// service is set here to be switched off again once the time-out expires
+// ("/UserVars/TarvikShellTimeOut", from now; 0 sets nothing), replacing what
+// an earlier switch set, and switching it off cancels that. Throws
+// HostCtl::Lib::HostCtlException, with the reason, when it cannot.
+void ServiceSwitched(HostService service, bool on);
 
 // The value of the host's integer advanced option `name` ("/UserVars/
 // MerelTimeOut"), or `fallback` when the host has no such integer option or

@@ -72,11 +72,11 @@ done
 mount --bind /dev/pts "$S/dev/pts"
 ln -s /proc/self/fd "$S/dev/fd"
 mount --rbind "$S/dev" /dev
-for tool in /usr/bin/systemctl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
 # Nothing starts unless the machine's commands and files are out of reach.
-for tool in /bin/systemctl /usr/bin/systemctl /sbin/poweroff /sbin/reboot; do
+for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /sbin/poweroff /sbin/reboot; do
   if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
     echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
   fi
@@ -553,9 +553,11 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 // The shell idle time-out is TMOUT of the login shells, from the console's
-// own profile file; the availability time-out is refused with its reason.
-TEST_F(LinuxHostTest, ShellIdleTimeoutIsTheLoginShellsTmout) {
+// own profile file; the availability time-out is kept in the options file
+// and becomes a systemd timer for each service switched on.
+TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   const std::string profile = _scratch + "/etc/profile.d/merel-timeout.sh";
+  const std::string options = _scratch + "/etc/merel/options";
   Terminal& console = Start();
   ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
   ASSERT_TRUE(SelectEntry(console, "Troubleshooting Options")) << console.Text();
@@ -577,29 +579,62 @@ TEST_F(LinuxHostTest, ShellIdleTimeoutIsTheLoginShellsTmout) {
       console.WaitUntilQuiet();
     }
   };
+  // Switches SSH and returns the systemd calls that made it.
+  auto toggleSsh = [&](const std::string& label) {
+    std::ofstream(_scratch + "/calls", std::ios::trunc).close();
+    EXPECT_TRUE(SelectEntry(console, "SSH Support")) << console.Text();
+    console.SendKey(Key::kEnter);
+    EXPECT_TRUE(WaitQuiet(console, label)) << console.Text();
+    return Calls();
+  };
   ASSERT_TRUE(open()) << console.Text();
   type("5");
   console.SendKey(Key::kDown);
   console.WaitUntilQuiet();
   type("15");
   console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "This host cannot turn the local shell")) << console.Text();
-  console.SendKey(Key::kEnter);
   ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
-  EXPECT_EQ(Slurp(profile).find("\nTMOUT=900\nexport TMOUT\n") != std::string::npos, true)
-      << Slurp(profile);
+  EXPECT_TRUE(Contains(Slurp(profile), "\nTMOUT=900\nexport TMOUT\n")) << Slurp(profile);
+  EXPECT_TRUE(Contains(Slurp(options), "\n/UserVars/TarvikShellTimeOut = 300\n"))
+      << Slurp(options);
+  EXPECT_TRUE(_syslog->WaitFor("Modified Shell timeout to 5 minutes")) << _syslog->Records();
   EXPECT_TRUE(_syslog->WaitFor("Modified shell interactive timeout to 15 minutes"))
       << _syslog->Records();
-  EXPECT_FALSE(_syslog->Has("Modified Shell timeout")) << _syslog->Records();
-  // Read back from the file; 0 takes it away.
+
+  // A timer that cannot be set: SSH is on all the same, and the screen says why.
+  std::ofstream(_scratch + "/fail-systemd-run").close();
+  toggleSsh("Availability Timeout: Error");
+  EXPECT_TRUE(Contains(console.Text(), "systemd-run failed")) << console.Text();
+  console.SendKey(Key::kEnter);
+  ASSERT_TRUE(WaitQuiet(console, "Disable SSH")) << console.Text();
+  fs::remove(_scratch + "/fail-systemd-run");
+  toggleSsh("Enable SSH");
+  // Each switch on replaces the timer of the last; the timer disables only SSH.
+  const std::string armed = toggleSsh("Disable SSH");
+  ExpectHas(armed, {"systemctl enable --now ssh.service\n",
+                    "systemctl stop merel-ssh-availability.timer\nsystemd-run "
+                    "--unit=merel-ssh-availability --description=Switch off ssh.service after the "
+                    "availability timeout --on-active=300s --timer-property=AccuracySec=1s "
+                    "--collect /bin/systemctl disable --now ssh.service\n"});
+  ExpectLacks(armed, {"getty"});
+  ExpectHas(toggleSsh("Enable SSH"), {"systemctl stop merel-ssh-availability.timer\n"});
+
+  // Read back from the files; 0 takes the profile away and stops any timer.
   ASSERT_TRUE(open()) << console.Text();
+  EXPECT_TRUE(Contains(RowWith(console, "Availability timeout"), "5")) << console.Text();
   EXPECT_TRUE(Contains(RowWith(console, "Idle timeout"), "15")) << console.Text();
+  std::ofstream(_scratch + "/calls", std::ios::trunc).close();
+  type("\x7f" "0");
   console.SendKey(Key::kDown);
   console.WaitUntilQuiet();
   type("\x7f\x7f" "0");
   console.SendKey(Key::kEnter);
   ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
   EXPECT_FALSE(fs::exists(profile));
+  EXPECT_TRUE(Contains(Slurp(options), "\n/UserVars/TarvikShellTimeOut = 0\n"))
+      << Slurp(options);
+  ExpectHas(Calls(), {"systemctl stop merel-shell-availability.timer\n",
+                      "systemctl stop merel-ssh-availability.timer\n"});
 }
 
 }  // namespace

@@ -51,10 +51,10 @@ cp @PAM@ "$S/etc/pam.d/merel"
 mount --bind "$S/etc" /etc
 mount -t tmpfs tmpfs /run
 if [ -e /dev/log ] || [ -L /dev/log ]; then mount --bind /dev/null /dev/log; fi
-for tool in /usr/bin/systemctl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
-for tool in /bin/systemctl /usr/bin/systemctl /sbin/poweroff /sbin/reboot; do
+for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /sbin/poweroff /sbin/reboot; do
   if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
     echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
   fi

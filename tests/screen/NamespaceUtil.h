@@ -24,10 +24,12 @@ inline std::string Slurp(const std::string& path) {
   return text.str();
 }
 
-// Stands in for a service or power command: notes the call in @S@/calls.
+// Stands in for a service or power command: notes the call in @S@/calls,
+// and fails while @S@/fail-<command> exists.
 constexpr const char* kRecorder = R"SH(#!/bin/sh
 # merel-test-recorder
 echo "$(basename "$0") $*" >> @S@/calls
+if [ -e "@S@/fail-$(basename "$0")" ]; then exit 1; fi
 case "$1" in is-active|is-enabled) exit 3 ;; esac
 exit 0
 )SH";

@@ -277,13 +277,19 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
        "/bin/ping -n -q -c 3 -i 0.2 -W 1 10.0.0.1 -I br0"},
       {{"/sbin/nexping"}, K::kRefuse, ""},
       {{"/sbin/poweroff"}, K::kRefuse, ""},
-      // Only the idle time-out has a meaning here, and only in seconds.
-      {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
+      // The two shell time-outs, and only in seconds; no other option.
+      {{"/sbin/nexcli", "system", "settings", "advanced", "set", "-o",
         "/UserVars/TarvikShellTimeOut", "-i", "300"},
-       K::kRefuse, ""},
+       K::kWriteShellAvailability, ""},
+      {{"/sbin/tarvikcfg-advcfg", "-q", "-g", "/UserVars/TarvikShellTimeOut"},
+       K::kReadShellAvailability, ""},
       {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
         "/UserVars/TarvikShellInteractiveTimeOut", "-i", "9;x"},
        K::kRefuse, ""},
+      {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
+        "/UserVars/MerelTimeOut", "-i", "60"},
+       K::kRefuse, ""},
+      {{"/sbin/tarvikcfg-advcfg", "-q", "-g", "/UserVars/MerelTimeOut"}, K::kRefuse, ""},
   };
   for (const auto& c : cases) {
     std::vector<std::string> argv = c.argv;

@@ -106,6 +106,20 @@ void BecomeStandardFds(int in, int out, int err) {
     close(100 + i);
 }
 
+// The transient timers that switch the local shell and SSH off again.
+const char* const kShellTimer = "merel-shell-availability";
+const char* const kSshTimer = "merel-ssh-availability";
+
+// How a tool ended, for a message; `status` is a wait status, -1 when the
+// tool could not be started.
+std::string ToolFailure(const std::string& tool, int status) {
+  if (status < 0)
+    return tool + " could not be started";
+  if (WIFEXITED(status))
+    return tool + " failed with exit status " + std::to_string(WEXITSTATUS(status));
+  return tool + " was ended by signal " + std::to_string(WTERMSIG(status));
+}
+
 }  // namespace
 
 LinuxBackend::LinuxBackend(std::string root, std::string version)
@@ -113,8 +127,10 @@ LinuxBackend::LinuxBackend(std::string root, std::string version)
   while (!_root.empty() && _root.back() == '/')
     _root.pop_back();
   _config = Linux::ReadConfig(_root + "/etc/merel/merel.conf");
-  if (!_root.empty())
+  if (!_root.empty()) {
     _config.systemctl = _root + _config.systemctl;
+    _config.systemdRun = _root + _config.systemdRun;
+  }
 }
 
 std::string LinuxBackend::OptionsPath() const {
@@ -187,16 +203,22 @@ pid_t LinuxBackend::Spawn(const char* path,
     case Linux::Action::kStopVms:
     case Linux::Action::kReadShellIdle:
     case Linux::Action::kWriteShellIdle:
+    case Linux::Action::kReadShellAvailability:
+    case Linux::Action::kWriteShellAvailability:
       break;
   }
-  // The shell idle time-out is the console's own file, read and written
-  // here rather than in the child (a forked copy of a threaded process).
+  // The shell time-outs are the console's own files, read and written here
+  // rather than in the child (a forked copy of a threaded process).
   Linux::Action done = action;
   bool written = true;
   if (action.kind == Linux::Action::kReadShellIdle)
     done.output = std::to_string(ShellIdleSeconds()) + "\n";
   else if (action.kind == Linux::Action::kWriteShellIdle)
     written = SetShellIdle(action.seconds);
+  else if (action.kind == Linux::Action::kReadShellAvailability)
+    done.output = std::to_string(AvailabilitySeconds()) + "\n";
+  else if (action.kind == Linux::Action::kWriteShellAvailability)
+    written = SetShellAvailability(action.seconds);
   // Work done by the console's own code runs in a child of its own, so that
   // the caller sees a program like any other (its output, its status).
   const pid_t pid = fork();
@@ -206,7 +228,8 @@ pid_t LinuxBackend::Spawn(const char* path,
   int status = 0;
   if (action.kind == Linux::Action::kStopVms) {
     status = StopVirtualMachines(action.force);
-  } else if (action.kind == Linux::Action::kWriteShellIdle) {
+  } else if (action.kind == Linux::Action::kWriteShellIdle ||
+             action.kind == Linux::Action::kWriteShellAvailability) {
     status = written ? 0 : 1;
   } else if (!done.output.empty()) {
     if (write(1, done.output.data(), done.output.size()) < 0)
@@ -485,6 +508,60 @@ void LinuxBackend::Modify(const std::function<void(HostState&)>& change) {
 
 bool LinuxBackend::Has(Feature) {
   return false;
+}
+
+long LinuxBackend::AvailabilitySeconds() const {
+  HostState state;
+  FillDefaults(state);
+  ReadOptions(OptionsPath(), state);
+  const AdvancedOptionState* option = FindOption(state, Linux::kShellAvailabilityOption);
+  return option ? static_cast<long>(option->value) : 0;
+}
+
+bool LinuxBackend::SetShellAvailability(long seconds) {
+  try {
+    Modify([seconds](HostState& state) {
+      AdvancedOptionState* option = FindOption(state, Linux::kShellAvailabilityOption);
+      if (!option || seconds < option->min || seconds > option->max)
+        throw HostCtl::Lib::HostCtlException("out of range: " + std::to_string(seconds));
+      option->value = seconds;
+    });
+    // No time-out, so no service is waiting to be switched off. Any other
+    // value applies from the next time a service is switched on: those on
+    // now were switched on under the old one.
+    if (seconds == 0) {
+      StopAvailabilityTimer(kShellTimer);
+      StopAvailabilityTimer(kSshTimer);
+    }
+  } catch (const HostCtl::Lib::HostCtlException& e) {
+    WriteSyslog("MEREL", true, LOG_USER, LOG_ERR,
+                std::string("Setting the shell availability timeout failed: ") + e.what());
+    return false;
+  }
+  return true;
+}
+
+void LinuxBackend::StopAvailabilityTimer(const std::string& timer) {
+  const int status = RunAndWait({_config.systemctl, "stop", timer + ".timer"});
+  // 5: no such unit loaded, so nothing is pending.
+  if (status != 0 && !(WIFEXITED(status) && WEXITSTATUS(status) == 5))
+    throw HostCtl::Lib::HostCtlException(
+        ToolFailure("systemctl stop " + timer + ".timer", status));
+}
+
+void LinuxBackend::ServiceSwitched(HostService service, bool on) {
+  const bool ssh = service == HostService::kSsh;
+  const std::string timer = ssh ? kSshTimer : kShellTimer;
+  // Switched on again, the service gets a full time-out from now; switched
+  // off, it has nothing left to wait for.
+  StopAvailabilityTimer(timer);
+  const long seconds = on ? AvailabilitySeconds() : 0;
+  if (seconds == 0)
+    return;
+  const std::string& unit = ssh ? _config.sshUnit : _config.shellUnit;
+  const int status = RunAndWait(Linux::AvailabilityTimer(_config, timer, unit, seconds));
+  if (status != 0)
+    throw HostCtl::Lib::HostCtlException(ToolFailure(_config.systemdRun, status));
 }
 
 long LinuxBackend::ShellIdleSeconds() const {

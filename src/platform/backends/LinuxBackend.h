@@ -46,9 +46,12 @@ class LinuxBackend : public Backend {
                   const std::string& name,
                   const std::string& value) override;
 
-  // A Linux machine has no lockdown mode and no factory configuration, and
-  // its shells stay on until they are turned off.
+  // A Linux machine has no lockdown mode, no factory configuration and no
+  // VLAN of the console's on its management network.
   bool Has(Feature feature) override;
+  // The availability time-out is a transient systemd timer per service
+  // (systemd-run), which disables and stops the service when it expires.
+  void ServiceSwitched(HostService service, bool on) override;
 
   const Linux::Config& Settings() const { return _config; }
 
@@ -80,6 +83,13 @@ class LinuxBackend : public Backend {
   long ShellIdleSeconds() const;
   // Writes it (or removes the file for 0); false, logged, when it cannot.
   bool SetShellIdle(long seconds);
+  // The availability time-out in seconds (0: none), from the options file.
+  long AvailabilitySeconds() const;
+  // Writes it; false, logged, when it cannot. 0 also stops pending timers.
+  bool SetShellAvailability(long seconds);
+  // Stops the timer `timer` (a unit name without ".timer") if one is
+  // pending; throws when systemctl fails otherwise.
+  void StopAvailabilityTimer(const std::string& timer);
   // The work of "powerOffVms", in the child that stands for it: its exit
   // status (0 when every running domain stopped).
   int StopVirtualMachines(bool force);

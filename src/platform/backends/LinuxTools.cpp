@@ -100,34 +100,38 @@ Action Management(const std::vector<std::string>& argv, const Config& config) {
   return Action{};
 }
 
-// The host tools' names of the shell idle time-out.
+// The host tools' name of the shell idle time-out.
 const char* const kShellIdleOption = "/UserVars/TarvikShellInteractiveTimeOut";
 
 // "tarvikcfg-advcfg -q -g OPTION" and "tarvikcli system settings advanced
-// set -o OPTION -i SECONDS" (or the same of nexcli) of the idle time-out;
-// the availability time-out has no meaning here (Platform::HostHas).
-Action ShellIdle(const std::string& path, const std::vector<std::string>& argv) {
+// set -o OPTION -i SECONDS" (or the same of nexcli) of the two shell
+// time-outs.
+Action ShellTimeout(const std::string& path, const std::vector<std::string>& argv) {
+  Action action;
   if (path == "/sbin/tarvikcfg-advcfg" && argv.size() == 4 && argv[1] == "-q" &&
-      argv[2] == "-g" && argv[3] == kShellIdleOption) {
-    Action action;
-    action.kind = Action::kReadShellIdle;
+      argv[2] == "-g") {
+    if (argv[3] == kShellIdleOption)
+      action.kind = Action::kReadShellIdle;
+    else if (argv[3] == kShellAvailabilityOption)
+      action.kind = Action::kReadShellAvailability;
     return action;
   }
-  const std::vector<std::string> set = {"system", "settings", "advanced", "set",
-                                        "-o",     kShellIdleOption, "-i"};
-  if ((path == "/sbin/tarvikcli" || path == "/sbin/nexcli") && argv.size() == set.size() + 2 &&
-      std::equal(set.begin(), set.end(), argv.begin() + 1)) {
+  const std::vector<std::string> set = {"system", "settings", "advanced", "set", "-o"};
+  if ((path == "/sbin/tarvikcli" || path == "/sbin/nexcli") && argv.size() == set.size() + 4 &&
+      std::equal(set.begin(), set.end(), argv.begin() + 1) && argv[set.size() + 2] == "-i") {
+    const std::string& option = argv[set.size() + 1];
     const std::string& value = argv.back();
     // At most a day in seconds: digits only, and few of them.
     if (value.empty() || value.size() > 6 ||
         value.find_first_not_of("0123456789") != std::string::npos)
-      return Action{};
-    Action action;
-    action.kind = Action::kWriteShellIdle;
+      return action;
+    if (option == kShellIdleOption)
+      action.kind = Action::kWriteShellIdle;
+    else if (option == kShellAvailabilityOption)
+      action.kind = Action::kWriteShellAvailability;
     action.seconds = std::stol(value);
-    return action;
   }
-  return Action{};
+  return action;
 }
 
 }  // namespace
@@ -153,6 +157,24 @@ long ShellTimeoutSeconds(const std::string& profile) {
       seconds = std::stol(value);
   }
   return seconds;
+}
+
+std::vector<std::string> AvailabilityTimer(const Config& config,
+                                           const std::string& timer,
+                                           const std::string& unit,
+                                           long seconds) {
+  // The timer's command runs on the machine itself, whatever tree the
+  // console was given.
+  return {config.systemdRun,
+          "--unit=" + timer,
+          "--description=Switch off " + unit + " after the availability timeout",
+          "--on-active=" + std::to_string(seconds) + "s",
+          "--timer-property=AccuracySec=1s",
+          "--collect",
+          Config{}.systemctl,
+          "disable",
+          "--now",
+          unit};
 }
 
 Config ReadConfig(const std::string& path) {
@@ -187,8 +209,8 @@ Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
                   const Config& config) {
   if (path == "/bin/rovi-cmd")
     return Management(argv, config);
-  if (Action idle = ShellIdle(path, argv); idle.kind != Action::kRefuse)
-    return idle;
+  if (Action timeout = ShellTimeout(path, argv); timeout.kind != Action::kRefuse)
+    return timeout;
   if (path == "/bin/powerOffVms") {
     Action action;
     action.kind = Action::kStopVms;

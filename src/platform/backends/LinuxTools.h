@@ -13,6 +13,8 @@ namespace Platform::Linux {
 // The console's settings for a Linux host (/etc/merel/merel.conf).
 struct Config {
   std::string systemctl = "/bin/systemctl";
+  // Sets the timers that switch the local shell and SSH off again.
+  std::string systemdRun = "/usr/bin/systemd-run";
   std::string sshUnit = "ssh.service";
   // The "local shell": a login prompt on a second virtual terminal.
   std::string shellUnit = "getty@tty2.service";
@@ -42,6 +44,8 @@ struct Action {
     kPageJournal,  // run `argv` (the pager) reading what `commands[0]` writes
     kReadShellIdle,   // print the shell idle time-out (TMOUT of the profile file)
     kWriteShellIdle,  // make `seconds` the shell idle time-out (0: none)
+    kReadShellAvailability,   // print the availability time-out (the options file)
+    kWriteShellAvailability,  // make `seconds` the availability time-out (0: none)
   };
   Kind kind = kRefuse;
   std::vector<std::string> argv;
@@ -60,6 +64,18 @@ std::string ShellTimeoutProfile(long seconds);
 
 // The seconds of TMOUT in such a file; 0 when it sets none.
 long ShellTimeoutSeconds(const std::string& profile);
+
+// The host tools' name of the availability time-out, kept in the console's
+// options file.
+constexpr const char* kShellAvailabilityOption = "/UserVars/TarvikShellTimeOut";
+
+// The systemd-run call that has `unit` switched off (disabled and stopped)
+// `seconds` from now, by the transient timer `timer` (and its service of the
+// same name, unloaded once it has run, also when it failed).
+std::vector<std::string> AvailabilityTimer(const Config& config,
+                                           const std::string& timer,
+                                           const std::string& unit,
+                                           long seconds);
 
 // A program start: `argv` as the console passes it, with `path` the program.
 Action MapProgram(const std::string& path, const std::vector<std::string>& argv,
