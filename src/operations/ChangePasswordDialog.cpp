@@ -5,8 +5,6 @@
 #include "ChangePasswordDialog.h"
 
 #include <cctype>
-#include <memory>
-#include <vector>
 
 #include "FieldKeys.h"
 #include "MessageDialog.h"
@@ -20,8 +18,8 @@ namespace {
 
 constexpr DialogSize kSize{60, 14, 6};
 constexpr int kFieldLength = 30;
-constexpr int kTab = 9;
-constexpr int kCtrlH = 8;
+constexpr int kOldField = 0;
+constexpr int kNewField = 1;
 
 const char* const kConfirmFooter =
     "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}{align:right}"
@@ -36,54 +34,21 @@ bool IsEditingKey(int key) {
 }  // namespace
 
 ChangePasswordDialog::ChangePasswordDialog(Frame* parent)
-    : Dialog(parent, kSize) {
-  std::vector<std::unique_ptr<Item>> items;
-  for (uint32_t key :
-       {Strings::kOldPasswordLabel, Strings::kNewPasswordLabel, Strings::kConfirmPasswordLabel}) {
-    auto field = std::make_unique<InputItem>(_strings->GetString(key), "", kFieldLength);
-    field->SetPassword(true);
-    items.push_back(std::move(field));
-  }
-  _old = static_cast<InputItem*>(items[0].get());
-  _new = static_cast<InputItem*>(items[1].get());
-  _confirm = static_cast<InputItem*>(items[2].get());
-  if (_contentWindow != nullptr) {
-    _list = &_contentWindow->AddChild<ItemList>(0, 0, _contentWindow->GetWidth(),
-                                                _contentWindow->GetHeight());
-    _list->SetItems(std::move(items));
-  } else {
-    // No room for the fields (a terminal far too small): the dialog only
-    // cancels, and the empty fields go now.
-    _old = _new = _confirm = nullptr;
-  }
-}
-
-ChangePasswordDialog::~ChangePasswordDialog() {
-  for (InputItem* field : {_old, _new, _confirm}) {
-    if (field != nullptr) {
-      field->Wipe();
-    }
-  }
-}
-
-void ChangePasswordDialog::DrawFields() {
-  Window::ShowCursor(true);
-  _list->DrawItems();
-}
-
-void ChangePasswordDialog::Focus(InputItem* item) {
-  while (_list->Current() != item) {
-    const int before = _list->CurrentIndex();
-    if (_list->CurrentIndex() < (item == _old ? 0 : item == _new ? 1 : 2)) {
-      _list->Next();
-    } else {
-      _list->Prev();
-    }
-    if (_list->CurrentIndex() == before) {
-      break;
-    }
-  }
-  DrawFields();
+    : FormDialog(parent, kSize, Strings::kPasswordTitle, Strings::kPasswordText,
+                 kOkCancelFooter) {
+  _moves = Moves::kFieldByFieldAround;
+  // From an expired login nobody is logged in yet: no idle limit then.
+  _idleLimit = _session.loggedIn;
+  const auto addPassword = [this](uint32_t label) {
+    return AddField({_strings->GetString(label), "", kFieldLength, IsEditingKey,
+                     FieldSpec::kAnyLength, true});
+  };
+  _old = addPassword(Strings::kOldPasswordLabel);
+  _new = addPassword(Strings::kNewPasswordLabel);
+  _confirm = addPassword(Strings::kConfirmPasswordLabel);
+  // Without room for the fields (a terminal far too small) the dialog only
+  // cancels.
+  ShowRows();
 }
 
 void ChangePasswordDialog::ShowError(uint32_t messageKey) {
@@ -94,14 +59,25 @@ void ChangePasswordDialog::ShowError(uint32_t messageKey) {
 void ChangePasswordDialog::RestartNewPassword() {
   _new->SetValue("");
   _confirm->SetValue("");
-  Focus(_new);
+  FocusField(kNewField);
 }
 
-bool ChangePasswordDialog::OldPasswordAccepted() {
-  return PasswordAccepted(_session.loginName, _old->GetValue());
+bool ChangePasswordDialog::Leave(int field) {
+  if (field != kOldField) {
+    return true;
+  }
+  if (!PasswordAccepted(_session.loginName, _old->GetValue())) {
+    ShowError(Strings::kOldPasswordIncorrect);
+    _old->SetValue("");
+    return false;
+  }
+  // Once accepted, the old password is left behind: Up and Tab no longer
+  // reach it.
+  _old->SetSelectable(false);
+  return true;
 }
 
-bool ChangePasswordDialog::Submit() {
+bool ChangePasswordDialog::Finish() {
   if (_confirm->GetValue() != _new->GetValue()) {
     ShowError(Strings::kPasswordMismatch);
     RestartNewPassword();
@@ -115,7 +91,7 @@ bool ChangePasswordDialog::Submit() {
   if (_new->GetValue() == _old->GetValue()) {
     SamePasswordConfirmDialog confirm(this);
     if (Frame::Run(&confirm) == 0) {
-      DrawFields();
+      Redraw();
       return false;
     }
   }
@@ -125,51 +101,6 @@ bool ChangePasswordDialog::Submit() {
     return false;
   }
   return true;
-}
-
-int ChangePasswordDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kPasswordTitle));
-  SetText(_strings->GetString(Strings::kPasswordText));
-  SetFooter(kOkCancelFooter);
-  if (_list == nullptr) {
-    return 0;
-  }
-  DrawFields();
-  while (true) {
-    // From an expired login nobody is logged in yet: no idle limit then.
-    const int key = Frame::WaitForKey(this, _session.loggedIn);
-    Item* current = _list->Current();
-    if (key == kKeyEscape) {
-      Window::ShowCursor(false);
-      return 0;
-    }
-    if (key == KEY_UP) {
-      // Once accepted, the old password is left behind for good.
-      if (current == _confirm) {
-        Focus(_new);
-      }
-    } else if (key == kTab || key == kKeyEnter || key == KEY_DOWN) {
-      if (current == _old) {
-        if (OldPasswordAccepted()) {
-          Focus(_new);
-        } else {
-          ShowError(Strings::kOldPasswordIncorrect);
-          _old->SetValue("");
-          DrawFields();
-        }
-      } else if (current == _new) {
-        Focus(_confirm);
-      } else if (key == kTab) {
-        Focus(_new);
-      } else if (key == kKeyEnter && Submit()) {
-        Window::ShowCursor(false);
-        return 1;
-      }
-    } else if (IsEditingKey(key)) {
-      static_cast<InputItem*>(current)->HandleKey(key == kCtrlH ? KEY_BACKSPACE : key);
-      DrawFields();
-    }
-  }
 }
 
 SamePasswordConfirmDialog::SamePasswordConfirmDialog(Frame* parent)

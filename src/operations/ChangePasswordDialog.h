@@ -3,30 +3,26 @@
 #pragma once
 
 #include "Dialog.h"
-#include "Item.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
-class ChangePasswordDialog : public Dialog {
+// The loop (FormDialog's, field by field) returns 1 after a successful
+// change, 0 when the user leaves with Esc. The three fields are masked, so
+// nothing of the passwords outlives the dialog.
+class ChangePasswordDialog : public FormDialog {
  public:
   explicit ChangePasswordDialog(Frame* parent);
-  // The three fields are wiped: nothing of the passwords outlives the dialog.
-  ~ChangePasswordDialog() override;
-  // 1 after a successful change, 0 when the user leaves with Esc.
-  int Loop() override;
 
  private:
-  // The old password passes when PAM accepts it, also when it has expired.
-  bool OldPasswordAccepted();
+  // Leaving the old password: it passes when PAM accepts it, also when it
+  // has expired, and is then left behind for good.
+  bool Leave(int field) override;
   // The checks and the change on Enter in the confirmation field.
-  bool Submit();
+  bool Finish() override;
   void ShowError(uint32_t messageKey);
   void RestartNewPassword();
-  void Focus(InputItem* item);
-  void DrawFields();
 
-  ItemList* _list = nullptr;
   InputItem* _old = nullptr;
   InputItem* _new = nullptr;
   InputItem* _confirm = nullptr;

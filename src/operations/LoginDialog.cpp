@@ -26,6 +26,7 @@
 #include "Command.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
+#include "ItemList.h"
 #include "KeyboardDialog.h"
 #include "MessageDialog.h"
 #include "NexCtl/SmartCardInfoImpl.h"
@@ -47,20 +48,38 @@ constexpr int kPromptHeight = 2;
 constexpr int kListY = kPromptY + kPromptHeight;
 constexpr int kListRows = 3;
 
-constexpr int kCtrlH = 8;
-
 const char* const kNonAsciiNameTitle = "Invalid login name";
 const char* const kNonAsciiNameText =
     "Login names are made of ASCII letters, digits and signs only; the character typed was "
     "not taken.";
-
-// String table keys.
 
 // The stray ">" after "black" is how this footer has always been written; the
 // markup treats the unknown colour name as no colour change.
 const char* const kSmartCardSwitch =
     "{align:left}{color:black>}<F3>{/color} {color:dark-grey}Switch PIN/Password "
     "Login{/color}{/align}";
+
+// The keys the fields take: printable characters, the bytes of UTF-8
+// letters (the field decides what it keeps) and the editing keys but Home.
+bool IsPasswordKey(int key) {
+  switch (key) {
+    case KEY_DC:
+    case KEY_BACKSPACE:
+    case 8:
+    case KEY_LEFT:
+    case KEY_RIGHT:
+    case KEY_END:
+      return true;
+    default:
+      return key >= 0 && key <= 255 && (isprint(key) || key >= 0x80);
+  }
+}
+
+// Account names on the host are plain ASCII: the first byte of a letter
+// such as "é" is not taken (OtherKey says why).
+bool IsNameKey(int key) {
+  return IsPasswordKey(key) && !(key >= 0xc2 && key <= 0xf4);
+}
 
 std::string KeyboardLineText() {
   std::string layout;
@@ -166,7 +185,12 @@ std::string CardUserId() {
   }
 }
 
-LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kSize) {
+LoginDialog::LoginDialog(Frame* parent)
+    : FormDialog(parent, kSize, Strings::kLoginTitle, Strings::kLoginPasswordPrompt,
+                 kOkCancelFooter) {
+  _moves = Moves::kFieldByField;
+  // Nobody is logged in: there is no session to time out.
+  _idleLimit = false;
   try {
     _smartCardSupported = NexCtl::Hardware::SmartCardInfoImpl().IsSupported();
   } catch (const HostCtl::Lib::HostCtlException& e) {
@@ -175,36 +199,21 @@ LoginDialog::LoginDialog(Frame* parent) : Dialog(parent, kSize) {
   const int width = _titleWindow->GetWidth() - 2 * kFieldsX;
   _prompt = &_titleWindow->AddChild<TextArea>(kFieldsX, kPromptY, width, kPromptHeight,
                                               _titleWindow->GetForeground());
-  _list = &_titleWindow->AddChild<ItemList>(kFieldsX, kListY, width, kListRows);
   BuildItems("root");
-}
-
-LoginDialog::~LoginDialog() {
-  // The typed password (or PIN) does not outlive the dialog.
-  if (_passwordItem != nullptr) {
-    _passwordItem->Wipe();
-  }
 }
 
 void LoginDialog::BuildItems(const std::string& name) {
   StringFactory& strings = *_strings;
-  std::vector<std::unique_ptr<Item>> items;
-  // With the text cursor hidden on this line, only the highlight shows the
-  // user where Enter goes.
-  auto keyboard = std::make_unique<LabelItem>(KeyboardLineText());
-  keyboard->SetHighlightFocus(true);
-  auto nameItem = std::make_unique<InputItem>(
-      strings.GetString(_pinMode ? Strings::kLoginIdLabel : Strings::kLoginNameLabel), name);
-  auto password = std::make_unique<InputItem>(
-      strings.GetString(_pinMode ? Strings::kPinLabel : Strings::kPasswordLabel), "");
-  password->SetPassword(true);
-  _keyboardLine = keyboard.get();
-  _nameItem = nameItem.get();
-  _passwordItem = password.get();
-  items.push_back(std::move(keyboard));
-  items.push_back(std::move(nameItem));
-  items.push_back(std::move(password));
-  _list->SetItems(std::move(items));
+  ClearRows();
+  _keyboardLine = AddAction(KeyboardLineText());
+  _nameItem = AddField({strings.GetString(_pinMode ? Strings::kLoginIdLabel
+                                                   : Strings::kLoginNameLabel),
+                        name, -1, IsNameKey, FieldSpec::kAnyLength});
+  _passwordItem =
+      AddField({strings.GetString(_pinMode ? Strings::kPinLabel : Strings::kPasswordLabel), "",
+                -1, IsPasswordKey, FieldSpec::kAnyLength, true});
+  ShowRowsIn(*_titleWindow, kFieldsX, kListY, _titleWindow->GetWidth() - 2 * kFieldsX,
+             kListRows);
   // With a name in place (normally "root") the password is all that is left
   // to type; the other lines are one or two Up away.
   _list->SelectShown(name.empty() ? 1 : 2);
@@ -217,14 +226,6 @@ void LoginDialog::ShowTexts() {
                    TextArea::VariableValue("hostname"));
   SetFooter(_smartCardSupported && !_pinMode ? std::string(kSmartCardSwitch) + kOkCancelFooter
                                              : std::string(kOkCancelFooter));
-}
-
-void LoginDialog::DrawFields() {
-  const bool onField = _list->Current() != _keyboardLine;
-  // Shown before the rows are drawn: the current field's row places the
-  // cursor last.
-  Window::ShowCursor(onField);
-  _list->DrawItems();
 }
 
 void LoginDialog::SwitchMode() {
@@ -240,7 +241,7 @@ void LoginDialog::SwitchMode() {
   }
   BuildItems(name);
   ShowTexts();
-  DrawFields();
+  Redraw();
 }
 
 void LoginDialog::Update() {
@@ -252,21 +253,20 @@ void LoginDialog::Update() {
   const std::string id = CardUserId();
   if (!id.empty() && id != _nameItem->GetValue()) {
     _nameItem->SetValue(id);
-    DrawFields();
+    Redraw();
   }
 }
 
-void LoginDialog::ChooseKeyboard() {
+void LoginDialog::Activate(int /*row*/) {
   {
     KeyboardDialog dialog(this);
     Frame::Run(&dialog);
   }
   // The chooser may have changed the layout; the typed values stay.
   _keyboardLine->SetLabel(KeyboardLineText());
-  DrawFields();
 }
 
-bool LoginDialog::Submit() {
+bool LoginDialog::Finish() {
   const std::string user = _nameItem->GetValue();
   const int result = Authenticate(user, _passwordItem->GetValue(), &LoginSession());
   const LoginOutcome outcome = RecordLoginResult(result, user);
@@ -297,83 +297,25 @@ bool LoginDialog::Submit() {
   if (outcome.clearPassword) {
     _passwordItem->SetValue("");
   }
-  DrawFields();
+  Redraw();
   return false;
 }
 
-void LoginDialog::RefuseNonAsciiName() {
-  {
-    MessageDialog message(this, std::string(kNonAsciiNameTitle), std::string(kNonAsciiNameText));
-    Frame::Run(&message);
-  }
-  DrawFields();
-}
-
-int LoginDialog::Loop() {
-  ShowTexts();
-  DrawFields();
-  while (true) {
-    const int key = Frame::WaitForKey(this, false);
-    Item* current = _list->Current();
-    auto* field = current == _keyboardLine ? nullptr : static_cast<InputItem*>(current);
-    switch (key) {
-      case kKeyEscape:
-        Window::ShowCursor(false);
-        return 0;
-      case KEY_UP:
-        _list->Prev();
-        DrawFields();
-        break;
-      case KEY_DOWN:
-        _list->Next();
-        DrawFields();
-        break;
-      case kKeyTab:
-      case kKeyEnter:
-        if (key == kKeyEnter && current == _keyboardLine) {
-          ChooseKeyboard();
-        } else if (key == kKeyEnter && current == _passwordItem) {
-          if (Submit()) {
-            Window::ShowCursor(false);
-            return 1;
-          }
-        } else {
-          _list->Next();
-          DrawFields();
-        }
-        break;
-      case KEY_F(3):
-        if (_smartCardSupported) {
-          SwitchMode();
-        }
-        break;
-      case KEY_DC:
-      case KEY_BACKSPACE:
-      case kCtrlH:
-      case KEY_LEFT:
-      case KEY_RIGHT:
-      case KEY_END:
-        if (field != nullptr) {
-          field->HandleKey(key);
-          DrawFields();
-        }
-        break;
-      default:
-        if (field == _nameItem && key >= 0xc2 && key <= 0xf4) {
-          // Account names on the host are plain ASCII: a letter such as "é"
-          // cannot be part of one. Dropping it silently would log in (or
-          // fail) with a name other than the one typed, so the user is told.
-          // The rest of the letter's bytes go with the message.
-          RefuseNonAsciiName();
-          break;
-        }
-        // Bytes of UTF-8 letters too: the field decides what it keeps.
-        if (field != nullptr && key >= 0 && key <= 255 && (isprint(key) || key >= 0x80)) {
-          field->HandleKey(key);
-          DrawFields();
-        }
-        break;
+void LoginDialog::OtherKey(int row, int key) {
+  if (key == KEY_F(3)) {
+    if (_smartCardSupported) {
+      SwitchMode();
     }
+  } else if (_list->At(static_cast<size_t>(row)) == _nameItem && key >= 0xc2 && key <= 0xf4) {
+    // Dropping the letter silently would log in (or fail) with a name other
+    // than the one typed, so the user is told. The rest of the letter's
+    // bytes go with the message.
+    {
+      MessageDialog message(this, std::string(kNonAsciiNameTitle),
+                            std::string(kNonAsciiNameText));
+      Frame::Run(&message);
+    }
+    Redraw();
   }
 }
 

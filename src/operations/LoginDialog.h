@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Dialog.h"
-#include "ItemList.h"
+#include "FormDialog.h"
 
 namespace Merel {
 
@@ -40,13 +39,12 @@ std::string CardUserId();
 // nobody is logged in. Installed as `session`'s smartCardCheck at start-up.
 void SmartCardCheck(Session& session);
 
-class LoginDialog : public Dialog {
+// The dialog's loop (FormDialog's, field by field) returns 1 when a user was
+// authenticated (the session's loginName is set and the session flag
+// raised), 0 when cancelled with Esc.
+class LoginDialog : public FormDialog {
  public:
   explicit LoginDialog(Frame* parent);
-  ~LoginDialog() override;
-  // 1 when a user was authenticated (the session's loginName is set and the session
-  // flag raised), 0 when cancelled with Esc.
-  int Loop() override;
   // A smart card came or went while the dialog is in front.
   void Update() override;
 
@@ -55,18 +53,17 @@ class LoginDialog : public Dialog {
   // login name / login id field. The password / PIN field becomes current,
   // or the name field when `name` is empty.
   void BuildItems(const std::string& name);
-  void ShowTexts();
+  void ShowTexts() override;
   void SwitchMode();
-  // Redraws the lines and shows the text cursor only on an input field.
-  void DrawFields();
-  void ChooseKeyboard();
+  // Enter on the keyboard line: the layout chooser.
+  void Activate(int row) override;
+  // F3, and a letter the login name cannot take.
+  void OtherKey(int row, int key) override;
   // One authentication attempt with the typed values; true on success.
-  bool Submit();
+  bool Finish() override;
 
   TextArea* _prompt = nullptr;
-  ItemList* _list = nullptr;
   LabelItem* _keyboardLine = nullptr;
-  void RefuseNonAsciiName();
 
   InputItem* _nameItem = nullptr;
   InputItem* _passwordItem = nullptr;

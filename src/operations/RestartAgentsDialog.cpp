@@ -80,17 +80,14 @@ int RestartAgentsDialog::Loop() {
   }
   _text->SetText(_strings->GetString(Strings::kRestartAgentsQuestion));
   _list->DrawItems();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEscape) {
-      return 0;
-    }
+  const bool confirmed = WaitForKeyOrEscape(KEY_F(11), true, [this](int key) {
     if (key == kSpace) {
       _collect->SetChecked(!_collect->IsChecked());
       _list->DrawItems();
-    } else if (key == KEY_F(11)) {
-      break;
     }
+  });
+  if (!confirmed) {
+    return 0;
   }
   Restart();
   WaitForEnter();

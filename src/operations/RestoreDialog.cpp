@@ -50,9 +50,7 @@ int RestoreDialog::Loop() {
   if (!RestartAfterReset()) {
     return 0;
   }
-  for (;;) {
-    Frame::WaitForKey(this, false);
-  }
+  WaitForTheEnd();
 }
 
 }  // namespace Merel

@@ -132,18 +132,12 @@ int SupportInformationDialog::Loop() {
   }
   SetFooter(std::string(kKeys) + kOkFooter);
   ShowPosition();
-  while (true) {
-    const int key = Frame::WaitForKey(this, true);
-    if (key == kKeyEnter) {
-      return 1;
-    }
-    if (key == kKeyEscape) {
-      return 0;
-    }
+  const bool ok = WaitForKeyOrEscape(kKeyEnter, true, [this](int key) {
     if (_view != nullptr && _view->ScrollByKey(key)) {
       ShowPosition();
     }
-  }
+  });
+  return ok ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -68,7 +68,9 @@ TextArea* Dialog::AddContentText() {
                                              _contentWindow->GetForeground());
 }
 
-bool Dialog::WaitForKeyOrEscape(int yesKey, bool useIdleLimit) {
+bool Dialog::WaitForKeyOrEscape(int yesKey,
+                                bool useIdleLimit,
+                                const std::function<void(int key)>& otherKey) {
   for (;;) {
     const int key = Frame::WaitForKey(this, useIdleLimit);
     if (key == kKeyEscape) {
@@ -77,11 +79,20 @@ bool Dialog::WaitForKeyOrEscape(int yesKey, bool useIdleLimit) {
     if (key == yesKey) {
       return true;
     }
+    if (otherKey) {
+      otherKey(key);
+    }
   }
 }
 
 void Dialog::WaitForEnter(bool useIdleLimit) {
   while (Frame::WaitForKey(this, useIdleLimit) != kKeyEnter) {
+  }
+}
+
+void Dialog::WaitForTheEnd() {
+  for (;;) {
+    Frame::WaitForKey(this, false);
   }
 }
 

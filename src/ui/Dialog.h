@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "Frame.h"
 #include "TextArea.h"
@@ -48,11 +49,17 @@ class Dialog : public Frame {
   // is too low to have one.
   TextArea* AddContentText();
   // The key loop of a yes-or-cancel question: true on `yesKey`, false on
-  // Esc; every other key is ignored. Drastic actions take KEY_F(11), so
-  // that an Enter typed ahead cannot set them off.
-  bool WaitForKeyOrEscape(int yesKey, bool useIdleLimit = true);
+  // Esc; every other key goes to `otherKey` (a mark, a scroll), or is
+  // ignored without one. Drastic actions take KEY_F(11), so that an Enter
+  // typed ahead cannot set them off.
+  bool WaitForKeyOrEscape(int yesKey,
+                          bool useIdleLimit = true,
+                          const std::function<void(int key)>& otherKey = nullptr);
   // The key loop of a notice: returns on Enter, ignores every other key.
   void WaitForEnter(bool useIdleLimit = true);
+  // The host is on its way down and will end this process: no key (nor
+  // the idle limit) takes the user back into a menu meanwhile.
+  [[noreturn]] void WaitForTheEnd();
   // Shows a question's title, description and footer, and `question` in the
   // body when the dialog made a text there with AddContentText (`body`);
   // then waits as WaitForKeyOrEscape does.

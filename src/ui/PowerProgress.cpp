@@ -32,11 +32,7 @@ int PowerProgressDialog::Loop() {
   if (Platform::System(_command) == -1) {
     return 0;
   }
-  // The host is on its way down and will end this process; a key (or the
-  // idle limit) must not take the user back into a menu meanwhile.
-  for (;;) {
-    Frame::WaitForKey(this, false);
-  }
+  WaitForTheEnd();
 }
 
 }  // namespace Merel

@@ -207,6 +207,10 @@ INSTANTIATE_TEST_SUITE_P(
                       RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
                       RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
                       RefusalCase{"Empty", "", kOld, "", "", kEmpty},
+                      // Tab in the confirmation goes back to the new password
+                      // (never to the old one): "c" ends "abc", which is then
+                      // confirmed and handed to the stack.
+                      RefusalCase{"TabBackToNew", "authtok", kOld, "ab", "\tc\rabc", kFailed},
                       // Control characters never reach a field.
                       RefusalCase{"ControlDropped", "", kOld, "\x01\x02", "\x01\x02", kEmpty},
                       RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
