@@ -93,6 +93,13 @@ int IndexOf(nl_sock* sock, const std::string& name, std::string& error) {
   return rtnl_link_get_ifindex(link.get());
 }
 
+// A socket in `sock` and the index of link `name`: 0, with `error` set,
+// when either cannot be had.
+int OpenOn(const std::string& name, Socket& sock, std::string& error) {
+  sock = Open(error);
+  return sock ? IndexOf(sock.get(), name, error) : 0;
+}
+
 // The PVID of each bridge port and bridge (its own port) by interface
 // index. libnl keeps no bridge VLANs of a bridge's own port, and only a dump
 // of the bridge family asking for them lists it: the dump is made here and
@@ -216,10 +223,8 @@ bool SetAddresses(const std::string& name,
                   bool ipv6,
                   const std::vector<std::string>& wanted,
                   std::string& error) {
-  Socket sock = Open(error);
-  if (!sock)
-    return false;
-  const int index = IndexOf(sock.get(), name, error);
+  Socket sock;
+  const int index = OpenOn(name, sock, error);
   if (index == 0)
     return false;
   const int family = ipv6 ? AF_INET6 : AF_INET;
@@ -317,10 +322,8 @@ bool SetDefaultRoute(const std::string& name,
 }
 
 bool SetMaster(const std::string& name, const std::string& master, std::string& error) {
-  Socket sock = Open(error);
-  if (!sock)
-    return false;
-  const int index = IndexOf(sock.get(), name, error);
+  Socket sock;
+  const int index = OpenOn(name, sock, error);
   if (index == 0)
     return false;
   if (master.empty())
@@ -379,10 +382,8 @@ bool SendAcked(nl_sock* sock, Message msg, const std::string& what, std::string&
 }
 
 bool SetVlanFiltering(const std::string& bridge, bool on, std::string& error) {
-  Socket sock = Open(error);
-  if (!sock)
-    return false;
-  const int index = IndexOf(sock.get(), bridge, error);
+  Socket sock;
+  const int index = OpenOn(bridge, sock, error);
   if (index == 0)
     return false;
   Message msg = LinkMessage(RTM_NEWLINK, AF_UNSPEC, index);
@@ -400,10 +401,8 @@ bool SetVlanFiltering(const std::string& bridge, bool on, std::string& error) {
 }
 
 bool SetPortVlan(const std::string& name, bool self, int vid, bool add, std::string& error) {
-  Socket sock = Open(error);
-  if (!sock)
-    return false;
-  const int index = IndexOf(sock.get(), name, error);
+  Socket sock;
+  const int index = OpenOn(name, sock, error);
   if (index == 0)
     return false;
   Message msg = LinkMessage(add ? RTM_SETLINK : RTM_DELLINK, AF_BRIDGE, index);
