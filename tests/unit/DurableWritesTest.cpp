@@ -75,16 +75,26 @@ std::map<std::string, std::string> Snapshot(const std::string& root) {
 }
 
 // pam_wrapper's folders (/tmp/pam.X) that a killed process made and could
-// not take away again: there are only so many of those names.
-void RemovePamWrapperFolders(const std::string& trace) {
+// not take away again: there are only so many of those names. A name in the
+// trace may have been freed by a process that ended well and taken since by
+// another test's: only a folder whose service files name `root` is ours.
+void RemovePamWrapperFolders(const std::string& trace, const std::string& root) {
   std::istringstream lines(ReadFile(trace));
   std::string line;
   while (std::getline(lines, line)) {
     const auto at = line.find("mkdir(\"/tmp/pam.");
-    if (at != std::string::npos && line.ends_with("= 0")) {
-      const auto begin = at + 7;
-      std::error_code ignored;
-      fs::remove_all(line.substr(begin, line.find('"', begin) - begin), ignored);
+    if (at == std::string::npos || !line.ends_with("= 0")) {
+      continue;
+    }
+    const auto begin = at + 7;
+    const std::string folder = line.substr(begin, line.find('"', begin) - begin);
+    std::error_code ignored;
+    bool ours = false;
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+      ours = ours || ReadFile(entry.path().string()).find(root + "/etc/") != std::string::npos;
+    }
+    if (ours) {
+      fs::remove_all(folder, ignored);
     }
   }
 }
@@ -155,7 +165,7 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
     const bool wasKilled =
         WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL);
     if (wasKilled) {
-      RemovePamWrapperFolders(trace);
+      RemovePamWrapperFolders(trace, root);
     }
     const auto now = Snapshot(root);
     for (const auto& file : kFiles) {
