@@ -410,12 +410,12 @@ bool SetPortVlan(const std::string& name, bool self, int vid, bool add, std::str
   vlan.vid = static_cast<uint16_t>(vid);
   if (self && add)
     vlan.flags = BRIDGE_VLAN_INFO_PVID | BRIDGE_VLAN_INFO_UNTAGGED;
-  nlattr* spec = msg ? nla_nest_start(msg.get(), IFLA_AF_SPEC) : nullptr;
-  if (!spec || (self && nla_put_u16(msg.get(), IFLA_BRIDGE_FLAGS, BRIDGE_FLAGS_SELF) < 0) ||
+  nlattr* afAttrs = msg ? nla_nest_start(msg.get(), IFLA_AF_SPEC) : nullptr;
+  if (!afAttrs || (self && nla_put_u16(msg.get(), IFLA_BRIDGE_FLAGS, BRIDGE_FLAGS_SELF) < 0) ||
       nla_put(msg.get(), IFLA_BRIDGE_VLAN_INFO, sizeof(vlan), &vlan) < 0)
     msg.reset();
   if (msg)
-    nla_nest_end(msg.get(), spec);
+    nla_nest_end(msg.get(), afAttrs);
   return SendAcked(sock.get(), std::move(msg), name + " VLAN " + std::to_string(vid), error);
 }
 

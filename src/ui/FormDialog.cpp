@@ -51,12 +51,12 @@ void FormDialog::AddSpacer() {
   AddRow(std::make_unique<LabelItem>("", false));
 }
 
-InputItem* FormDialog::AddField(FieldSpec spec) {
-  auto field = std::make_unique<InputItem>(spec.label, spec.value, spec.width);
-  field->SetPassword(spec.masked);
+InputItem* FormDialog::AddField(FieldSpec wanted) {
+  auto field = std::make_unique<InputItem>(wanted.label, wanted.value, wanted.width);
+  field->SetPassword(wanted.masked);
   InputItem* raw = AddRow(std::move(field), static_cast<int>(_fields.size()));
   _fields.push_back(raw);
-  _specs.push_back(std::move(spec));
+  _specs.push_back(std::move(wanted));
   return raw;
 }
 

@@ -78,7 +78,7 @@ class FormDialog : public Dialog {
   RadioItem* AddRadio(const std::string& label, bool marked);
   CheckItem* AddCheck(const std::string& label, bool checked, int indent);
   void AddSpacer();
-  InputItem* AddField(FieldSpec spec);
+  InputItem* AddField(FieldSpec wanted);
   // A line Enter acts on (Activate), shown selected while it has the focus.
   LabelItem* AddAction(const std::string& label);
   // Puts the rows into the body; without room for them the dialog ends at
