@@ -324,10 +324,9 @@ TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
   const std::string errors = Slurp(_scratch + "/errors");
   ExpectHas(errors, {"no PCI device 0000:09:00.0", "not a PCI address: rm"});
   EXPECT_EQ(Calls(), "modprobe vfio-pci\n");
-  const std::string devices = _scratch + "/pci/devices/";
-  EXPECT_EQ(Slurp(devices + "0000:01:00.0/driver_override"), "vfio-pci\n");
-  EXPECT_EQ(Slurp(devices + "0000:01:00.1/driver_override"), "vfio-pci\n");
-  EXPECT_EQ(Slurp(devices + "0000:00:19.0/driver_override"), "(null)\n");
+  for (const auto& [device, driver] : {std::pair("0000:01:00.0", "vfio-pci\n"),
+                                       {"0000:01:00.1", "vfio-pci\n"}, {"0000:00:19.0", "(null)\n"}})
+    EXPECT_EQ(Slurp(_scratch + "/pci/devices/" + device + "/driver_override"), driver) << device;
   EXPECT_EQ(Slurp(_scratch + "/pci/drivers_probe"), "0000:01:00.1\n");
 }
 

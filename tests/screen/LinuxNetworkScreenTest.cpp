@@ -109,11 +109,10 @@ nlohmann::json Networkd(const std::string& text) {
 // Types `texts` into a dialog's fields, one below the other from the
 // selected one; "" leaves a field as it is.
 void Fill(Terminal& console, std::initializer_list<const char*> texts) {
-  bool first = true;
+  int field = 0;
   for (const char* text : texts) {
-    if (!first)
+    if (field++ > 0)
       Type(console, {Key::kDown});
-    first = false;
     if (*text)
       TypeText(console, text);
   }
