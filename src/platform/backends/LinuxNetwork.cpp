@@ -118,6 +118,23 @@ void ParseResolver(const std::string& text, DnsState& dns) {
   }
 }
 
+std::vector<std::string> LeaseNameServers(const std::string& text) {
+  std::vector<std::string> servers;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::string key = "domain_name_servers=";
+    if (line.rfind(key, 0) != 0)
+      continue;
+    std::string value = line.substr(key.size());
+    if (value.size() >= 2 && value.front() == '\'' && value.back() == '\'')
+      value = value.substr(1, value.size() - 2);
+    std::istringstream words(value);
+    for (std::string server; words >> server;)
+      servers.push_back(server);
+  }
+  return servers;
+}
+
 std::vector<std::string> SearchList(const DnsState& dns) {
   std::vector<std::string> search = dns.searchDomains;
   if (search.empty() && !dns.domain.empty())
