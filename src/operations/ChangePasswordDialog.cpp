@@ -38,8 +38,8 @@ ChangePasswordDialog::ChangePasswordDialog(Frame* parent)
   // From an expired login nobody is logged in yet: no idle limit then.
   _idleLimit = _session.loggedIn;
   const auto addPassword = [this](uint32_t label) {
-    return AddField({_strings->GetString(label), "", kFieldLength, IsPasswordKey,
-                     FieldSpec::kAnyLength, true});
+    return AddField(
+        {_strings->GetString(label), "", kFieldLength, IsPasswordKey, FieldSpec::kAnyLength, true});
   };
   _old = addPassword(Strings::kOldPasswordLabel);
   _new = addPassword(Strings::kNewPasswordLabel);
