@@ -12,6 +12,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
+#include <map>
 #include <sstream>
 
 #include "DurableFile.h"
@@ -31,26 +33,28 @@ std::string Slurp(const std::string& path) {
   return text.str();
 }
 
+// The first of `places` that is a program of the machine in `root`, with
+// `root` before it; "" when none is.
+std::string FirstProgram(const std::string& root, std::initializer_list<const char*> places) {
+  for (const char* place : places) {
+    if (access((root + place).c_str(), X_OK) == 0)
+      return root + place;
+  }
+  return "";
+}
+
 bool Contains(const std::vector<std::string>& list, const std::string& name) {
   return std::find(list.begin(), list.end(), name) != list.end();
 }
 
-std::vector<std::string> Bridges(const Linux::KernelNetwork& kernel) {
-  std::vector<std::string> names;
+// The kernel's bridges by name, with their MAC addresses.
+std::map<std::string, std::string> Bridges(const Linux::KernelNetwork& kernel) {
+  std::map<std::string, std::string> bridges;
   for (const auto& link : kernel.links) {
     if (link.kind == "bridge")
-      names.push_back(link.name);
+      bridges[link.name] = link.mac;
   }
-  return names;
-}
-
-// The VLAN of a switch's port groups (a bridge has one); 0 for none.
-uint16_t SwitchVlan(const VSwitchState& vswitch) {
-  for (const auto& group : vswitch.portGroups) {
-    if (group.vlanId != 0)
-      return group.vlanId;
-  }
-  return 0;
+  return bridges;
 }
 
 // The addresses the interface obtained by itself are not the
@@ -193,11 +197,7 @@ bool LinuxBackend::ResolvedRuns() const {
 }
 
 std::string LinuxBackend::Resolvectl() const {
-  for (const char* place : {"/usr/bin/resolvectl", "/bin/resolvectl"}) {
-    if (access((_root + place).c_str(), X_OK) == 0)
-      return _root + place;
-  }
-  return "";
+  return FirstProgram(_root, {"/usr/bin/resolvectl", "/bin/resolvectl"});
 }
 
 bool LinuxBackend::RunTool(const std::vector<std::string>& words,
@@ -283,11 +283,7 @@ std::string LinuxBackend::Ipv6SysctlPath() const {
 }
 
 std::string LinuxBackend::DhcpClient() const {
-  for (const char* place : {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"}) {
-    if (access((_root + place).c_str(), X_OK) == 0)
-      return _root + place;
-  }
-  return "";
+  return FirstProgram(_root, {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"});
 }
 
 void LinuxBackend::WriteNetworkd(const NetworkState& network,
@@ -300,12 +296,7 @@ void LinuxBackend::WriteNetworkd(const NetworkState& network,
   NetworkState written = network;
   for (auto& nic : written.nics)
     nic.ipv6Addresses = StaticIpv6(nic, kernel);
-  std::map<std::string, std::string> bridges;
-  for (const auto& link : kernel.links) {
-    if (link.kind == "bridge")
-      bridges[link.name] = link.mac;
-  }
-  const auto files = Linux::RenderNetworkd(written, bridges, ResolvedRuns());
+  const auto files = Linux::RenderNetworkd(written, Bridges(kernel), ResolvedRuns());
   std::string error;
   for (const auto& [name, content] : files) {
     if (Slurp(dir + "/" + name) != content &&
@@ -394,7 +385,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
     const std::vector<std::string> current = Teamed(*old);
     if (wanted == current)
       continue;
-    if (!Contains(Bridges(kernel), vswitch.name)) {
+    if (!Bridges(kernel).count(vswitch.name)) {
       fail(vswitch.name + ": the uplinks of a host without a bridge cannot change");
       continue;
     }
@@ -436,14 +427,14 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
                                 [&](const VSwitchState& v) { return v.name == vswitch.name; });
     if (old == was.vswitches.end() || keptOne == kept.vswitches.end())
       continue;
-    const uint16_t vlan = SwitchVlan(vswitch);
-    const uint16_t oldVlan = SwitchVlan(*old);
+    const uint16_t vlan = Linux::SwitchVlan(vswitch);
+    const uint16_t oldVlan = Linux::SwitchVlan(*old);
     const std::vector<std::string> ports = Teamed(*keptOne);
     const std::vector<std::string> oldPorts = Teamed(*old);
     if (vlan == oldVlan && (vlan == 0 || ports == oldPorts))
       continue;
     const std::string what = "VLAN " + std::to_string(vlan == 0 ? oldVlan : vlan) + ": ";
-    if (!Contains(Bridges(kernel), vswitch.name)) {
+    if (!Bridges(kernel).count(vswitch.name)) {
       fail(what + vswitch.name + " is not a bridge");
       continue;
     }

@@ -63,6 +63,9 @@ void MapNetwork(const KernelNetwork& kernel,
 // adapter and no bridge).
 std::string ManagementLink(const KernelNetwork& kernel);
 
+// The VLAN of a switch's port groups (a bridge has one); 0 for none.
+uint16_t SwitchVlan(const VSwitchState& vswitch);
+
 // The console's networkd files (name -> content) for the state: a
 // .netdev and a .network for each bridge, a .network for each uplink, and
 // the management interface's addresses. `bridges` holds the switches that
