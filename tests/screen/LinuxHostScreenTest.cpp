@@ -151,6 +151,8 @@ class LinuxHostTest : public NamespaceTest {
     std::ofstream(_scratch + "/varlog/" + path) << text;
   }
 
+  void ShutDown(bool force, Key key, const char* stopped, const char* power, const char* event);
+
   std::unique_ptr<LogSocket> _syslog;
   std::unique_ptr<LogSocket> _journal;
 };
@@ -210,47 +212,37 @@ TEST_F(LinuxHostTest, RealPamAgainstThePrivateShadowFile) {
       << _syslog->Records();
 }
 
-struct ShutdownCase {
-  const char* name;
-  bool force;           // the check item "Forcefully terminate running VMs"
-  Key key;              // F2 shuts down, F11 restarts
-  const char* stopped;  // what became of each running guest
-  const char* power;    // the recorded systemd call
-  const char* event;
-};
-
-class LinuxShutdownTest : public LinuxHostTest,
-                          public ::testing::WithParamInterface<ShutdownCase> {};
-
-TEST_P(LinuxShutdownTest, RunningGuestsAreStoppedBeforeThePowerGoes) {
-  const ShutdownCase& c = GetParam();
+// From the shutdown dialog (F12), the check item "Forcefully terminate
+// running VMs" set with `force`, then `key`: each running guest `stopped`,
+// the one shut off left alone, then the `power` call and the `event`.
+void LinuxHostTest::ShutDown(bool force, Key key, const char* stopped, const char* power,
+                             const char* event) {
   Terminal& console = StartLoggedIn("", Key::kF12, "Forcefully terminate");
-  if (c.force)
+  if (force)
     console.SendText(" ");
-  console.SendKey(c.key);
-  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), c.power); }))
+  console.SendKey(key);
+  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), power); }))
       << Calls() << console.Text();
   for (const char* guest : {"guest-a", "guest-b"}) {
-    EXPECT_TRUE(_syslog->WaitFor(std::string("Virtual machine ") + guest + c.stopped))
+    EXPECT_TRUE(_syslog->WaitFor(std::string("Virtual machine ") + guest + stopped))
         << _syslog->Records();
   }
-  // The guest that was not running is left alone.
   EXPECT_FALSE(_syslog->Has("guest-off")) << _syslog->Records();
-  EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + c.event)) << _journal->Records();
-  const bool restart = std::string(c.power).find("reboot") != std::string::npos;
-  ExpectLacks(Calls(), {restart ? "poweroff" : "reboot"});
+  EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + event)) << _journal->Records();
+  ExpectLacks(Calls(), {Contains(power, "reboot") ? "poweroff" : "reboot"});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Linux,
-    LinuxShutdownTest,
-    ::testing::Values(ShutdownCase{"GracefulShutDown", false, Key::kF2, " shut down",
-                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
-                      ShutdownCase{"ForcedShutDown", true, Key::kF2, " powered off",
-                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
-                      ShutdownCase{"GracefulRestart", false, Key::kF11, " shut down",
-                                   "systemctl reboot\n", "obsv.user.merel.reboot.host"}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST_F(LinuxHostTest, GracefulShutDownShutsTheGuestsDown) {
+  ShutDown(false, Key::kF2, " shut down", "systemctl poweroff\n", "obsv.user.merel.shutdown.host");
+}
+
+TEST_F(LinuxHostTest, ForcedShutDownPowersTheGuestsOff) {
+  ShutDown(true, Key::kF2, " powered off", "systemctl poweroff\n", "obsv.user.merel.shutdown.host");
+}
+
+TEST_F(LinuxHostTest, GracefulRestartShutsTheGuestsDown) {
+  ShutDown(false, Key::kF11, " shut down", "systemctl reboot\n", "obsv.user.merel.reboot.host");
+}
 
 const char kPciMounts[] = R"SH(
 mount --bind "$S/pci" /sys/bus/pci
@@ -324,8 +316,9 @@ TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
   const std::string errors = Slurp(_scratch + "/errors");
   ExpectHas(errors, {"no PCI device 0000:09:00.0", "not a PCI address: rm"});
   EXPECT_EQ(Calls(), "modprobe vfio-pci\n");
-  for (const auto& [device, driver] : {std::pair("0000:01:00.0", "vfio-pci\n"),
-                                       {"0000:01:00.1", "vfio-pci\n"}, {"0000:00:19.0", "(null)\n"}})
+  for (const auto& [device, driver] :
+       {std::pair("0000:01:00.0", "vfio-pci\n"), {"0000:01:00.1", "vfio-pci\n"},
+        {"0000:00:19.0", "(null)\n"}})
     EXPECT_EQ(Slurp(_scratch + "/pci/devices/" + device + "/driver_override"), driver) << device;
   EXPECT_EQ(Slurp(_scratch + "/pci/drivers_probe"), "0000:01:00.1\n");
 }

@@ -281,7 +281,8 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesAndUplinksReachTheKernelAndThe
   EXPECT_EQ(Fields(Unit("br0.network"),
                    {"[Match] Name", "[Network] DHCP", "[Network] Address", "[Network] Gateway"}),
             List({"br0", "no", "10.99.0.7/24", "10.99.0.1"}));
-  EXPECT_EQ(Fields(Unit("br0.netdev"), {"[NetDev] Name", "[NetDev] Kind"}), List({"br0", "bridge"}));
+  EXPECT_EQ(Fields(Unit("br0.netdev"), {"[NetDev] Name", "[NetDev] Kind"}),
+            List({"br0", "bridge"}));
   for (const std::string uplink : {"nic0", "nic1"}) {
     EXPECT_EQ(Fields(Unit(uplink + ".network"), {"[Match] Name", "[Network] Bridge"}),
               List({uplink, "br0"}));

@@ -337,7 +337,8 @@ TEST(LinuxTools, LogViewerAndConsoleFilesAreTheSystemsOwn) {
   for (const auto& [asked, found] :
        {std::pair("/var/log/nexel.log", "/var/log/kern.log"),
         {"/var/run/ostrel/show-merel-login", "/etc/merel/console-login"},
-        {"/etc/ostrel/ssl/host.crt", "/etc/pki/libvirt/servercert.pem"}, {"/etc/ssh/x", "/etc/ssh/x"}})
+        {"/etc/ostrel/ssl/host.crt", "/etc/pki/libvirt/servercert.pem"},
+        {"/etc/ssh/x", "/etc/ssh/x"}})
     EXPECT_EQ(backend.HostPath(asked), tree.Root() + found);
   EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
 }
