@@ -622,12 +622,16 @@ TEST_F(LinuxNetworkTest, DnsGoesToResolvedWhereItRuns) {
   ApplyChanges(console);
 
   // Each setting reaches resolved as it is made: the last calls hold all.
-  std::map<std::string, std::string> last;
-  std::istringstream lines(Slurp(_scratch + "/calls"));
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("resolvectl ", 0) == 0)
-      last[line.substr(0, line.find(' ', 11))] = line;
-  }
+  auto lastCalls = [&] {
+    std::map<std::string, std::string> last;
+    std::istringstream lines(Slurp(_scratch + "/calls"));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.rfind("resolvectl ", 0) == 0)
+        last[line.substr(0, line.find(' ', 11))] = line;
+    }
+    return last;
+  };
+  auto last = lastCalls();
   EXPECT_EQ(last["resolvectl dns"], "resolvectl dns br0 10.99.0.53 10.99.0.54");
   EXPECT_EQ(last["resolvectl domain"], "resolvectl domain br0 a.test b.test");
   const auto bridge = Fields(File("/systemd/network/10-merel-br0.network"));
@@ -647,6 +651,20 @@ TEST_F(LinuxNetworkTest, DnsGoesToResolvedWhereItRuns) {
   EXPECT_TRUE(Contains(RightText(console), "10.99.0.54")) << console.Text();
   ASSERT_TRUE(SelectEntry(console, "Custom DNS Suffixes")) << console.Text();
   EXPECT_TRUE(Contains(RightText(console), "a.test")) << console.Text();
+
+  // The router's server from a lease goes there too, never through the
+  // link (the DHCP client's own hook writes the file it finds).
+  Choose(console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(console, {Key::kDown, Key::kSpace});
+  Accept(console);
+  Choose(console, "DNS Configuration", "Use the following DNS server addresses");
+  Type(console, {Key::kUp, Key::kUp, Key::kSpace});
+  Accept(console);
+  ApplyChanges(console);
+  last = lastCalls();
+  EXPECT_EQ(last["resolvectl dns"], "resolvectl dns br0 10.99.0.1");
+  EXPECT_EQ(last["resolvectl domain"], "resolvectl domain br0 a.test b.test");
+  EXPECT_EQ(InHost("readlink /etc/resolv.conf; cat /etc/resolv.conf"), resolver);
 }
 
 // The factory layout: one bridge on the first adapter with a link, DHCP on
