@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "HostFeatures.h"
 #include "HostState.h"
-#include "Platform.h"
 
 namespace Platform {
 

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "HostFeatures.h"
+
 namespace Platform {
 
 class Backend;
@@ -64,23 +66,8 @@ bool SwitchVirtualTerminal(int vt);
 // from its state ("consoleKeyboard"), whatever terminal the console is in.
 bool ConsoleKeyboard(int fd);
 
-// Host operations a host may lack altogether (not just for now): the
-// screens then say so instead of offering them, and the host library leaves
-// out what the host does otherwise.
-enum class Feature {
-  kLockdownMode,        // the management service's lockdown mode
-  kConfigurationReset,  // a factory configuration to reset to
-  kManagementVlan,      // a VLAN set on the management port group
-  // The DNS save writes the resolver file; a host whose backend writes it
-  // with the settings themselves, or leaves it to a resolver service,
-  // lacks it.
-  kResolverFileOnSave,
-};
 // Whether the host has `feature`.
 bool HostHas(Feature feature);
-
-// The services the troubleshooting window switches on and off.
-enum class HostService { kShell, kSsh };
 
 // Called once the console has switched `service` on or off. Where the
 // host's services do not keep the availability time-out themselves, the
