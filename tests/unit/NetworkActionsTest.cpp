@@ -1,20 +1,29 @@
 // The network actions without their dialogs: what the apply pass reports
-// (failures in order, the restart it needs, the moment the address changed)
-// and the outcome of the factory restore, on a simulated host with faults
-// injected.
+// (failures in order, the restart it needs, the moment the address changed),
+// the outcome of the factory restore on a simulated host with faults
+// injected, the name servers and suffix text of the settings record (loading
+// it from a host: the network screen tests), the restart's result lines, the
+// test's default targets, and the resolve step's care for the hosts file.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "DoRestartNetworkDialog.h"
+#include "HostCtl/Ipv6Network.h"
 #include "NetworkApply.h"
 #include "NetworkRestore.h"
 #include "NetworkSettings.h"
+#include "NetworkTest.h"
 #include "SimHostTestSupport.h"
+#include "TestDialog.h"
 
 namespace {
 
+using namespace HostCtl::Network;
 using SimHostTest::RunSim;
 using SimHostTest::SimRoot;
 
@@ -50,13 +59,13 @@ TEST(NetworkApplyTest, ReportsEveryFailureInOrderAndTheRestart) {
       Fail(root, fault);
     }
     Merel::NetworkSettings settings;
-    std::unique_ptr<HostCtl::Network::NexNic> nic;
+    std::unique_ptr<NexNic> nic;
     ASSERT_EQ(Merel::LoadNetworkSettings(settings, nic), Merel::LoadResult::kLoaded) << c.name;
     if (c.toggleIpv6) {
       settings.ipv6EnabledPending = !settings.ipv6EnabledCurrent;
     }
     if (c.newAddress) {
-      settings.addresses.SetIpv4Address(HostCtl::Network::Ipv4Address("192.168.10.21"));
+      settings.addresses.SetIpv4Address(Ipv4Address("192.168.10.21"));
     }
     std::vector<std::string> shown;
     int addressChanges = 0;
@@ -97,6 +106,93 @@ TEST(NetworkRestoreActionTest, StepsAndOutcome) {
     EXPECT_EQ(outcome, c.outcome) << c.faults.size();
     EXPECT_EQ(steps, c.steps) << c.faults.size();
   }
+}
+
+TEST(NetworkSettingsTest, NameServerChoice) {
+  const struct {
+    std::vector<const char*> ipv4, ipv6;
+    const char *primary, *alternate;  // "" = none
+  } cases[] = {
+      {{}, {}, "", ""}, {{"10.0.0.1"}, {}, "10.0.0.1", ""},
+      {{"10.0.0.1", "10.0.0.2"}, {}, "10.0.0.1", "10.0.0.2"},
+      // One of each kind wins over a second IPv4 server.
+      {{"10.0.0.1", "10.0.0.2"}, {"fe80::1"}, "10.0.0.1", "fe80::1"},
+      {{"10.0.0.1"}, {"fe80::1", "fe80::2"}, "10.0.0.1", "fe80::1"},
+      {{}, {"2001:db8::a", "2001:db8::b", "2001:db8::c"}, "2001:db8::a", "2001:db8::b"},
+      {{}, {"2001:db8::a"}, "2001:db8::a", ""},
+  };
+  for (const auto& c : cases) {
+    const Merel::NameServerChoice choice =
+        Merel::ChooseNameServers({c.ipv4.begin(), c.ipv4.end()}, {c.ipv6.begin(), c.ipv6.end()});
+    EXPECT_EQ(std::pair(choice.primary ? choice.primary->GetStringAddress() : "",
+                        choice.alternate ? choice.alternate->GetStringAddress() : ""),
+              std::pair(std::string(c.primary), std::string(c.alternate)));
+  }
+}
+
+TEST(NetworkSettingsTest, SuffixText) {
+  EXPECT_EQ(std::tuple(Merel::JoinSuffixes({}), Merel::JoinSuffixes({"a.com"}),
+                       Merel::JoinSuffixes({"a.com", "b.com"})),
+            std::tuple("", "a.com", "a.com, b.com"));
+
+  const std::pair<const char*, std::vector<std::string>> splits[] = {
+      {"", {}}, {" ,, ", {}}, {"a.com, b.com,,c.com", {"a.com", "b.com", "c.com"}},
+      {"a.com\tb.com  c.com,", {"a.com", "b.com", "c.com"}},
+  };
+  for (const auto& [text, pieces] : splits) {
+    EXPECT_EQ(Merel::SplitSuffixes(text), pieces) << '"' << text << '"';
+  }
+}
+
+// An entry "n" is the preferred global address 2001:db8::n; "Ln" is the
+// link-local fe80::n and "Dn" a deprecated 2001:db8::n, both skipped.
+TEST(NetworkOpsUnitTest, RestartShowsTwoIpv6AddressesOrExactlyThree) {
+  const auto line = [](int n) { return "   L 2001:db8::" + std::to_string(n) + "/64\n"; };
+  const std::string more = "   ...\n";
+  const struct {
+    std::vector<std::string> entries;
+    std::string expected;
+  } cases[] = {
+      {{}, ""}, {{"1", "2"}, line(1) + line(2)}, {{"1", "2", "3"}, line(1) + line(2) + line(3)},
+      {{"1", "2", "3", "4"}, line(1) + line(2) + more},
+      {{"L1", "D1", "2", "3"}, line(2) + line(3)},
+      {{"L1", "2", "3", "L2", "4"}, line(2) + line(3) + more},
+  };
+  for (const auto& c : cases) {
+    std::vector<Ipv6Network> networks;
+    for (const std::string& entry : c.entries) {
+      const bool linkLocal = entry[0] == 'L', deprecated = entry[0] == 'D';
+      const std::string n = entry.substr(linkLocal || deprecated);
+      Ipv6Network network(Ipv6Address((linkLocal ? "fe80::" : "2001:db8::") + n), 64);
+      network.SetIpv6AddressType(deprecated ? kIpv6AddressDeprecated : kIpv6AddressPreferred);
+      network.SetIpv6Scope(linkLocal ? kIpv6ScopeLinkLocal : kIpv6ScopeGlobal);
+      networks.push_back(network);
+    }
+    EXPECT_EQ(Merel::DoRestartNetworkDialog::Ipv6Lines(networks, "L"), c.expected) << c.expected;
+  }
+}
+
+TEST(NetworkOpsUnitTest, DefaultTargetsSkipUnsetAndKeepThree) {
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(Merel::TestDialog::DefaultTargets({"0.0.0.0", "::", "10.0.0.2", ""}),
+            Texts{"10.0.0.2"});
+  EXPECT_EQ(Merel::TestDialog::DefaultTargets(
+                {"10.0.0.1", "fe80::1", "10.0.0.2", "2001:db8::53", "10.0.0.3"}),
+            (Texts{"10.0.0.1", "fe80::1", "10.0.0.2"}));
+  EXPECT_EQ(Merel::TestDialog::DefaultTargets({}), Texts{});
+}
+
+// A name known only to the hosts file does not resolve: its entry is out of
+// the file while the child resolves, so only DNS can answer, and the file
+// comes back as it was. (Names DNS knows or not, and a backup left over from
+// an earlier run, are NetworkTestRun cases against the real console.)
+TEST(NetworkOpsUnitTest, ResolveDoesNotUseTheHostsFile) {
+  SimHostTest::SimRoot root("static-ipv4");
+  const std::string hosts = root.File("/etc/hosts") + "10.20.30.99 local-only.lab.test\n";
+  { std::ofstream(root.Path() + "/etc/hosts") << hosts; }
+  EXPECT_EQ(Merel::NetworkTest::ResolveInChild("local-only.lab.test"), 1);
+  EXPECT_EQ(root.File("/etc/hosts"), hosts);
+  EXPECT_FALSE(std::filesystem::exists(root.Path() + "/etc/hosts.backup"));
 }
 
 }  // namespace
