@@ -1,10 +1,12 @@
-// The screens' own rules: the log numbers, the pager's environment, the welcome screen's formats
-// and the support information's wrapping.
+// The screens' own rules: the log numbers, the pager's environment, the welcome screen's formats,
+// the support information's wrapping, the time-out values and the string table (its texts are
+// checked as drawn on screen).
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -16,6 +18,7 @@
 #include "SimHostTestSupport.h"
 #include "StringFactory.h"
 #include "SupportInformationDialog.h"
+#include "TimeoutInput.h"
 #include "WelcomeWindow.h"
 
 namespace Merel {
@@ -134,6 +137,62 @@ TEST(SupportInformationTest, PlainTextCutToTheWidth) {
   for (const auto& c : cases) {
     EXPECT_EQ(SupportInformationDialog::WrapText(c.text, c.width), c.lines) << c.text;
   }
+}
+
+// Time-out values as the host tool prints them (what is typed is checked
+// through the dialog by the screen tests).
+TEST(TimeoutInput, HostToolSecondsToWholeMinutes) {
+  const struct {
+    std::string output;
+    int minutes;
+  } cases[] = {
+      {"900\n", 15}, {"59\n", 0}, {"86400\n", 1440}, {"\n", 0}, {"", 0}, {"abc\n", 0}, {"-60\n", 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(AdvcfgMinutes(c.output), c.minutes) << c.output;
+  }
+}
+
+
+const char* Text(uint32_t key) {
+  return GetStringFactory("en_US")->GetString(key);
+}
+
+// A key without a text, or past the table's end, reads as an empty text,
+// never as null.
+TEST(StringFactoryTest, KeysWithoutTextReadEmpty) {
+  for (uint32_t key : {uint32_t{Strings::kEmpty}, uint32_t{Strings::kKeyCount},
+                       Strings::kKeyCount + 1u, 0xffffffffu}) {
+    ASSERT_NE(Text(key), nullptr) << key;
+    EXPECT_STREQ(Text(key), "") << key;
+  }
+}
+
+// The factory and the key-2 text are process-wide and made once, so this runs
+// in a child process of its own.
+void CheckFactoryAndProductLine() {
+  bool ok = GetStringFactory("fr_FR") == nullptr && GetStringFactory(nullptr) == nullptr;
+  StringFactory* table = GetStringFactory("en_US");  // only en_US makes the table ...
+  ok = ok && table != nullptr && GetStringFactory("fr_FR") == table &&  // ... then any locale
+       GetStringFactory(nullptr) == table;                              // gets it
+  SimHostTest::SimRoot root;                                            // the demo host
+  auto productLine = [table] {
+    return std::string(table->GetString(Strings::kWelcomeProductLine));
+  };
+  const std::string json = root.Path() + "/host.json";
+  std::filesystem::rename(json, json + ".away");
+  ok = ok && productLine().empty();  // unreadable: empty, asked again
+  std::filesystem::rename(json + ".away", json);
+  const std::string product = "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
+  ok = ok && productLine() == product;
+  Platform::Current().Modify([](Platform::HostState& state) { state.product.name = "Other"; });
+  ok = ok && productLine() == product;  // computed once
+  _exit(ok ? 0 : 1);
+}
+
+TEST(StringFactoryTest, OnlyEnUsMakesTheTableAndKeyTwoIsTheProductLineOnceKnown) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(CheckFactoryAndProductLine(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
