@@ -100,10 +100,8 @@ int OpenOn(const std::string& name, Socket& sock, std::string& error) {
   return sock ? IndexOf(sock.get(), name, error) : 0;
 }
 
-// The PVID of each bridge port and bridge (its own port) by interface
-// index. libnl keeps no bridge VLANs of a bridge's own port, and only a dump
-// of the bridge family asking for them lists it: the dump is made here and
-// its VLAN entries read. A kernel without VLAN filtering lists none.
+// One link of the dump ReadPvids asks for: its PVID, if it has one, goes
+// into the map `arg`.
 int OnBridgeLink(nl_msg* msg, void* arg) {
   auto* pvids = static_cast<std::map<int, int>*>(arg);
   nlmsghdr* header = nlmsg_hdr(msg);
@@ -126,9 +124,15 @@ int OnBridgeLink(nl_msg* msg, void* arg) {
   return NL_OK;
 }
 
-std::map<int, int> ReadPvids(std::string& error) {
+// The PVID of each bridge port and bridge (its own port) by interface
+// index. libnl keeps no bridge VLANs of a bridge's own port, and only a dump
+// of the bridge family asking for them lists it, so the dump is made here. A
+// kernel without VLAN filtering lists none. Without the VLANs the links are
+// still the links: a failed dump only leaves every PVID at none.
+std::map<int, int> ReadPvids() {
   std::map<int, int> pvids;
-  Socket sock = Open(error);
+  std::string ignored;
+  Socket sock = Open(ignored);
   if (!sock)
     return pvids;
   std::unique_ptr<nl_msg, void (*)(nl_msg*)> msg(nlmsg_alloc_simple(RTM_GETLINK, NLM_F_DUMP),
@@ -170,10 +174,7 @@ bool Read(KernelNetwork& network, std::string& error) {
     entry.mtu = static_cast<int>(rtnl_link_get_mtu(link));
     network.links.push_back(entry);
   }
-  // Without the VLANs the links are still the links: a failed dump only
-  // leaves every PVID at none.
-  std::string ignored;
-  const std::map<int, int> pvids = ReadPvids(ignored);
+  const std::map<int, int> pvids = ReadPvids();
   for (auto& entry : network.links) {
     if (const auto found = pvids.find(entry.index); found != pvids.end())
       entry.pvid = found->second;

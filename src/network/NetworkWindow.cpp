@@ -91,22 +91,23 @@ NetworkWindow::NetworkWindow(Frame* parent) : RootWindow(parent) {}
 NetworkWindow::~NetworkWindow() = default;
 
 int NetworkWindow::Loop() {
+  // A message before the entries are set stands in front of the menu: this
+  // window has nothing to show behind it yet.
+  Frame* const beforeEntries = _parentFrame != nullptr ? _parentFrame : this;
   switch (LoadNetworkSettings(_settings, _nic)) {
     case LoadResult::kLoaded:
       break;
     case LoadResult::kNoInterface: {
-      // In front of the menu: this window has nothing to show behind it.
-      MessageDialog message(_parentFrame != nullptr ? _parentFrame : this,
-                            Strings::kEnableNetworkErrorTitle, Strings::kNoManagementInterface);
+      MessageDialog message(beforeEntries, Strings::kEnableNetworkErrorTitle,
+                            Strings::kNoManagementInterface);
       Frame::Run(&message);
       return 0;
     }
     case LoadResult::kReadFailed:
       return 0;
   }
-  _manager = NetworkOwner();
-  RefuseOwnedNetwork(_parentFrame != nullptr ? _parentFrame : this, Strings::kNetworkWindowTitle,
-                     _manager);
+  _owner = NetworkOwner();
+  RefuseOwnedNetwork(beforeEntries, Strings::kNetworkWindowTitle, _owner);
   using namespace Strings;
   // The pane shows the entry's values; Enter edits them in the record,
   // unless another program owns them.
@@ -116,7 +117,7 @@ int NetworkWindow::Loop() {
                      .enabled = std::move(enabled),
                      .open =
                          [this, edit] {
-                           if (!RefuseOwnedNetwork(this, kNetworkWindowTitle, _manager)) {
+                           if (!RefuseOwnedNetwork(this, kNetworkWindowTitle, _owner)) {
                              (this->*edit)();
                            }
                          },
@@ -255,7 +256,6 @@ std::string NetworkWindow::PaneText(Entry entry) {
       return "";
   }
 }
-
 
 void NetworkWindow::EditAdapters() {
   std::string switchName;

@@ -42,8 +42,9 @@ class NetworkWindow : public RootWindow {
 
   NetworkSettings _settings;
   std::unique_ptr<HostCtl::Network::NexNic> _nic;
-  // The program that owns the host's network; the window then only shows.
-  std::string _manager;
+  // The program that owns the host's network ("" when the console does);
+  // the window then only shows it.
+  std::string _owner;
 };
 
 }  // namespace Merel

@@ -46,13 +46,10 @@ std::string UsedAdaptersDialog::Body(const std::vector<Adapter>& adapters,
 }
 
 int UsedAdaptersDialog::Loop() {
-  SetTitle(_strings->GetString(_titleKey));
-  SetText(_strings->GetString(Strings::kAdaptersInUse));
-  SetFooter(kOkCancelFooter);
-  if (_bodyText != nullptr) {
-    _bodyText->SetText(_body + "\n" + _strings->GetString(_questionKey));
-  }
-  return WaitForKeyOrEscape(kKeyEnter) ? 1 : 0;
+  const bool yes =
+      Ask(_strings->GetString(_titleKey), _strings->GetString(Strings::kAdaptersInUse),
+          kOkCancelFooter, _bodyText, _body + "\n" + _strings->GetString(_questionKey), kKeyEnter);
+  return yes ? 1 : 0;
 }
 
 }  // namespace Merel

@@ -4,8 +4,6 @@
 // handed to PAM's conversation by reference.
 #include "ChangePasswordDialog.h"
 
-#include <cctype>
-
 #include "FieldKeys.h"
 #include "MessageDialog.h"
 #include "PasswordChange.h"
@@ -25,10 +23,10 @@ const char* const kConfirmFooter =
     "{color:black}<Enter>{/color} {color:dark-grey}Confirm{/color}{align:right}"
     "{color:black}<Esc>{/color} {color:dark-grey}Cancel{/color}{/align}";
 
-// Passwords take any printable character, UTF-8 letters included (their
-// bytes arrive one by one); the editing keys move and delete.
-bool IsEditingKey(int key) {
-  return FieldKeys::IsEditing(key) || (key >= 0 && key <= 255 && (isprint(key) || key >= 0x80));
+// Passwords take any printable character, UTF-8 letters included; the
+// editing keys move and delete.
+bool IsPasswordKey(int key) {
+  return FieldKeys::IsEditing(key) || FieldKeys::IsTextByte(key);
 }
 
 }  // namespace
@@ -40,8 +38,8 @@ ChangePasswordDialog::ChangePasswordDialog(Frame* parent)
   // From an expired login nobody is logged in yet: no idle limit then.
   _idleLimit = _session.loggedIn;
   const auto addPassword = [this](uint32_t label) {
-    return AddField({_strings->GetString(label), "", kFieldLength, IsEditingKey,
-                     FieldSpec::kAnyLength, true});
+    return AddField(
+        {_strings->GetString(label), "", kFieldLength, IsPasswordKey, FieldSpec::kAnyLength, true});
   };
   _old = addPassword(Strings::kOldPasswordLabel);
   _new = addPassword(Strings::kNewPasswordLabel);

@@ -18,12 +18,11 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <cctype>
-#include <memory>
 #include <vector>
 
 #include "ChangePasswordDialog.h"
 #include "Command.h"
+#include "FieldKeys.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
 #include "ItemList.h"
@@ -60,25 +59,20 @@ const char* const kSmartCardSwitch =
     "Login{/color}{/align}";
 
 // The keys the fields take: printable characters, the bytes of UTF-8
-// letters (the field decides what it keeps) and the editing keys but Home.
+// letters and the editing keys but Home.
 bool IsPasswordKey(int key) {
-  switch (key) {
-    case KEY_DC:
-    case KEY_BACKSPACE:
-    case 8:
-    case KEY_LEFT:
-    case KEY_RIGHT:
-    case KEY_END:
-      return true;
-    default:
-      return key >= 0 && key <= 255 && (isprint(key) || key >= 0x80);
-  }
+  return (FieldKeys::IsEditing(key) && key != KEY_HOME) || FieldKeys::IsTextByte(key);
 }
 
-// Account names on the host are plain ASCII: the first byte of a letter
-// such as "é" is not taken (OtherKey says why).
+// The first byte of a UTF-8 letter such as "é".
+bool StartsNonAsciiLetter(int key) {
+  return key >= 0xc2 && key <= 0xf4;
+}
+
+// Account names on the host are plain ASCII: a letter beyond it is not
+// taken (OtherKey says why).
 bool IsNameKey(int key) {
-  return IsPasswordKey(key) && !(key >= 0xc2 && key <= 0xf4);
+  return IsPasswordKey(key) && !StartsNonAsciiLetter(key);
 }
 
 std::string KeyboardLineText() {
@@ -306,7 +300,7 @@ void LoginDialog::OtherKey(int row, int key) {
     if (_smartCardSupported) {
       SwitchMode();
     }
-  } else if (_list->At(static_cast<size_t>(row)) == _nameItem && key >= 0xc2 && key <= 0xf4) {
+  } else if (_list->At(static_cast<size_t>(row)) == _nameItem && StartsNonAsciiLetter(key)) {
     // Dropping the letter silently would log in (or fail) with a name other
     // than the one typed, so the user is told. The rest of the letter's
     // bytes go with the message.

@@ -20,14 +20,10 @@ RestoreDialog::RestoreDialog(Frame* parent) : Dialog(parent, kSize) {
 }
 
 int RestoreDialog::Loop() {
-  SetTitle(_strings->GetString(Strings::kResetConfirmTitle));
-  SetText(_strings->GetString(Strings::kResetConfirmText));
-  if (_text != nullptr) {
-    _text->SetText(_strings->GetString(Strings::kResetQuestion));
-  }
-  SetFooter(kF11OkCancelFooter);
   // Only F11 confirms: Enter is too easily pressed for something this final.
-  if (!WaitForKeyOrEscape(KEY_F(11))) {
+  if (!Ask(_strings->GetString(Strings::kResetConfirmTitle),
+           _strings->GetString(Strings::kResetConfirmText), kF11OkCancelFooter, _text,
+           _strings->GetString(Strings::kResetQuestion), KEY_F(11))) {
     return 0;
   }
 

@@ -28,26 +28,16 @@ ShellTimeoutDialog::ShellTimeoutDialog(Frame* parent)
   ShowRows();
 }
 
-void ShellTimeoutDialog::ApplyAvailability() {
-  const std::optional<int> minutes =
-      ChangedMinutes(this, _availability->GetValue(), currentAvailability * 60);
-  if (!minutes) {
-    return;
+void ShellTimeoutDialog::Apply(ShellTimeout timeout, const InputItem& field, int currentMinutes) {
+  const std::optional<int> minutes = ChangedMinutes(this, field.GetValue(), currentMinutes * 60);
+  if (minutes) {
+    SetShellTimeout(timeout, *minutes);
   }
-  SetShellTimeout(ShellTimeout::kAvailability, *minutes);
-}
-
-void ShellTimeoutDialog::ApplyIdle() {
-  const std::optional<int> minutes = ChangedMinutes(this, _idle->GetValue(), currentIdle * 60);
-  if (!minutes) {
-    return;
-  }
-  SetShellTimeout(ShellTimeout::kIdle, *minutes);
 }
 
 bool ShellTimeoutDialog::Finish() {
-  ApplyAvailability();
-  ApplyIdle();
+  Apply(ShellTimeout::kAvailability, *_availability, currentAvailability);
+  Apply(ShellTimeout::kIdle, *_idle, currentIdle);
   return true;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FormDialog.h"
+#include "Timeouts.h"
 
 namespace Merel {
 
@@ -12,8 +13,9 @@ class ShellTimeoutDialog : public FormDialog {
 
  private:
   bool Finish() override;
-  void ApplyAvailability();
-  void ApplyIdle();
+  // Sets `timeout` to the minutes typed in `field`, unless they are what the
+  // host has (`currentMinutes`) or refused.
+  void Apply(ShellTimeout timeout, const InputItem& field, int currentMinutes);
 
   InputItem* _availability = nullptr;
   InputItem* _idle = nullptr;

@@ -65,7 +65,8 @@ bool SwitchVirtualTerminal(int vt);
 bool ConsoleKeyboard(int fd);
 
 // Host operations a host may lack altogether (not just for now): the
-// screens then say so instead of offering them.
+// screens then say so instead of offering them, and the host library leaves
+// out what the host does otherwise.
 enum class Feature {
   kLockdownMode,        // the management service's lockdown mode
   kConfigurationReset,  // a factory configuration to reset to

@@ -88,7 +88,8 @@ std::vector<std::string> SupportInformationDialog::WrapText(const std::string& t
 }
 
 SupportInformationDialog::SupportInformationDialog(Frame* parent)
-    : Dialog(parent, {std::max(COLS - 10, 30), std::max(LINES - 4, kTitleHeight + 6), kTitleHeight}) {
+    : Dialog(parent,
+             {std::max(COLS - 10, 30), std::max(LINES - 4, kTitleHeight + 6), kTitleHeight}) {
   if (_contentWindow == nullptr) {
     return;
   }

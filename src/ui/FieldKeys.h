@@ -4,6 +4,7 @@
 
 #include <curses.h>
 
+#include <cctype>
 #include <cstddef>
 
 #include "Item.h"
@@ -36,6 +37,12 @@ inline bool IsLetter(int key) {
 
 inline bool IsHexDigit(int key) {
   return IsDigit(key) || (key >= 'a' && key <= 'f') || (key >= 'A' && key <= 'F');
+}
+
+// A printable character or a byte of a UTF-8 letter (they arrive one by
+// one; the field decides what it keeps).
+inline bool IsTextByte(int key) {
+  return key >= 0 && key <= 255 && (isprint(key) || key >= 0x80);
 }
 
 // Whether `key` may go on to `field`: editing keys always; a character only

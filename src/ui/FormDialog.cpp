@@ -104,6 +104,11 @@ void FormDialog::FocusField(int field) {
   while (row < static_cast<int>(_fieldOfRow.size()) && _fieldOfRow[row] != field) {
     ++row;
   }
+  StepTo(row);
+  Redraw();
+}
+
+void FormDialog::StepTo(int row) {
   while (_list->CurrentIndex() != row) {
     const int before = _list->CurrentIndex();
     if (before < row) {
@@ -115,7 +120,6 @@ void FormDialog::FocusField(int field) {
       break;
     }
   }
-  Redraw();
 }
 
 void FormDialog::Redraw() {
@@ -139,10 +143,7 @@ void FormDialog::Move(int key, int field, bool onLastField) {
   } else if (field < 0 || Leave(field)) {
     if (key == kKeyTab && _moves == Moves::kFieldByFieldAround && onLastField) {
       // Round to the first row still open: up as far as the list goes.
-      for (int before = -1; before != _list->CurrentIndex();) {
-        before = _list->CurrentIndex();
-        _list->Prev();
-      }
+      StepTo(0);
     } else {
       _list->Next();
     }

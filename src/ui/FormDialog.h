@@ -127,6 +127,9 @@ class FormDialog : public Dialog {
   T* AddRow(std::unique_ptr<T> row, int field = -1, bool action = false);
   // The field on `row`, or -1.
   int FieldOn(int row) const;
+  // Moves the focus to `row`, which can be selected, or to the first row
+  // that can when `row` is above it (0).
+  void StepTo(int row);
   // Up, Down, or Enter and Tab moving on, from `field` (-1: not a field).
   void Move(int key, int field, bool onLastField);
 

@@ -40,8 +40,9 @@ MessageDialog::MessageDialog(Frame* parent, uint32_t titleKey, std::string messa
     : MessageDialog(parent, std::string(MessageText(titleKey)), std::move(message)) {}
 
 MessageDialog::MessageDialog(Frame* parent, std::string title, std::string message)
-    : Dialog(parent,
-             {kSize.width, kSize.height + ExtraRows(message), kSize.titleHeight + ExtraRows(message)}),
+    : Dialog(
+          parent,
+          {kSize.width, kSize.height + ExtraRows(message), kSize.titleHeight + ExtraRows(message)}),
       _title(std::move(title)),
       _message(std::move(message)) {}
 

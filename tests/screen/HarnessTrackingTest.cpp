@@ -3,6 +3,8 @@
 // unterminated palette sequences out of the emulator.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "Harness.h"
 
 namespace MerelTest {
@@ -30,11 +32,8 @@ void Next(Terminal& terminal) {
 }
 
 TEST(HarnessTracking, CountsCellsWhoseTextOrAttributesChanged) {
-  struct Case {
-    const char* name;
-    std::string first, second;
-    int changed;
-  };
+  // What the writer shows first, what it writes after the key, the cells changed.
+  using Case = std::tuple<const char*, const char*, const char*, int>;
   const Case cases[] = {
       {"one letter differs", "abc", "\\rabd", 1},
       {"the same text written again", "abc", "\\rabc", 0},
@@ -42,24 +41,22 @@ TEST(HarnessTracking, CountsCellsWhoseTextOrAttributesChanged) {
       {"a cleared line", "abcd", "\\r\\033[K", 4},
       {"new text on blank cells", "", "xy", 2},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    auto terminal = Writer(c.first, c.second);
+  for (const auto& [name, first, second, changed] : cases) {
+    SCOPED_TRACE(name);
+    auto terminal = Writer(first, second);
     ASSERT_TRUE(terminal->WaitUntilQuiet());
     terminal->MarkScreen();
     const size_t before = terminal->Raw().size();
     Next(*terminal);
     ASSERT_TRUE(terminal->WaitFor([&] { return terminal->Raw().size() > before; }));
     terminal->WaitUntilQuiet(milliseconds(100));
-    EXPECT_EQ(terminal->ChangedCells(), c.changed);
+    EXPECT_EQ(terminal->ChangedCells(), changed);
   }
 }
 
 TEST(HarnessTracking, DropsLinuxPaletteSequencesEvenWhenSplit) {
-  struct Case {
-    const char* name;
-    std::string first, second, shown;
-  };
+  // The writer's two parts and the text left on the screen.
+  using Case = std::tuple<const char*, const char*, const char*, const char*>;
   const Case cases[] = {
       {"whole", "\\033]P0102030ab", "c", "abc"},
       {"split inside the digits", "\\033]P01", "02030Q", "Q"},
@@ -67,13 +64,13 @@ TEST(HarnessTracking, DropsLinuxPaletteSequencesEvenWhenSplit) {
       {"palette reset", "\\033]Rok", "", "ok"},
       {"other OSC kept whole", "\\033]0;title\\007t", "", "t"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    auto terminal = Writer(c.first, c.second, true);
+  for (const auto& [name, first, second, shown] : cases) {
+    SCOPED_TRACE(name);
+    auto terminal = Writer(first, second, true);
     Next(*terminal);
-    ASSERT_TRUE(terminal->WaitForText(c.shown, milliseconds(3000))) << terminal->Text();
+    ASSERT_TRUE(terminal->WaitForText(shown, milliseconds(3000))) << terminal->Text();
     const std::string text = terminal->Text();
-    EXPECT_EQ(text.substr(0, text.find('\n')), c.shown);
+    EXPECT_EQ(text.substr(0, text.find('\n')), shown);
   }
 }
 

@@ -1,13 +1,8 @@
-// The console on the Linux host backend (merel --host linux), run only
-// inside mount, network and UTS namespaces that each test creates: a private
-// copy of /etc (its own passwd, shadow, group, host name, PAM service and
-// console switch) is mounted over /etc, a fresh /run over /run, a /dev of
-// the few devices the console needs whose log socket (/dev/log) and journal
-// socket belong to the test, and the power and service commands are
-// replaced by a recorder, all inside that mount namespace alone. libvirt is
-// its test driver, on a node file of the test's own. The script that builds the namespace refuses
-// to start the console unless every replacement is in place, so nothing the console does can reach
-// the machine the tests run on.
+// The console on the Linux host backend (merel --host linux) in namespaces
+// of its own (NamespaceUtil.h), with accounts of the test's, a /dev of the
+// few devices the console needs whose log socket (/dev/log) and journal
+// socket belong to the test, and libvirt's test driver on a node file of
+// the test's own.
 #include <gtest/gtest.h>
 #include <libaudit.h>
 #include <sys/socket.h>
@@ -15,7 +10,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -23,42 +17,20 @@
 #include <string>
 
 #include "../common/PciTree.h"
-#include "Harness.h"
-#include "MenuScreenUtil.h"
 #include "NamespaceUtil.h"
 
 namespace {
 
-using namespace MerelMenuTest;
-namespace fs = std::filesystem;
 using namespace MerelNamespaceTest;
 using MerelTestTrees::WritePciTree;
 
-constexpr const char* kF2 = "\x1bOQ";
-constexpr const char* kF11 = "\x1b[23~";
-constexpr const char* kF12 = "\x1b[24~";
-constexpr const char* kHostName = "merel-ns-host";
-
-// Builds the namespace from inside it (run by `unshare`), then becomes the
-// console. @S@ is the scratch folder, @MEREL@ the console, @PAM@ the
-// packaged PAM service.
-const char kSetup[] = R"SH(#!/bin/sh
-set -e
-S=@S@
-hostname @HOST@
-cp -a /etc "$S/etc"
-echo @HOST@ > "$S/etc/hostname"
-root_hash=$(openssl passwd -6 -salt merelroot rootpw)
+// The test's own accounts, log sockets, /dev and management adapter.
+constexpr NamespaceSteps kSteps = {"merel-ns-host", R"SH(
 plain_hash=$(openssl passwd -6 -salt merelplain plainpw)
-sed -i "s|^root:[^:]*:|root:$root_hash:|" "$S/etc/shadow"
 echo "plainuser:x:4242:4242::/nonexistent:/usr/sbin/nologin" >> "$S/etc/passwd"
 echo "plainuser:$plain_hash:19000:0:99999:7:::" >> "$S/etc/shadow"
 echo "plainuser:x:4242:" >> "$S/etc/group"
-mkdir -p "$S/etc/merel"
-: > "$S/etc/merel/console-login"
-cp @PAM@ "$S/etc/pam.d/merel"
-mount --bind "$S/etc" /etc
-mount -t tmpfs tmpfs /run
+)SH", R"SH(
 mount --bind "$S/varlog" /var/log
 # The system logger and the journal are the test's own sockets.
 mkdir -p /run/systemd/journal
@@ -72,40 +44,21 @@ done
 mount --bind /dev/pts "$S/dev/pts"
 ln -s /proc/self/fd "$S/dev/fd"
 mount --rbind "$S/dev" /dev
-for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
-  if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
-done
-# Nothing starts unless the machine's commands and files are out of reach.
-for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /sbin/poweroff /sbin/reboot; do
-  if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
-    echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
-  fi
-done
-if [ ! -e /bin/systemctl ]; then echo "NAMESPACE NOT SAFE: no recorder"; sleep 600; exit 97; fi
 if [ ! -S /dev/log ] || [ ! -S /run/systemd/journal/socket ]; then
   echo "NAMESPACE NOT SAFE: the log sockets are the machine's"; sleep 600; exit 96
 fi
-if [ "$(cat /proc/sys/kernel/hostname)" != @HOST@ ] || ! grep -q '^plainuser:' /etc/shadow; then
-  echo "NAMESPACE NOT SAFE: host name or /etc are the machine's"; sleep 600; exit 98
-fi
-# The namespace's own adapters, and /sys showing them rather than the machine's.
+)SH", R"SH(
 ip link add mgmt0 type veth peer name mgmt1
 ip addr add 10.99.0.2/24 dev mgmt0
 ip link set mgmt1 up
 ip link set mgmt0 up
-mount -t sysfs sysfs /sys
-@EXTRA@
-export LIBVIRT_DEFAULT_URI=test://$S/node.xml
-exec @MEREL@ --host linux
-)SH";
+)SH"};
 
 // Two running guests and one shut off, for libvirt's test driver.
 const char kNode[] = R"XML(<node>
-  <domain type='test'>
-    <name>guest-a</name><memory>524288</memory><os><type>hvm</type></os>
+  <domain type='test'><name>guest-a</name><memory>524288</memory><os><type>hvm</type></os>
   </domain>
-  <domain type='test'>
-    <name>guest-b</name><memory>524288</memory><os><type>hvm</type></os>
+  <domain type='test'><name>guest-b</name><memory>524288</memory><os><type>hvm</type></os>
   </domain>
   <domain type='test' xmlns:test='http://libvirt.org/schemas/domain/test/1.0'>
     <name>guest-off</name><memory>524288</memory><os><type>hvm</type></os>
@@ -139,32 +92,23 @@ class LogSocket {
   // Every record so far, one a line (a record's own new lines kept).
   const std::string& Records() {
     char buffer[65536];
-    for (;;) {
-      const ssize_t n = recv(_fd, buffer, sizeof(buffer), MSG_DONTWAIT);
-      if (n <= 0)
-        break;
-      _records.append(buffer, static_cast<size_t>(n));
-      _records += '\n';
-    }
+    for (ssize_t n; (n = recv(_fd, buffer, sizeof(buffer), MSG_DONTWAIT)) > 0;)
+      _records.append(buffer, static_cast<size_t>(n)) += '\n';
     return _records;
   }
   // Whether a record holds `text` (with `priority`, "<N>", at its start).
   bool Has(const std::string& text, const std::string& priority = "") {
     std::istringstream lines(Records());
-    std::string line;
-    while (std::getline(lines, line)) {
-      if (line.find(text) != std::string::npos && line.rfind(priority, 0) == 0)
+    for (std::string line; std::getline(lines, line);) {
+      if (Contains(line, text) && line.rfind(priority, 0) == 0)
         return true;
     }
     return false;
   }
   bool WaitFor(const std::string& text, const std::string& priority = "") {
-    for (int i = 0; i < 200; ++i) {
-      if (Has(text, priority))
-        return true;
+    for (int i = 0; i < 200 && !Has(text, priority); ++i)
       usleep(50000);
-    }
-    return false;
+    return Has(text, priority);
   }
 
  private:
@@ -182,204 +126,123 @@ bool MachineAuditsLogins() {
   return on;
 }
 
-class LinuxHostTest : public ::testing::Test {
+class LinuxHostTest : public NamespaceTest {
  protected:
+  LinuxHostTest() : NamespaceTest(kSteps) {}
   void SetUp() override {
-    if (!CanMakeNamespaces()) {
-      GTEST_SKIP() << "cannot create mount, network and UTS namespaces here (needs root or "
-                      "user namespaces); the Linux host is only ever tested inside them";
-    }
+    NamespaceTest::SetUp();
+    if (IsSkipped())
+      return;
     if (MachineAuditsLogins()) {
       GTEST_SKIP() << "the machine's audit subsystem is on: the console's login records would "
                       "be kept in its audit log";
     }
-    _scratch = MakeScratch("/tmp/merel-linux-ns-XXXXXX", kSetup, kHostName);
     fs::create_directories(_scratch + "/dev");
     fs::create_directories(_scratch + "/varlog");
     std::ofstream(_scratch + "/node.xml") << kNode;
     _syslog = std::make_unique<LogSocket>(_scratch + "/dev/log");
     _journal = std::make_unique<LogSocket>(_scratch + "/journal");
     ASSERT_TRUE(_syslog->Ok() && _journal->Ok()) << "cannot make the test's log sockets";
-    // Start adds each test's own mounts (@EXTRA@) to the script.
-    _setup = Slurp(_scratch + "/setup.sh");
-  }
-  void TearDown() override {
-    if (_console && _console->Running()) {
-      _console->Signal(SIGKILL);
-      _console->WaitForExit();
-    }
-    _console.reset();
-    _syslog.reset();
-    _journal.reset();
-    if (!_scratch.empty())
-      fs::remove_all(_scratch);
   }
 
-  // `extra` runs in the namespace once its /sys is mounted.
-  Terminal& Start(const std::string& extra = "") {
-    std::ofstream(_scratch + "/setup.sh") << Replace(_setup, "@EXTRA@", extra);
-    _console = std::make_unique<Terminal>();
-    EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts", "--propagation",
-                                 "private", "/bin/sh", _scratch + "/setup.sh"}));
-    return *_console;
-  }
-  std::string Calls() const { return Slurp(_scratch + "/calls"); }
   // A file of the namespace's own /var/log.
   void WriteLog(const std::string& path, const std::string& text) const {
     fs::create_directories(fs::path(_scratch + "/varlog/" + path).parent_path());
     std::ofstream(_scratch + "/varlog/" + path) << text;
   }
 
-  // F2 (or F12) and a login; true once `expected` shows.
-  bool LogIn(Terminal& console,
-             const char* key,
-             const std::string& user,
-             const std::string& password,
-             const std::string& expected) {
-    if (!WaitQuiet(console, "http://" + std::string(kHostName) + "/"))
-      return false;
-    console.Send(key);
-    if (!WaitQuiet(console, "Authentication Required"))
-      return false;
-    if (user != "root") {
-      TypeLoginName(console, user);
-    }
-    console.SendText(password);
-    console.SendKey(Key::kEnter);
-    return WaitQuiet(console, expected);
-  }
+  void ShutDown(bool force, Key key, const char* stopped, const char* power, const char* event);
 
-  std::string _scratch;
-  std::string _setup;
-  std::unique_ptr<Terminal> _console;
   std::unique_ptr<LogSocket> _syslog;
   std::unique_ptr<LogSocket> _journal;
 };
 
-std::string CpuModel() {
-  std::ifstream cpuinfo("/proc/cpuinfo");
-  std::string line;
-  while (std::getline(cpuinfo, line)) {
-    if (line.rfind("model name", 0) == 0)
-      return line.substr(line.find(':') + 2);
-  }
-  return "";
-}
-
 TEST_F(LinuxHostTest, WelcomeShowsTheNamespacesHostNameAndTheMachinesHardware) {
   Terminal& console = Start();
-  ASSERT_TRUE(WaitQuiet(console, "http://" + std::string(kHostName) + "/")) << console.Text();
+  ASSERT_TRUE(WaitForWelcome(console)) << console.Text();
   ExpectHas(console.Text(), {"http://10.99.0.2/", "GiB Memory"});
-  const std::string model = CpuModel();
-  if (!model.empty()) {
-    ExpectHas(console.Text(), {" x " + model.substr(0, 20)});
-  }
   ExpectLacks(console.Text(), {"Tarvik"});
-}
-
-// Without an audit subsystem that keeps them, the login records go to the
-// auth facility at notice level (<37>); PAM's session modules write to
-// authpriv.
-constexpr const char* kAuthNotice = "<37>";
-
-struct LoginCase {
-  const char* name;
-  const char* user;
-  const char* password;
-  const char* expected;
-  const char* record;
-};
-
-class LinuxLoginTest : public LinuxHostTest, public ::testing::WithParamInterface<LoginCase> {};
-
-TEST_P(LinuxLoginTest, RealPamAgainstThePrivateShadowFile) {
-  const LoginCase& c = GetParam();
-  Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, "\x1bOQ", c.user, c.password, c.expected)) << console.Text();
-  EXPECT_TRUE(_syslog->WaitFor(c.record, kAuthNotice)) << _syslog->Records();
-  const bool admitted = std::string(c.expected) == "System Customization";
-  EXPECT_EQ(_syslog->Has("session opened for user root"), admitted) << _syslog->Records();
-  if (admitted) {
-    // The session stack closes the session at the logout.
-    console.SendKey(Key::kEscape);
-    EXPECT_TRUE(_syslog->WaitFor("session closed for user root")) << _syslog->Records();
-    EXPECT_TRUE(_syslog->WaitFor("login.disconnect user=root success=1", kAuthNotice))
-        << _syslog->Records();
+  std::ifstream cpuinfo("/proc/cpuinfo");
+  for (std::string line; std::getline(cpuinfo, line);) {
+    if (line.rfind("model name", 0) == 0) {
+      ExpectHas(console.Text(), {" x " + line.substr(line.find(':') + 2, 20)});
+      break;
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Linux,
-    LinuxLoginTest,
-    ::testing::Values(LoginCase{"RootAdmitted", "root", "rootpw", "System Customization",
-                                "login.connect user=root success=1"},
-                      LoginCase{"WrongPasswordRefused", "root", "nope",
-                                "Invalid login or password.",
-                                "login.connect user=root success=0 reason=\"Invalid Login\""},
-                      // A local account outside the administrators' group.
-                      LoginCase{"PlainAccountRefused", "plainuser", "plainpw",
-                                "Invalid login or password.",
-                                "login.connect user=plainuser success=0 reason=\"Invalid Login\""}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
+// Two refusals, then root: each attempt is recorded, and only root's opens
+// a session, which the session stack closes at the logout. Without an audit
+// subsystem that keeps them, the login records go to the auth facility at
+// notice level (<37>); PAM's session modules write to authpriv.
+TEST_F(LinuxHostTest, RealPamAgainstThePrivateShadowFile) {
+  constexpr const char* kAuthNotice = "<37>";
+  constexpr const char* kInvalid = "Invalid login or password.";
+  const struct {
+    const char* user;
+    const char* password;
+    const char* shows;
+    const char* record;
+  } attempts[] = {
+      // A local account outside the administrators' group.
+      {"plainuser", "plainpw", kInvalid,
+       "login.connect user=plainuser success=0 reason=\"Invalid Login\""},
+      {"root", "nope", kInvalid, "login.connect user=root success=0 reason=\"Invalid Login\""},
+      {"root", "rootpw", "System Customization", "login.connect user=root success=1"},
+  };
   Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, "\x1bOQ", "root", "rootpw", "System Customization")) << console.Text();
-  Choose(console, "Troubleshooting Options", "Troubleshooting Mode Options");
-  // The recorder says the service is not running.
-  console.SendKey(Key::kDown);
-  ASSERT_TRUE(console.WaitFor([&] { return RightTitle(console) == "SSH Support"; }))
-      << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Disable SSH")) << console.Text();
-  const std::string calls = Calls();
-  ExpectHas(calls,
-            {"systemctl is-active --quiet ssh.service\n", "systemctl enable --now ssh.service\n"});
-  ExpectLacks(calls, {"poweroff"});
+  ASSERT_TRUE(WaitForWelcome(console)) << console.Text();
+  Press(console, Key::kF2, "Authentication Required");
+  for (const auto& attempt : attempts) {
+    // The name typed afresh: after a refusal the dialog keeps it as it was.
+    Type(console, {Key::kUp, Key::kEnd});
+    TypeText(console, std::string(20, '\x7f') + attempt.user);
+    Type(console, {Key::kDown});
+    console.SendText(attempt.password);
+    Press(console, Key::kEnter, attempt.shows);
+    EXPECT_TRUE(_syslog->WaitFor(attempt.record, kAuthNotice)) << _syslog->Records();
+    const bool admitted = attempt.shows != kInvalid;
+    EXPECT_EQ(_syslog->Has("session opened for user root"), admitted) << _syslog->Records();
+    if (!admitted)
+      PressGone(console, Key::kEnter, kInvalid);
+  }
+  console.SendKey(Key::kEscape);
+  EXPECT_TRUE(_syslog->WaitFor("session closed for user root")) << _syslog->Records();
+  EXPECT_TRUE(_syslog->WaitFor("login.disconnect user=root success=1", kAuthNotice))
+      << _syslog->Records();
 }
 
-struct ShutdownCase {
-  const char* name;
-  bool force;           // the check item "Forcefully terminate running VMs"
-  const char* key;      // F2 shuts down, F11 restarts
-  const char* stopped;  // what became of each running guest
-  const char* power;    // the recorded systemd call
-  const char* event;
-};
-
-class LinuxShutdownTest : public LinuxHostTest,
-                          public ::testing::WithParamInterface<ShutdownCase> {};
-
-TEST_P(LinuxShutdownTest, RunningGuestsAreStoppedBeforeThePowerGoes) {
-  const ShutdownCase& c = GetParam();
-  Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, kF12, "root", "rootpw", "Forcefully terminate")) << console.Text();
-  if (c.force)
+// From the shutdown dialog (F12), the check item "Forcefully terminate
+// running VMs" set with `force`, then `key`: each running guest `stopped`,
+// the one shut off left alone, then the `power` call and the `event`.
+void LinuxHostTest::ShutDown(bool force, Key key, const char* stopped, const char* power,
+                             const char* event) {
+  Terminal& console = StartLoggedIn("", Key::kF12, "Forcefully terminate");
+  if (force)
     console.SendText(" ");
-  console.Send(c.key);
-  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), c.power); }))
+  console.SendKey(key);
+  ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), power); }))
       << Calls() << console.Text();
   for (const char* guest : {"guest-a", "guest-b"}) {
-    EXPECT_TRUE(_syslog->WaitFor(std::string("Virtual machine ") + guest + c.stopped))
+    EXPECT_TRUE(_syslog->WaitFor(std::string("Virtual machine ") + guest + stopped))
         << _syslog->Records();
   }
-  // The guest that was not running is left alone.
   EXPECT_FALSE(_syslog->Has("guest-off")) << _syslog->Records();
-  EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + c.event)) << _journal->Records();
-  const bool restart = std::string(c.power).find("reboot") != std::string::npos;
-  ExpectLacks(Calls(), {restart ? "poweroff" : "reboot"});
+  EXPECT_TRUE(_journal->WaitFor(std::string("MEREL_EVENT_ID=") + event)) << _journal->Records();
+  ExpectLacks(Calls(), {Contains(power, "reboot") ? "poweroff" : "reboot"});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Linux,
-    LinuxShutdownTest,
-    ::testing::Values(ShutdownCase{"GracefulShutDown", false, kF2, " shut down",
-                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
-                      ShutdownCase{"ForcedShutDown", true, kF2, " powered off",
-                                   "systemctl poweroff\n", "obsv.user.merel.shutdown.host"},
-                      ShutdownCase{"GracefulRestart", false, kF11, " shut down",
-                                   "systemctl reboot\n", "obsv.user.merel.reboot.host"}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST_F(LinuxHostTest, GracefulShutDownShutsTheGuestsDown) {
+  ShutDown(false, Key::kF2, " shut down", "systemctl poweroff\n", "obsv.user.merel.shutdown.host");
+}
+
+TEST_F(LinuxHostTest, ForcedShutDownPowersTheGuestsOff) {
+  ShutDown(true, Key::kF2, " powered off", "systemctl poweroff\n", "obsv.user.merel.shutdown.host");
+}
+
+TEST_F(LinuxHostTest, GracefulRestartShutsTheGuestsDown) {
+  ShutDown(false, Key::kF11, " shut down", "systemctl reboot\n", "obsv.user.merel.reboot.host");
+}
 
 const char kPciMounts[] = R"SH(
 mount --bind "$S/pci" /sys/bus/pci
@@ -401,8 +264,7 @@ class LinuxDriverVmTest : public LinuxHostTest,
 TEST_P(LinuxDriverVmTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   const DriverVmCase& c = GetParam();
   WritePciTree(_scratch + "/pci", _scratch + "/iommu_groups", c.iommu);
-  Terminal& console = Start(Replace(kPciMounts, "$S", _scratch));
-  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  Terminal& console = StartLoggedIn(kPciMounts);
   Choose(console, "Configure DriverVM Devices", "DriverVM Configuration");
   // Neither the adapter with its driver nor the bridge is offered.
   ExpectLacks(console.Text(), {"0000:00:19.0", "0000:00:00.0"});
@@ -441,28 +303,23 @@ TEST_F(LinuxHostTest, BootTimeStepHandsTheListedDevicesToVfio) {
   std::ofstream(_scratch + "/list")
       << "# saved\n0000:01:00.0\n0000:01:00.1 # audio\n0000:09:00.0\nrm -rf /\n";
   fs::create_directories(_scratch + "/bin");
-  std::ofstream(_scratch + "/bin/modprobe") << Replace(kRecorder, "@S@", _scratch);
-  fs::permissions(_scratch + "/bin/modprobe", fs::perms::owner_all);
-  const std::string script = std::string(MEREL_SOURCE_DIR) + "/packaging/merel-driver-vm";
-  const std::string run = Replace(kPciMounts, "$S", _scratch) +
-                          "if [ -e /usr/sbin/modprobe ]; then mount --bind " + _scratch +
-                          "/bin/modprobe /usr/sbin/modprobe; fi\n"
-                          "PATH=" +
-                          _scratch + "/bin:/usr/sbin:/usr/bin:/sbin:/bin sh " + script + " " +
-                          _scratch + "/list 2>" + _scratch + "/errors; echo $? > " + _scratch +
-                          "/status\n";
-  std::ofstream(_scratch + "/run.sh") << "#!/bin/sh\nmount -t sysfs sysfs /sys\n" << run;
-  ASSERT_EQ(std::system(
-                ("unshare --mount --net --propagation private sh " + _scratch + "/run.sh").c_str()),
+  WriteRecorder(_scratch + "/bin/modprobe");
+  std::ofstream(_scratch + "/run.sh")
+      << "#!/bin/sh\nS=" << _scratch << "\nmount -t sysfs sysfs /sys\n" << kPciMounts
+      << "if [ -e /usr/sbin/modprobe ]; then mount --bind $S/bin/modprobe /usr/sbin/modprobe; fi\n"
+         "PATH=$S/bin:/usr/sbin:/usr/bin:/sbin:/bin sh " MEREL_SOURCE_DIR
+         "/packaging/merel-driver-vm $S/list 2>$S/errors; echo $? > $S/status\n";
+  ASSERT_EQ(std::system(("unshare --mount --net --propagation private sh " + _scratch + "/run.sh")
+                            .c_str()),
             0);
   EXPECT_EQ(Slurp(_scratch + "/status"), "1\n");
   const std::string errors = Slurp(_scratch + "/errors");
   ExpectHas(errors, {"no PCI device 0000:09:00.0", "not a PCI address: rm"});
   EXPECT_EQ(Calls(), "modprobe vfio-pci\n");
-  const std::string devices = _scratch + "/pci/devices/";
-  EXPECT_EQ(Slurp(devices + "0000:01:00.0/driver_override"), "vfio-pci\n");
-  EXPECT_EQ(Slurp(devices + "0000:01:00.1/driver_override"), "vfio-pci\n");
-  EXPECT_EQ(Slurp(devices + "0000:00:19.0/driver_override"), "(null)\n");
+  for (const auto& [device, driver] :
+       {std::pair("0000:01:00.0", "vfio-pci\n"), {"0000:01:00.1", "vfio-pci\n"},
+        {"0000:00:19.0", "(null)\n"}})
+    EXPECT_EQ(Slurp(_scratch + "/pci/devices/" + device + "/driver_override"), driver) << device;
   EXPECT_EQ(Slurp(_scratch + "/pci/drivers_probe"), "0000:01:00.1\n");
 }
 
@@ -489,8 +346,7 @@ TEST_P(LinuxLogTest, TheSyslogEntryOpensTheMachinesLog) {
   if (id.size() != 32)
     GTEST_SKIP() << "this machine has no machine id to name its journal by";
   WriteLog(Replace(c.file, "@ID@", id), c.text);
-  Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
+  Terminal& console = StartLoggedIn();
   ASSERT_TRUE(SelectEntry(console, "View System Logs")) << console.Text();
   ASSERT_TRUE(WaitQuiet(console, "1 Syslog")) << console.Text();
   // Only the syslog is there; the others are not offered.
@@ -515,42 +371,36 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 // Lockdown mode and the configuration reset have no meaning on a Linux
-// host: the entry's pane and the message it opens say why, and nothing on
-// the host changes.
-struct RefusalCase {
-  const char* name;
-  const char* entry;
-  const char* why;  // the start of the pane and of the message
-};
-
-class LinuxRefusalTest : public LinuxHostTest,
-                         public ::testing::WithParamInterface<RefusalCase> {};
-
-TEST_P(LinuxRefusalTest, TheEntrySaysWhyAndChangesNothing) {
-  const RefusalCase& c = GetParam();
-  Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
-  ASSERT_TRUE(SelectEntry(console, c.entry)) << console.Text();
-  EXPECT_TRUE(Contains(RightText(console), c.why)) << console.Text();
-  console.SendKey(Key::kEnter);
-  // A message, not the dialog that would change the host.
-  ASSERT_TRUE(WaitQuiet(console, "<Enter> OK")) << console.Text();
-  EXPECT_FALSE(Contains(console.Text(), "<Esc> Cancel")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForMenu(console)) << console.Text();
-  EXPECT_FALSE(Contains(Calls(), "reboot")) << Calls();
+// host: the entry's pane says why, Enter opens a message (not the dialog
+// that would change the host), and nothing on the host changes.
+TEST_F(LinuxHostTest, LockdownAndResetSayWhyAndChangeNothing) {
+  Terminal& console = StartLoggedIn();
+  for (const auto& [entry, why] :
+       {std::pair("Configure Lockdown Mode", "This host has no lockdown mode."),
+        std::pair("Reset System Configuration", "This host has no factory")}) {
+    ASSERT_TRUE(SelectEntry(console, entry)) << console.Text();
+    ExpectHas(RightText(console), {why});
+    Press(console, Key::kEnter, "<Enter> OK");
+    ExpectLacks(console.Text(), {"<Esc> Cancel"});
+    PressToMenu(console, Key::kEnter);
+  }
+  ExpectLacks(Calls(), {"reboot"});
   EXPECT_FALSE(_syslog->Has("Restoring factory defaults")) << _syslog->Records();
   EXPECT_FALSE(_syslog->Has("Lockdown mode")) << _syslog->Records();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Linux,
-    LinuxRefusalTest,
-    ::testing::Values(RefusalCase{"Lockdown", "Configure Lockdown Mode",
-                                  "This host has no lockdown mode."},
-                      RefusalCase{"Reset", "Reset System Configuration",
-                                  "This host has no factory"}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST_F(LinuxHostTest, SshIsEnabledAndStartedThroughSystemd) {
+  Terminal& console = StartLoggedIn();
+  Choose(console, "Troubleshooting Options", "Troubleshooting Mode Options");
+  // The recorder says the service is not running.
+  console.SendKey(Key::kDown);
+  ASSERT_TRUE(console.WaitFor([&] { return RightTitle(console) == "SSH Support"; }))
+      << console.Text();
+  Press(console, Key::kEnter, "Disable SSH");
+  ExpectHas(Calls(),
+            {"systemctl is-active --quiet ssh.service\n", "systemctl enable --now ssh.service\n"});
+  ExpectLacks(Calls(), {"poweroff"});
+}
 
 // The shell idle time-out is TMOUT of the login shells, from the console's
 // own profile file; the availability time-out is kept in the options file
@@ -558,18 +408,18 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   const std::string profile = _scratch + "/etc/profile.d/merel-timeout.sh";
   const std::string options = _scratch + "/etc/merel/options";
-  Terminal& console = Start();
-  ASSERT_TRUE(LogIn(console, kF2, "root", "rootpw", "System Customization")) << console.Text();
-  ASSERT_TRUE(SelectEntry(console, "Troubleshooting Options")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Troubleshooting Mode Options")) << console.Text();
-  // The pane's title is the entry's label cut to the pane.
-  auto open = [&] {
-    if (!SelectEntry(console, "Modify Tarvik Shell and SSH"))
-      return false;
+  Terminal& console = StartLoggedIn();
+  Choose(console, "Troubleshooting Options", "Troubleshooting Mode Options");
+  // Switches SSH and returns the systemd calls that made it.
+  auto toggleSsh = [&](const std::string& label) {
+    std::ofstream(_scratch + "/calls", std::ios::trunc).close();
+    EXPECT_TRUE(SelectEntry(console, "SSH Support")) << console.Text();
     console.SendKey(Key::kEnter);
-    return WaitQuiet(console, "Idle timeout");
+    EXPECT_TRUE(WaitQuiet(console, label)) << console.Text();
+    return Calls();
   };
+  // The pane's title is the entry's label cut to the pane.
+  const char* const timeouts = "Modify Tarvik Shell and SSH";
   // One key at a time: keys that arrive while the console draws are dropped.
   auto type = [&](const std::string& keys) {
     for (char key : keys) {
@@ -579,27 +429,21 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
       console.WaitUntilQuiet();
     }
   };
-  // Switches SSH and returns the systemd calls that made it.
-  auto toggleSsh = [&](const std::string& label) {
-    std::ofstream(_scratch + "/calls", std::ios::trunc).close();
-    EXPECT_TRUE(SelectEntry(console, "SSH Support")) << console.Text();
+  // The two fields typed, and the dialog closed.
+  auto set = [&](const std::string& availability, const std::string& idle) {
+    type(availability);
+    Type(console, {Key::kDown});
+    type(idle);
     console.SendKey(Key::kEnter);
-    EXPECT_TRUE(WaitQuiet(console, label)) << console.Text();
-    return Calls();
+    return WaitGone(console, "Idle timeout");
   };
-  ASSERT_TRUE(open()) << console.Text();
-  type("5");
-  console.SendKey(Key::kDown);
-  console.WaitUntilQuiet();
-  type("15");
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
-  EXPECT_TRUE(Contains(Slurp(profile), "\nTMOUT=900\nexport TMOUT\n")) << Slurp(profile);
-  EXPECT_TRUE(Contains(Slurp(options), "\n/UserVars/TarvikShellTimeOut = 300\n"))
-      << Slurp(options);
-  EXPECT_TRUE(_syslog->WaitFor("Modified Shell timeout to 5 minutes")) << _syslog->Records();
-  EXPECT_TRUE(_syslog->WaitFor("Modified shell interactive timeout to 15 minutes"))
-      << _syslog->Records();
+  Choose(console, timeouts, "Idle timeout");
+  ASSERT_TRUE(set("5", "15")) << console.Text();
+  ExpectHas(Slurp(profile), {"\nTMOUT=900\nexport TMOUT\n"});
+  ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 300\n"});
+  for (const char* record :
+       {"Modified Shell timeout to 5 minutes", "Modified shell interactive timeout to 15 minutes"})
+    EXPECT_TRUE(_syslog->WaitFor(record)) << _syslog->Records();
 
   // A timer that cannot be set: SSH is on all the same, and the screen says why.
   std::ofstream(_scratch + "/fail-systemd-run").close();
@@ -620,19 +464,13 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   ExpectHas(toggleSsh("Enable SSH"), {"systemctl stop merel-ssh-availability.timer\n"});
 
   // Read back from the files; 0 takes the profile away and stops any timer.
-  ASSERT_TRUE(open()) << console.Text();
+  Choose(console, timeouts, "Idle timeout");
   EXPECT_TRUE(Contains(RowWith(console, "Availability timeout"), "5")) << console.Text();
   EXPECT_TRUE(Contains(RowWith(console, "Idle timeout"), "15")) << console.Text();
   std::ofstream(_scratch + "/calls", std::ios::trunc).close();
-  type("\x7f" "0");
-  console.SendKey(Key::kDown);
-  console.WaitUntilQuiet();
-  type("\x7f\x7f" "0");
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(console, "Idle timeout")) << console.Text();
+  ASSERT_TRUE(set("\x7f" "0", "\x7f\x7f" "0")) << console.Text();
   EXPECT_FALSE(fs::exists(profile));
-  EXPECT_TRUE(Contains(Slurp(options), "\n/UserVars/TarvikShellTimeOut = 0\n"))
-      << Slurp(options);
+  ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 0\n"});
   ExpectHas(Calls(), {"systemctl stop merel-shell-availability.timer\n",
                       "systemctl stop merel-ssh-availability.timer\n"});
 }

@@ -1,30 +1,15 @@
-// The System Customization menu after a login: which entries a host gets,
-// which are greyed and skipped, the ways a session ends, and the screens the
-// menu hands over to (the log pager, the support information).
+// The menu after a login: the entries a host gets, which are greyed and skipped,
+// the idle logout, and the screens it hands over to (log pager, support information).
 #include <signal.h>
 
-#include <functional>
 #include <regex>
 #include <set>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {
 
 using namespace MerelMenuTest;
-
-// The menu on the demo host from a console keyboard (TERM=xterm and no
-// SSH_CLIENT): every entry, the keyboard entry included.
-TEST(MenuScreenTest, DemoHostEntriesInOrder) {
-  SimHost host;
-  auto console = LogIn(host);
-  ExpectGoldenScreen(*console, "menu");
-}
 
 struct GreyCase {
   const char* name;
@@ -57,8 +42,7 @@ TEST_P(GreyEntriesTest, GreyAndSkipped) {
   // Walk the whole menu down; no greyed entry ever becomes the selection.
   std::vector<std::string> visited = {RightTitle(*console)};
   for (size_t i = 0; i < rows.size(); ++i) {
-    console->SendKey(Key::kDown);
-    console->WaitUntilQuiet();
+    Type(*console, {Key::kDown});
     visited.push_back(RightTitle(*console));
   }
   for (const std::string& entry : c.grey) {
@@ -84,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
         GreyCase{"DeviceAssignmentUnusable", "device-assignment-1", nullptr,
                  {"Configure DriverVM Devices"}},
         GreyCase{"NoDeviceAssignment", "static-ipv4", nullptr, {}, {"Configure DriverVM Devices"}}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ByName);
 
 // A session idle for longer than /UserVars/MerelTimeOut (which acts as at
 // least 60 s; the clock runs twenty times faster under libfaketime) logs out
@@ -132,8 +116,8 @@ TEST_P(LogViewerTest, DigitOpensThatLogAndQuitReturns) {
   ExpectHas(RightText(*console), {c.list});
   const std::string menu = console->Text();
   console->SendText(c.digit);
-  ASSERT_TRUE(console->WaitForText(kPagerPrompt)) << console->Text();
-  EXPECT_TRUE(WaitQuiet(*console, c.shows)) << console->Text();
+  Expect(*console, kPagerPrompt);
+  Expect(*console, c.shows);
   console->SendText("q");
   EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
   EXPECT_EQ(console->Text(), menu);
@@ -148,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(
                     // Only present logs are numbered: "2" is the third log here.
                     LogCase{"NexelMissing", "missing-logs", "1 Syslog\n2 Config\n3 Management", "2",
                             "hostboot marker line"}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ByName);
 
 // The pager runs in its secure mode: no shell, no pipe, no editor, no other
 // file; each refused command leaves it working. After it the console draws
@@ -177,7 +161,7 @@ TEST(LogViewerScreenTest, PagerRefusesShellPipeEditorAndOtherFiles) {
 
 // --- View Support Information: the host's support file in a scrolling dialog ---
 
-TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
+TEST(SupportInformationScreenTest, OpensScrollsAndClosesThenKeysInOneWriteAllTakeEffect) {
   SimHost host;
   std::string text;
   for (int i = 1; i <= 40; ++i) {
@@ -191,11 +175,9 @@ TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   ExpectLacks(console->Text(), {"Support line 13 {"});
   // Each step shows the lines it names, and only those: what stayed in view
   // was moved on screen, what came into view was drawn.
-  const struct {
-    Key key;
-    int first;
-  } steps[] = {{Key::kDown, 2},    {Key::kPageDown, 13}, {Key::kEnd, 29}, {Key::kDown, 29},
-               {Key::kPageUp, 18}, {Key::kUp, 17},       {Key::kHome, 1}, {Key::kUp, 1}};
+  const std::pair<Key, int> steps[] = {
+      {Key::kDown, 2}, {Key::kPageDown, 13}, {Key::kEnd, 29}, {Key::kDown, 29},
+      {Key::kPageUp, 18}, {Key::kUp, 17}, {Key::kHome, 1}, {Key::kUp, 1}};
   const auto line = [](int n) { return "Support line " + std::to_string(n) + " {not markup}"; };
   for (const auto& [key, first] : steps) {
     console->SendKey(key);
@@ -207,19 +189,21 @@ TEST(SupportInformationScreenTest, OpensScrollsAndCloses) {
   PressToMenu(*console, Key::kEscape);
   ExpectLacks(console->Text(), {"Support line"});
   EXPECT_EQ(RightTitle(*console), "View Support Information");
+
+  // Keys typed in one go, right after a screen opened, all take effect: two
+  // steps down from the current layout, Space to choose it, Enter to set it.
+  Choose(*console, "Configure Keyboard", "choose a layout");
+  console->Send("\x1b[B\x1b[B \r");
+  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
+  ExpectLogged(host, {"user.info Keyboard Layout changed to German"});
+  EXPECT_EQ(host.HostJson()["keyboardLayout"], "German");
 }
 
 // --- Terminals that cannot change colours: the selection and the greyed
 // entries must still show ---
 
-// The attributes a user without colours tells rows apart by.
-struct Look {
-  bool reverse;
-  bool bold;
-  bool operator==(const Look&) const = default;
-};
-
-Look LookAt(const Terminal& console, int x, int y) {
+// The attributes a user without colours tells rows apart by: reverse and bold.
+std::pair<bool, bool> LookAt(const Terminal& console, int x, int y) {
   const Cell cell = console.CellAt(x, y);
   return {cell.reverse, cell.bold};
 }
@@ -257,7 +241,7 @@ TEST_P(BlackAndWhiteTest, SelectionAndGreyedEntriesStandApart) {
   ASSERT_TRUE(first >= 0 && second >= 0) << console->Text();
   const int column = console->Find(first, "0000:3b:00.0");
   EXPECT_NE(LookAt(*console, column, first), LookAt(*console, column, second));
-  const Look focused = LookAt(*console, column, first);
+  const auto focused = LookAt(*console, column, first);
   Type(*console, {Key::kDown});
   EXPECT_EQ(LookAt(*console, column, second), focused) << console->Text();
   EXPECT_NE(LookAt(*console, column, first), focused);
@@ -267,16 +251,5 @@ INSTANTIATE_TEST_SUITE_P(Terminals,
                          BlackAndWhiteTest,
                          testing::Values("vt102", "xterm"),
                          [](const auto& info) { return std::string(info.param); });
-
-// Keys typed in one go, right after a screen opened, all take effect: two
-// steps down from the current layout, Space to choose it, Enter to set it.
-TEST(KeyboardScreenTest, KeysInOneWriteAllTakeEffect) {
-  SimHost host;
-  auto console = OpenEntry(host, "Configure Keyboard", "choose a layout");
-  console->Send("\x1b[B\x1b[B \r");
-  EXPECT_TRUE(WaitForMenu(*console)) << console->Text();
-  ExpectLogged(host, {"user.info Keyboard Layout changed to German"});
-  EXPECT_EQ(host.HostJson()["keyboardLayout"], "German");
-}
 
 }  // namespace

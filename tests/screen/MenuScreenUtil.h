@@ -21,10 +21,7 @@ namespace MerelMenuTest {
 using namespace MerelTest;
 
 // The two-pane layout on an 80 x 25 terminal.
-constexpr int kStatusRow = 24;
-constexpr int kMenuColumn = 2;
-constexpr int kMenuTop = 4;
-constexpr int kMenuWidth = 38;
+constexpr int kStatusRow = 24, kMenuColumn = 2, kMenuTop = 4, kMenuWidth = 38;
 
 // The text of cells x0..x0+width-1 of row y, trailing blanks dropped.
 inline std::string CellText(const Terminal& console, int y, int x0, int width) {
@@ -189,15 +186,25 @@ inline std::unique_ptr<Terminal> OpenLogin(SimHost& host, TerminalOptions option
   return console;
 }
 
+// Sends `keys` one at a time, each after the screen settled.
+inline void Type(Terminal& console, const std::vector<Key>& keys) {
+  for (Key key : keys) {
+    console.SendKey(key);
+    console.WaitUntilQuiet();
+  }
+}
+
+inline void TypeText(Terminal& console, const std::string& text) {
+  console.SendText(text);
+  console.WaitUntilQuiet();
+}
+
 // In the login dialog: up to the name, `user` typed over the preset "root",
 // and down to the password again.
 inline void TypeLoginName(Terminal& console, const std::string& user) {
-  console.SendKey(Key::kUp);
-  console.WaitUntilQuiet();
-  console.SendText(user);
-  console.WaitUntilQuiet();
-  console.SendKey(Key::kDown);
-  console.WaitUntilQuiet();
+  Type(console, {Key::kUp});
+  TypeText(console, user);
+  Type(console, {Key::kDown});
 }
 
 // Logs in from the welcome screen (as root unless `user` is given) and waits
@@ -243,19 +250,6 @@ inline void Choose(Terminal& console, const std::string& entry, const std::strin
   Press(console, Key::kEnter, expected);
 }
 
-// Sends `keys` one at a time, each after the screen settled.
-inline void Type(Terminal& console, std::initializer_list<Key> keys) {
-  for (Key key : keys) {
-    console.SendKey(key);
-    console.WaitUntilQuiet();
-  }
-}
-
-inline void TypeText(Terminal& console, const std::string& text) {
-  console.SendText(text);
-  console.WaitUntilQuiet();
-}
-
 // Logs in (as root), opens the menu's `entry` and waits for `expected` (or ends the test).
 inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
                                            const std::string& entry,
@@ -266,6 +260,16 @@ inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
   Choose(*console, entry, expected);
   return console;
 }
+
+// The program ended by itself with status 0.
+inline void ExpectCleanExit(Terminal& console) {
+  const std::optional<ExitStatus> status = console.WaitForExit();
+  ASSERT_TRUE(status.has_value()) << "still running:\n" << console.Text();
+  EXPECT_TRUE(status->CleanExit()) << status->Describe();
+}
+
+// Names a parametrised case by its `name` field.
+inline constexpr auto ByName = [](const auto& info) { return std::string(info.param.name); };
 
 // Each line turns up in the host's `log` (the syslog unless named).
 inline void ExpectLogged(const SimHost& host,

@@ -1,13 +1,6 @@
-// The switch side of the management network on a host with more adapters
-// than the list shows at once: choosing the uplinks, the VLAN ID, and static
-// IPv6 with every address field filled.
-#include <algorithm>
-#include <string>
-#include <vector>
+// The switch side of the management network (uplinks among more adapters than the
+// list shows, the VLAN ID) and static IPv6 with every address field filled.
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "NetworkScreenUtil.h"
 
 namespace {
@@ -16,9 +9,7 @@ using namespace MerelNetworkTest;
 
 // The adapter dialog's list on an 80 x 25 terminal: ten rows under the
 // header, the device name after the check box.
-constexpr int kFirstRow = 10;
-constexpr int kRows = 10;
-constexpr int kNameColumn = 7;
+constexpr int kFirstRow = 10, kRows = 10, kNameColumn = 7;
 
 std::vector<std::string> ShownAdapters(const Terminal& console) {
   std::vector<std::string> names;
@@ -36,10 +27,6 @@ std::vector<std::string> AdapterRows(const Terminal& console, std::vector<std::s
     name = at == shown.end() ? "" : CellText(console, kFirstRow + int(at - shown.begin()), 3, 74);
   }
   return names;
-}
-
-std::string AdapterRow(const Terminal& console, const std::string& name) {
-  return AdapterRows(console, {name})[0];
 }
 
 // D on the focused adapter: its details, closed again by `close` (any key).
@@ -89,7 +76,7 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
 
   // Neither management adapter left: refused, and the list stays open.
   Type(*console, {Key::kSpace, Key::kDown, Key::kSpace});
-  EXPECT_EQ(AdapterRow(*console, "pnic1").substr(0, 3), "[ ]");
+  EXPECT_EQ(AdapterRows(*console, {"pnic1"})[0].substr(0, 3), "[ ]");
   Press(*console, Key::kEnter, "No adapter");
   ExpectHas(console->Text(), {"Select at least one adapter."});
   PressGone(*console, Key::kEnter, "No adapter");
@@ -102,32 +89,29 @@ TEST(NetworkAdaptersTest, ChooseAmongManyAdapters) {
   Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
   EXPECT_EQ(ShownAdapters(*console), std::vector<std::string>(order.end() - kRows, order.end()));
   Type(*console, {Key::kSpace});
-  EXPECT_EQ(AdapterRow(*console, "pnic10"),
-            "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
+  const std::vector<std::string> pnic10 = {
+      "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected"};
+  EXPECT_EQ(AdapterRows(*console, {"pnic10"}), pnic10);
   ExpectDetails(
       *console,
       {"Device Name: pnic10", "Hardware Label: Intel I350", "MAC Address: 00:50:56:a1:00:2a",
        "Connection Status: Disconnected", "Used By: None"},
       nullptr, Key::kSpace);
   // The Space that closed the details did not reach the list.
-  EXPECT_EQ(AdapterRow(*console, "pnic10"),
-            "[X] pnic10       Intel ... (00:50:56:a1:00:2a) Disconnected");
+  EXPECT_EQ(AdapterRows(*console, {"pnic10"}), pnic10);
 
   // Taking adapters from other switches asks first; Esc keeps the list open.
-  const std::vector<std::string> warning = {
-      "Network Adapters: Warning", "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
-      "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."};
   Press(*console, Key::kEnter, "Remove these adapters");
-  ExpectHas(console->Text(), warning);
+  ExpectHas(console->Text(), {"Network Adapters: Warning",
+                              "pnic4 will be removed from vSwitch1 and added to vSwitch0.",
+                              "pnic5 will be removed from DSwitch-Lab and added to vSwitch0."});
   PressGone(*console, Key::kEscape, "Remove these");
   ExpectHas(console->Text(), {"Toggle Selected"});
   Press(*console, Key::kEnter, "Remove these adapters");
   Accept(*console);
   // An adapter without a label goes by its MAC address.
-  EXPECT_EQ(RightText(*console).rfind("pnic4 (Broadcom BCM5720)\npnic5 (Broadcom BCM5720)\n"
-                                      "pnic6 (00:50:56:a1:00:26)\npnic10 (Intel I350)\n",
-                                      0),
-            0u)
+  EXPECT_TRUE(RightText(*console).starts_with("pnic4 (Broadcom BCM5720)\npnic5 (Broadcom BCM5720)\n"
+                                              "pnic6 (00:50:56:a1:00:26)\npnic10 (Intel I350)\n"))
       << console->Text();
 
   ApplyChanges(*console);
@@ -192,9 +176,7 @@ TEST_P(UplinkOrderTest, ChosenAdaptersEndInOrderWithOneActive) {
   SimHost host(c.fixture);
   auto console = OpenWindow(host);
   Choose(*console, "Network Adapters", "Device Name");
-  for (Key key : c.keys) {
-    Type(*console, {key});
-  }
+  Type(*console, c.keys);
   Accept(*console);
   ApplyChanges(*console);
   const nlohmann::json state = host.HostJson();
@@ -221,8 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
         UplinkCase{"ManyRemoveStandby", "many-adapters", {kDown, kDown, kSpace}, {"pnic0"}, {},
                    "00:50:56:a1:00:20"},
         UplinkCase{"ManyReorder", "many-adapters", {kDown, kSpace, kSpace}, {"pnic1"}, {"pnic0"},
-                   "00:50:56:a1:00:21"}),
-    [](const auto& info) { return std::string(info.param.name); });
+                   "00:50:56:a1:00:21"}), ByName);
 
 struct VlanCase {
   const char* name;
@@ -259,14 +240,13 @@ TEST_P(VlanTest, TypedOverTheHostsId) {
     // Back in the dialog with the text kept; Esc drops it.
     ASSERT_TRUE(WaitGone(*console, c.message)) << console->Text();
     Expect(*console, std::string("[ ") + c.typed);
-    console->SendKey(Key::kEscape);
-    ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
+    Accept(*console, Key::kEscape);
     ExpectHas(RightText(*console), {"30"});
     PressToMenu(*console, Key::kEscape);
   } else {
     ASSERT_TRUE(WaitForWindow(*console)) << console->Text();
     const std::string shown = c.hostVlan == 0 ? "Not set" : std::to_string(c.hostVlan);
-    EXPECT_EQ(RightText(*console).rfind(shown, 0), 0u) << console->Text();
+    EXPECT_TRUE(RightText(*console).starts_with(shown)) << console->Text();
     ApplyChanges(*console);
     ExpectLogged(host, {"Changed vlan, restarting management interface"});
   }
@@ -284,8 +264,7 @@ INSTANTIATE_TEST_SUITE_P(
                     VlanCase{"AllVlans", "4095", "Warning", "You entered a VLAN ID of 4095.", true,
                              4095},
                     VlanCase{"TooHigh", "4096", kInvalidVlan, kInvalidVlanText, false, 30},
-                    VlanCase{"Empty", "", "", "", true, 0}),
-    [](const testing::TestParamInfo<VlanCase>& info) { return info.param.name; });
+                    VlanCase{"Empty", "", "", "", true, 0}), ByName);
 
 struct Ipv6Case {
   const char* name;
@@ -346,7 +325,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Ipv6Case{"EnablingFails", "SetNexIpv6Enabled",
                              "Setting ipv6 configuration failed: ", "2001:db8:30::1"},
                     Ipv6Case{"GatewayFails", "SetIpv6NexelDefaultGateway",
-                             "Setting default ipv6 gateway failed: ", "::"}),
-    [](const testing::TestParamInfo<Ipv6Case>& info) { return info.param.name; });
+                             "Setting default ipv6 gateway failed: ", "::"}), ByName);
 
 }  // namespace

@@ -4,39 +4,43 @@
 
 #include <filesystem>
 #include <regex>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "NetworkScreenUtil.h"
 
 namespace {
 
 using namespace MerelNetworkTest;
 
+const char kRestart[] = "Restart Management Network";
+const char kRestartQuestion[] = "Restart management network now?";
+
 // Only F11 confirms; Esc leaves the interface alone. The run shows the
 // steps and the static address; the host saw a stop and a start; only Enter
-// closes the result.
+// closes the result. A host call that fails ends the next restart with the
+// menu's message.
 TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
   SimHost host("static-ipv4");
-  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  auto console = OpenEntry(host, kRestart, kRestartQuestion);
   console->SendKey(Key::kEnter);
   PressToMenu(*console, Key::kEscape);
   EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 0);
 
-  Press(*console, Key::kEnter, "Restart management network now?");
+  Press(*console, Key::kEnter, kRestartQuestion);
   Press(*console, Key::kF11, "<Enter> OK");
   ExpectGoldenScreen(*console, "restart-network-static");  // the steps and the static address
   EXPECT_EQ(Fields(Nex0(host.HostJson()), {"stops", "enabled"}), List({1, true}));
   ExpectLogged(host, {"Restarting nex0"});
   ExpectHas(host.ObsvLog(), {"obsv.user.merel.network.restart"});
 
-  console->SendKey(Key::kEscape);
-  console->WaitUntilQuiet(milliseconds(200));
+  Type(*console, {Key::kEscape});
   ExpectHas(console->Text(), {"<Enter> OK"});
+  PressToMenu(*console, Key::kEnter);
+
+  FailCall(host, "NexNic.Enable", "interface busy");
+  Press(*console, Key::kEnter, kRestartQuestion);
+  Press(*console, Key::kF11, "Operation on the management network interface failed.");
+  ExpectLogged(host, {"Restarting the management network failed: interface busy"});
   PressToMenu(*console, Key::kEnter);
 }
 
@@ -45,7 +49,7 @@ TEST(NetworkOpsTest, RestartStopsAndStartsTheInterface) {
 // before the IPv6 part, so "Done." goes on a line of its own.
 TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
   SimHost host("dhcp");
-  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
+  auto console = OpenEntry(host, kRestart, kRestartQuestion);
   Press(*console, Key::kF11, "<Enter> OK");
   const std::string text = console->Text();
   EXPECT_FALSE(std::regex_search(text, std::regex("IP address is  [0-9]+\\."))) << text;
@@ -54,16 +58,6 @@ TEST(NetworkOpsTest, RestartOfADhcpInterfaceShowsNoIpv4Line) {
   EXPECT_TRUE(console->Find(starting, "Done.") < 0 && console->Find(starting + 1, "Done.") >= 0)
       << text;
   EXPECT_EQ(Nex0(host.HostJson()).value("stops", 0), 1);
-}
-
-// A host call that fails during the restart ends it with the menu's message.
-TEST(NetworkOpsTest, AFailedRestartIsReported) {
-  SimHost host("static-ipv4");
-  FailCall(host, "NexNic.Enable", "interface busy");
-  auto console = OpenEntry(host, "Restart Management Network", "Restart management network now?");
-  Press(*console, Key::kF11, "Operation on the management network interface failed.");
-  ExpectLogged(host, {"Restarting the management network failed: interface busy"});
-  PressToMenu(*console, Key::kEnter);
 }
 
 // The run is over: its footer offers Enter only (the targets dialog behind
@@ -77,14 +71,9 @@ bool WaitForRunEnd(Terminal& console) {
 
 // Types `text` into the host-name field in place of what it holds.
 void ReplaceHostname(Terminal& console, const std::string& text) {
-  console.SendKeys({Key::kDown, Key::kDown, Key::kDown, Key::kEnd});
-  console.WaitUntilQuiet();
-  for (int i = 0; i < 30; ++i) {
-    console.Send("\x7f");
-  }
-  console.WaitUntilQuiet();
-  console.SendText(text);
-  console.WaitUntilQuiet();
+  Type(console, {Key::kDown, Key::kDown, Key::kDown, Key::kEnd});
+  TypeText(console, std::string(30, '\x7f'));
+  TypeText(console, text);
 }
 
 struct TestCase {
@@ -152,17 +141,15 @@ INSTANTIATE_TEST_SUITE_P(
                   {"Resolving hostname (nowhere.lab.test).", "Failed."}}},
         TestCase{"LeftoverBackup", nullptr, true,
                  {{"Resolving hostname (static-host.lab.test).", "Failed."}}}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ByName);
 
 // A field that holds no address keeps the user in the dialog with the
 // message, the field in focus; nothing is run.
 TEST(NetworkOpsTest, AnInvalidAddressIsRefused) {
   SimHost host("static-ipv4");
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  console->SendKeys({Key::kDown, Key::kEnd});
-  console->WaitUntilQuiet();
-  console->SendText("::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
-  console->WaitUntilQuiet();
+  Type(*console, {Key::kDown, Key::kEnd});
+  TypeText(*console, "::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
   Press(*console, Key::kEnter, "Invalid IP or IPv6 address.");
   PressGone(*console, Key::kEnter, "Invalid IP");
   ExpectHas(console->Text(), {"Ping Address #1:"});

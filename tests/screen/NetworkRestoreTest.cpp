@@ -1,14 +1,7 @@
-// Network Restore Options on a simulated host: the factory restore and the
-// move onto a new standard switch, as the screen shows them and as the host
-// and its logs saw them.
-#include <algorithm>
+// Network Restore Options: the factory restore and the move onto a new standard
+// switch, as the screen shows them and as the host and its logs saw them.
 #include <filesystem>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -31,10 +24,7 @@ std::unique_ptr<Terminal> Open(SimHost& host, const std::string& entry = "") {
     Fail("no restore window:\n" + console->Text());
   }
   if (!entry.empty()) {
-    if (!SelectEntry(*console, entry)) {
-      Fail("no entry " + entry + ":\n" + console->Text());
-    }
-    Press(*console, Key::kEnter, "<Esc> Cancel");
+    Choose(*console, entry, "<Esc> Cancel");
   }
   return console;
 }
@@ -92,8 +82,7 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
     if (c.networkReset) {
       ExpectGoldenScreen(*console, "network-restore-done");
     }
-    console->SendKey(Key::kEscape);
-    console->WaitUntilQuiet(milliseconds(200));
+    Type(*console, {Key::kEscape});
     ExpectHas(console->Text(), {"<Enter> OK"});
     console->SendKey(Key::kEnter);
   }
@@ -149,34 +138,26 @@ INSTANTIATE_TEST_SUITE_P(
                     {"Auto-configuring network. Failed."}, false,
                     {"Clearing Network Config", "Error auto-configuring network"},
                     {"Auto-Configuring Network", "Error powering off VMs"}}),
-    [](const auto& info) { return info.param.name; });
+    ByName);
 
 // Only F11 confirms and only Esc cancels: nothing else leaves the dialogs,
 // and a cancelled one neither changes nor logs anything.
 TEST(NetworkRestoreTest, ConfirmationsIgnoreEveryKeyButF11AndEsc) {
-  struct Case {
-    const char* entry;
-    const char* question;
-    const char* golden;
-  };
-  const Case cases[] = {
-      {"Restore Network Settings", "Are you sure you want to reset the host network",
-       "restore-network-confirm"},
-      {"Restore Standard Switch", "Move the management network onto a standard switch?",
-       "restore-standard-switch"},
-  };
   SimHost host;
   const nlohmann::json before = Network(host);
   auto console = Open(host);
   ExpectGoldenScreen(*console, "network-restore");  // the three restores
-  for (const Case& c : cases) {
-    Choose(*console, c.entry, c.question);
-    ExpectGoldenScreen(*console, c.golden);
+  for (const auto& [entry, question, golden] :
+       {std::tuple{"Restore Network Settings", "Are you sure you want to reset the host network",
+                   "restore-network-confirm"},
+        std::tuple{"Restore Standard Switch", "Move the management network onto a standard switch?",
+                   "restore-standard-switch"}}) {
+    Choose(*console, entry, question);
+    ExpectGoldenScreen(*console, golden);
     console->SendKeys({Key::kEnter, Key::kSpace, Key::kF2});
-    console->SendText("y");
-    console->SendText("Q");
+    console->SendText("yQ");
     console->WaitUntilQuiet(milliseconds(300));
-    ExpectHas(console->Text(), {c.question});
+    ExpectHas(console->Text(), {question});
     console->SendKey(Key::kEscape);
     EXPECT_TRUE(WaitForWindow(*console)) << console->Text();
   }
@@ -247,9 +228,8 @@ TEST_P(StandardSwitchMove, MovesTheManagementNetworkOntoANewSwitch) {
     }
   }
   ExpectLacks(net["dvswitches"].dump(), uplinks);
-  const nlohmann::json* nex0 = Named(net["nics"], "nex0");
-  ASSERT_TRUE(nex0);
-  const nlohmann::json* nex1 = Named(net["nics"], "nex1");
+  const nlohmann::json *nex0 = Named(net["nics"], "nex0"), *nex1 = Named(net["nics"], "nex1");
+  ASSERT_TRUE(nex0 && nex1);
   EXPECT_EQ(List({nex0->value("portGroup", ""), nex0->value("dvSwitch", ""),
                   nex0->value("enabled", true), nex1->value("enabled", true)}),
             List({"Management Network", "", true, false}));
@@ -259,7 +239,7 @@ INSTANTIATE_TEST_SUITE_P(NetworkRestoreTest,
                          StandardSwitchMove,
                          ::testing::Values(SwitchCase{"FromAStandardSwitch", "", 30},
                                            SwitchCase{"FromADistributedSwitch", "dvs", 20}),
-                         [](const auto& info) { return info.param.name; });
+                         ByName);
 
 // The network as far as the move changes it, with each switch's own list of
 // uplinks and of port groups sorted: what is put back joins the end of such
@@ -333,6 +313,6 @@ INSTANTIATE_TEST_SUITE_P(
         SwitchFaultCase{"DvsAddUplinkAlways", "dvs", "VirtualSwitchInfoImpl.AddUplink", true},
         SwitchFaultCase{"DvsMoveToPortGroup", "dvs", "NexelNicInfoImpl.MoveToPortGroup"},
         SwitchFaultCase{"DvsDisable", "dvs", "NexNic.Disable"}),
-    [](const auto& info) { return info.param.name; });
+    ByName);
 
 }  // namespace

@@ -32,9 +32,9 @@ inline std::unique_ptr<Terminal> OpenWindow(SimHost& host) {
   return console;
 }
 
-// Enter on the dialog, back in the window.
-inline void Accept(Terminal& console) {
-  console.SendKey(Key::kEnter);
+// Enter on the dialog (or `key`), back in the window.
+inline void Accept(Terminal& console, Key key = Key::kEnter) {
+  console.SendKey(key);
   if (!WaitForWindow(console)) {
     Fail("not back in the window:\n" + console.Text());
   }

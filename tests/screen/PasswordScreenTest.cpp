@@ -1,14 +1,8 @@
-// The password change from the menu and from an expired login, through the
-// real PAM stack of the simulated host: pam_matrix keeps the passwords in the
-// host root's password file, and the host's account module adds the outcomes
-// pam_matrix cannot give (its word per user in etc/account-states).
-#include <algorithm>
+// The password change from the menu and from an expired login, through the real
+// PAM stack: pam_matrix keeps the passwords in the host root's password file, and
+// the host's account module adds the outcomes it cannot give (etc/account-states).
 #include <filesystem>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -18,25 +12,20 @@ using namespace MerelMenuTest;
 const char kOld[] = "0ld-Secret-7q";
 const char kNew[] = "N3w-Secret-9z";
 
-// root's password, and the account module's word for root.
-void PreparePam(const SimHost& host, const std::string& rootState) {
-  host.WriteFile("/etc/pam_matrix.passwd", std::string("root:") + kOld + ":merel\n");
-  if (!rootState.empty()) {
-    host.WriteFile("/etc/account-states/root", rootState + "\n");
-  }
-}
-
 // Types `text` into the focused field and presses Enter.
 void Type(Terminal& console, const std::string& text) {
-  console.SendText(text);
-  console.WaitUntilQuiet();
+  TypeText(console, text);
   console.Send("\r");
   console.WaitUntilQuiet(milliseconds(150));
 }
 
-// Logs in with the old password and opens the password dialog.
+// Sets root's password and the account module's word for root, logs in
+// and opens the password dialog.
 std::unique_ptr<Terminal> OpenPassword(SimHost& host, const std::string& rootState = "") {
-  PreparePam(host, rootState);
+  host.WriteFile("/etc/pam_matrix.passwd", std::string("root:") + kOld + ":merel\n");
+  if (!rootState.empty()) {
+    host.WriteFile("/etc/account-states/root", rootState + "\n");
+  }
   return OpenEntry(host, "Configure Password", "Old Password:", {}, kOld);
 }
 
@@ -219,6 +208,6 @@ INSTANTIATE_TEST_SUITE_P(
                                   std::string(512, 'p'), kFailed},
                       RefusalCase{"LongPasswordTokenError", "authtok", kOld, std::string(4096, 'q'),
                                   std::string(4096, 'q'), kFailed}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ByName);
 
 }  // namespace

@@ -1,11 +1,6 @@
-// "Restore DVS" from the network restore window, on a host whose management
-// port is blocked and whose uplinks have no link: the repair as an
-// administrator does it, and the refusal when no adapter could carry it.
-#include <string>
+// "Restore DVS" on a host whose management port is blocked and whose uplinks have
+// no link: the repair, and the refusal when no adapter could carry it.
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {

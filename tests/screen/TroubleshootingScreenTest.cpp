@@ -1,14 +1,7 @@
-// The troubleshooting window: the shell and SSH switched through the host's
-// management command (or its service scripts when that fails), the time-out
-// dialogs, the restart of the management agents, and lockdown mode from the
-// menu.
-#include <dirent.h>
+// The troubleshooting window (shell and SSH, the time-outs, the agents' restart)
+// and lockdown mode from the menu.
+#include <filesystem>
 
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -33,13 +26,6 @@ void TypeKeys(Terminal& console, const std::string& keys) {
 
 const nlohmann::json* Service(const nlohmann::json& state, const std::string& name) {
   return Named(state["services"], name);
-}
-
-// The menu is in front again once the dialog's last text is gone (the menu
-// is asked afresh what the host allows before it is drawn).
-bool BackAtMenu(Terminal& console, const std::string& dialogText) {
-  return console.WaitFor([&] { return !Contains(console.Text(), dialogText); }) &&
-         WaitForMenu(console);
 }
 
 bool SshFirewallOpen(const SimHost& host) {
@@ -137,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "Modified Merel timeout to 5 minutes"},
         TimeoutCase{"Zero", "0", false, 0, "Disabled Merel timeout"},
         TimeoutCase{"Unchanged", "10", false, 600, ""}, TimeoutCase{"Empty", "", false, 600, ""}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ByName);
 
 // A time-out set in the window applies to the running session at once.
 TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
@@ -158,8 +144,7 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   Choose(*console, "Modify Tarvik Shell and SSH", "Availability timeout");
   ExpectGoldenScreen(*console, "shell-timeouts");
   TypeKeys(*console, "1440");
-  console->SendKey(Key::kDown);
-  console->WaitUntilQuiet(milliseconds(200));
+  Type(*console, {Key::kDown});
   TypeKeys(*console, "1441");
   Press(*console, Key::kEnter, "Invalid timeout value");
   PressGone(*console, Key::kEnter, "Set the timeouts for Tarvik Shell access");
@@ -176,16 +161,13 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
 class RestartAgentsTest : public ::testing::TestWithParam<bool> {};
 
 bool CoreFileWritten(const SimHost& host) {
-  DIR* dir = opendir(host.Path("/var/log").c_str());
-  bool found = false;
-  while (dirent* entry = dir ? readdir(dir) : nullptr) {
-    const std::string name = entry->d_name;
-    found = found || (name.rfind("mgmtd-restart", 0) == 0 && name.ends_with(".core"));
+  for (const auto& entry : std::filesystem::directory_iterator(host.Path("/var/log"))) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with("mgmtd-restart") && name.ends_with(".core")) {
+      return true;
+    }
   }
-  if (dir) {
-    closedir(dir);
-  }
-  return found;
+  return false;
 }
 
 TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
@@ -197,8 +179,7 @@ TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
     ExpectGoldenScreen(*console, "restart-agents");
     Press(*console, Key::kSpace, "[X] Collect extra");
   }
-  console->SendKey(Key::kEnter);  // only F11 confirms
-  console->WaitUntilQuiet(milliseconds(200));
+  Type(*console, {Key::kEnter});  // only F11 confirms
   ExpectHas(console->Text(), {"Restart management agents now?"});
   console->SendKey(Key::kF11);
   ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
@@ -231,34 +212,26 @@ INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(), [](cons
 TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
   SimHost host("lockdown-possible");
   auto console = LogIn(host, {.term = "xterm-256color"});
-  const struct {
-    const char* before;
-    const char* after;
-    const char* log;
-    const char* command;
-    ConsoleColor entry;
-  } steps[] = {
-      {"[ ] Enable lockdown mode", "[X] Enable lockdown mode", "Lockdown mode enabled",
-       "rovisvc/auth/lockdown_mode_enter", ConsoleColor::kBlack},
-      {"[X] Enable lockdown mode", "[ ] Enable lockdown mode", "Lockdown mode disabled",
-       "rovisvc/auth/lockdown_mode_exit", ConsoleColor::kDarkGrey},
-  };
-  for (const auto& step : steps) {
-    Choose(*console, "Configure Lockdown Mode", step.before);
-    if (step.entry == ConsoleColor::kBlack) {
+  for (const auto& [before, after, log, command, entry] :
+       {std::tuple{"[ ] Enable lockdown mode", "[X] Enable lockdown mode", "Lockdown mode enabled",
+                   "rovisvc/auth/lockdown_mode_enter", ConsoleColor::kBlack},
+        std::tuple{"[X] Enable lockdown mode", "[ ] Enable lockdown mode", "Lockdown mode disabled",
+                   "rovisvc/auth/lockdown_mode_exit", ConsoleColor::kDarkGrey}}) {
+    Choose(*console, "Configure Lockdown Mode", before);
+    if (entry == ConsoleColor::kBlack) {
       ExpectGoldenScreen(*console, "lockdown");
     }
-    for (int i = 0; i < 3; ++i) {  // an even number of toggles would change nothing
-      console->SendKey(Key::kSpace);
-      console->WaitUntilQuiet();
-    }
-    Expect(*console, step.after);
+    // An even number of toggles would change nothing.
+    Type(*console, {Key::kSpace, Key::kSpace, Key::kSpace});
+    Expect(*console, after);
+    // The menu asks the host afresh what it allows before it is drawn.
     console->SendKey(Key::kEnter);
-    ASSERT_TRUE(BackAtMenu(*console, "Enable lockdown mode")) << console->Text();
-    ExpectLogged(host, {std::string("user.info ") + step.log});
+    ASSERT_TRUE(WaitGone(*console, "Enable lockdown mode") && WaitForMenu(*console))
+        << console->Text();
+    ExpectLogged(host, {std::string("user.info ") + log});
     ExpectHas(host.ReadFile("/var/log/tools.log"),
-              {std::string("rovi-cmd -U root ") + step.command + "\n"});
-    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg, step.entry) << console->Text();
+              {std::string("rovi-cmd -U root ") + command + "\n"});
+    EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg, entry) << console->Text();
     ModifyHost(host, [](nlohmann::json& state) { state["lockdown"]["possible"] = false; });
   }
   EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);

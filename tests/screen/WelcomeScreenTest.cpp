@@ -1,16 +1,8 @@
-// The welcome screen as a user meets it: what the two halves say for hosts of
-// different kinds, its colours, the black-and-white toggle, a custom message,
-// and how a session started from it ends.
+// The welcome screen: what its halves say for hosts of different kinds, its
+// colours, the black-and-white toggle, a custom message, a restart request.
 #include <signal.h>
 
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "Harness.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -143,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                            "consult the product's Hardware Compatibility",
                            "Guide (HCG) for a list of supported adapters."},
                  .absent = {kHeading, "http://"}}),
-    [](const testing::TestParamInfo<HostCase>& info) { return std::string(info.param.name); });
+    ByName);
 
 TEST(WelcomeScreenTest, CustomMessageReplacesTheScreenAndFillsInVariables) {
   SimHost host("welcome-message");
@@ -177,23 +169,18 @@ TEST(WelcomeScreenTest, LongCustomMessageScrolls) {
   Expect(*console, "Notice line 21");
   // The row showing exactly "Notice line N" at column 2, or -1.
   const auto rowOf = [&](int n) {
-    std::istringstream rows(console->Text());
-    std::string row;
-    for (int y = 0; std::getline(rows, row); ++y) {
-      if (row == "  Notice line " + std::to_string(n)) {
+    for (int y = 0; y < 25; ++y) {
+      if (CellText(*console, y, 0, 80) == "  Notice line " + std::to_string(n)) {
         return y;
       }
     }
     return -1;
   };
-  const struct {
-    Key key;
-    int first;
-  } steps[] = {{Key::kDown, 2},    {Key::kPageDown, 22}, {Key::kEnd, 40}, {Key::kDown, 40},
-               {Key::kPageUp, 20}, {Key::kUp, 19},       {Key::kHome, 1}, {Key::kUp, 1}};
+  const std::pair<Key, int> steps[] = {
+      {Key::kDown, 2}, {Key::kPageDown, 22}, {Key::kEnd, 40}, {Key::kDown, 40},
+      {Key::kPageUp, 20}, {Key::kUp, 19}, {Key::kHome, 1}, {Key::kUp, 1}};
   for (const auto& [key, first] : steps) {
-    console->SendKey(key);
-    console->WaitUntilQuiet();
+    Type(*console, {key});
     EXPECT_EQ((std::vector{rowOf(first), rowOf(first + 20), rowOf(first - 1), rowOf(first + 21)}),
               (std::vector{2, 22, -1, -1}))
         << first << "\n" << console->Text();
@@ -202,33 +189,23 @@ TEST(WelcomeScreenTest, LongCustomMessageScrolls) {
   EXPECT_TRUE(console->WaitForText("Authentication Required")) << console->Text();
 }
 
-// F4 toggles black and white where colours can be redefined (dark grey
-// becomes standout, yellow plain, the text stays); elsewhere it changes
-// nothing (ScreenCostTest: and sends no clear for it).
+// F4 toggles black and white where colours can be redefined: dark grey
+// becomes standout, yellow plain, the text stays. (Elsewhere it changes
+// nothing: RuntimeScreenTest's palette test and ScreenCostTest.)
 TEST(WelcomeScreenTest, F4TogglesBlackAndWhiteWhereColoursCanBeRedefined) {
-  for (const auto& [term, toggles] :
-       {std::pair{"xterm-256color", true}, std::pair{"xterm", false}}) {
-    SimHost host;
-    auto console = Start(host, term);
-    const std::string text = console->Text();
-    const bool upperReverse = console->CellAt(40, 2).reverse;
-    const bool lowerReverse = console->CellAt(40, 20).reverse;
-    for (int press = 1; press <= 2; ++press) {
-      const bool bw = toggles && press == 1;
-      console->SendKey(Key::kF4);
-      ASSERT_TRUE(console->WaitFor([&] {
-        return !toggles || console->CellAt(40, 2).reverse == bw;
-      })) << term
-          << ": no change after F4 number " << press;
-      ASSERT_TRUE(console->WaitUntilQuiet());
-      EXPECT_EQ(console->Text(), text) << term;
-      EXPECT_EQ(console->CellAt(40, 2).reverse, bw || upperReverse) << term << " " << press;
-      EXPECT_EQ(console->CellAt(40, 20).reverse, lowerReverse) << term << " " << press;
-      if (toggles) {
-        EXPECT_EQ(console->CellAt(40, 2).bg == ConsoleColor::kDarkGrey, !bw);
-        EXPECT_EQ(console->CellAt(40, 20).bg == ConsoleColor::kYellow, !bw);
-      }
-    }
+  SimHost host;
+  auto console = Start(host, "xterm-256color");
+  const std::string text = console->Text();
+  const bool lowerReverse = console->CellAt(40, 20).reverse;
+  for (const bool bw : {true, false}) {
+    console->SendKey(Key::kF4);
+    ASSERT_TRUE(console->WaitFor([&] { return console->CellAt(40, 2).reverse == bw; })) << bw;
+    ASSERT_TRUE(console->WaitUntilQuiet());
+    EXPECT_EQ(console->Text(), text);
+    const Cell upper = console->CellAt(40, 2), lower = console->CellAt(40, 20);
+    EXPECT_EQ(std::tuple(lower.reverse, upper.bg == ConsoleColor::kDarkGrey,
+                         lower.bg == ConsoleColor::kYellow),
+              std::tuple(lowerReverse, !bw, !bw));
   }
 }
 
@@ -242,9 +219,7 @@ TEST(WelcomeScreenTest, RestartRequestDuringASessionWaitsForTheLogout) {
   ASSERT_TRUE(console->WaitUntilQuiet());
   EXPECT_TRUE(console->Running());
   console->SendKey(Key::kEscape);
-  std::optional<ExitStatus> status = console->WaitForExit();
-  ASSERT_TRUE(status.has_value());
-  EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  ExpectCleanExit(*console);
   ExpectHas(host.Syslog(), {"User root logged out"});
 }
 

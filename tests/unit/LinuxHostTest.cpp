@@ -111,36 +111,6 @@ TEST(LinuxFacts, OsReleaseValuesAsTheFormatDefinesThem) {
   EXPECT_EQ(std::tuple(values["NAME"], values["VERSION_ID"]), std::tuple("Fallback", "7"));
 }
 
-TEST(LinuxFacts, HostnameFollowsTheKernelBeforeTheFile) {
-  Tree tree;
-  tree.Write("/etc/hostname", "from-file\n");
-  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-file");
-  tree.Write("/proc/sys/kernel/hostname", "from-kernel\n");
-  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-kernel");
-}
-
-TEST(LinuxFacts, MemoryInPages) {
-  Tree tree;
-  tree.Write("/proc/meminfo", "MemFree:  1024 kB\nMemTotal:       16384 kB\n");
-  const MemoryState memory = Linux::ReadMemory(tree.Root(), 4096);
-  EXPECT_EQ(std::tuple(memory.totalPages, memory.pageSize), std::tuple(4096ul, 4096ul));
-}
-
-TEST(LinuxFacts, DmiIdentityAndBiosRelease) {
-  Tree tree;
-  const std::pair<const char*, const char*> files[] = {
-      {"sys_vendor", "Acme Servers"}, {"product_name", "R900"},
-      {"product_uuid", "4c4c4544-0042-3510"}, {"product_serial", "SER123"},
-      {"bios_vendor", "Acme"}, {"bios_version", "2.4.1"}, {"bios_release", "2.4"}};
-  for (const auto& [file, text] : files)
-    tree.Write(std::string("/sys/class/dmi/id/") + file, std::string(text) + "\n");
-  HardwareState hw;
-  Linux::ReadDmi(tree.Root(), hw);
-  EXPECT_EQ(std::tuple(hw.vendor, hw.model, hw.uuid, hw.serviceTag, hw.bios.version, hw.bios.major,
-                       hw.bios.minor),
-            std::tuple("Acme Servers", "R900", "4c4c4544-0042-3510", "SER123", "2.4.1", 2, 4));
-}
-
 TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
   Tree tree;
   tree.Write("/usr/share/misc/pci.ids",
@@ -174,18 +144,6 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
             std::tuple("0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false));
   // The class section must not be read as vendors.
   EXPECT_EQ(std::pair(names.vendors.count("C 02"), names.vendors.size()), std::pair(0ul, 2ul));
-}
-
-TEST(LinuxFacts, StorageAdaptersAreNumberedAcrossKinds) {
-  Tree tree;
-  tree.Write("/sys/class/scsi_host/host0/proc_name", "ahci\n");
-  tree.Write("/sys/class/nvme/nvme0/model", "Fast SSD  \n");
-  tree.Write("/sys/class/nvme/nvme0/firmware_rev", "1.0\n");
-  const auto adapters = Linux::ReadStorageAdapters(tree.Root());
-  ASSERT_EQ(adapters.size(), 2u);
-  EXPECT_EQ(std::tuple(adapters[0].name, adapters[0].driver, adapters[1].name, adapters[1].model,
-                       adapters[1].firmwareVersion),
-            std::tuple("hba0", "ahci", "hba1", "Fast SSD", "1.0"));
 }
 
 TEST(LinuxFacts, TheDefaultRoutesInterfaceIsTheManagementInterface) {
@@ -342,9 +300,6 @@ TEST(LinuxTools, ConfigurationNamesUnitsAndAgents) {
     tree.Write("/merel.conf", std::string("host-certificate = ") + file + "\n");
     EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate, used);
   }
-  LinuxBackend backend(tree.Root(), "1");
-  EXPECT_EQ(backend.HostPath("/etc/ostrel/ssl/host.crt"),
-            tree.Root() + "/etc/pki/libvirt/servercert.pem");
 }
 
 TEST(LinuxTools, VmShutdownWaitTakesOnlySecondsInRange) {
@@ -360,7 +315,7 @@ TEST(LinuxTools, VmShutdownWaitTakesOnlySecondsInRange) {
   }
 }
 
-TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
+TEST(LinuxTools, LogViewerAndConsoleFilesAreTheSystemsOwn) {
   Tree tree;
   tree.Write("/var/log/messages", "x\n");
   tree.Write("/var/log/kern.log", "x\n");
@@ -379,7 +334,12 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   tree.Write("/var/log/syslog", "x\n");
   EXPECT_EQ(Linux::LogFile(tree.Root(), "/var/log/syslog.log"), "/var/log/syslog");
   LinuxBackend backend(tree.Root(), "1");
-  EXPECT_EQ(backend.HostPath("/var/log/nexel.log"), tree.Root() + "/var/log/kern.log");
+  for (const auto& [asked, found] :
+       {std::pair("/var/log/nexel.log", "/var/log/kern.log"),
+        {"/var/run/ostrel/show-merel-login", "/etc/merel/console-login"},
+        {"/etc/ostrel/ssl/host.crt", "/etc/pki/libvirt/servercert.pem"},
+        {"/etc/ssh/x", "/etc/ssh/x"}})
+    EXPECT_EQ(backend.HostPath(asked), tree.Root() + found);
   EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
 }
 
@@ -414,53 +374,54 @@ TEST(LinuxTools, SyslogFallsBackToTheJournal) {
   }
 }
 
+// The readers as the backend puts them together: the kernel's host name
+// before the file's, the firmware's identity and BIOS release, the memory
+// in pages (MemTotal, not the line before it), and storage adapters
+// numbered across kinds.
 TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   Tree tree;
+  tree.Write("/etc/hostname", "from-file\n");
+  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-file");
   tree.Write("/proc/sys/kernel/hostname", "kvm-host-3\n");
   tree.Write("/proc/sys/kernel/osrelease", "6.1.0-18-amd64\n");
   tree.Write("/etc/os-release", "NAME=\"Debian GNU/Linux\"\nVERSION_ID=\"12\"\n");
-  tree.Write("/sys/class/dmi/id/sys_vendor", "Acme\n");
-  tree.Write("/proc/meminfo", "MemTotal: 8192 kB\n");
+  tree.Write("/proc/meminfo", "MemFree:  1024 kB\nMemTotal:       16384 kB\n");
+  for (const auto& [file, text] : {std::pair("sys_vendor", "Acme Servers"),
+                                   {"product_name", "R900"}, {"product_uuid", "4c4c4544-0042-3510"},
+                                   {"product_serial", "SER123"}, {"bios_vendor", "Acme"},
+                                   {"bios_version", "2.4.1"}, {"bios_release", "2.4"}})
+    tree.Write(std::string("/sys/class/dmi/id/") + file, std::string(text) + "\n");
+  tree.Write("/sys/class/scsi_host/host0/proc_name", "ahci\n");
+  tree.Write("/sys/class/nvme/nvme0/model", "Fast SSD  \n");
+  tree.Write("/sys/class/nvme/nvme0/firmware_rev", "1.0\n");
   LinuxBackend backend(tree.Root(), "1.2.3");
   const HostState state = backend.Load();
   EXPECT_EQ(std::tuple(state.network.dns.hostname, state.product.name, state.product.version,
-                       state.product.build, state.product.kernelVersion, state.hardware.vendor),
-            std::tuple("kvm-host-3", "Debian GNU/Linux", "12", "1.2.3", "6.1.0-18-amd64", "Acme"));
-  EXPECT_GT(state.hardware.memory.totalPages, 0u);
+                       state.product.build, state.product.kernelVersion),
+            std::tuple("kvm-host-3", "Debian GNU/Linux", "12", "1.2.3", "6.1.0-18-amd64"));
+  const HardwareState& hw = state.hardware;
+  EXPECT_EQ(std::tuple(hw.vendor, hw.model, hw.uuid, hw.serviceTag, hw.bios.version, hw.bios.major,
+                       hw.bios.minor, hw.memory.totalPages * hw.memory.pageSize),
+            std::tuple("Acme Servers", "R900", "4c4c4544-0042-3510", "SER123", "2.4.1", 2, 4,
+                       16384ul * 1024));
+  const auto& adapters = hw.storageAdapters;
+  ASSERT_EQ(adapters.size(), 2u);
+  EXPECT_EQ(std::tuple(adapters[0].name, adapters[0].driver, adapters[1].name, adapters[1].model,
+                       adapters[1].firmwareVersion),
+            std::tuple("hba0", "ahci", "hba1", "Fast SSD", "1.0"));
   EXPECT_TRUE(state.accounts.empty());
   // Offered, but this tree has no IOMMU: the dialog says why.
-  EXPECT_EQ(state.hardware.deviceAssignmentState, 2);
-  EXPECT_NE(state.hardware.deviceAssignmentNote, "");
+  EXPECT_EQ(hw.deviceAssignmentState, 2);
+  EXPECT_NE(hw.deviceAssignmentNote, "");
   ASSERT_NE(FindOption(state, "/UserVars/MerelTimeOut"), nullptr);
   EXPECT_EQ(FindOption(state, "/UserVars/MerelTimeOut")->value, 600);
 }
 
-TEST(LinuxBackend, OptionsAreKeptInTheirFile) {
+// Of all changes only the options are the backend's, kept in their own
+// file; a value out of range there keeps the default.
+TEST(LinuxBackend, OptionsAreKeptInTheirFileAndOtherChangesRefused) {
   Tree tree;
   fs::create_directories(tree.Root() + "/etc");
-  LinuxBackend backend(tree.Root(), "1");
-  backend.Modify([](HostState& s) { FindOption(s, "/UserVars/MerelTimeOut")->value = 120; });
-  EXPECT_NE(tree.Read("/etc/merel/options").find("/UserVars/MerelTimeOut = 120\n"),
-            std::string::npos);
-  EXPECT_EQ(FindOption(backend.Load(), "/UserVars/MerelTimeOut")->value, 120);
-  // No temporary file is left beside it.
-  const fs::directory_iterator files(tree.Root() + "/etc/merel");
-  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
-}
-
-TEST(LinuxBackend, OptionValuesOutOfRangeInTheFileKeepTheDefault) {
-  Tree tree;
-  tree.Write("/etc/merel/options",
-             "/UserVars/MerelTimeOut = 99999999\n/UserVars/TarvikShellTimeOut = 3x\n");
-  LinuxBackend backend(tree.Root(), "1");
-  const HostState state = backend.Load();
-  EXPECT_EQ(std::tuple(FindOption(state, "/UserVars/MerelTimeOut")->value,
-                      FindOption(state, "/UserVars/TarvikShellTimeOut")->value),
-            std::tuple(600, 0));
-}
-
-TEST(LinuxBackend, OtherChangesAreRefusedAndWriteNothing) {
-  Tree tree;
   LinuxBackend backend(tree.Root(), "1");
   EXPECT_THROW(backend.Modify([](HostState& s) {
     FindOption(s, "/UserVars/MerelTimeOut")->value = 120;
@@ -468,6 +429,20 @@ TEST(LinuxBackend, OtherChangesAreRefusedAndWriteNothing) {
   }),
                HostCtl::Lib::HostCtlException);
   EXPECT_FALSE(fs::exists(tree.Root() + "/etc/merel/options"));
+  backend.Modify([](HostState& s) { FindOption(s, "/UserVars/MerelTimeOut")->value = 120; });
+  EXPECT_NE(tree.Read("/etc/merel/options").find("/UserVars/MerelTimeOut = 120\n"),
+            std::string::npos);
+  EXPECT_EQ(FindOption(backend.Load(), "/UserVars/MerelTimeOut")->value, 120);
+  // No temporary file is left beside it.
+  const fs::directory_iterator files(tree.Root() + "/etc/merel");
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+
+  tree.Write("/etc/merel/options",
+             "/UserVars/MerelTimeOut = 99999999\n/UserVars/TarvikShellTimeOut = 3x\n");
+  const HostState state = backend.Load();
+  EXPECT_EQ(std::tuple(FindOption(state, "/UserVars/MerelTimeOut")->value,
+                       FindOption(state, "/UserVars/TarvikShellTimeOut")->value),
+            std::tuple(600, 0));
 }
 
 TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
@@ -533,14 +508,6 @@ TEST(LinuxBackend, RefusedProgramsDoNotStart) {
   char* const argv[] = {const_cast<char*>("poweroff"), nullptr};
   EXPECT_EQ(backend.Spawn("/sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
   EXPECT_EQ(backend.System("/sbin/configReset.sh"), -1);
-}
-
-TEST(LinuxBackend, TheLoginSwitchIsTheConsolesOwnFile) {
-  Tree tree;
-  LinuxBackend backend(tree.Root(), "1");
-  EXPECT_EQ(backend.HostPath("/var/run/ostrel/show-merel-login"),
-            tree.Root() + "/etc/merel/console-login");
-  EXPECT_EQ(backend.HostPath("/etc/ssh/x"), tree.Root() + "/etc/ssh/x");
 }
 
 TEST(LinuxVms, NoHypervisorIsAnErrorNotACrash) {

@@ -41,9 +41,15 @@ KernelNetwork Bridged() {
   return kernel;
 }
 
-TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
+// The console's model of `kernel`, with no files of the console's.
+NetworkState Mapped(const KernelNetwork& kernel = Bridged()) {
   NetworkState network;
-  MapNetwork(Bridged(), {}, "/nonexistent", network);
+  MapNetwork(kernel, {}, "/nonexistent", network);
+  return network;
+}
+
+TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
+  const NetworkState network = Mapped();
   std::vector<std::string> adapters;
   for (const auto& pnic : network.pnics)
     adapters.push_back(pnic.name);
@@ -65,18 +71,6 @@ TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
                        std::vector<std::string>{"2001:db8::5/64"}, "198.51.100.1"));
 }
 
-struct ManagementCase {
-  const char* name;
-  KernelNetwork kernel;
-  const char* expected;
-};
-
-class ManagementLinkTest : public ::testing::TestWithParam<ManagementCase> {};
-
-TEST_P(ManagementLinkTest, Chosen) {
-  EXPECT_EQ(ManagementLink(GetParam().kernel), GetParam().expected);
-}
-
 KernelNetwork Plain(std::vector<KernelRoute> routes, std::vector<KernelAddress> addresses) {
   KernelNetwork kernel;
   kernel.links = {Link(2, "eth0", ""), Link(3, "eth1", "")};
@@ -85,28 +79,28 @@ KernelNetwork Plain(std::vector<KernelRoute> routes, std::vector<KernelAddress> 
   return kernel;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    LinuxNetworkMap,
-    ManagementLinkTest,
-    ::testing::Values(
-        ManagementCase{"BridgeWithTheDefaultRoute", [] {
-                         KernelNetwork k = Bridged();
-                         k.links.push_back(Link(8, "br1", "bridge"));
-                         k.defaultRoutes = {{8, "192.0.2.1", false}};
-                         return k;
-                       }(), "br1"},
-        ManagementCase{"FirstBridge", Bridged(), "br0"},
-        ManagementCase{"AdapterWithTheDefaultRoute", Plain({{3, "192.0.2.1", false}}, {}), "eth1"},
-        ManagementCase{"AdapterWithAnAddress", Plain({}, {{3, "192.0.2.3", 24, false}}), "eth1"},
-        ManagementCase{"FirstAdapter", Plain({}, {}), "eth0"},
-        ManagementCase{"Nothing", KernelNetwork{}, ""}),
-    [](const auto& info) { return std::string(info.param.name); });
+// The bridge with the default route, else the first bridge, else the
+// adapter with the default route, else the one with an address, else the first.
+TEST(LinuxNetworkMap, TheManagementLinkIsChosen) {
+  KernelNetwork twoBridges = Bridged();
+  twoBridges.links.push_back(Link(8, "br1", "bridge"));
+  twoBridges.defaultRoutes = {{8, "192.0.2.1", false}};
+  const std::pair<KernelNetwork, const char*> cases[] = {
+      {twoBridges, "br1"},
+      {Bridged(), "br0"},
+      {Plain({{3, "192.0.2.1", false}}, {}), "eth1"},
+      {Plain({}, {{3, "192.0.2.3", 24, false}}), "eth1"},
+      {Plain({}, {}), "eth0"},
+      {KernelNetwork{}, ""},
+  };
+  for (const auto& [kernel, expected] : cases)
+    EXPECT_EQ(ManagementLink(kernel), expected) << expected;
+}
 
 TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
   KernelNetwork kernel = Bridged();
   kernel.addresses[0].dynamic = true;
-  NetworkState network;
-  MapNetwork(kernel, {}, "/nonexistent", network);
+  NetworkState network = Mapped(kernel);
   const NexNicState& nic = network.nics[0];
   EXPECT_EQ(std::tuple(nic.ipv4Mode, nic.leaseAddress, network.dhcp.netmask),
             std::tuple("dhcp", "192.0.2.5", "255.255.255.0"));
@@ -121,8 +115,7 @@ TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
 TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
   for (const char* mode : {"static", "dhcp", "none"}) {
     SCOPED_TRACE(mode);
-    NetworkState network;
-    MapNetwork(Bridged(), {}, "/nonexistent", network);
+    NetworkState network = Mapped();
     NexNicState& nic = network.nics[0];
     nic.ipv4Mode = mode;
     nic.dhcpDns = nic.ipv4Mode == "dhcp";
@@ -147,8 +140,7 @@ TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
 // VLAN, filtering VLANs: untagged on its own port, tagged on the uplinks.
 TEST(LinuxNetworkFiles, BridgeMacAndVlan) {
   for (const uint16_t vlan : {0, 20}) {
-    NetworkState network;
-    MapNetwork(Bridged(), {}, "/nonexistent", network);
+    NetworkState network = Mapped();
     network.vswitches[0].portGroups[0].vlanId = vlan;
     const auto files = RenderNetworkd(network, {{"br0", "52:54:00:00:00:05"}});
     const std::string& netdev = files.at("10-merel-br0.netdev");
@@ -178,8 +170,7 @@ TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
   }
   bool untouched = true;
   EXPECT_FALSE(ParseIpv6Sysctl("net.ipv6.conf.eth0.disable_ipv6 = 1\n", untouched));
-  NetworkState network;
-  MapNetwork(Bridged(), {}, "/nonexistent", network);
+  NetworkState network = Mapped();
   network.ipv6EnabledAfterReboot = false;
   const std::string text = RenderNetworkd(network, {{"br0", ""}}).at("10-merel-br0.network");
   EXPECT_NE(text.find("LinkLocalAddressing=no\nIPv6AcceptRA=no\n"), std::string::npos) << text;
@@ -198,35 +189,26 @@ TEST(LinuxNetworkFiles, ResolverRoundTrip) {
             std::tuple(dns.domain, dns.searchDomains, dns.nameServers, dns.ipv6NameServers));
 }
 
-struct HostsCase {
-  const char* name;
-  const char* before;
-  const char* host;
-  const char* domain;
-  const char* after;
-};
-
-class HostsTest : public ::testing::TestWithParam<HostsCase> {};
-
-TEST_P(HostsTest, TheHostsLineIsReplacedInPlace) {
-  const HostsCase& c = GetParam();
-  EXPECT_EQ(RenderHosts(c.before, c.host, c.domain), c.after);
+// The host's line is replaced in place (after the loopback line where there
+// is none), and any other line for 127.0.1.1 goes.
+TEST(LinuxNetworkFiles, TheHostsLineIsReplacedInPlace) {
+  const struct {
+    const char* before;
+    const char* host;
+    const char* domain;
+    const char* after;
+  } cases[] = {
+      {"127.0.0.1\tlocalhost\n127.0.1.1\told\n::1\tlocalhost\n", "new", "",
+       "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
+      {"127.0.1.1 old.x old\n", "new", "lab.test", "127.0.1.1\tnew.lab.test\tnew\n"},
+      {"127.0.0.1\tlocalhost\n::1\tlocalhost\n", "new", "",
+       "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
+      {"127.0.1.1\ta\n127.0.1.1\tb\n", "new", "", "127.0.1.1\tnew\n"},
+      {"", "new", "", "127.0.1.1\tnew\n"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(RenderHosts(c.before, c.host, c.domain), c.after) << c.before;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    LinuxNetworkFiles,
-    HostsTest,
-    ::testing::Values(
-        HostsCase{"Replaced", "127.0.0.1\tlocalhost\n127.0.1.1\told\n::1\tlocalhost\n", "new",
-                  "", "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
-        HostsCase{"WithDomain", "127.0.1.1 old.x old\n", "new", "lab.test",
-                  "127.0.1.1\tnew.lab.test\tnew\n"},
-        HostsCase{"AfterLoopback", "127.0.0.1\tlocalhost\n::1\tlocalhost\n", "new", "",
-                  "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
-        HostsCase{"DuplicatesGo", "127.0.1.1\ta\n127.0.1.1\tb\n", "new", "",
-                  "127.0.1.1\tnew\n"},
-        HostsCase{"Empty", "", "new", "", "127.0.1.1\tnew\n"}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LinuxNetworkFiles, Netmasks) {
   const std::vector<std::pair<std::string, int>> cases = {
@@ -243,7 +225,7 @@ TEST(LinuxNetworkFiles, Netmasks) {
 // What the Linux host can change, and what it must refuse.
 TEST(LinuxNetworkChanges, OnlyTheMappedSettingsMayChange) {
   HostState state;
-  MapNetwork(Bridged(), {}, "/nonexistent", state.network);
+  state.network = Mapped();
   const std::string base = ToJson(Untracked(state));
   struct Change {
     const char* name;

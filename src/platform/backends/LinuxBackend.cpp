@@ -320,13 +320,29 @@ int LinuxBackend::System(const char* command) {
   return RunAndWait(action.argv);
 }
 
-int LinuxBackend::RunAndWait(const std::vector<std::string>& argv) {
+int LinuxBackend::RunAndWait(const std::vector<std::string>& argv, std::string* output) {
   // The tools' words must not reach the screen the console draws.
   const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (null < 0)
     return -1;
-  const pid_t pid = SpawnArgv(argv, kToolEnvironment, null, null, null);
+  int pipe[2] = {-1, -1};
+  if (output && pipe2(pipe, O_CLOEXEC) != 0) {
+    close(null);
+    return -1;
+  }
+  const pid_t pid = SpawnArgv(argv, kToolEnvironment, null, output ? pipe[1] : null, null);
   close(null);
+  if (output) {
+    close(pipe[1]);
+    char buffer[4096];
+    for (ssize_t n; (n = read(pipe[0], buffer, sizeof(buffer))) != 0;) {
+      if (n > 0)
+        output->append(buffer, static_cast<size_t>(n));
+      else if (errno != EINTR)
+        break;
+    }
+    close(pipe[0]);
+  }
   if (pid < 0)
     return -1;
   int status = 0;

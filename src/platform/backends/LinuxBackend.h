@@ -63,7 +63,17 @@ class LinuxBackend : public Backend {
   std::string DeviceListPath() const;
   // Runs a tool of the machine (`argv[0]` its path) with no terminal and
   // the tools' environment; its wait status, -1 when it cannot start.
-  int RunAndWait(const std::vector<std::string>& argv);
+  // With `output`, what the tool prints is added to it.
+  int RunAndWait(const std::vector<std::string>& argv, std::string* output = nullptr);
+  // RunAndWait for the network's tools: false, with what it was in
+  // `error`, when the tool cannot start or does not succeed.
+  bool RunTool(const std::vector<std::string>& words,
+               std::string& error,
+               std::string* output = nullptr);
+  // Hands the name servers and search suffixes of `nic` to
+  // systemd-resolved: the DHCP lease's servers when DNS comes from DHCP,
+  // else the console's.
+  bool DnsToResolved(const NetworkState& network, const NexNicState& nic, std::string& error);
   void ReadNetwork(const Linux::KernelNetwork& kernel, NetworkState& network) const;
   void ApplyNetwork(const HostState& before, const HostState& after);
   // The factory layout: one bridge (the management bridge, else a new

@@ -3,7 +3,6 @@
 // name files, and kept in networkd files for the next boot.
 #include <dirent.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,11 +12,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
+#include <map>
 #include <sstream>
 
 #include "DurableFile.h"
 #include "HostCtl/HostCtlException.h"
-#include "backends/CleanSignals.h"
 #include "backends/LinuxBackend.h"
 #include "backends/LinuxFacts.h"
 #include "backends/LinuxNetwork.h"
@@ -33,26 +33,28 @@ std::string Slurp(const std::string& path) {
   return text.str();
 }
 
+// The first of `places` that is a program of the machine in `root`, with
+// `root` before it; "" when none is.
+std::string FirstProgram(const std::string& root, std::initializer_list<const char*> places) {
+  for (const char* place : places) {
+    if (access((root + place).c_str(), X_OK) == 0)
+      return root + place;
+  }
+  return "";
+}
+
 bool Contains(const std::vector<std::string>& list, const std::string& name) {
   return std::find(list.begin(), list.end(), name) != list.end();
 }
 
-std::vector<std::string> Bridges(const Linux::KernelNetwork& kernel) {
-  std::vector<std::string> names;
+// The kernel's bridges by name, with their MAC addresses.
+std::map<std::string, std::string> Bridges(const Linux::KernelNetwork& kernel) {
+  std::map<std::string, std::string> bridges;
   for (const auto& link : kernel.links) {
     if (link.kind == "bridge")
-      names.push_back(link.name);
+      bridges[link.name] = link.mac;
   }
-  return names;
-}
-
-// The VLAN of a switch's port groups (a bridge has one); 0 for none.
-uint16_t SwitchVlan(const VSwitchState& vswitch) {
-  for (const auto& group : vswitch.portGroups) {
-    if (group.vlanId != 0)
-      return group.vlanId;
-  }
-  return 0;
+  return bridges;
 }
 
 // The addresses the interface obtained by itself are not the
@@ -68,41 +70,6 @@ std::vector<std::string> StaticIpv6(const NexNicState& nic, const Linux::KernelN
       result.push_back(text);
   }
   return result;
-}
-
-// Runs a tool of the machine to its end, its output away from the screen;
-// false (with what it was) when it cannot start or does not succeed.
-bool RunTool(const std::vector<std::string>& words, std::string& error) {
-  static char* const environment[] = {const_cast<char*>("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
-                                      const_cast<char*>("LANG=C"), nullptr};
-  std::vector<char*> argv;
-  for (const auto& word : words)
-    argv.push_back(const_cast<char*>(word.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  for (int fd = 0; fd < 3; ++fd)
-    posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
-  CleanSignals signals;
-  pid_t pid = -1;
-  const int rc = posix_spawn(&pid, argv[0], &actions, signals.Get(), argv.data(), environment);
-  posix_spawn_file_actions_destroy(&actions);
-  if (rc != 0) {
-    error = words[0] + ": " + strerror(rc);
-    return false;
-  }
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0) {
-    if (errno != EINTR) {
-      error = words[0] + ": " + strerror(errno);
-      return false;
-    }
-  }
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
-    return true;
-  error = words[0] + " " + words.back() + " failed (status " +
-          std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)) + ")";
-  return false;
 }
 
 // A kernel setting under /proc/sys: not a file of the machine's that must
@@ -230,11 +197,53 @@ bool LinuxBackend::ResolvedRuns() const {
 }
 
 std::string LinuxBackend::Resolvectl() const {
-  for (const char* place : {"/usr/bin/resolvectl", "/bin/resolvectl"}) {
-    if (access((_root + place).c_str(), X_OK) == 0)
-      return _root + place;
+  return FirstProgram(_root, {"/usr/bin/resolvectl", "/bin/resolvectl"});
+}
+
+bool LinuxBackend::RunTool(const std::vector<std::string>& words,
+                           std::string& error,
+                           std::string* output) {
+  const int status = RunAndWait(words, output);
+  if (status >= 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
+    return true;
+  if (status < 0)
+    error = words[0] + ": could not be started";
+  else
+    error = words[0] + " " + words.back() + " failed (status " +
+            std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)) + ")";
+  return false;
+}
+
+bool LinuxBackend::DnsToResolved(const NetworkState& network,
+                                 const NexNicState& nic,
+                                 std::string& error) {
+  std::vector<std::string> servers = network.dns.nameServers;
+  servers.insert(servers.end(), network.dns.ipv6NameServers.begin(),
+                 network.dns.ipv6NameServers.end());
+  if (nic.dhcpDns && nic.ipv4Mode == "dhcp") {
+    std::string lease;
+    const std::string client = DhcpClient();
+    error = "no DHCP client (dhcpcd) on this host";
+    if (client.empty() || !RunTool({client, "-4", "-U", nic.name}, error, &lease))
+      return false;
+    servers = Linux::LeaseNameServers(lease);
   }
-  return "";
+  const std::string tool = Resolvectl();
+  if (tool.empty()) {
+    error = "no resolvectl on this host";
+    return false;
+  }
+  // An empty word clears a list.
+  const std::vector<std::string> search = Linux::SearchList(network.dns);
+  std::vector<std::string> dns = {tool, "dns", nic.name};
+  dns.insert(dns.end(), servers.begin(), servers.end());
+  std::vector<std::string> domain = {tool, "domain", nic.name};
+  domain.insert(domain.end(), search.begin(), search.end());
+  if (servers.empty())
+    dns.push_back("");
+  if (search.empty())
+    domain.push_back("");
+  return RunTool(dns, error) && RunTool(domain, error);
 }
 
 std::string LinuxBackend::NetworkOwner(const Linux::KernelNetwork& kernel) const {
@@ -274,11 +283,7 @@ std::string LinuxBackend::Ipv6SysctlPath() const {
 }
 
 std::string LinuxBackend::DhcpClient() const {
-  for (const char* place : {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"}) {
-    if (access((_root + place).c_str(), X_OK) == 0)
-      return _root + place;
-  }
-  return "";
+  return FirstProgram(_root, {"/usr/sbin/dhcpcd", "/sbin/dhcpcd"});
 }
 
 void LinuxBackend::WriteNetworkd(const NetworkState& network,
@@ -291,12 +296,7 @@ void LinuxBackend::WriteNetworkd(const NetworkState& network,
   NetworkState written = network;
   for (auto& nic : written.nics)
     nic.ipv6Addresses = StaticIpv6(nic, kernel);
-  std::map<std::string, std::string> bridges;
-  for (const auto& link : kernel.links) {
-    if (link.kind == "bridge")
-      bridges[link.name] = link.mac;
-  }
-  const auto files = Linux::RenderNetworkd(written, bridges, ResolvedRuns());
+  const auto files = Linux::RenderNetworkd(written, Bridges(kernel), ResolvedRuns());
   std::string error;
   for (const auto& [name, content] : files) {
     if (Slurp(dir + "/" + name) != content &&
@@ -330,6 +330,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
   std::vector<std::string> failures;
   NetworkState kept = was;
   auto fail = [&](const std::string& text) { failures.push_back(text); };
+  const bool resolved = ResolvedRuns();
 
   if (now.dns.hostname != was.dns.hostname || now.dns.domain != was.dns.domain) {
     const std::string& host = now.dns.hostname;
@@ -354,28 +355,13 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
   if (now.dns.nameServers != was.dns.nameServers ||
       now.dns.ipv6NameServers != was.dns.ipv6NameServers ||
       now.dns.searchDomains != was.dns.searchDomains || now.dns.domain != was.dns.domain) {
-    if (ResolvedRuns()) {
+    if (resolved) {
       // resolv.conf is resolved's: the management interface's servers and
       // suffixes go to resolved now, and to its networkd file for the next
-      // boot. An empty word clears a list.
-      std::vector<std::string> servers = now.dns.nameServers;
-      servers.insert(servers.end(), now.dns.ipv6NameServers.begin(), now.dns.ipv6NameServers.end());
-      std::vector<std::string> search = Linux::SearchList(now.dns);
+      // boot.
       const NexNicState* managed = ManagementNic(after);
-      const std::string tool = Resolvectl();
-      bool ok = managed && !tool.empty();
-      error = !managed ? "no management interface" : "no resolvectl on this host";
-      if (ok) {
-        std::vector<std::string> dns = {tool, "dns", managed->name};
-        dns.insert(dns.end(), servers.begin(), servers.end());
-        std::vector<std::string> domain = {tool, "domain", managed->name};
-        domain.insert(domain.end(), search.begin(), search.end());
-        if (servers.empty())
-          dns.push_back("");
-        if (search.empty())
-          domain.push_back("");
-        ok = RunTool(dns, error) && RunTool(domain, error);
-      }
+      error = "no management interface";
+      const bool ok = managed && DnsToResolved(now, *managed, error);
       if (ok)
         kept.dns = now.dns;
       else
@@ -399,7 +385,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
     const std::vector<std::string> current = Teamed(*old);
     if (wanted == current)
       continue;
-    if (!Contains(Bridges(kernel), vswitch.name)) {
+    if (!Bridges(kernel).count(vswitch.name)) {
       fail(vswitch.name + ": the uplinks of a host without a bridge cannot change");
       continue;
     }
@@ -441,14 +427,14 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
                                 [&](const VSwitchState& v) { return v.name == vswitch.name; });
     if (old == was.vswitches.end() || keptOne == kept.vswitches.end())
       continue;
-    const uint16_t vlan = SwitchVlan(vswitch);
-    const uint16_t oldVlan = SwitchVlan(*old);
+    const uint16_t vlan = Linux::SwitchVlan(vswitch);
+    const uint16_t oldVlan = Linux::SwitchVlan(*old);
     const std::vector<std::string> ports = Teamed(*keptOne);
     const std::vector<std::string> oldPorts = Teamed(*old);
     if (vlan == oldVlan && (vlan == 0 || ports == oldPorts))
       continue;
     const std::string what = "VLAN " + std::to_string(vlan == 0 ? oldVlan : vlan) + ": ";
-    if (!Contains(Bridges(kernel), vswitch.name)) {
+    if (!Bridges(kernel).count(vswitch.name)) {
       fail(what + vswitch.name + " is not a bridge");
       continue;
     }
@@ -524,6 +510,8 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
                              nic->ipv4Address != oldNic->ipv4Address ||
                              nic->ipv4Netmask != oldNic->ipv4Netmask;
     const bool renew = nic->leaseRenewals != oldNic->leaseRenewals;
+    const std::string client = DhcpClient();
+    bool leased = false;
     if (ipv4Changed || (renew && nic->ipv4Mode == "dhcp")) {
       std::vector<std::string> addresses;
       if (nic->ipv4Mode == "static")
@@ -532,7 +520,6 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
       // The DHCP client owns the interface's IPv4 while it runs: it leaves
       // before the console's addresses go on, and comes (or renews) after
       // the console's are gone.
-      const std::string client = DhcpClient();
       bool ok = true;
       if (oldNic->ipv4Mode == "dhcp" && nic->ipv4Mode != "dhcp" && !client.empty())
         RunTool({client, "-4", "-x", nic->name}, error);
@@ -547,10 +534,12 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
         std::vector<std::string> words = {client, "-4", "-w", "-t", "20", "-C", "hostname"};
         if (oldNic->ipv4Mode == "dhcp")
           words.insert(words.begin() + 2, "-n");
-        if (!nic->dhcpDns)
+        // The client's own resolver hook would write through resolved's
+        // link: there the lease's servers go to resolved instead.
+        if (!nic->dhcpDns || resolved)
           words.insert(words.end(), {"-C", "resolv.conf"});
         words.push_back(nic->name);
-        ok = RunTool(words, error);
+        ok = leased = RunTool(words, error);
       }
       if (!ok) {
         fail(error);
@@ -561,12 +550,16 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
         keptNic->dhcpDns = nic->dhcpDns;
       }
     }
+    // Where resolved keeps the resolver, the lease's servers are handed to
+    // it when the client got a lease or DNS from DHCP was switched on.
+    if (resolved && nic->dhcpDns && keptNic->ipv4Mode == "dhcp" && (leased || !oldNic->dhcpDns) &&
+        !DnsToResolved(now, *nic, error))
+      fail("DNS: " + error);
     // IPv6 of the management interface: addresses from router
     // advertisements by the kernel, DHCPv6 by the DHCP client's IPv6
     // instance; taking the link down or switching IPv6 back on cleared
     // the interface's own addresses and routes.
     bool ipv6Reset = restart || (ipv6Toggled && ipv6On);
-    const std::string client = DhcpClient();
     if (!ipv6On) {
       if (oldNic->ipv6Dhcp && !client.empty())
         RunTool({client, "-6", "-x", nic->name}, error);
@@ -597,7 +590,7 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
           // Started in the background (a network without DHCPv6 says so
           // only in its advertisements), or told to renew when it runs.
           std::vector<std::string> words = {client, "-6", "-n", "-b", "-C", "hostname"};
-          if (!nic->dhcpDns)
+          if (!nic->dhcpDns || resolved)
             words.insert(words.end(), {"-C", "resolv.conf"});
           words.push_back(nic->name);
           ok = RunTool(words, error);

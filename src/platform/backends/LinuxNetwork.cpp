@@ -118,6 +118,23 @@ void ParseResolver(const std::string& text, DnsState& dns) {
   }
 }
 
+std::vector<std::string> LeaseNameServers(const std::string& text) {
+  std::vector<std::string> servers;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const std::string key = "domain_name_servers=";
+    if (line.rfind(key, 0) != 0)
+      continue;
+    std::string value = line.substr(key.size());
+    if (value.size() >= 2 && value.front() == '\'' && value.back() == '\'')
+      value = value.substr(1, value.size() - 2);
+    std::istringstream words(value);
+    for (std::string server; words >> server;)
+      servers.push_back(server);
+  }
+  return servers;
+}
+
 std::vector<std::string> SearchList(const DnsState& dns) {
   std::vector<std::string> search = dns.searchDomains;
   if (search.empty() && !dns.domain.empty())
@@ -335,6 +352,14 @@ bool BridgeFiltersVlans(const std::string& root, const std::string& name) {
          access((root + "/sys/class/net/" + name + "/bridge/vlan_filtering").c_str(), F_OK) == 0;
 }
 
+uint16_t SwitchVlan(const VSwitchState& vswitch) {
+  for (const auto& group : vswitch.portGroups) {
+    if (group.vlanId != 0)
+      return group.vlanId;
+  }
+  return 0;
+}
+
 std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
                                                   const std::map<std::string, std::string>& bridges,
                                                   bool resolver) {
@@ -346,9 +371,7 @@ std::map<std::string, std::string> RenderNetworkd(const NetworkState& network,
     const auto bridge = bridges.find(vswitch.name);
     if (bridge == bridges.end())
       continue;
-    uint16_t vlan = 0;
-    for (const auto& group : vswitch.portGroups)
-      vlan = vlan != 0 ? vlan : group.vlanId;
+    const uint16_t vlan = SwitchVlan(vswitch);
     // networkd gives a new bridge a MAC address of its own making: the one
     // the host is known by on its network (DHCP, neighbours) is written.
     std::string netdev =

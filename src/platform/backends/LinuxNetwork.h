@@ -47,6 +47,9 @@ std::string InterfaceFileName(const std::string& name);
 // The name servers, search suffixes and domain of a resolver file.
 void ParseResolver(const std::string& text, DnsState& dns);
 std::string RenderResolver(const DnsState& dns);
+// The name servers of a DHCP lease as the DHCP client dumps it
+// (`dhcpcd -U`: name='value' lines).
+std::vector<std::string> LeaseNameServers(const std::string& text);
 
 // The kernel's network in the console's model. `files` holds the console's
 // files by interface name; `root` stands for "/" (the kernel's interface
@@ -59,6 +62,9 @@ void MapNetwork(const KernelNetwork& kernel,
 // The management interface of the kernel's network ("" when it has no
 // adapter and no bridge).
 std::string ManagementLink(const KernelNetwork& kernel);
+
+// The VLAN of a switch's port groups (a bridge has one); 0 for none.
+uint16_t SwitchVlan(const VSwitchState& vswitch);
 
 // The console's networkd files (name -> content) for the state: a
 // .netdev and a .network for each bridge, a .network for each uplink, and

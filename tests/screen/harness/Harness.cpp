@@ -69,6 +69,10 @@ ConsoleColor ToConsoleColor(const VTermColor& color, bool foreground) {
   return color.indexed.idx < 8 ? kBySlot[color.indexed.idx] : kOther;
 }
 
+struct winsize WindowSize(int cols, int rows) {
+  return {static_cast<unsigned short>(rows), static_cast<unsigned short>(cols), 0, 0};
+}
+
 std::string ReadAll(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream content;
@@ -76,18 +80,36 @@ std::string ReadAll(const std::string& path) {
   return content.str();
 }
 
-std::string Run(const std::string& command) {
+// The command's output; "" and `ok` false when it failed.
+std::string Run(const std::string& command, bool& ok) {
   std::string output;
-  if (FILE* pipe = popen((command + " 2>&1").c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-      output.append(buffer, n);
-    }
-    if (pclose(pipe) != 0) {
-      output = "FAILED: " + output;
-    }
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  char buffer[4096];
+  for (size_t n; pipe != nullptr && (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+    output.append(buffer, n);
   }
+  ok = pipe != nullptr && pclose(pipe) == 0;
   return output;
+}
+
+// "pid (comm) state ppid pgrp session ...": the command may hold blanks and
+// parentheses, so the fields are counted after its last ')'. State 0 when
+// the process is gone.
+struct ProcStat {
+  char state = 0;
+  long parent = 0, group = 0, session = 0;
+};
+
+ProcStat ReadStat(const std::string& pid) {
+  const std::string stat = ReadAll("/proc/" + pid + "/stat");
+  const size_t close = stat.rfind(')');
+  ProcStat result;
+  if (close == std::string::npos ||
+      !(std::istringstream(stat.substr(close + 1)) >> result.state >> result.parent >>
+        result.group >> result.session)) {
+    return {};
+  }
+  return result;
 }
 
 }  // namespace
@@ -154,9 +176,7 @@ bool Terminal::Start(const std::vector<std::string>& args) {
   argv.push_back(nullptr);
   envp.push_back(nullptr);
 
-  struct winsize size = {};
-  size.ws_row = static_cast<unsigned short>(_options.rows);
-  size.ws_col = static_cast<unsigned short>(_options.cols);
+  struct winsize size = WindowSize(_options.cols, _options.rows);
   _pid = forkpty(&_master, nullptr, nullptr, &size);
   if (_pid < 0) {
     return false;
@@ -369,9 +389,7 @@ Terminal::Activity Terminal::CurrentActivity() const {
   }
   bool waiting = false;
   for (const pid_t pid : SessionProcesses()) {
-    const std::string stat = ReadAll("/proc/" + std::to_string(pid) + "/stat");
-    const size_t close = stat.rfind(')');
-    const char state = close != std::string::npos && close + 2 < stat.size() ? stat[close + 2] : 0;
+    const char state = ReadStat(std::to_string(pid)).state;
     const std::optional<Syscall> call = SleepingIn(pid);
     if (state == 'R' || state == 'D' || !call) {
       return Activity::kBusy;
@@ -412,9 +430,7 @@ void Terminal::Resize(int cols, int rows) {
   _options.cols = cols;
   _options.rows = rows;
   vterm_set_size(_vt, rows, cols);
-  struct winsize size = {};
-  size.ws_row = static_cast<unsigned short>(rows);
-  size.ws_col = static_cast<unsigned short>(cols);
+  const struct winsize size = WindowSize(cols, rows);
   ioctl(_master, TIOCSWINSZ, &size);
 }
 
@@ -450,12 +466,9 @@ struct Terminal::Tracking {
   }
 
   static bool Same(const VTermScreenCell& a, const VTermScreenCell& b) {
-    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL; ++i) {
+    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && (a.chars[i] != 0 || b.chars[i] != 0); ++i) {
       if (a.chars[i] != b.chars[i]) {
         return false;
-      }
-      if (a.chars[i] == 0) {
-        break;
       }
     }
     const VTermScreenCellAttrs &p = a.attrs, &q = b.attrs;
@@ -471,17 +484,11 @@ void Terminal::TrackScreen() {
     return;
   }
   _tracking = std::make_unique<Tracking>();
-  static const VTermScreenCallbacks kCallbacks = {
-      .damage = Tracking::Damage,
-      .moverect = nullptr,  // a scroll then damages the cells it moved
-      .movecursor = nullptr,
-      .settermprop = Tracking::TermProp,
-      .bell = nullptr,
-      .resize = nullptr,
-      .sb_pushline = nullptr,
-      .sb_popline = nullptr,
-  };
-  vterm_screen_set_callbacks(_screen, &kCallbacks, _tracking.get());
+  // Without moverect a scroll damages the cells it moved.
+  static VTermScreenCallbacks callbacks = {};
+  callbacks.damage = Tracking::Damage;
+  callbacks.settermprop = Tracking::TermProp;
+  vterm_screen_set_callbacks(_screen, &callbacks, _tracking.get());
   vterm_screen_set_damage_merge(_screen, VTERM_DAMAGE_CELL);
   MarkScreen();
 }
@@ -544,50 +551,33 @@ void Terminal::DropLinuxPaletteSequences(bool on) {
 }
 
 void Terminal::Feed(const char* bytes, size_t length) {
-  if (!_tracking) {
+  if (_tracking) {
+    _tracking->lastOutput = Clock::now();
+  }
+  if (!_tracking || !_tracking->dropPalette) {
     vterm_input_write(_vt, bytes, length);
     return;
   }
   Tracking& t = *_tracking;
-  t.lastOutput = Clock::now();
-  if (!t.dropPalette) {
-    vterm_input_write(_vt, bytes, length);
-    return;
-  }
   std::string out;
-  out.reserve(length);
-  for (size_t i = 0; i < length; ++i) {
-    const char c = bytes[i];
+  for (const char c : std::string_view(bytes, length)) {
     if (t.skip > 0) {
       --t.skip;
-      continue;
-    }
-    if (t.held.empty()) {
-      if (c == '\x1b') {
-        t.held = c;
-      } else {
-        out += c;
+    } else if (t.held.size() == 2) {
+      // ESC ] seen: P takes an index digit and six colour digits; R stands alone.
+      t.skip = c == 'P' ? 7 : 0;
+      if (c != 'P' && c != 'R') {
+        out += t.held + c;
       }
-      continue;
-    }
-    if (t.held.size() == 1) {
-      if (c == ']') {
-        t.held += c;
-      } else {
-        out += t.held;
-        t.held.clear();
-        --i;  // looked at again on its own (it may start a sequence)
-      }
-      continue;
-    }
-    // ESC ] seen: P takes an index digit and six colour digits; R stands alone.
-    if (c == 'P') {
-      t.skip = 7;
-    } else if (c != 'R') {
+      t.held.clear();
+    } else if (c == (t.held.empty() ? '\x1b' : ']')) {
+      t.held += c;
+    } else {
+      // No sequence after all: what was held goes out, and `c` may start one.
       out += t.held;
-      out += c;
+      t.held.clear();
+      (c == '\x1b' ? t.held : out) += c;
     }
-    t.held.clear();
   }
   vterm_input_write(_vt, out.data(), out.size());
 }
@@ -619,18 +609,8 @@ std::vector<pid_t> Terminal::SessionProcesses(bool zombies) const {
     if (name.find_first_not_of("0123456789") != std::string::npos) {
       continue;
     }
-    // "pid (comm) state ppid pgrp session ...": the command may hold blanks
-    // and parentheses, so the fields are counted after its last ')'.
-    const std::string stat = ReadAll("/proc/" + name + "/stat");
-    const size_t close = stat.rfind(')');
-    if (close == std::string::npos) {
-      continue;
-    }
-    std::istringstream fields(stat.substr(close + 1));
-    char state = 0;
-    long parent = 0, group = 0, session = 0;
-    if (fields >> state >> parent >> group >> session && session == _pid &&
-        (state == 'Z') == zombies) {
+    const ProcStat stat = ReadStat(name);
+    if (stat.state != 0 && stat.session == _pid && (stat.state == 'Z') == zombies) {
       found.push_back(static_cast<pid_t>(std::stol(name)));
     }
   }
@@ -712,8 +692,9 @@ SimHost::SimHost(const std::string& fixture) {
     command += std::string(" '") + MEREL_FIXTURES_DIR + "/" + fixture +
                (fixture.ends_with(".json") ? "'" : ".json'");
   }
-  const std::string output = Run(command);
-  if (output.starts_with("FAILED")) {
+  bool ok = false;
+  const std::string output = Run(command, ok);
+  if (!ok) {
     std::error_code ignored;
     fs::remove_all(_root, ignored);
     throw std::runtime_error(command + ": " + output);

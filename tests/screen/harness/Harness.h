@@ -57,20 +57,7 @@ struct ExitStatus {
 };
 
 enum class Key {
-  kF2,
-  kF3,
-  kF4,
-  kUp,
-  kDown,
-  kHome,
-  kEnd,
-  kPageUp,
-  kPageDown,
-  kEnter,
-  kEscape,
-  kSpace,
-  kF11,
-  kF12
+  kF2, kF3, kF4, kUp, kDown, kHome, kEnd, kPageUp, kPageDown, kEnter, kEscape, kSpace, kF11, kF12
 };
 
 struct TerminalOptions {
