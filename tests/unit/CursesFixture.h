@@ -1,12 +1,8 @@
-// Real curses in process, for tests of drawing and key input.
-//
-// CursesScreen starts ncurses with newterm on a fresh 80 x 25 pseudo-terminal
-// of the given type, set up the way the console sets up its terminal (cbreak,
-// noecho, keypad, colours, key table). Type() writes bytes as if typed;
-// CellAt() and RowText() read back what curses holds. What curses writes is
-// drained in the background so that drawing never blocks on a full pty.
-// With `standardInput` the terminal is also descriptor 0 for the life of the
-// screen, because the console's key wait polls descriptor 0 directly.
+// Real curses in process, for tests of drawing and key input: a fresh 80 x 25
+// pseudo-terminal of the given type, set up the way the console sets up its
+// terminal. What curses writes is drained in the background so that drawing
+// never blocks on a full pty. With `standardInput` the terminal is also
+// descriptor 0, because the console's key wait polls descriptor 0 directly.
 // One screen at a time.
 #pragma once
 

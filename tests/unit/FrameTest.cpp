@@ -29,14 +29,10 @@ namespace {
 // A frame whose loop is whatever the test wants; records its draws.
 class TestFrame : public Frame {
  public:
-  explicit TestFrame(
-      Frame* parent,
-      std::function<int()> loop = [] { return 0; })
-      : Frame(parent, 0, 0, 20, 5, kYellow, kWhite), _loop(std::move(loop)) {}
-  explicit TestFrame(
-      Session& session,
-      std::function<int()> loop = [] { return 0; })
-      : Frame(session, 0, 0, 20, 5, kYellow, kWhite), _loop(std::move(loop)) {}
+  // `owner`: the parent frame, or the session of a root frame.
+  template <typename Owner>
+  explicit TestFrame(Owner&& owner, std::function<int()> loop = [] { return 0; })
+      : Frame(owner, 0, 0, 20, 5, kYellow, kWhite), _loop(std::move(loop)) {}
   int Loop() override { return _loop(); }
   void Update() override { ++updates; }
   void Draw(bool active) override {

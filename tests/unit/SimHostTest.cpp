@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <regex>
 
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
@@ -22,33 +21,7 @@ namespace {
 
 using Platform::HostState;
 using SimHostTest::ExitCode;
-using SimHostTest::ReadFile;
-using SimHostTest::RunSim;
 using SimHostTest::SimRoot;
-using SimHostTest::TempDir;
-
-// Runs `body` in a child process that then exits with 0.
-template <typename Body>
-pid_t Child(Body body) {
-  pid_t pid = fork();
-  if (pid == 0) {
-    body();
-    _exit(0);
-  }
-  return pid;
-}
-
-int Wait(pid_t pid) {
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return status;
-}
-
-std::string LastLine(std::string text) {
-  while (!text.empty() && text.back() == '\n')
-    text.pop_back();
-  return text.substr(text.rfind('\n') + 1);  // npos + 1 == 0
-}
 
 // The host tools, run the way the console runs them: by their host path,
 // with argv[0] the bare name and an empty environment.
@@ -77,52 +50,12 @@ Result RunTool(std::vector<std::string> words) {
   for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;)
     text.append(buffer, n);
   close(out[0]);
-  return {pid < 0 ? -1 : ExitCode(Wait(pid)), text};
-}
-
-// host.json is world-readable and rewritten by every tool; the passwords of
-// a description belong only in the PAM password database, which only its
-// owner may read.
-TEST(SimHostInitTest, PasswordsStayInThePrivatePasswordDatabase) {
-  TempDir dir;
-  const std::string root = dir.Path() + "/root";
-  std::ofstream(dir.Path() + "/host.json") << R"({"accounts": [
-      {"user": "root", "password": "Pa55 w0rd!"},
-      {"user": "ops", "password": "s3cret-ops", "expired": true}]})";
-  ASSERT_EQ(RunSim("init '" + root + "' '" + dir.Path() + "/host.json'"), 0);
-  const std::string expiry = root + "/etc/account-states/ops";
-  EXPECT_EQ(ReadFile(expiry), "expired\n");
-  EXPECT_NE(ReadFile(root + "/etc/pam.d/merel")
-                .find("pam_merel_sim.so passdb=" + root + "/etc/pam_matrix.passwd state=" + root),
-            std::string::npos);
-  Platform::Install(std::make_unique<Platform::SimBackend>(root));
-  // A tool run rewrites host.json; the accounts (without passwords) are still known.
-  EXPECT_EQ(RunTool({"/bin/rovi-cmd", "-U", "ops", "internalsvc/refresh"}).status, 0);
-  // A configuration reset brings the description's expiry back after a change ended it.
-  std::remove(expiry.c_str());
-  EXPECT_EQ(RunTool({"/sbin/configReset.sh", "--reset-only"}).status, 0);
-  EXPECT_EQ(ReadFile(expiry), "expired\n");
-  Platform::Install(nullptr);
-  std::string shown = dir.Path() + "/shown";
-  ASSERT_EQ(ExitCode(std::system(
-                (std::string("'") + MEREL_SIM_BIN + "' show '" + root + "' >" + shown).c_str())),
-            0);
-
-  struct stat passdb {};
-  ASSERT_EQ(stat((root + "/etc/pam_matrix.passwd").c_str(), &passdb), 0);
-  EXPECT_EQ(passdb.st_mode & 0777, 0600u);
-  EXPECT_EQ(ReadFile(root + "/etc/pam_matrix.passwd"),
-            "root:Pa55 w0rd!:merel\nops:s3cret-ops:merel\n");
-  for (const std::string& file : {root + "/host.json", shown}) {
-    std::string text = ReadFile(file);
-    EXPECT_NE(text.find("\"ops\""), std::string::npos) << file;
-    for (const char* secret : {"Pa55", "s3cret", "password"})
-      EXPECT_EQ(text.find(secret), std::string::npos) << file << " holds " << secret;
-  }
+  int status = 0;
+  return {pid < 0 || waitpid(pid, &status, 0) < 0 ? -1 : ExitCode(status), text};
 }
 
 TEST(PlatformSelectTest, BadRootGivesOneLineAndNoRootGivesThePersistentDemoHost) {
-  TempDir dir;
+  SimHostTest::TempDir dir;
   std::string missing = dir.Path() + "/absent", error;
   setenv("MEREL_SIM_ROOT", missing.c_str(), 1);
   EXPECT_FALSE(Platform::Select(error));
@@ -172,14 +105,51 @@ TEST(PlatformSimBackendTest, ChildrenGetOnlyTheRootAndNoBlockedSignals) {
 TEST(PlatformSimBackendTest, PoweroffKillsOnlyTheConsole) {
   SimRoot root;
   // The process name comes from the program file: "sleep", not "merel".
-  pid_t pid = Child([] { execl("/bin/sleep", "merel", "30", nullptr); });
+  const pid_t pid = fork();
+  if (pid == 0) {
+    execl("/bin/sleep", "merel", "30", nullptr);
+    _exit(1);
+  }
   std::ofstream(root.Path() + "/var/run/merel.pid") << pid;
   usleep(50000);  // let it exec, so its name is its program's
   EXPECT_EQ(ExitCode(Platform::System("poweroff")), 0);
   EXPECT_EQ(Platform::Current().Load().powerState, "off");
   EXPECT_EQ(waitpid(pid, nullptr, WNOHANG), 0);  // still running
   kill(pid, SIGKILL);
-  Wait(pid);
+  waitpid(pid, nullptr, 0);
+}
+
+// No request of the console may reach the machine the tests run on. A
+// stand-in for the machine's own "poweroff", outside the host root but
+// reachable from it by "..", PATH and the like; it only leaves a mark. A
+// failing refusal therefore runs this and never the real thing.
+TEST(PlatformSimBackendTest, ProgramsOutsideTheHostRootAreRefusedAndLogged) {
+  SimRoot root;
+  const std::string outside = root.Path() + "/..";
+  const std::string mark = outside + "/ran";
+  mkdir((outside + "/sbin").c_str(), 0755);
+  std::ofstream(outside + "/sbin/poweroff") << "#!/bin/sh\n: > '" << mark << "'\n";
+  chmod((outside + "/sbin/poweroff").c_str(), 0755);
+  unlink((root.Path() + "/sbin/poweroff").c_str());
+
+  const std::string commands[] = {
+      root.Path() + "/../sbin/poweroff",
+      "/bin/sh -c '" + root.Path() + "/../sbin/poweroff'",
+      "PATH=" + outside + "/sbin poweroff",
+      "cd " + outside + "/sbin && ./poweroff",
+      "true; poweroff",  // the root has no poweroff of its own now
+  };
+  for (const auto& command : commands) {
+    EXPECT_EQ(ExitCode(Platform::System(command.c_str())), 127) << command;
+  }
+  char name[] = "poweroff";
+  char* const argv[] = {name, nullptr};
+  EXPECT_EQ(Platform::Spawn("/../sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
+
+  EXPECT_NE(access(mark.c_str(), F_OK), 0) << "a program outside the host root ran";
+  const std::string syslog = root.File("/var/log/syslog.log");
+  EXPECT_NE(syslog.find("refused to run " + root.Path() + "/../sbin/poweroff"), std::string::npos);
+  EXPECT_NE(syslog.find("refused to run poweroff"), std::string::npos) << syslog;
 }
 
 TEST(PlatformSimBackendTest, SyslogLinesCarryFacilityLevelAndHonourTheMask) {
@@ -190,29 +160,11 @@ TEST(PlatformSimBackendTest, SyslogLinesCarryFacilityLevelAndHonourTheMask) {
   Platform::Syslog(LOG_DEBUG, "never written");
   Platform::Syslog(LOG_AUTH | LOG_ERR, "Login failed for %s\n", "root");
   Platform::SetLogMask(0xff);
-  std::string log = root.File("/var/log/syslog.log");
-  std::string pid = std::to_string(getpid());
-  EXPECT_TRUE(std::regex_search(
-      log, std::regex("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z MEREL\\[" + pid +
-                      "\\]: user\\.info Starting MEREL\n")))
-      << log;
+  const std::string log = root.File("/var/log/syslog.log");
+  const std::string pid = std::to_string(getpid());
+  EXPECT_NE(log.find("Z MEREL[" + pid + "]: user.info Starting MEREL\n"), std::string::npos) << log;
   EXPECT_NE(log.find("MEREL[" + pid + "]: auth.err Login failed for root\n"), std::string::npos);
   EXPECT_EQ(log.find("never written"), std::string::npos);
-}
-
-TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
-  SimRoot root;
-  RunTool({"/bin/rovi-cmd", "-U", "a user", ""});
-  EXPECT_EQ(root.File("/var/log/tools.log"), "rovi-cmd -U \"a user\" \"\"\n");
-  // The network test starts nexping with its standard descriptors closed:
-  // a file the tool opens then must not be taken for its output.
-  std::string before = root.File("/host.json");
-  for (auto [target, status] : {std::pair{"192.168.10.1", 0}, std::pair{"10.99.99.99", 1}}) {
-    std::string command = std::string("nexping ") + target + " -I nex0";
-    EXPECT_EQ(ExitCode(Platform::System((command + " <&- >&- 2>&-").c_str())), status) << target;
-    EXPECT_EQ(LastLine(root.File("/var/log/tools.log")), command);
-  }
-  EXPECT_EQ(root.File("/host.json"), before);
 }
 
 // Reads back what the record logs escape: '\' followed by '"', '\', n, r, t
@@ -220,22 +172,17 @@ TEST(SimHostToolsTest, InvocationsAreLoggedAndClosedDescriptorsAreHarmless) {
 std::string Unescape(const std::string& text) {
   std::string out;
   for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\' || i + 1 == text.size()) {
-      out += text[i];
-      continue;
+    char c = text[i];
+    if (c == '\\' && i + 1 < text.size()) {
+      c = text[++i];
+      if (c == 'x' && i + 2 < text.size()) {
+        c = static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+        i += 2;
+      } else if (const size_t k = std::string("nrt").find(c); k != std::string::npos) {
+        c = "\n\r\t"[k];
+      }
     }
-    char c = text[++i];
-    if (c == 'n')
-      out += '\n';
-    else if (c == 'r')
-      out += '\r';
-    else if (c == 't')
-      out += '\t';
-    else if (c == 'x' && i + 2 < text.size()) {
-      out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
-      i += 2;
-    } else
-      out += c;
+    out += c;
   }
   return out;
 }
@@ -244,32 +191,22 @@ std::string Unescape(const std::string& text) {
 // at spaces outside double quotes, quotes removed, escapes read back.
 std::vector<std::string> Words(const std::string& line) {
   std::vector<std::string> words;
-  std::string word, raw;
+  std::string raw;
   bool quoted = false, any = false;
-  auto flush = [&] {
-    if (any)
-      words.push_back(word + Unescape(raw));
-    word.clear(), raw.clear(), any = false;
-  };
-  for (size_t i = 0; i < line.size(); ++i) {
-    char c = line[i];
-    if (quoted) {
-      if (c == '\\' && i + 1 < line.size())
-        raw += c, raw += line[++i];
-      else if (c == '"')
-        quoted = false;
-      else
-        raw += c;
-    } else if (c == ' ') {
-      flush();
-    } else if (c == '"') {
-      word += Unescape(raw), raw.clear();
-      quoted = any = true;
+  const std::string text = line + ' ';
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == ' ' && !quoted) {
+      if (any)
+        words.push_back(Unescape(raw));
+      raw.clear(), any = false;
+    } else if (any = true; text[i] == '"') {
+      quoted = !quoted;
     } else {
-      raw += c, any = true;
+      raw += text[i];
+      if (text[i] == '\\' && quoted)
+        raw += text[++i];
     }
   }
-  flush();
   return words;
 }
 

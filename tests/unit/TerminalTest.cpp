@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,27 +26,23 @@ using MerelTest::CursesScreen;
 // backgrounds is faint, or plain against bold text where the terminal has
 // no faint text.
 TEST(ColorAttrTest, BlackAndWhiteKeepsSelectionAndGreyVisible) {
-  const int standout = static_cast<int>(A_STANDOUT);
-  const int reverse = static_cast<int>(A_REVERSE);
-  const int dim = static_cast<int>(A_DIM);
-  const int bold = static_cast<int>(A_BOLD);
   const struct {
     int background, foreground;
-    int withDim, withoutDim;
+    attr_t withDim, withoutDim;
   } cases[] = {
-      {kDarkGrey, kWhite, standout, standout},  // title bars, the right pane
-      {kBlack, kDarkGrey, standout, standout},  // inactive and dimmed screens
-      {kWhite, kBlack, reverse, reverse},       // the selection
-      {kWhite, kDarkGrey, reverse, reverse},    // a greyed entry selected
-      {kYellow, kWhite, 0, bold},               // a menu entry
-      {kYellow, kDarkGrey, dim, 0},             // a greyed menu entry
-      {kLightGrey, kDarkGrey, dim, 0},
-      {kYellow, kBlack, 0, 0},                  // footer keys
+      {kDarkGrey, kWhite, A_STANDOUT, A_STANDOUT},  // title bars, the right pane
+      {kBlack, kDarkGrey, A_STANDOUT, A_STANDOUT},  // inactive and dimmed screens
+      {kWhite, kBlack, A_REVERSE, A_REVERSE},       // the selection
+      {kWhite, kDarkGrey, A_REVERSE, A_REVERSE},    // a greyed entry selected
+      {kYellow, kWhite, 0, A_BOLD},                 // a menu entry
+      {kYellow, kDarkGrey, A_DIM, 0},               // a greyed menu entry
+      {kLightGrey, kDarkGrey, A_DIM, 0},
+      {kYellow, kBlack, 0, 0},  // footer keys
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(BlackAndWhiteAttr(c.background, c.foreground, true), c.withDim)
-        << c.background << " " << c.foreground;
-    EXPECT_EQ(BlackAndWhiteAttr(c.background, c.foreground, false), c.withoutDim)
+    EXPECT_EQ(std::pair(static_cast<attr_t>(BlackAndWhiteAttr(c.background, c.foreground, true)),
+                        static_cast<attr_t>(BlackAndWhiteAttr(c.background, c.foreground, false))),
+              std::pair(c.withDim, c.withoutDim))
         << c.background << " " << c.foreground;
   }
 }
@@ -53,27 +50,17 @@ TEST(ColorAttrTest, BlackAndWhiteKeepsSelectionAndGreyVisible) {
 // An Esc acts after a short wait for the rest of a sequence, not after
 // curses' own second; ESCDELAY in the environment still decides.
 TEST(InitKeysTest, EscapeDelayIsShortUnlessTheEnvironmentSetsIt) {
-  const char* saved = getenv("ESCDELAY");
-  const std::string savedValue = saved != nullptr ? saved : "";
-  const struct {
-    const char* env;  // null: not set
-    int expected;
-  } cases[] = {{nullptr, kEscapeDelayMs}, {"250", 250}, {"1000", 1000}};
-  for (const auto& c : cases) {
-    if (c.env != nullptr) {
-      setenv("ESCDELAY", c.env, 1);
-    } else {
-      unsetenv("ESCDELAY");
-    }
+  const char* runner = getenv("ESCDELAY");
+  const auto saved = runner ? std::optional<std::string>(runner) : std::nullopt;
+  const std::pair<std::optional<std::string>, int> cases[] = {
+      {std::nullopt, kEscapeDelayMs}, {"250", 250}, {"1000", 1000}};
+  for (const auto& [env, expected] : cases) {
+    env ? setenv("ESCDELAY", env->c_str(), 1) : unsetenv("ESCDELAY");
     CursesScreen screen("xterm");
     ASSERT_TRUE(screen.Ok());
-    EXPECT_EQ(get_escdelay(), c.expected) << (c.env != nullptr ? c.env : "unset");
+    EXPECT_EQ(get_escdelay(), expected) << env.value_or("unset");
   }
-  if (saved != nullptr) {
-    setenv("ESCDELAY", savedValue.c_str(), 1);
-  } else {
-    unsetenv("ESCDELAY");
-  }
+  saved ? setenv("ESCDELAY", saved->c_str(), 1) : unsetenv("ESCDELAY");
 }
 
 // Where the palette can be redefined every combination gets its pair; where

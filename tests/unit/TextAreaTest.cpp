@@ -17,13 +17,9 @@ namespace {
 using MerelTest::Blanks;
 using MerelTest::CursesScreen;
 
-std::string FakeHostname() {
-  return "host name.example";
-}
-std::string FakeIp() {
-  return "10.0.0.1";
-}
-const TextArea::VariableTable kVariables = {{"hostname", &FakeHostname}, {"ip", &FakeIp}};
+const TextArea::VariableTable kVariables = {
+    {"hostname", [] { return std::string("host name.example"); }},
+    {"ip", [] { return std::string("10.0.0.1"); }}};
 
 TEST(TextAreaLayoutTest, Table) {
   const struct {
@@ -32,20 +28,9 @@ TEST(TextAreaLayoutTest, Table) {
     int width;
     const char* expected;
   } cases[] = {
-      {"RightAlignedFooterIsFlushRight",
-       "{align:right}{color:black}<Enter>{/color} {color:dark-grey}OK{/color}{/align}", 20,
-       "          {color:black}<Enter>{/color} {color:dark-grey}OK{/color}"},
-      {"LeftAndRightFooterShareOneLine",
-       "{color:white}<Enter>{/color}{color:light-grey} Change{/color}{align:right}{color:white}"
-       "<Esc>{/color}{color:light-grey} Log Out{/color}{/align}",
-       40,
-       "{color:white}<Enter>{/color}{color:light-grey} Change{/color}             "
-       "{color:white}<Esc>{/color}{color:light-grey} Log Out{/color}"},
+      // Footers flush right, on one line with a left part, and the padded
+      // columns of the adapter list are read off the golden screens.
       {"CenteredRunOddRemainderRoundsDown", "{align:center}abc{/align}", 10, "   abc"},
-      {"PaddingColumns",
-       "    {align:padding:13}Device Name{/align}{align:padding:30}Hardware Label (MAC "
-       "Address){/align}Status",
-       80, "    Device Name  Hardware Label (MAC Address)  Status"},
       {"PaddingCutsLongValue", "{align:padding:5}Hardware{/align}|", 20, "Hardw|"},
       {"PaddingZeroSwallows", "a{align:padding:0}hidden{/align}b", 10, "ab"},
       {"NegativePaddingDoesNotPad", "{align:padding:-3}ab{/align}|", 10, "ab|"},
