@@ -353,6 +353,16 @@ int LinuxBackend::RunAndWait(const std::vector<std::string>& argv, std::string* 
   return status;
 }
 
+bool LinuxBackend::RunTool(const std::vector<std::string>& words,
+                           std::string& error,
+                           std::string* output) {
+  const int status = RunAndWait(words, output);
+  if (status >= 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
+    return true;
+  error = ToolFailure(words[0] + " " + words.back(), status);
+  return false;
+}
+
 void LinuxBackend::WriteSyslog(const std::string& ident,
                                bool withPid,
                                int facility,

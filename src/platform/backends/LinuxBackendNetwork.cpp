@@ -4,7 +4,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -200,33 +199,23 @@ std::string LinuxBackend::Resolvectl() const {
   return FirstProgram(_root, {"/usr/bin/resolvectl", "/bin/resolvectl"});
 }
 
-bool LinuxBackend::RunTool(const std::vector<std::string>& words,
-                           std::string& error,
-                           std::string* output) {
-  const int status = RunAndWait(words, output);
-  if (status >= 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
-    return true;
-  if (status < 0)
-    error = words[0] + ": could not be started";
-  else
-    error = words[0] + " " + words.back() + " failed (status " +
-            std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)) + ")";
-  return false;
-}
-
 bool LinuxBackend::DnsToResolved(const NetworkState& network,
                                  const NexNicState& nic,
                                  std::string& error) {
-  std::vector<std::string> servers = network.dns.nameServers;
-  servers.insert(servers.end(), network.dns.ipv6NameServers.begin(),
-                 network.dns.ipv6NameServers.end());
+  std::vector<std::string> servers;
   if (nic.dhcpDns && nic.ipv4Mode == "dhcp") {
     std::string lease;
     const std::string client = DhcpClient();
-    error = "no DHCP client (dhcpcd) on this host";
-    if (client.empty() || !RunTool({client, "-4", "-U", nic.name}, error, &lease))
+    if (client.empty()) {
+      error = "no DHCP client (dhcpcd) on this host";
+      return false;
+    }
+    if (!RunTool({client, "-4", "-U", nic.name}, error, &lease))
       return false;
     servers = Linux::LeaseNameServers(lease);
+  } else {
+    for (const auto* list : {&network.dns.nameServers, &network.dns.ipv6NameServers})
+      servers.insert(servers.end(), list->begin(), list->end());
   }
   const std::string tool = Resolvectl();
   if (tool.empty()) {
@@ -360,8 +349,11 @@ void LinuxBackend::ApplyNetwork(const HostState& before, const HostState& after)
       // suffixes go to resolved now, and to its networkd file for the next
       // boot.
       const NexNicState* managed = ManagementNic(after);
-      error = "no management interface";
-      const bool ok = managed && DnsToResolved(now, *managed, error);
+      bool ok = false;
+      if (!managed)
+        error = "no management interface";
+      else
+        ok = DnsToResolved(now, *managed, error);
       if (ok)
         kept.dns = now.dns;
       else
