@@ -316,6 +316,15 @@ TEST(HostCtlValueTypesTest, ValidatorsTakeExactlyTheValidTexts) {
   }
 }
 
+TEST(HostCtlValueTypesTest, PrefixLengthRoundTripsIncludingSlash32) {
+  for (int length = 1; length <= 32; ++length) {
+    Ipv4Address mask = Ipv4Address::FromPrefixLength(length);
+    EXPECT_TRUE(mask.IsValidNetmask()) << length;
+    EXPECT_EQ(mask.GetPrefixLength(), length);
+  }
+  EXPECT_EQ(Ipv4Address::FromPrefixLength(24).GetStringAddress(), "255.255.255.0");
+}
+
 // A link-local gateway keeps its zone in the dialog's field. (The plain
 // form is read off the network test's run, the empty gateway's empty field
 // off the untouched IPv6 dialog, both at the real console.)
