@@ -179,20 +179,16 @@ class NamespaceTest : public ::testing::Test {
     return WaitQuiet(console, "http://" + std::string(_steps.hostName) + "/");
   }
 
-  // `key` on the welcome screen and a login; true once `expected` shows.
+  // `key` on the welcome screen and root's login; true once `expected` shows.
   bool LogIn(Terminal& console,
              Key key = Key::kF2,
-             const std::string& user = "root",
-             const std::string& password = "rootpw",
              const std::string& expected = "System Customization") {
     if (!WaitForWelcome(console))
       return false;
     console.SendKey(key);
     if (!WaitQuiet(console, "Authentication Required"))
       return false;
-    if (user != "root")
-      TypeLoginName(console, user);
-    console.SendText(password);
+    console.SendText("rootpw");
     console.SendKey(Key::kEnter);
     return WaitQuiet(console, expected);
   }
@@ -202,7 +198,7 @@ class NamespaceTest : public ::testing::Test {
                           Key key = Key::kF2,
                           const std::string& expected = "System Customization") {
     Terminal& console = Start(extra);
-    if (!LogIn(console, key, "root", "rootpw", expected))
+    if (!LogIn(console, key, expected))
       Fail("no \"" + expected + "\" after the login:\n" + console.Text());
     return console;
   }
