@@ -75,17 +75,6 @@ nsenter -t "$P" -n dnsmasq --conf-file=/dev/null --user=root --interface=peer0 \
 while [ ! -s "$S/dnsmasq.pid" ]; do sleep 0.05; done
 )SH"};
 
-// What a command prints.
-std::string Output(const std::string& command) {
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  for (int c; pipe && (c = fgetc(pipe)) != EOF;)
-    text += static_cast<char>(c);
-  if (pipe)
-    pclose(pipe);
-  return text;
-}
-
 // Types `texts` into a dialog's fields, one below the other from the
 // selected one; "" leaves a field as it is.
 void Fill(Terminal& console, std::initializer_list<const char*> texts) {
@@ -131,8 +120,15 @@ class LinuxNetworkTest : public NamespaceTest {
 
   // A command run in the console's namespaces.
   std::string InHost(const std::string& command) const {
-    return Output("nsenter -t " + std::to_string(_console->Pid()) + " -n -m -u sh -c '" +
-                  command + "' 2>&1");
+    const std::string line = "nsenter -t " + std::to_string(_console->Pid()) + " -n -m -u sh -c '" +
+                             command + "' 2>&1";
+    std::string text;
+    FILE* pipe = popen(line.c_str(), "r");
+    for (int c; pipe && (c = fgetc(pipe)) != EOF;)
+      text += static_cast<char>(c);
+    if (pipe)
+      pclose(pipe);
+    return text;
   }
   // The console's networkd file 10-merel-`name`.
   std::string Unit(const std::string& name) const {

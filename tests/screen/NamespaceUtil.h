@@ -17,6 +17,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -156,14 +158,14 @@ class NamespaceTest : public ::testing::Test {
 
   // `extra` runs in the namespace once its /sys is mounted.
   Terminal& Start(const std::string& extra = "") {
-    std::string script = Replace(kSetup, "@ETC@", _steps.etc);
-    script = Replace(script, "@MOUNTS@", _steps.mounts);
-    script = Replace(script, "@NETWORK@", _steps.network);
-    script = Replace(script, "@EXTRA@", extra);
-    script = Replace(script, "@S@", _scratch);
-    script = Replace(script, "@HOST@", _steps.hostName);
-    script = Replace(script, "@MEREL@", MEREL_BIN);
-    script = Replace(script, "@PAM@", std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel");
+    // The test's steps first: they name the scratch folder and the host too.
+    std::string script = kSetup;
+    for (const auto& [from, to] : std::vector<std::pair<std::string, std::string>>{
+             {"@ETC@", _steps.etc}, {"@MOUNTS@", _steps.mounts}, {"@NETWORK@", _steps.network},
+             {"@EXTRA@", extra}, {"@S@", _scratch}, {"@HOST@", _steps.hostName},
+             {"@MEREL@", MEREL_BIN},
+             {"@PAM@", std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel"}})
+      script = Replace(script, from, to);
     std::ofstream(_scratch + "/setup.sh") << script;
     _console = std::make_unique<Terminal>();
     EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts", "--propagation",
