@@ -126,8 +126,6 @@ TEST_F(LoginOutcomeTest, SmartCardCheckKeepsSessionsThatStillHaveTheirCard) {
     std::string said;  // the start of the one line logged, or "" for none
   } cases[] = {
       {"nobody logged in, no card", false, false, false, false, {}, ""},
-      {"nobody logged in, card", false, false, true, false, {"alice", "bob"},
-       "user.6 Found smart card with user id 'alice'"},
       {"nobody logged in, lookup fails", false, false, true, true, {"alice"}, lookupError},
       {"card session, card there", true, true, true, false, {"bob", "alice"}, ""},
       {"password session, no card", true, false, false, false, {}, ""},
