@@ -17,6 +17,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -156,14 +158,14 @@ class NamespaceTest : public ::testing::Test {
 
   // `extra` runs in the namespace once its /sys is mounted.
   Terminal& Start(const std::string& extra = "") {
-    std::string script = Replace(kSetup, "@ETC@", _steps.etc);
-    script = Replace(script, "@MOUNTS@", _steps.mounts);
-    script = Replace(script, "@NETWORK@", _steps.network);
-    script = Replace(script, "@EXTRA@", extra);
-    script = Replace(script, "@S@", _scratch);
-    script = Replace(script, "@HOST@", _steps.hostName);
-    script = Replace(script, "@MEREL@", MEREL_BIN);
-    script = Replace(script, "@PAM@", std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel");
+    // The test's steps first: they name the scratch folder and the host too.
+    std::string script = kSetup;
+    for (const auto& [from, to] : std::vector<std::pair<std::string, std::string>>{
+             {"@ETC@", _steps.etc}, {"@MOUNTS@", _steps.mounts}, {"@NETWORK@", _steps.network},
+             {"@EXTRA@", extra}, {"@S@", _scratch}, {"@HOST@", _steps.hostName},
+             {"@MEREL@", MEREL_BIN},
+             {"@PAM@", std::string(MEREL_SOURCE_DIR) + "/packaging/pam.d/merel"}})
+      script = Replace(script, from, to);
     std::ofstream(_scratch + "/setup.sh") << script;
     _console = std::make_unique<Terminal>();
     EXPECT_TRUE(_console->Start({"/usr/bin/unshare", "--mount", "--net", "--uts", "--propagation",
@@ -179,20 +181,16 @@ class NamespaceTest : public ::testing::Test {
     return WaitQuiet(console, "http://" + std::string(_steps.hostName) + "/");
   }
 
-  // `key` on the welcome screen and a login; true once `expected` shows.
+  // `key` on the welcome screen and root's login; true once `expected` shows.
   bool LogIn(Terminal& console,
              Key key = Key::kF2,
-             const std::string& user = "root",
-             const std::string& password = "rootpw",
              const std::string& expected = "System Customization") {
     if (!WaitForWelcome(console))
       return false;
     console.SendKey(key);
     if (!WaitQuiet(console, "Authentication Required"))
       return false;
-    if (user != "root")
-      TypeLoginName(console, user);
-    console.SendText(password);
+    console.SendText("rootpw");
     console.SendKey(Key::kEnter);
     return WaitQuiet(console, expected);
   }
@@ -202,7 +200,7 @@ class NamespaceTest : public ::testing::Test {
                           Key key = Key::kF2,
                           const std::string& expected = "System Customization") {
     Terminal& console = Start(extra);
-    if (!LogIn(console, key, "root", "rootpw", expected))
+    if (!LogIn(console, key, expected))
       Fail("no \"" + expected + "\" after the login:\n" + console.Text());
     return console;
   }

@@ -2,7 +2,7 @@
 // switch, as the screen shows them and as the host and its logs saw them.
 #include <filesystem>
 
-#include "MenuScreenUtil.h"
+#include "NetworkScreenUtil.h"
 
 namespace {
 
@@ -27,14 +27,6 @@ std::unique_ptr<Terminal> Open(SimHost& host, const std::string& entry = "") {
     Choose(*console, entry, "<Esc> Cancel");
   }
   return console;
-}
-
-// The result of the factory restore is up: its footer offers Enter only.
-bool WaitForResult(Terminal& console) {
-  return console.WaitFor([&] {
-    const std::string text = console.Text();
-    return Contains(text, "<Enter> OK") && !Contains(text, "Cancel");
-  }) && console.WaitUntilQuiet();
 }
 
 // The host's network as far as a restore changes it.
@@ -75,7 +67,7 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
     console->SendKey(c.answer);
   }
   if (!c.shown.empty()) {
-    ASSERT_TRUE(WaitForResult(*console)) << console->Text();
+    ASSERT_TRUE(MerelNetworkTest::WaitForResult(*console)) << console->Text();
     ExpectHas(console->Text(), c.shown);
     // Without running machines the first step is the network's own.
     EXPECT_EQ(Contains(console->Text(), "Powering Off VMs."), !c.vms.empty());
@@ -133,6 +125,11 @@ INSTANTIATE_TEST_SUITE_P(
         FactoryCase{"AFailedPowerOffLeavesTheNetwork", kStubborn, nullptr, Key::kEnter,
                     {"Powering Off VMs. Failed."}, false, {"Error powering off VMs"},
                     {"Clearing Network Config"}},
+        // A host that cannot say whether machines run is not restored.
+        FactoryCase{"UnknownMachinesStopTheRestore", nlohmann::json::array(),
+                    "ResourceInfoImpl.HasRunningVirtualMachines", Key::kEnter, {"Failed."},
+                    false, {"Error auto-configuring network"},
+                    {"Clearing Network Config", "Error powering off VMs"}},
         FactoryCase{"AFailingHostCallIsReported", nlohmann::json::array(),
                     "NetworkInfoImpl.ClearNetworkConfig", Key::kEnter,
                     {"Auto-configuring network. Failed."}, false,

@@ -45,24 +45,30 @@ INSTANTIATE_TEST_SUITE_P(
                   "Default Gateway: 192.168.10.1"},
                  {"Manual", "Primary DNS Server:\n192.168.10.2",
                   "Alternate DNS Server:\n192.168.10.3", "Hostname\nmerel-demo"}},
-        HostCase{"staticipv4", "static-ipv4", "Network Adapters",
-                 {"Manual", "IPv4 Address: 10.20.30.40", "Default Gateway: 10.20.30.1"},
-                 {"Primary DNS Server:\n10.20.30.2", "Hostname\nstatic-host"}},
         HostCase{"dhcp", "dhcp", "Network Adapters",
                  {"Automatic", "IPv4 Address: 172.16.5.50", "Default Gateway: 172.16.5.1"},
                  {"Automatic", "Primary DNS Server:\n172.16.5.2"}},
         HostCase{"dvs", "dvs", "IPv4 Configuration", {"IPv4 Address: 10.6.6.6"}, {}}),
     ByName);
 
-// A DHCP host set to a static address, then back to DHCP: the host follows,
-// and the welcome screen shows the address leased anew.
+// A DHCP host set to a static address, to none, then back to DHCP: the host
+// follows, and the welcome screen shows the address leased anew.
 TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   SimHost host("dhcp");
   auto console = OpenWindow(host);
 
   Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace, Key::kDown});
-  TypeText(*console, "172.16.5.77");
+  // One past the longest address gets in, so a longer paste stays too long
+  // to pass instead of being cut to one that happens to be valid.
+  TypeText(*console, "192.168.100.10010");
+  Press(*console, Key::kEnter, "Please reenter a valid IPv4 address");
+  ExpectHas(console->Text(), {"Invalid IP address"});
+  PressGone(*console, Key::kEnter, "Please reenter");
+  TypeText(*console, std::string(16, '\x7f'));
+  // Letters, a blank, a colon, a control character and a UTF-8 letter never
+  // reach the field, and the blank does not change the choice.
+  TypeText(*console, "172.16 abc.5:\x01\xc3\xa9.77");
   ExpectGoldenScreen(*console, "network-ipv4");
   Accept(*console);
   ExpectHas(RightText(*console), {"IPv4 Address: 172.16.5.77"});
@@ -71,6 +77,14 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
             List({"static", "172.16.5.77"}));
   ExpectLogged(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
                       "Setting default gateway to 172.16.5.1", "Network settings changed."});
+
+  // Space on the first choice: no IPv4 address at all.
+  Accept(*console);
+  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
+  Type(*console, {Key::kSpace});
+  Accept(*console);
+  ApplyChanges(*console);
+  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "none");
 
   Accept(*console);
   Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
@@ -87,22 +101,63 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   ExpectHas(console->Text(), {"http://" + lease + "/"});
 }
 
-// DNS servers, a host name with its domain, and suffixes typed with every
-// separator: only the name settings are written.
+// Nothing reaches the host unless the user says yes: an accepted dialog
+// without a change asks nothing, nor does a refused one dropped with Esc;
+// Esc in the question goes back to the window, N drops the edits. Then DNS servers, a host name with its domain,
+// and suffixes typed with every separator: only the name settings are written.
 TEST(NetworkScreenTest, DnsAndSuffixes) {
   SimHost host("static-ipv4");
+  const nlohmann::json before = host.HostJson();
   auto console = OpenWindow(host);
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
+  Accept(*console);
+  // A paste longer than the field is refused whole, never stored cut; Esc
+  // drops it.
+  std::string pasted;
+  for (int i = 0; i < 1024; ++i) {
+    pasted += "corp.test ";
+  }
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, pasted);
+  Press(*console, Key::kEnter, "The suffixes can have at most 1024 characters");
+  ExpectHas(console->Text(), {"Invalid DNS suffix"});
+  PressGone(*console, Key::kEnter, "at most 1024");
+  Accept(*console, Key::kEscape);
+  Choose(*console, "IPv6 Configuration", "Set static IPv6");
+  Accept(*console);
+  PressToMenu(*console, Key::kEscape);
 
+  Accept(*console);
+  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
+  TypeText(*console, "other.test");
+  Accept(*console);
+  Press(*console, Key::kEscape, "Apply changes and restart management network?");
+  Accept(*console, Key::kEscape);
+  ExpectHas(RightText(*console), {"other.test"});
+  Press(*console, Key::kEscape, "Apply changes and restart management network?");
+  console->SendText("N");
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
+  EXPECT_EQ(host.HostJson()["network"], before["network"]);
+  ExpectLacks(host.Syslog(), {"Network settings changed."});
+
+  Accept(*console);
   Choose(*console, "DNS Configuration", "Use the following DNS server addresses");
   // Manual DNS: the dialog starts on the first server.
   TypeText(*console, "10.20.30.9");
   Type(*console, {Key::kDown, Key::kDown});
-  TypeText(*console, "new-host.lab.test");
+  TypeText(*console, "new_-host!.lab\x01\xc3\xa9.test");
   ExpectGoldenScreen(*console, "network-dns");
+  // A bad server takes the focus back from the host name, for the correction.
+  Type(*console, {Key::kUp, Key::kUp, Key::kEnd});
+  TypeText(*console, "00");
+  Type(*console, {Key::kDown, Key::kDown});
+  Press(*console, Key::kEnter, "Invalid DNS server address");
+  PressGone(*console, Key::kEnter, "Invalid DNS server address");
+  TypeText(*console, "\x7f\x7f");
   Accept(*console);
 
   Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  TypeText(*console, "a.test, b.test,,c.test");
+  TypeText(*console, "a.test, b_.test,,c.test");
   ExpectGoldenScreen(*console, "network-suffixes");
   Accept(*console);
   ExpectHas(RightText(*console), {"a.test, b.test,,c.test"});
@@ -135,6 +190,28 @@ TEST(NetworkScreenTest, Ipv6ToggleRestartsTheHost) {
   ExpectLogged(host, {"Setting suffixes to example.test"});
 }
 
+// The dynamic choice takes router advertisements alone; its DHCPv6 box
+// then trades them for DHCPv6.
+TEST(NetworkScreenTest, DynamicIpv6Choices) {
+  SimHost host;
+  auto console = OpenWindow(host);
+  const struct {
+    std::vector<Key> keys;  // from the dialog's first choice
+    bool dhcp, advertised;
+  } steps[] = {{{Key::kDown, Key::kSpace}, false, true},
+               {{Key::kDown, Key::kDown, Key::kSpace}, true, false}};
+  for (const auto& step : steps) {
+    SCOPED_TRACE(std::to_string(&step - steps));
+    Choose(*console, "IPv6 Configuration", "Use DHCPv6");
+    Type(*console, step.keys);
+    Accept(*console);
+    ApplyChanges(*console);
+    EXPECT_EQ(Fields(Nex0(host.HostJson()), {"ipv6Dhcp", "ipv6RouterAdvertised"}),
+              List({step.dhcp, step.advertised}));
+    Accept(*console);
+  }
+}
+
 // The switch side and static IPv6 in one pass: a disconnected adapter added
 // to the uplinks, a VLAN, a second static IPv6 address; then the interface
 // taken away.
@@ -157,7 +234,11 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   // The dialog opens on its first choice; the DHCPv6 box is skipped.
   Choose(*console, "IPv6 Configuration", "Set static IPv6");
   Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
-  TypeText(*console, "2001:db8::5/64");
+  TypeText(*console, "ff02::1/64");
+  Press(*console, Key::kEnter, "ff02::1 is a multicast address.");
+  PressGone(*console, Key::kEnter, "ff02::1 is a multicast");
+  TypeText(*console, std::string(10, '\x7f'));
+  TypeText(*console, "2001:db8::5/64\x01\xc3\xa9");
   ExpectGoldenScreen(*console, "network-ipv6");
   Accept(*console);
   ExpectHas(RightText(*console), {"2001:db8::5/64"});
@@ -184,44 +265,36 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   PressToMenu(*console, Key::kEnter);
 }
 
-// Nothing reaches the host unless the user says yes: an accepted dialog
-// without a change asks nothing, Esc in the question goes back to the
-// window, N drops the edits.
-TEST(NetworkScreenTest, LeavingWithoutApplying) {
-  SimHost host("static-ipv4");
-  const nlohmann::json before = host.HostJson();
-  auto console = OpenWindow(host);
-  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  Accept(*console);
-  PressToMenu(*console, Key::kEscape);
-
-  Accept(*console);
-  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  TypeText(*console, "other.test");
-  Accept(*console);
-  Press(*console, Key::kEscape, "Apply changes and restart management network?");
-  Accept(*console, Key::kEscape);
-  ExpectHas(RightText(*console), {"other.test"});
-  Press(*console, Key::kEscape, "Apply changes and restart management network?");
-  console->SendText("N");
-  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
-  EXPECT_EQ(host.HostJson()["network"], before["network"]);
-  ExpectLacks(host.Syslog(), {"Network settings changed."});
-}
+const std::vector<std::string> kV6Addresses = {"2001:db8:30::10/64", "2001:db8:30::11/64",
+                                               "2001:db8:31::12/48"};
+const std::string kV6Gateway = "2001:db8:30::1";
 
 struct FailCase {
   const char* call;
-  const char* line;  // the error line, also the message's text
+  const char* line;               // the error line, also the message's text
+  bool ipv6Addresses = true;      // the static IPv6 addresses still reach the host
+  std::string ipv6Gateway = kV6Gateway;  // the host's afterwards
 };
 
 class ApplyFailureTest : public testing::TestWithParam<FailCase> {};
 
 // A failing step is logged and shown; the pass goes on, so the suffixes (or,
-// when the name settings failed, the agents' refresh) still reach the host.
+// when the name settings failed, the agents' refresh) still reach the host,
+// and so do three static IPv6 addresses and a gateway on a host that had none.
 TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   const FailCase& c = GetParam();
   SimHost host("static-ipv4");
   auto console = OpenWindow(host);
+  Choose(*console, "IPv6 Configuration", "Set static IPv6");
+  Type(*console, {Key::kDown, Key::kDown, Key::kDown});
+  for (const std::string& address : kV6Addresses) {
+    TypeText(*console, address);
+    Type(*console, {Key::kDown});
+  }
+  TypeText(*console, kV6Gateway);
+  Accept(*console);
+  ExpectHas(RightText(*console), {"IPv6 Addresses:\n" + kV6Addresses[0] + "\n" + kV6Addresses[1] +
+                                  "\n" + kV6Addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"});
   Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
   Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown});
   TypeText(*console, "10.20.30.41");
@@ -242,10 +315,15 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   PressToMenu(*console, Key::kEnter);
 
   ExpectLogged(host, {"user.err " + line, "Changed vlan, restarting management interface",
+                      "Setting ipv6 configuration", "Setting default ipv6 gateway to " + kV6Gateway,
                       "Network settings changed."});
+  const nlohmann::json state = host.HostJson();
+  EXPECT_EQ(Nex0(state)["ipv6Addresses"],
+            c.ipv6Addresses ? nlohmann::json(kV6Addresses) : nlohmann::json::array());
+  EXPECT_EQ(state["network"]["routing"]["ipv6Gateway"], c.ipv6Gateway);
   ExpectHas(host.ReadFile("/var/log/tools.log"), {"internalsvc/refresh"});
   if (std::string(c.line) != "Setting DNS failed: ") {
-    EXPECT_EQ(host.HostJson()["network"]["dns"]["searchDomains"],
+    EXPECT_EQ(state["network"]["dns"]["searchDomains"],
               nlohmann::json({"lab.test", "x.test"}));
   }
 }
@@ -255,8 +333,11 @@ INSTANTIATE_TEST_SUITE_P(
     ApplyFailureTest,
     testing::Values(FailCase{"NexNic.GetIpConfigs", "Setting ip configuration failed: "},
                     FailCase{"SetNexIpv6Enabled", "Setting ipv6 configuration failed: "},
-                    FailCase{"NexNic.SetIpConfig", "Setting ip/ipv6 configuration failed: "},
+                    FailCase{"NexNic.SetIpConfig", "Setting ip/ipv6 configuration failed: ",
+                             false},
                     FailCase{"SetNexelDefaultGateway", "Setting default gateway failed: "},
+                    FailCase{"SetIpv6NexelDefaultGateway", "Setting default ipv6 gateway failed: ",
+                             true, "::"},
                     FailCase{"NexNic.Restart", "Restarting management interface failed: "},
                     FailCase{"SetHostname", "Setting DNS failed: "},
                     FailCase{"SaveConfig", "Setting DNS failed: "}),

@@ -50,6 +50,15 @@ inline void ApplyChanges(Terminal& console,
   }
 }
 
+// A run or a restore is over: its result offers Enter only (the dialog
+// behind it offers Esc too).
+inline bool WaitForResult(Terminal& console) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return Contains(text, "<Enter> OK") && !Contains(text, "Cancel");
+  }) && console.WaitUntilQuiet();
+}
+
 inline const nlohmann::json& Nex0(const nlohmann::json& state) {
   static const nlohmann::json none;
   const nlohmann::json* nic = Named(state["network"]["nics"], "nex0");

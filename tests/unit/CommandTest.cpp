@@ -69,31 +69,42 @@ class CommandTest : public testing::Test {
   SimHostTest::SimRoot _root;
 };
 
+// A command still running at its time-out is killed and counts as failed;
+// what it wrote is collected all the same, to the end of its output, also
+// what a program it left behind writes before it closes the pipe.
 TEST_F(CommandTest, ResultOutputAndInput) {
   const std::string input = std::string(20000, 'a') + "end";
   const struct {
     const char* script;
     std::string input;
     size_t capacity;
+    int timeout;
     int result;
     std::string out, err;
   } cases[] = {
-      {"printf out; printf err >&2; exit 3", "", 4096, 3, "out", "err"},
-      {"kill -TERM $$", "", 4096, -1, "", ""},
-      {"head -c 1000 /dev/zero | tr '\\0' x", "", 255, 0, std::string(255, 'x'), ""},
-      {"cat", input, 30000, 0, input, ""},  // cat ends only when its input is closed
+      {"printf out; printf err >&2; exit 3", "", 4096, 30, 3, "out", "err"},
+      {"kill -TERM $$", "", 4096, 30, -1, "", ""},
+      {"head -c 1000 /dev/zero | tr '\\0' x", "", 255, 30, 0, std::string(255, 'x'), ""},
+      {"cat", input, 30000, 30, 0, input, ""},  // cat ends only when its input is closed
       // More than a pipe holds, to a child that has gone: no SIGPIPE for us.
-      {"exit 6", std::string(1 << 20, 'x'), 4096, 6, "", ""},
+      {"exit 6", std::string(1 << 20, 'x'), 4096, 30, 6, "", ""},
       // Nothing of the console's environment but PYTHONHOME (the shell adds PWD).
-      {"env | grep -v ^PWD=", "", 4096, 0, "PYTHONHOME=/\n", ""},
+      {"env | grep -v ^PWD=", "", 4096, 30, 0, "PYTHONHOME=/\n", ""},
+      {"printf started; exec sleep 20", "", 4096, 1, -1, "started", ""},
+      {"(sleep 3; printf ' late') & printf early; exec sleep 20", "", 4096, 1, -1, "early late",
+       ""},
   };
   setenv("MEREL_COMMAND_TEST_LEAK", "1", 1);
   const int descriptors = OpenDescriptors();
   for (const auto& c : cases) {
-    const Run run = Shell(c.script, 30, c.input, c.capacity);
+    const Run run = Shell(c.script, c.timeout, c.input, c.capacity);
     EXPECT_EQ(std::tuple(run.result, run.out, run.err), std::tuple(c.result, c.out, c.err))
         << c.script;
-    EXPECT_EQ(Has(TakeLog(), "err Run Command did not terminate normally"), c.result < 0);
+    const std::string log = TakeLog();
+    EXPECT_EQ(Has(log, "err Run Command did not terminate normally"), c.result < 0) << log;
+    EXPECT_EQ(Has(log, "warning Killing process because 1 seconds timeout expired"),
+              c.timeout == 1)
+        << log;
   }
   char name[] = "nothing";
   char* const argv[] = {name, nullptr};
@@ -101,27 +112,6 @@ TEST_F(CommandTest, ResultOutputAndInput) {
             -1);
   EXPECT_EQ(OpenDescriptors(), descriptors);
   unsetenv("MEREL_COMMAND_TEST_LEAK");
-}
-
-// A command still running at its time-out is killed and counts as failed;
-// what it wrote is collected all the same, to the end of its output, also
-// what a program it left behind writes before it closes the pipe.
-TEST_F(CommandTest, TimeOutKillsTheChildAndStillReadsItsOutputToTheEnd) {
-  const struct {
-    const char* script;
-    const char* out;
-  } cases[] = {
-      {"printf started; exec sleep 20", "started"},
-      {"(sleep 3; printf ' late') & printf early; exec sleep 20", "early late"},
-  };
-  for (const auto& c : cases) {
-    const Run run = Shell(c.script, 1);
-    EXPECT_EQ(run.result, -1) << c.script;
-    EXPECT_EQ(run.out, c.out) << c.script;
-    const std::string log = TakeLog();
-    EXPECT_TRUE(Has(log, "warning Killing process because 1 seconds timeout expired")) << log;
-    EXPECT_TRUE(Has(log, "err Run Command did not terminate normally")) << log;
-  }
 }
 
 TEST_F(CommandTest, RefusedUserFallsBackToTheConsoleUserWith256Bytes) {
@@ -158,16 +148,6 @@ TEST_F(CommandTest, RoviQueryBoolIsTrueWhenTheAnswerStartsWithTrue) {
     EXPECT_EQ(log.find(".err rovi-cmd invocation failure: ") != std::string::npos, c.status != 0);
   }
   EXPECT_EQ(Calls().find("-U root"), std::string::npos) << "always asked as the console's user";
-}
-
-TEST_F(CommandTest, RefreshAsTheSessionUserAndAutoStop) {
-  RoviCmd("");
-  Tool("/bin/powerOffVms", "echo \"powerOffVms $*\" >> " + _root.Path() + "/calls.log");
-  RoviRefresh("alice");
-  RoviAutoStop("merel");
-  EXPECT_EQ(Calls(),
-            "-U alice internalsvc/refresh\n-U merel internalsvc/refresh\n"
-            "-U merel hostsvc/autostartmanager/autostop\npowerOffVms --terminate\n");
 }
 
 }  // namespace

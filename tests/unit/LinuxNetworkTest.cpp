@@ -1,6 +1,6 @@
 // The Linux host's network mapping without a kernel: kernel values into
-// the console's model, the model into networkd, resolver and hosts files,
-// and those files back.
+// the console's model, and the cases of the files it writes that the Linux
+// network screen tests, on real interfaces, do not meet.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -48,27 +48,13 @@ NetworkState Mapped(const KernelNetwork& kernel = Bridged()) {
   return network;
 }
 
-TEST(LinuxNetworkMap, ABridgeIsASwitchWithItsAdaptersAsUplinks) {
-  const NetworkState network = Mapped();
+// Loopback, VLANs and tunnels are no adapters (the screen tests' host has
+// only veths and a bridge).
+TEST(LinuxNetworkMap, OnlyDevicesAndVethsAreAdapters) {
   std::vector<std::string> adapters;
-  for (const auto& pnic : network.pnics)
+  for (const auto& pnic : Mapped().pnics)
     adapters.push_back(pnic.name);
   EXPECT_EQ(adapters, (std::vector<std::string>{"eth0", "eth1", "veth0"}));
-  const auto& pnics = network.pnics;
-  EXPECT_EQ(std::tuple(pnics[1].linkUp, pnics[1].speedMbps, pnics[2].driver),
-            std::tuple(false, 0, "veth"));
-  ASSERT_EQ(network.vswitches.size(), 1u);
-  const auto& sw = network.vswitches[0];
-  EXPECT_EQ(std::tuple(sw.name, sw.uplinks, sw.portGroups[0].name),
-            std::tuple("br0", std::vector<std::string>{"eth0", "veth0"}, "Management Network"));
-  // The bridge is the management interface even though eth1 holds the
-  // default route: a virtualisation host manages through its switch.
-  ASSERT_EQ(network.nics.size(), 1u);
-  const NexNicState& nic = network.nics[0];
-  EXPECT_EQ(std::tuple(nic.name, nic.ipv4Mode, nic.ipv4Address, nic.ipv4Netmask, nic.ipv6Addresses,
-                       network.routing.ipv4Gateway),
-            std::tuple("br0", "static", "192.0.2.5", "255.255.255.0",
-                       std::vector<std::string>{"2001:db8::5/64"}, "198.51.100.1"));
 }
 
 KernelNetwork Plain(std::vector<KernelRoute> routes, std::vector<KernelAddress> addresses) {
@@ -111,58 +97,9 @@ TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
   EXPECT_EQ(network.nics[0].ipv4Mode, "none");
 }
 
-// The files written for a state say the same state when read back.
-TEST(LinuxNetworkFiles, WhatIsWrittenReadsBack) {
-  for (const char* mode : {"static", "dhcp", "none"}) {
-    SCOPED_TRACE(mode);
-    NetworkState network = Mapped();
-    NexNicState& nic = network.nics[0];
-    nic.ipv4Mode = mode;
-    nic.dhcpDns = nic.ipv4Mode == "dhcp";
-    nic.ipv6RouterAdvertised = false;
-    const auto files = RenderNetworkd(network, {{"br0", ""}});
-    ASSERT_EQ(files.count("10-merel-br0.netdev"), 1u);
-    EXPECT_NE(files.at("10-merel-br0.netdev").find("Kind=bridge\n"), std::string::npos);
-    EXPECT_NE(files.at("10-merel-eth0.network").find("Bridge=br0\n"), std::string::npos);
-    EXPECT_NE(files.at("10-merel-veth0.network").find("Bridge=br0\n"), std::string::npos);
-    EXPECT_EQ(files.count("10-merel-eth1.network"), 0u);
-    const InterfaceFile read = ParseInterfaceFile(files.at("10-merel-br0.network"));
-    EXPECT_EQ(std::tuple(read.ipv4Mode, read.dhcpDns, read.acceptRa),
-              std::tuple(mode, nic.dhcpDns || nic.ipv4Mode != "dhcp", false));
-    const std::string& text = files.at("10-merel-br0.network");
-    EXPECT_EQ(text.find("Address=192.0.2.5/24\n") != std::string::npos,
-              std::string(mode) == "static");
-    EXPECT_NE(text.find("Address=2001:db8::5/64\n"), std::string::npos);
-  }
-}
-
-// The next boot brings the bridge back with its MAC address and, with a
-// VLAN, filtering VLANs: untagged on its own port, tagged on the uplinks.
-TEST(LinuxNetworkFiles, BridgeMacAndVlan) {
-  for (const uint16_t vlan : {0, 20}) {
-    NetworkState network = Mapped();
-    network.vswitches[0].portGroups[0].vlanId = vlan;
-    const auto files = RenderNetworkd(network, {{"br0", "52:54:00:00:00:05"}});
-    const std::string& netdev = files.at("10-merel-br0.netdev");
-    EXPECT_NE(netdev.find("[NetDev]\nName=br0\nKind=bridge\nMACAddress=52:54:00:00:00:05\n"),
-              std::string::npos)
-        << netdev;
-    EXPECT_EQ(netdev.find("\n[Bridge]\nVLANFiltering=yes\n") != std::string::npos, vlan != 0);
-    const std::string& own = files.at("10-merel-br0.network");
-    EXPECT_EQ(own.find("\n[BridgeVLAN]\nPVID=20\nEgressUntagged=20\n") != std::string::npos,
-              vlan != 0)
-        << own;
-    for (const char* uplink : {"10-merel-eth0.network", "10-merel-veth0.network"}) {
-      EXPECT_EQ(files.at(uplink).find("\n[BridgeVLAN]\nVLAN=20\n") != std::string::npos, vlan != 0)
-          << files.at(uplink);
-    }
-    EXPECT_EQ(ParseInterfaceFile(own).ipv4Mode, "static");
-  }
-}
-
-// IPv6 switched off is the next boot's: the sysctl file says so, and the
-// interface's file keeps no IPv6 of its own.
-TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
+// The sysctl file tells whether IPv6 comes up at the next boot; a file that
+// sets only one interface's says nothing about the host's.
+TEST(LinuxNetworkFiles, Ipv6SysctlReadsBack) {
   for (const bool enabled : {true, false}) {
     bool read = !enabled;
     EXPECT_TRUE(ParseIpv6Sysctl(RenderIpv6Sysctl(enabled), read));
@@ -170,86 +107,59 @@ TEST(LinuxNetworkFiles, Ipv6OffForTheNextBoot) {
   }
   bool untouched = true;
   EXPECT_FALSE(ParseIpv6Sysctl("net.ipv6.conf.eth0.disable_ipv6 = 1\n", untouched));
+  // Nor does the interface's file keep an IPv6 address of its own then.
   NetworkState network = Mapped();
   network.ipv6EnabledAfterReboot = false;
   const std::string text = RenderNetworkd(network, {{"br0", ""}}).at("10-merel-br0.network");
-  EXPECT_NE(text.find("LinkLocalAddressing=no\nIPv6AcceptRA=no\n"), std::string::npos) << text;
   EXPECT_EQ(text.find("2001:db8::5"), std::string::npos) << text;
 }
 
-TEST(LinuxNetworkFiles, ResolverRoundTrip) {
-  DnsState dns;
-  dns.domain = "lab.test";
-  dns.searchDomains = {"lab.test", "a.test"};
-  dns.nameServers = {"192.0.2.53", "192.0.2.54"};
-  dns.ipv6NameServers = {"2001:db8::53"};
-  DnsState read;
-  ParseResolver(RenderResolver(dns) + "options edns0\n", read);
-  EXPECT_EQ(std::tuple(read.domain, read.searchDomains, read.nameServers, read.ipv6NameServers),
-            std::tuple(dns.domain, dns.searchDomains, dns.nameServers, dns.ipv6NameServers));
+// With a VLAN the bridge filters VLANs at the next boot: untagged on its own
+// port, tagged on the uplinks. (The screen tests meet this only on a kernel
+// with VLAN filtering.)
+TEST(LinuxNetworkFiles, AVlanIsTheBridgesVlanFiltering) {
+  for (const uint16_t vlan : {0, 20}) {
+    NetworkState network = Mapped();
+    network.vswitches[0].portGroups[0].vlanId = vlan;
+    auto files = RenderNetworkd(network, {{"br0", ""}});
+    for (const auto& [file, part] :
+         {std::pair("10-merel-br0.netdev", "\n[Bridge]\nVLANFiltering=yes\n"),
+          {"10-merel-br0.network", "\n[BridgeVLAN]\nPVID=20\nEgressUntagged=20\n"},
+          {"10-merel-eth0.network", "\n[BridgeVLAN]\nVLAN=20\n"},
+          {"10-merel-veth0.network", "\n[BridgeVLAN]\nVLAN=20\n"}})
+      EXPECT_EQ(files[file].find(part) != std::string::npos, vlan != 0) << files[file];
+  }
 }
 
 // The host's line is replaced in place (after the loopback line where there
 // is none), and any other line for 127.0.1.1 goes.
 TEST(LinuxNetworkFiles, TheHostsLineIsReplacedInPlace) {
-  const struct {
-    const char* before;
-    const char* host;
-    const char* domain;
-    const char* after;
-  } cases[] = {
-      {"127.0.0.1\tlocalhost\n127.0.1.1\told\n::1\tlocalhost\n", "new", "",
+  const std::pair<const char*, const char*> cases[] = {
+      {"127.0.0.1\tlocalhost\n::1\tlocalhost\n",
        "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
-      {"127.0.1.1 old.x old\n", "new", "lab.test", "127.0.1.1\tnew.lab.test\tnew\n"},
-      {"127.0.0.1\tlocalhost\n::1\tlocalhost\n", "new", "",
-       "127.0.0.1\tlocalhost\n127.0.1.1\tnew\n::1\tlocalhost\n"},
-      {"127.0.1.1\ta\n127.0.1.1\tb\n", "new", "", "127.0.1.1\tnew\n"},
-      {"", "new", "", "127.0.1.1\tnew\n"},
+      {"127.0.1.1\ta\n127.0.1.1\tb\n", "127.0.1.1\tnew\n"},
+      {"", "127.0.1.1\tnew\n"},
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(RenderHosts(c.before, c.host, c.domain), c.after) << c.before;
+  for (const auto& [before, after] : cases)
+    EXPECT_EQ(RenderHosts(before, "new", ""), after) << before;
 }
 
-TEST(LinuxNetworkFiles, Netmasks) {
-  const std::vector<std::pair<std::string, int>> cases = {
-      {"255.255.255.0", 24}, {"255.255.255.255", 32}, {"0.0.0.0", 0},
-      {"255.0.255.0", -1},   {"255.255.128.0", 17},   {"nonsense", -1}};
-  for (const auto& [mask, prefix] : cases) {
-    EXPECT_EQ(PrefixOf(mask), prefix) << mask;
-    if (prefix >= 0) {
-      EXPECT_EQ(NetmaskOf(prefix), mask);
-    }
-  }
-}
-
-// What the Linux host can change, and what it must refuse.
-TEST(LinuxNetworkChanges, OnlyTheMappedSettingsMayChange) {
+// What the Linux host must refuse. (What it may change, the Linux network
+// screen tests change on the real console.)
+TEST(LinuxNetworkChanges, UnmappedSettingsAreRefused) {
   HostState state;
   state.network = Mapped();
   const std::string base = ToJson(Untracked(state));
-  struct Change {
-    const char* name;
-    void (*apply)(HostState&);
-    bool allowed;
+  const std::pair<const char*, void (*)(HostState&)> changes[] = {
+      {"ipv6Now", [](HostState& s) { s.network.ipv6Enabled = false; }},
+      {"newSwitch", [](HostState& s) { s.network.vswitches.push_back({}); }},
+      {"mtu", [](HostState& s) { s.network.nics[0].mtu = 9000; }},
+      {"power", [](HostState& s) { s.powerState = "off"; }},
   };
-  const std::vector<Change> changes = {
-      {"address", [](HostState& s) { s.network.nics[0].ipv4Address = "192.0.2.9"; }, true},
-      {"mode", [](HostState& s) { s.network.nics[0].ipv4Mode = "dhcp"; }, true},
-      {"gateway", [](HostState& s) { s.network.routing.ipv4Gateway = "192.0.2.1"; }, true},
-      {"names", [](HostState& s) { s.network.dns.hostname = "x"; }, true},
-      {"uplinks", [](HostState& s) { s.network.vswitches[0].uplinks.push_back("eth1"); }, true},
-      {"restart", [](HostState& s) { ++s.network.nics[0].restarts; }, true},
-      {"ipv6Off", [](HostState& s) { s.network.ipv6EnabledAfterReboot = false; }, true},
-      {"ipv6Now", [](HostState& s) { s.network.ipv6Enabled = false; }, false},
-      {"newSwitch", [](HostState& s) { s.network.vswitches.push_back({}); }, false},
-      {"vlan", [](HostState& s) { s.network.vswitches[0].portGroups[0].vlanId = 20; }, true},
-      {"mtu", [](HostState& s) { s.network.nics[0].mtu = 9000; }, false},
-      {"power", [](HostState& s) { s.powerState = "off"; }, false},
-  };
-  for (const auto& change : changes) {
+  for (const auto& [name, apply] : changes) {
     HostState after = state;
-    change.apply(after);
-    EXPECT_EQ(ToJson(Untracked(after)) == base, change.allowed) << change.name;
+    apply(after);
+    EXPECT_NE(ToJson(Untracked(after)), base) << name;
   }
 }
 

@@ -15,7 +15,6 @@
 #include "HostCtl/Ipv6Network.h"
 #include "HostCtl/MacAddress.h"
 #include "HostCtl/Misc.h"
-#include "HostCtl/NicTeamingPolicy.h"
 #include "NexCtl/NexNic.h"
 #include "HostState.h"
 #include "IPConfigurationDialog.h"
@@ -94,9 +93,9 @@ const std::string kDigits = "The last part of a name cannot be all digits.";
 const std::string kMalformed = "malformed";
 
 // Each value with the reason the dialog gives for refusing it; an empty
-// reason means the value is accepted. (A value of each dialog is typed at
-// the real console by NetworkBadValueTest, which is not repeated here; so
-// are zero, 4095, 4096 and the empty VLAN field by the VLAN screen test.)
+// reason means the value is accepted. (Each dialog's refusal is typed at the
+// real console by the network screen tests; so are zero, 4095, 4096 and the
+// empty VLAN field.)
 TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
   const std::string label63(63, 'a');
   const std::string name253 = label63 + "." + label63 + "." + label63 + "." + std::string(61, 'b');
@@ -105,9 +104,9 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
     std::string value, reason;
   } cases[] = {
       // IPv4 address on 10.0.0.0/24 (or the value's own /24).
-      {kIpv4Address, "10.0.0.5", ""}, {kIpv4Address, "", kMalformed},
-      {kIpv4Address, "10.0.0.300", kMalformed},
+      {kIpv4Address, "10.0.0.5", ""}, {kIpv4Address, "10.0.0.300", kMalformed},
       {kIpv4Address, "0.0.0.0", "0.0.0.0 is not a host address."},
+      {kIpv4Address, "127.0.0.1", "127.0.0.1 is a loopback address."},
       {kIpv4Address, "255.255.255.255", "255.255.255.255 is the broadcast address."},
       {kIpv4Address, "224.0.0.1", "224.0.0.1 is a multicast address."},
       {kIpv4Address, "10.0.0.0", "10.0.0.0 is the network address of its subnet."},
@@ -128,6 +127,8 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kPrimaryDns, "::ffff:10.0.0.1", ""}, {kAlternateDns, "2001:db8::53", ""},
       {kAlternateDns, "fe80::1", ""}, {kAlternateDns, "10.0.0.2", ""},
       {kPrimaryDns, "10.0.0.300", kMalformed}, {kAlternateDns, "1.2.3", kMalformed},
+      // Would read as no server and drop the primary one.
+      {kPrimaryDns, "0.0.0.0", "0.0.0.0 is not a host address."},
       {kAlternateDns, "::", ":: is not a host address."},
       {kPrimaryDns, "255.255.255.255", "255.255.255.255 is the broadcast address."},
       {kPrimaryDns, "239.1.1.1", "239.1.1.1 is a multicast address."},
@@ -144,10 +145,8 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kSuffixes, "", ""},
       {kSuffixes, "a.test, b.test,,c.test", ""},
       {kSuffixes, "a.test a..b", "\"a..b\": " + kEmptyPart},
-      {kSuffixes, "-a.test", "\"-a.test\": " + kHyphen},
       {kSuffixes, std::string(64, 'x') + ".test",
        "\"" + std::string(37, 'x') + "...\": " + kLongPart},
-      {kSuffixes, "10.1.1.1", "\"10.1.1.1\": " + kDigits},
       // IPv6 addresses: global and unique-local unicast only.
       {kIpv6Address, "2001:db8::5/64", ""},
       {kIpv6Address, "fd00:1::5/64", ""}, {kIpv6Address, "fd00::1/64", ""},
@@ -162,6 +161,7 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       {kIpv6Gateway, "g::1", kMalformed},
       {kIpv6Gateway, "2001:db8::1", ""},
       {kIpv6Gateway, "::1", "::1 is the loopback address."},
+      {kIpv6Gateway, "::", ":: is not a host address."},
       {kIpv6Gateway, "ff02::2", "ff02::2 is a multicast address."},
       {kIpv6Gateway, "::ffff:10.0.0.1", "::ffff:10.0.0.1 is an IPv4-mapped address."},
       {kVlan, "1", ""}, {kVlan, "4094", ""}, {kVlan, "007", ""},
@@ -295,8 +295,6 @@ const TextCases kTexts[] = {
       "2001:0db8:0000:0000:0000:0000:0000:0001"},
      {"", ":", "fe80::1%", "fe80::1%a b", "2001:db8::5::1", "12345::", "2001:db8::/64", "1.2.3.4",
       "1:2:3:4:5:6:7:8:9"}},
-    {[](const std::string& t) { return Ipv6Address(t).IsLinkLocal(); }, nullptr,
-     {"fe80::1", "fe80::1%nex0", "febf:ffff::1"}, {"fec0::1", "fe7f::1", "ff02::1", "::1"}},
     {&Ipv6Network::IsValidAddressAndNetmask, Make<Ipv6Network>,
      {"2001:db8::5/64", "::1/128", "2001:db8::5/1"},
      {"2001:db8::5", "2001:db8::5/0", "2001:db8::5/129", "2001:db8::5/64a", "fe80::1%nex0/64",
@@ -327,20 +325,11 @@ TEST(HostCtlValueTypesTest, PrefixLengthRoundTripsIncludingSlash32) {
   EXPECT_EQ(Ipv4Address::FromPrefixLength(24).GetStringAddress(), "255.255.255.0");
 }
 
-TEST(HostCtlValueTypesTest, CanonicalAndScopedForms) {
-  const char* cases[][3] = {
-      // text, plain and scoped forms
-      {"2001:0db8:0:0:0:0:0:1", "2001:db8::1", "2001:db8::1"},
-      {"fe80::1%nex0", "fe80::1", "fe80::1%nex0"},
-      {"FE80::A", "fe80::a", "fe80::a"},
-      {"::", "::", ""},  // an empty gateway has an empty scoped form
-  };
-  for (const auto& [text, plain, scoped] : cases) {
-    EXPECT_EQ(Ipv6Address(text).GetStringAddress(), plain) << text;
-    EXPECT_EQ(Ipv6Address(text).GetScopedStringAddress(), scoped) << text;
-  }
-  EXPECT_EQ(Ipv6Network("2001:db8:0::5/64").GetStringAddress(), "2001:db8::5/64");
-  EXPECT_EQ(MacAddress("00-50-56-AA-BB-CC").GetStringAddress(), "00:50:56:aa:bb:cc");
+// A link-local gateway keeps its zone in the dialog's field. (The plain
+// form is read off the network test's run, the empty gateway's empty field
+// off the untouched IPv6 dialog, both at the real console.)
+TEST(HostCtlValueTypesTest, ScopedFormKeepsTheZone) {
+  EXPECT_EQ(Ipv6Address("fe80::1%nex0").GetScopedStringAddress(), "fe80::1%nex0");
 }
 
 TEST(HostCtlValueTypesTest, EqualityIgnoresZoneAndBookkeepingButNotFamily) {
@@ -367,14 +356,6 @@ TEST(HostCtlValueTypesTest, IpConfigModesAreExclusiveAndNetworksUnique) {
   config.AddIpv6Network(Ipv6Network("2001:db8::5/64"));
   config.AddIpv6Network(Ipv6Network("2001:db8:0::5/64"));
   EXPECT_EQ(config.GetIpv6Network().size(), 1u);
-}
-
-TEST(HostCtlValueTypesTest, NewUplinksGoStandbyOnceActiveIsFull) {
-  HostCtl::Network::NicTeamingPolicy policy({"pnic0"}, {}, 1);
-  policy.AddUplink("pnic1");
-  policy.AddUplink("pnic1");
-  EXPECT_EQ(policy.GetActiveUplinks(), std::vector<std::string>{"pnic0"});
-  EXPECT_EQ(policy.GetUplinks(), (std::vector<std::string>{"pnic0", "pnic1"}));
 }
 
 TEST(HostCtlValueTypesTest, StrPrintfIsNotLimitedToAFixedBuffer) {

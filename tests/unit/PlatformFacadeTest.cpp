@@ -143,90 +143,52 @@ std::string Hostname() {
   return Current().Load().network.dns.hostname;
 }
 
-void SetHostname(const std::string& name) {
-  Current().Modify([&](HostState& s) { s.network.dns.hostname = name; });
+// Runs an action written as steps: h reads the host, ( and ) open and close
+// a read scope, [ and ] a fresh one (an apply step); m is the console's own
+// write, w another process's, s a host program the console runs.
+void Act(const std::string& steps, const std::string& root) {
+  std::vector<std::unique_ptr<ReadScope>> open;
+  for (const char step : steps) {
+    if (step == '(' || step == '[') {
+      open.push_back(step == '(' ? std::make_unique<ReadScope>()
+                                 : std::make_unique<ReadScope>(ReadScope::kFresh));
+    } else if (step == ')' || step == ']') {
+      open.pop_back();
+    } else if (step == 'h') {
+      Hostname();
+    } else if (step == 's') {
+      Current().System("true");
+    } else if (step == 'm') {
+      Current().Modify([](HostState& s) { s.network.dns.hostname = "m"; });
+      EXPECT_EQ(Hostname(), "m");
+    } else {
+      std::string error;
+      ASSERT_TRUE(HostStore(root).Modify([](HostState& s) { s.network.dns.hostname = "w"; }, error))
+          << error;
+      EXPECT_EQ(Hostname(), "w");
+    }
+  }
 }
 
 TEST(ReadScopeTest, CallsOfOneActionShareOneReadingOfTheHost) {
-  const struct {
-    const char* what;
-    std::function<void(const std::string& root)> action;
-    int reads;
-  } cases[] = {
-      {"three calls without a scope", [](const std::string&) { Hostname(), Hostname(), Hostname(); },
-       3},
-      {"three calls in one scope",
-       [](const std::string&) {
-         ReadScope action;
-         Hostname(), Hostname(), Hostname();
-       },
-       1},
-      {"a scope within a scope joins it",
-       [](const std::string&) {
-         ReadScope action;
-         Hostname();
-         ReadScope inner;
-         Hostname();
-       },
-       1},
-      {"two actions, one after the other",
-       [](const std::string&) {
-         {
-           ReadScope first;
-           Hostname(), Hostname();
-         }
-         ReadScope second;
-         Hostname(), Hostname();
-       },
-       2},
-      {"a fresh scope (an apply step) reads again, and so does what follows it",
-       [](const std::string&) {
-         ReadScope action;
-         Hostname();
-         {
-           ReadScope step(ReadScope::kFresh);
-           Hostname(), Hostname();
-         }
-         Hostname();
-       },
-       3},
-      {"the console's own write (its read-modify-write reads once)",
-       [](const std::string&) {
-         ReadScope action;
-         Hostname();
-         SetHostname("written-here");
-         EXPECT_EQ(Hostname(), "written-here");
-       },
-       3},
-      {"another process's write",
-       [](const std::string& root) {
-         ReadScope action;
-         Hostname();
-         std::string error;
-         ASSERT_TRUE(HostStore(root).Modify(
-             [](HostState& s) { s.network.dns.hostname = "written-elsewhere"; }, error))
-             << error;
-         EXPECT_EQ(Hostname(), "written-elsewhere");
-         Hostname();
-       },
-       2},
-      {"a host program the console runs",
-       [](const std::string&) {
-         ReadScope action;
-         Hostname();
-         Current().System("true");
-         Hostname();
-       },
-       2},
+  const std::pair<const char*, int> cases[] = {
+      {"hhh", 3},       // without a scope every call reads
+      {"(hhh)", 1},     // in one scope they share one reading
+      {"(h(h))", 1},    // a scope within a scope joins it
+      {"(hh)(hh)", 2},  // two actions, one after the other
+      {"(h[hh]h)", 3},  // a fresh scope reads again, and so does what follows it
+      {"(hm)", 3},      // the console's own write (its read-modify-write reads once)
+      {"(hwh)", 2},     // another process's write is seen at the next call
+      {"(hsh)", 2},     // and so is whatever a host program did
   };
-  for (const auto& c : cases) {
+  for (const auto& [steps, expected] : cases) {
     SimRoot root;
     int reads = 0;
     Install(std::make_unique<SimBackend>(root.Path(),
                                          std::make_unique<CountingStore>(root.Path(), &reads)));
-    c.action(root.Path());
-    EXPECT_EQ(reads, c.reads) << c.what;
-    EXPECT_FALSE(ReadScope::Open()) << c.what;
+    Act(steps, root.Path());
+    EXPECT_EQ(reads, expected) << steps;
+    EXPECT_FALSE(ReadScope::Open()) << steps;
   }
 }
 

@@ -152,21 +152,6 @@ TEST(PlatformSimBackendTest, ProgramsOutsideTheHostRootAreRefusedAndLogged) {
   EXPECT_NE(syslog.find("refused to run poweroff"), std::string::npos) << syslog;
 }
 
-TEST(PlatformSimBackendTest, SyslogLinesCarryFacilityLevelAndHonourTheMask) {
-  SimRoot root;
-  Platform::OpenLog("MEREL", LOG_PID, LOG_USER);
-  Platform::SetLogMask(LOG_UPTO(LOG_INFO));
-  Platform::Syslog(LOG_INFO, "Starting %s", "MEREL");
-  Platform::Syslog(LOG_DEBUG, "never written");
-  Platform::Syslog(LOG_AUTH | LOG_ERR, "Login failed for %s\n", "root");
-  Platform::SetLogMask(0xff);
-  const std::string log = root.File("/var/log/syslog.log");
-  const std::string pid = std::to_string(getpid());
-  EXPECT_NE(log.find("Z MEREL[" + pid + "]: user.info Starting MEREL\n"), std::string::npos) << log;
-  EXPECT_NE(log.find("MEREL[" + pid + "]: auth.err Login failed for root\n"), std::string::npos);
-  EXPECT_EQ(log.find("never written"), std::string::npos);
-}
-
 // Reads back what the record logs escape: '\' followed by '"', '\', n, r, t
 // or xHH.
 std::string Unescape(const std::string& text) {

