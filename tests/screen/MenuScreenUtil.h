@@ -261,6 +261,17 @@ inline std::unique_ptr<Terminal> OpenEntry(SimHost& host,
   return console;
 }
 
+// One step of a walk, named in its failures, also in one that ends the test.
+inline void Step(const std::string& name, const std::function<void()>& step) {
+  SCOPED_TRACE(name);
+  try {
+    step();
+  } catch (const std::exception& failure) {
+    ADD_FAILURE() << failure.what();
+    throw;
+  }
+}
+
 // The program ended by itself with status 0.
 inline void ExpectCleanExit(Terminal& console) {
   const std::optional<ExitStatus> status = console.WaitForExit();

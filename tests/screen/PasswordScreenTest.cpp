@@ -19,13 +19,9 @@ void Type(Terminal& console, const std::string& text) {
   console.WaitUntilQuiet(milliseconds(150));
 }
 
-// Sets root's password and the account module's word for root, logs in
-// and opens the password dialog.
-std::unique_ptr<Terminal> OpenPassword(SimHost& host, const std::string& rootState = "") {
+// Sets root's password, logs in and opens the password dialog.
+std::unique_ptr<Terminal> OpenPassword(SimHost& host) {
   host.WriteFile("/etc/pam_matrix.passwd", std::string("root:") + kOld + ":merel\n");
-  if (!rootState.empty()) {
-    host.WriteFile("/etc/account-states/root", rootState + "\n");
-  }
   return OpenEntry(host, "Configure Password", "Old Password:", {}, kOld);
 }
 
@@ -67,45 +63,50 @@ std::string FindSecretIn(const SimHost& host, const std::string& secret) {
   return found;
 }
 
-TEST(PasswordScreenTest, ChangedPasswordIsTheOneThatLogsIn) {
+// The old password again as the new one needs a confirmation; Esc there
+// keeps all three fields as typed, Enter goes on with the change. Then each
+// password, changed to from the one before, is the one that logs in, and
+// nothing else of the host holds it. Any password a user can type is kept
+// as typed, and the password database stays readable for every later login
+// (a ':' once cut root's line in two); a prefix is not enough: the whole
+// password went into the database.
+TEST(PasswordScreenTest, EachChangedPasswordIsTheOneThatLogsIn) {
   SimHost host;
   auto console = OpenPassword(host);
   ExpectGoldenScreen(*console, "password");
-  ChangePassword(*console, kOld, kNew);
+  Type(*console, kOld);
+  Type(*console, kOld);
+  Type(*console, kOld);
+  Expect(*console, "New password is same as old password. Are you sure?");
+  ExpectGoldenScreen(*console, "password-same");
+  console->SendKey(Key::kEscape);
+  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Are you sure?"); }));
+  const std::string screen = console->Text();
+  EXPECT_EQ(std::count(screen.begin(), screen.end(), '*'), 3 * static_cast<long>(sizeof(kOld) - 1))
+      << screen;
+  Press(*console, Key::kEnter, "Are you sure?");
+  PressToMenu(*console, Key::kEnter);
   ExpectLogged(host, {"user.info Login password for user root has changed"});
   ExpectLogged(host,
                {"[obsv.user.merel.login.passwd.changed] Login password for user root changed"},
                "/var/log/obsvd.log");
   ExpectHas(host.ReadFile("/var/log/tools.log"),
             {"backup.sh 0\n", "rovi-cmd -U root internalsvc/refresh\n"});
+  std::string current = kOld;
+  for (const std::string password :
+       {kNew, "a:b", "C:\\dir\\x:", "two words here", "p\u00e9\u00df-\u00c5ngstr\u00f6m",
+        "%3A%25 50%", "\u043f\u0430\u0440\u043e\u043b\u044c:\u00e9"}) {
+    SCOPED_TRACE(password);
+    Choose(*console, "Configure Password", "Old Password:");
+    ChangePassword(*console, current, password);
+    LogInAgain(*console, password.substr(0, password.size() - 1), password);
+    current = password;
+  }
   EXPECT_EQ(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
   for (const char* secret : {kOld, kNew}) {
     EXPECT_EQ(FindSecretIn(host, secret), "") << secret;
   }
-  LogInAgain(*console, kOld, kNew);
 }
-
-// Any password a user can type is kept as typed: changed to it in the
-// dialog, it is the one that logs in, and the password database stays
-// readable for every later login (a ':' once cut root's line in two).
-class TypablePasswordTest : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(TypablePasswordTest, ChangedToItLogsInWithIt) {
-  const std::string password = GetParam();
-  SimHost host;
-  auto console = OpenPassword(host);
-  ChangePassword(*console, kOld, password);
-  ExpectLogged(host, {"Login password for user root has changed"});
-  // A prefix is not enough: the whole password went into the database.
-  LogInAgain(*console, password.substr(0, password.size() - 1), password);
-}
-
-INSTANTIATE_TEST_SUITE_P(Passwords,
-                         TypablePasswordTest,
-                         ::testing::Values("a:b", "C:\\dir\\x:", "two words here",
-                                           "p\u00e9\u00df-\u00c5ngstr\u00f6m", "%3A%25 50%",
-                                           "\u043f\u0430\u0440\u043e\u043b\u044c:\u00e9"),
-                         [](const auto& info) { return "Password" + std::to_string(info.index); });
 
 // A host whose root password has expired: the login leads through the
 // change back to the login, the new password opens the menu, and the
@@ -128,86 +129,67 @@ TEST(PasswordScreenTest, ExpiredPasswordLeadsThroughTheChangeBackToTheLogin) {
   LogInAgain(*console, "", kNew);
 }
 
-// The old password again as the new one needs a confirmation; Esc there
-// keeps all three fields as typed, Enter goes on with the change.
-TEST(PasswordScreenTest, SamePasswordAsksFirst) {
-  SimHost host;
-  auto console = OpenPassword(host);
-  Type(*console, kOld);
-  Type(*console, kOld);
-  Type(*console, kOld);
-  Expect(*console, "New password is same as old password. Are you sure?");
-  ExpectGoldenScreen(*console, "password-same");
-  console->SendKey(Key::kEscape);
-  ASSERT_TRUE(console->WaitFor([&] { return !Contains(console->Text(), "Are you sure?"); }));
-  const std::string screen = console->Text();
-  EXPECT_EQ(std::count(screen.begin(), screen.end(), '*'), 3 * static_cast<long>(sizeof(kOld) - 1))
-      << screen;
-  Press(*console, Key::kEnter, "Are you sure?");
-  PressToMenu(*console, Key::kEnter);
-  ExpectLogged(host, {"Login password for user root has changed"});
-}
-
-// What the dialog answers for each input and each answer of the stack; after
-// every refusal the old password still logs in.
-struct RefusalCase {
-  const char* name;
-  const char* state;  // the tests' module's word for root
-  std::string oldPassword, newPassword, confirm;
-  const char* message;
-};
-
-class PasswordRefusedTest : public ::testing::TestWithParam<RefusalCase> {};
-
-TEST_P(PasswordRefusedTest, ReportsAndKeepsTheOldPassword) {
-  const RefusalCase& c = GetParam();
-  SimHost host;
-  if (std::string(c.state) == "nomodule") {
-    host.WriteFile("/etc/pam.d/merel", host.ReadFile("/etc/pam.d/merel") + "password required " +
-                                           host.Path("/missing/pam_gone.so") + "\n");
-  }
-  auto console = OpenPassword(host, c.state);
-  Type(*console, c.oldPassword);
-  if (std::string(c.message) != "The old password you entered is incorrect") {
-    Type(*console, c.newPassword);
-    Type(*console, c.confirm);
-  }
-  Expect(*console, c.message);
-  console->SendKey(Key::kEnter);
-  // The message goes and the dialog stays.
-  EXPECT_TRUE(console->WaitFor([&] {
-    const std::string screen = console->Text();
-    return !Contains(screen, c.message) && Contains(screen, "Old Password:");
-  })) << console->Text();
-  EXPECT_NE(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
-  EXPECT_EQ(host.Syslog().find("has changed"), std::string::npos) << host.Syslog();
-}
-
 const char kIncorrect[] = "The old password you entered is incorrect";
 const char kMismatch[] = "The new password and the confirmed password do not match.";
 const char kEmpty[] = "Empty passwords are not allowed.";
 const char kFailed[] = "The password change operation failed.";
 
-INSTANTIATE_TEST_SUITE_P(
-    Outcomes,
-    PasswordRefusedTest,
-    ::testing::Values(RefusalCase{"WrongOld", "", "nope", "", "", kIncorrect},
-                      RefusalCase{"EmptyOld", "", "", "", "", kIncorrect},
-                      RefusalCase{"Mismatch", "", kOld, "abc", "abd", kMismatch},
-                      RefusalCase{"EmptyAgainstOne", "", kOld, "", "x", kMismatch},
-                      RefusalCase{"Empty", "", kOld, "", "", kEmpty},
-                      // Tab in the confirmation goes back to the new password
-                      // (never to the old one): "c" ends "abc", which is then
-                      // confirmed and handed to the stack.
-                      RefusalCase{"TabBackToNew", "authtok", kOld, "ab", "\tc\rabc", kFailed},
-                      // Control characters never reach a field.
-                      RefusalCase{"ControlDropped", "", kOld, "\x01\x02", "\x01\x02", kEmpty},
-                      RefusalCase{"ModuleMissing", "nomodule", kOld, "x", "x", kFailed},
-                      RefusalCase{"TokenManipulation", "authtok", kOld, "x", "x", kFailed},
-                      RefusalCase{"ConversationError", "conv", kOld, std::string(512, 'p'),
-                                  std::string(512, 'p'), kFailed},
-                      RefusalCase{"LongPasswordTokenError", "authtok", kOld, std::string(4096, 'q'),
-                                  std::string(4096, 'q'), kFailed}),
-    ByName);
+// What the dialog answers for each input and each answer of the stack; after
+// every refusal the dialog stays and the old password is kept.
+TEST(PasswordScreenTest, RefusalsReportAndKeepTheOldPassword) {
+  // The tests' module's word for root, the old, new and confirmed password,
+  // the message.
+  const std::tuple<const char*, std::string, std::string, std::string, const char*> cases[] = {
+      {"", "nope", "", "", kIncorrect},
+      {"", "", "", "", kIncorrect},
+      {"", kOld, "abc", "abd", kMismatch},
+      {"", kOld, "", "x", kMismatch},
+      {"", kOld, "", "", kEmpty},
+      // Tab in the confirmation goes back to the new password (never to the
+      // old one): "c" ends "abc", which is then confirmed and handed to the stack.
+      {"authtok", kOld, "ab", "\tc\rabc", kFailed},
+      // Control characters never reach a field.
+      {"", kOld, "\x01\x02", "\x01\x02", kEmpty},
+      {"authtok", kOld, "x", "x", kFailed},
+      {"conv", kOld, std::string(512, 'p'), std::string(512, 'p'), kFailed},
+      {"authtok", kOld, std::string(4096, 'q'), std::string(4096, 'q'), kFailed},
+      // A module of the stack that cannot be loaded (added below), last.
+      {"nomodule", kOld, "x", "x", kFailed},
+  };
+  SimHost host;
+  auto console = OpenPassword(host);
+  PressToMenu(*console, Key::kEscape);
+  for (const auto& [state, oldPassword, newPassword, confirm, message] : cases) {
+    const std::string name = std::string(state) + " " + oldPassword + "/" + newPassword;
+    Step(name.substr(0, 40), [&] {
+      host.WriteFile("/etc/account-states/root", std::string(state) + "\n");
+      if (std::string(state) == "nomodule") {
+        const std::string missing = host.Path("/missing/pam_gone.so");
+        host.WriteFile("/etc/pam.d/merel",
+                       host.ReadFile("/etc/pam.d/merel") + "password required " + missing + "\n");
+        // pam_wrapper reads the stack once, when the console starts.
+        console.reset();
+        console = OpenPassword(host);
+        PressToMenu(*console, Key::kEscape);
+      }
+      Choose(*console, "Configure Password", "Old Password:");
+      Type(*console, oldPassword);
+      if (std::string(message) != kIncorrect) {
+        Type(*console, newPassword);
+        Type(*console, confirm);
+      }
+      Expect(*console, message);
+      console->SendKey(Key::kEnter);
+      // The message goes and the dialog stays.
+      EXPECT_TRUE(console->WaitFor([&] {
+        const std::string screen = console->Text();
+        return !Contains(screen, message) && Contains(screen, "Old Password:");
+      })) << console->Text();
+      EXPECT_NE(host.ReadFile("/etc/pam_matrix.passwd").find(kOld), std::string::npos);
+      EXPECT_EQ(host.Syslog().find("has changed"), std::string::npos) << host.Syslog();
+      PressToMenu(*console, Key::kEscape);
+    });
+  }
+}
 
 }  // namespace

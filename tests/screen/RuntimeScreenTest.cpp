@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <random>
-#include <regex>
 
 #include "MenuScreenUtil.h"
 
@@ -219,17 +218,6 @@ INSTANTIATE_TEST_SUITE_P(Ways, PagerHangUpTest, ::testing::Bool(), [](const auto
   return info.param ? "GroupSignalled" : "LineDropped";
 });
 
-// A card event is checked from start-up on, not only once somebody has
-// opened the login.
-TEST(RuntimeScreenTest, SmartCardEventBeforeAnyLoginIsChecked) {
-  SimHost host("smart-card");
-  auto console = host.StartConsole();
-  console->Signal(SIGUSR1);
-  EXPECT_TRUE(host.WaitForSyslog("user.info Found smart card with user id 'root'\n"))
-      << host.Syslog();
-  EXPECT_TRUE(console->Running());
-}
-
 // The terminal type the console drives, and whether it treats the keyboard
 // as the host's own, follow from the console keyboard, TERM and SSH_CLIENT.
 // Seen from outside: the terminal's own sequences in the output (xterm's
@@ -295,37 +283,6 @@ INSTANTIATE_TEST_SUITE_P(
         // A type without a terminal description is driven as a VT102.
         TermCase{"Unknown", "no-such-terminal", false, false, "vt102", false}),
     ByName);
-
-// Where the terminal can redefine its palette the console gets its greys and
-// golden yellow that way; elsewhere it draws in black and white, and F4 (the
-// colour toggle) must not switch colours on there.
-TEST(RuntimeScreenTest, PaletteIsRedefinedWhereTheTerminalCan) {
-  using enum ConsoleColor;
-  // Black is left as the terminal has it.
-  const std::map<int, Rgb> redefined = {{1, {255, 0, 0}}, {2, {170, 170, 170}}, {3, {255, 204, 0}},
-                                        {6, {85, 85, 85}}, {7, {255, 255, 255}}};
-  // No foreground or background colour (39/49, the default pair, are allowed).
-  static const std::regex kColour("\x1b\\[(?:[0-9;]*;)?(?:3[0-7]|4[0-7]|38;5;[0-9]+|48;5;[0-9]+)m");
-  for (const bool can : {true, false}) {
-    SimHost host;
-    auto console = host.StartConsole({.term = can ? "xterm-256color" : "xterm"});
-    if (!can) {
-      console->SendKey(Key::kF4);
-      console->WaitUntilQuiet(milliseconds(200));
-    }
-    EXPECT_EQ(console->Palette(), (can ? redefined : std::map<int, Rgb>())) << can;
-    ASSERT_TRUE(console->WaitForText("Customize System")) << console->Text();
-    const Cell top = console->CellAt(0, 0), bottom = console->CellAt(0, 24);
-    if (can) {
-      EXPECT_EQ(std::tuple(top.bg, top.fg, bottom.bg), std::tuple(kDarkGrey, kWhite, kYellow));
-    } else {
-      EXPECT_FALSE(std::regex_search(console->Raw(), kColour));
-      // Dark backgrounds become standout text, light ones plain text.
-      EXPECT_EQ(std::tuple(top.reverse, bottom.reverse, bottom.bg),
-                std::tuple(true, false, kDefault));
-    }
-  }
-}
 
 // Input that has ended without a hang-up (a file, /dev/null) is always
 // readable: the console must take it as the end of its terminal, not spin on

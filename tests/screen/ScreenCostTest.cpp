@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <regex>
 
 #include "MenuScreenUtil.h"
 
@@ -113,10 +114,15 @@ TEST(ScreenCostTest, EachActionReadsTheHostOnceAndWindowsOpenWithoutAClear) {
   }
 }
 
-// F4 where colours cannot be redefined changes nothing and sends no clear;
-// any other unused key still repaints the whole screen (the way to mend a
-// garbled one).
-TEST(ScreenCostTest, OnlyTheRepaintKeyRepaintsTheWelcomeScreen) {
+// Where the terminal cannot redefine its palette the console draws in black
+// and white: dark backgrounds become standout text, light ones plain text.
+// F4 (the colour toggle) must not switch colours on there: it changes
+// nothing and sends no clear. Any other unused key still repaints the whole
+// screen (the way to mend a garbled one).
+TEST(ScreenCostTest, BlackAndWhiteWithoutPaletteAndOnlyTheRepaintKeyRepaints) {
+  // No foreground or background colour (39/49, the default pair, are allowed).
+  static const std::regex kColour(
+      "\x1b\\[(?:[0-9;]*;)?(?:3[0-7]|4[0-7]|38;5;[0-9]+|48;5;[0-9]+)m");
   SimHost host;
   auto console = host.StartConsole({.term = "xterm"});
   Expect(*console, "<F2> Customize System");
@@ -127,9 +133,14 @@ TEST(ScreenCostTest, OnlyTheRepaintKeyRepaintsTheWelcomeScreen) {
   // A key with a visible answer after them: whatever F4 sent came first.
   Press(*console, Key::kF2, "Authentication Required");
   EXPECT_FALSE(HasClear(console->Raw().substr(before)));
+  EXPECT_TRUE(console->Palette().empty());
+  EXPECT_FALSE(std::regex_search(console->Raw(), kColour));
   PressGone(*console, Key::kEscape, "Authentication Required");
   ASSERT_TRUE(console->WaitUntilQuiet());
   EXPECT_EQ(console->Text(), screen);
+  const Cell top = console->CellAt(0, 0), bottom = console->CellAt(0, 24);
+  EXPECT_EQ(std::tuple(top.reverse, bottom.reverse, bottom.bg),
+            std::tuple(true, false, ConsoleColor::kDefault));
 
   before = console->Raw().size();
   console->SendText("x");

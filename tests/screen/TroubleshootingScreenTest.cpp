@@ -80,52 +80,47 @@ TEST(TroubleshootingScreenTest, ShellAndSshReachTheHostAndFallBackToTheScripts) 
 }
 
 // Typing into the console's idle time-out field: only digits reach it, and
-// only 0 to 1440 minutes are written.
-struct TimeoutCase {
-  const char* name;
-  std::string typed;
-  bool refused;
-  int64_t stored;  // seconds in the host afterwards
-  const char* syslog;
-};
-
-class MerelTimeoutTest : public ::testing::TestWithParam<TimeoutCase> {};
-
-TEST_P(MerelTimeoutTest, WritesOnlyValidMinutes) {
-  const TimeoutCase& c = GetParam();
+// only 0 to 1440 minutes are written. The cases run in turn in one session,
+// those that write nothing first.
+TEST(TroubleshootingScreenTest, ConsoleTimeoutTakesOnlyValidMinutes) {
+  // What is typed, whether it is refused, the seconds in the host afterwards
+  // and the syslog line it writes.
+  const std::tuple<std::string, bool, int64_t, const char*> cases[] = {
+      {"", false, 600, ""},
+      {"10", false, 600, ""},
+      {"1441", true, 600, ""},
+      {"99999999999999999999", true, 600, ""},
+      {"1440", false, 86400, "Modified Merel timeout to 1440 minutes"},
+      {"-a5b", false, 300, "Modified Merel timeout to 5 minutes"},
+      {"0", false, 0, "Disabled Merel timeout"},
+  };
   SimHost host;
   auto console = OpenTroubleshooting(host);
-  Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout");
-  ExpectGoldenScreen(*console, "console-timeout");
-  TypeKeys(*console, "\x7f" + c.typed);  // Backspace empties the preset "10"
-  console->SendKey(Key::kEnter);
-  if (c.refused) {
-    Expect(*console, "Timeout value must be between 0 (disabled) and 1440 minutes");
+  for (const auto& [typed, refused, stored, syslog] : cases) {
+    SCOPED_TRACE("typed \"" + typed + "\"");
+    Choose(*console, "Modify MEREL idle timeout", "MEREL idle timeout");
+    if (typed.empty()) {
+      ExpectGoldenScreen(*console, "console-timeout");
+    }
+    TypeKeys(*console, "\x7f" + typed);  // Backspace empties the preset
     console->SendKey(Key::kEnter);
-  }
-  ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
-  EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), c.stored);
-  if (*c.syslog != '\0') {
-    ExpectLogged(host, {c.syslog});
-  } else {
-    ExpectLacks(host.Syslog(), {"Merel timeout"});
+    if (refused) {
+      Expect(*console, "Timeout value must be between 0 (disabled) and 1440 minutes");
+      console->SendKey(Key::kEnter);
+    }
+    ASSERT_TRUE(WaitGone(*console, "Set idle timeout for MEREL access")) << console->Text();
+    EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), stored);
+    if (*syslog != '\0') {
+      ExpectLogged(host, {syslog});
+    } else {
+      ExpectLacks(host.Syslog(), {"Merel timeout"});
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Inputs,
-    MerelTimeoutTest,
-    ::testing::Values(
-        TimeoutCase{"UpperBound", "1440", false, 86400, "Modified Merel timeout to 1440 minutes"},
-        TimeoutCase{"OnePastUpperBound", "1441", true, 600, ""},
-        TimeoutCase{"TwentyDigits", "99999999999999999999", true, 600, ""},
-        TimeoutCase{"LettersAndSignIgnored", "-a5b", false, 300,
-                    "Modified Merel timeout to 5 minutes"},
-        TimeoutCase{"Zero", "0", false, 0, "Disabled Merel timeout"},
-        TimeoutCase{"Unchanged", "10", false, 600, ""}, TimeoutCase{"Empty", "", false, 600, ""}),
-    ByName);
-
-// A time-out set in the window applies to the running session at once.
+// A time-out set in the window applies to the running session at once: idle
+// for longer (sixty seconds pass in about three under libfaketime), the
+// session logs out back to the welcome screen, with a record of why.
 TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   SimHost host;
   auto console = OpenTroubleshooting(host, FastClock(host));
@@ -133,9 +128,12 @@ TEST(TroubleshootingScreenTest, ShorterConsoleTimeoutEndsTheRunningSession) {
   TypeKeys(*console, "1");  // replaces the preset value
   PressGone(*console, Key::kEnter, "Set idle timeout for MEREL access");
   EXPECT_EQ(Option(host, "/UserVars/MerelTimeOut"), 60);
-  // Sixty idle seconds pass in about three.
-  EXPECT_TRUE(console->WaitForText("<F2>", milliseconds(20000))) << console->Text();
-  ExpectLogged(host, {"logged out"});
+  EXPECT_TRUE(host.WaitForSyslog("user.info User root logged out due to time out\n",
+                                 Scaled(milliseconds(20000))))
+      << host.Syslog();
+  ExpectLogged(host, {"login.disconnect user=root success=1 reason=\"Time out\""},
+               "/var/log/audit.log");
+  EXPECT_TRUE(console->WaitForText("<F2> Customize System/View Logs")) << console->Text();
 }
 
 TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
@@ -156,10 +154,6 @@ TEST(TroubleshootingScreenTest, ShellTimeoutsAreWrittenWithTheHostTool) {
   ExpectLogged(host, {"Modified Shell timeout to 1440 minutes"});
 }
 
-// With and without the live core of mgmtd: each step shows while it runs,
-// and the collecting thread never draws.
-class RestartAgentsTest : public ::testing::TestWithParam<bool> {};
-
 bool CoreFileWritten(const SimHost& host) {
   for (const auto& entry : std::filesystem::directory_iterator(host.Path("/var/log"))) {
     const std::string name = entry.path().filename();
@@ -170,48 +164,70 @@ bool CoreFileWritten(const SimHost& host) {
   return false;
 }
 
-TEST_P(RestartAgentsTest, StepsShowAsTheyRun) {
-  const bool core = GetParam();
+// Without and then with the live core of mgmtd: each step shows while it
+// runs, and the collecting thread never draws.
+TEST(TroubleshootingScreenTest, RestartAgentsStepsShowAsTheyRun) {
   SimHost host;
   auto console = OpenTroubleshooting(host);
-  Choose(*console, "Restart Management Agents", "Restart management agents now?");
-  if (core) {
-    ExpectGoldenScreen(*console, "restart-agents");
-    Press(*console, Key::kSpace, "[X] Collect extra");
+  for (const bool core : {false, true}) {
+    SCOPED_TRACE(core ? "with the core" : "without the core");
+    Choose(*console, "Restart Management Agents", "Restart management agents now?");
+    if (core) {
+      ExpectGoldenScreen(*console, "restart-agents");
+      Press(*console, Key::kSpace, "[X] Collect extra");
+    }
+    Type(*console, {Key::kEnter});  // only F11 confirms
+    ExpectHas(console->Text(), {"Restart management agents now?"});
+    console->SendKey(Key::kF11);
+    ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
+    ExpectLacks(console->Text(), {"Starting management agents. Done."});
+    EXPECT_EQ(Contains(console->Text(), "Collecting host agent live core information. Done."),
+              core);
+    Expect(*console, "Starting management agents. Done.");
+    if (core) {
+      ASSERT_TRUE(host.WaitForSyslog("Executing nexbacktrace -c against mgmtd")) << host.Syslog();
+      ASSERT_TRUE(console->WaitFor([&] { return CoreFileWritten(host); }));
+      ASSERT_TRUE(console->WaitUntilQuiet(milliseconds(300)));
+      ExpectGoldenScreen(*console, "restart-agents-done");
+    }
+    EXPECT_EQ(CoreFileWritten(host), core);
+    const nlohmann::json state = host.HostJson();
+    EXPECT_EQ((*Service(state, "mgmtd"))["restarts"], core ? 2 : 1);
+    ExpectLogged(host, {"user.info Restarting host agents"});
+    ExpectLogged(host, {"[obsv.user.merel.restarting.hostagents] Restarting host agents"},
+                 "/var/log/obsvd.log");
+    EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
+    PressGone(*console, Key::kEnter, "Restart Management Agents: Confirm");
   }
-  Type(*console, {Key::kEnter});  // only F11 confirms
-  ExpectHas(console->Text(), {"Restart management agents now?"});
-  console->SendKey(Key::kF11);
-  ASSERT_TRUE(console->WaitForText("Stopping management agents.")) << console->Text();
-  ExpectLacks(console->Text(), {"Starting management agents. Done."});
-  EXPECT_EQ(Contains(console->Text(), "Collecting host agent live core information. Done."), core);
-  Expect(*console, "Starting management agents. Done.");
-  if (core) {
-    ASSERT_TRUE(host.WaitForSyslog("Executing nexbacktrace -c against mgmtd")) << host.Syslog();
-    ASSERT_TRUE(console->WaitFor([&] { return CoreFileWritten(host); }));
-    ASSERT_TRUE(console->WaitUntilQuiet(milliseconds(300)));
-    ExpectGoldenScreen(*console, "restart-agents-done");
-  }
-  EXPECT_EQ(CoreFileWritten(host), core);
-  const nlohmann::json state = host.HostJson();
-  EXPECT_EQ((*Service(state, "mgmtd"))["restarts"], 1);
-  ExpectLogged(host, {"user.info Restarting host agents"});
-  ExpectLogged(host, {"[obsv.user.merel.restarting.hostagents] Restarting host agents"},
-               "/var/log/obsvd.log");
-  EXPECT_EQ(Contains(host.Syslog(), "nexbacktrace"), core) << host.Syslog();
-  PressGone(*console, Key::kEnter, "Restart Management Agents: Confirm");
 }
 
-INSTANTIATE_TEST_SUITE_P(LiveCore, RestartAgentsTest, ::testing::Bool(), [](const auto& info) {
-  return info.param ? "WithCore" : "WithoutCore";
-});
-
-// Lockdown on and off through the management command. Once the host can no
-// longer enter it (here: it stops being managed while the mode is on),
-// leaving it greys the menu's entry at once.
-TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
+// An account that PAM lets in but the management service does not know: the
+// change is tried once, as that user; it fails, the failure is logged, and
+// the console's own account never makes it in the user's place. Then, as
+// root, lockdown on and off through the management command. Once the host
+// can no longer enter it (here: it stops being managed while the mode is
+// on), leaving it greys the menu's entry at once.
+TEST(LockdownScreenTest, RefusedUserChangesNothingThenModeChangesAndTheMenuFollows) {
   SimHost host("lockdown-possible");
-  auto console = LogIn(host, {.term = "xterm-256color"});
+  host.WriteFile("/etc/pam_matrix.passwd",
+                 host.ReadFile("/etc/pam_matrix.passwd") + "operator:pw:merel\n");
+  auto console = LogIn(host, {.term = "xterm-256color"}, "operator", "pw");
+  Choose(*console, "Configure Lockdown Mode", "[ ] Enable lockdown mode");
+  Press(*console, Key::kSpace, "[X] Enable lockdown mode");
+  PressToMenu(*console, Key::kEnter);
+  ExpectLogged(
+      host,
+      {"user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"});
+  const std::string tools = host.ReadFile("/var/log/tools.log");
+  ExpectHas(tools, {"rovi-cmd -U operator rovisvc/auth/lockdown_mode_enter\n"});
+  ExpectLacks(tools, {"rovi-cmd -U merel rovisvc/auth/lockdown_mode_enter"});
+  ExpectLacks(host.Syslog(), {"Lockdown mode enabled"});
+  EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
+
+  Press(*console, Key::kEscape, "<F2>");
+  Press(*console, Key::kF2, "Authentication Required");
+  console->SendText("merel\r");
+  ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   for (const auto& [before, after, log, command, entry] :
        {std::tuple{"[ ] Enable lockdown mode", "[X] Enable lockdown mode", "Lockdown mode enabled",
                    "rovisvc/auth/lockdown_mode_enter", ConsoleColor::kBlack},
@@ -234,27 +250,6 @@ TEST(LockdownScreenTest, ModeChangesAndTheMenuFollows) {
     EXPECT_EQ(console->CellAt(kMenuColumn, kMenuTop + 1).fg, entry) << console->Text();
     ModifyHost(host, [](nlohmann::json& state) { state["lockdown"]["possible"] = false; });
   }
-  EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
-}
-
-// An account that PAM lets in but the management service does not know: the
-// change is tried once, as that user; it fails, the failure is logged, and
-// the console's own account never makes it in the user's place.
-TEST(LockdownScreenTest, RefusedUserChangesNothing) {
-  SimHost host("lockdown-possible");
-  host.WriteFile("/etc/pam_matrix.passwd",
-                 host.ReadFile("/etc/pam_matrix.passwd") + "operator:pw:merel\n");
-  auto console = LogIn(host, {}, "operator", "pw");
-  Choose(*console, "Configure Lockdown Mode", "[ ] Enable lockdown mode");
-  Press(*console, Key::kSpace, "[X] Enable lockdown mode");
-  PressToMenu(*console, Key::kEnter);
-  ExpectLogged(
-      host,
-      {"user.err Enabling lockdown mode failed with error: rovi-cmd: unknown user 'operator'"});
-  const std::string tools = host.ReadFile("/var/log/tools.log");
-  ExpectHas(tools, {"rovi-cmd -U operator rovisvc/auth/lockdown_mode_enter\n"});
-  ExpectLacks(tools, {"rovi-cmd -U merel rovisvc/auth/lockdown_mode_enter"});
-  ExpectLacks(host.Syslog(), {"Lockdown mode enabled"});
   EXPECT_FALSE(host.HostJson()["lockdown"]["enabled"]);
 }
 
