@@ -27,7 +27,6 @@ const char* const MEREL_USER = "merel";
 namespace {
 
 const char kRoviCmdPath[] = "/bin/rovi-cmd";
-const char kPowerOffVmsPath[] = "/bin/powerOffVms";
 // The management tools print short answers; this is the buffer every caller
 // of the wrapper uses, and the size a fallback run starts again with.
 constexpr size_t kRoviBufferSize = 256;
@@ -319,22 +318,6 @@ int RoviRefresh(const std::string& user) {
   size_t outSize = sizeof(out);
   size_t errSize = sizeof(err);
   return RunRoviCommand(record, out, &outSize, err, &errSize, nullptr, 0);
-}
-
-void RoviAutoStop(const char* user) {
-  RoviCommand record{user != nullptr ? user : MEREL_USER, "hostsvc/autostartmanager/autostop", {}};
-  char out[kRoviBufferSize];
-  char err[kRoviBufferSize];
-  size_t outSize = sizeof(out);
-  size_t errSize = sizeof(err);
-  RunRoviCommand(record, out, &outSize, err, &errSize, nullptr, 0);
-
-  char program[] = "powerOffVms";
-  char terminate[] = "--terminate";
-  char* const argv[] = {program, terminate, nullptr};
-  outSize = sizeof(out);
-  errSize = sizeof(err);
-  RunCommand(kPowerOffVmsPath, argv, out, &outSize, err, &errSize, nullptr, 0, 0);
 }
 
 int InitObsvLibrary() {

@@ -36,7 +36,6 @@ int RunRoviCommand(RoviCommand& record, char* out, size_t* outSize, char* err, s
                    const char* input, size_t inputLength);
 bool RoviQueryBool(const char* command);
 int RoviRefresh(const std::string& user);
-void RoviAutoStop(const char* user);
 int InitObsvLibrary();
 // Posts the event `eventId` with `text` when the event library opens (a
 // failure to open is logged by InitObsvLibrary; the event is then lost).

@@ -65,13 +65,6 @@ void Window::Clear() {
   werase(_window);
 }
 
-void Window::RedrawLines() {
-  wredrawln(_window, 0, _height);
-  for (const std::unique_ptr<Window>& child : _children) {
-    child->RedrawLines();
-  }
-}
-
 void Window::Refresh() {
   // Overlapping frames share screen cells; mark every line changed so the
   // whole window is put back even where curses thinks nothing moved. This

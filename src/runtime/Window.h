@@ -52,9 +52,6 @@ class Window {
   // Blanks the window in its background (what the children showed goes too:
   // they share its cells).
   void Clear();
-  // Tells curses that the terminal's copy of every line is garbage, here and
-  // in every child, depth first, so the next refresh repaints them.
-  void RedrawLines();
   void PrintAt(int x, int y, const std::string& text);
   void SetColors(int background, int foreground);
   // Where the terminal cursor goes, and whether it shows, at the next
