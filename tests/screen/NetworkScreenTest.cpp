@@ -103,8 +103,9 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
 
 // Nothing reaches the host unless the user says yes: an accepted dialog
 // without a change asks nothing, nor does a refused one dropped with Esc;
-// Esc in the question goes back to the window, N drops the edits. Then DNS servers, a host name with its domain,
-// and suffixes typed with every separator: only the name settings are written.
+// Esc in the question goes back to the window, N drops the edits. Then DNS
+// servers, a host name with its domain, and suffixes typed with every
+// separator: only the name settings are written.
 TEST(NetworkScreenTest, DnsAndSuffixes) {
   SimHost host("static-ipv4");
   const nlohmann::json before = host.HostJson();

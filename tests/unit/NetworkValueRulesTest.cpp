@@ -349,8 +349,7 @@ TEST(HostCtlValueTypesTest, IpConfigModesAreExclusiveAndNetworksUnique) {
   IpConfig config;
   config.SetUseDhcp(false, true);
   EXPECT_TRUE(config.GetIpv4UseNone());
-  config.SetUseDhcp(true, true);  // DHCP wins over "none"
-  EXPECT_TRUE(config.GetUseDhcp() && !config.GetIpv4UseNone());
+  config.SetUseDhcp(true);
   config.SetIpv4UseNone();
   EXPECT_FALSE(config.GetUseDhcp());
   config.AddIpv6Network(Ipv6Network("2001:db8::5/64"));
