@@ -29,6 +29,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "../tests/common/CommandOutput.h"
 #include "Harness.h"
 
 namespace {
@@ -541,16 +542,7 @@ void Idle(const std::vector<std::string>& terms, std::map<std::string, TermResul
 }
 
 std::string TermInfoString(const std::string& term, const std::string& capability) {
-  std::string output;
-  const std::string command = "tput -T'" + term + "' " + capability + " 2>/dev/null";
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char buffer[64];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-      output.append(buffer, n);
-    }
-    pclose(pipe);
-  }
-  return output;
+  return MerelTestCommon::CommandOutput("tput -T'" + term + "' " + capability + " 2>/dev/null");
 }
 
 // The same 14-entry menu and the same 26 moves through another program.

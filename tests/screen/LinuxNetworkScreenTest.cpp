@@ -7,7 +7,6 @@
 // private /etc.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
@@ -15,6 +14,7 @@
 #include <sstream>
 #include <string>
 
+#include "../common/CommandOutput.h"
 #include "NamespaceUtil.h"
 #include "NetworkScreenUtil.h"
 
@@ -120,15 +120,8 @@ class LinuxNetworkTest : public NamespaceTest {
 
   // A command run in the console's namespaces.
   std::string InHost(const std::string& command) const {
-    const std::string line = "nsenter -t " + std::to_string(_console->Pid()) + " -n -m -u sh -c '" +
-                             command + "' 2>&1";
-    std::string text;
-    FILE* pipe = popen(line.c_str(), "r");
-    for (int c; pipe && (c = fgetc(pipe)) != EOF;)
-      text += static_cast<char>(c);
-    if (pipe)
-      pclose(pipe);
-    return text;
+    return MerelTestCommon::CommandOutput("nsenter -t " + std::to_string(_console->Pid()) +
+                                          " -n -m -u sh -c '" + command + "' 2>&1");
   }
   // The console's networkd file 10-merel-`name`.
   std::string Unit(const std::string& name) const {
@@ -295,11 +288,7 @@ TEST_F(LinuxNetworkTest, DhcpLeaseFromTheRouterThenRestartAndTest) {
   Clear(console);
   TypeText(console, "merel-test.lab");
   console.SendKey(Key::kEnter);
-  ASSERT_TRUE(console.WaitFor([&] {
-    const std::string text = console.Text();
-    return Contains(text, "<Enter> OK") && !Contains(text, "<Esc> Cancel");
-  })) << console.Text();
-  console.WaitUntilQuiet();
+  ASSERT_TRUE(WaitForResult(console)) << console.Text();
   for (const auto& [step, result] : {std::pair("Pinging address #1 (10.99.0.1).", "OK."),
                                      std::pair("Pinging address #2 (10.99.0.77).", "Failed."),
                                      std::pair("Resolving hostname (merel-test.lab).", "OK.")}) {

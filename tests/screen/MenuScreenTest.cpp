@@ -2,7 +2,6 @@
 // the idle logout, and the screens it hands over to (log pager, support information).
 #include <signal.h>
 
-
 #include "MenuScreenUtil.h"
 
 namespace {

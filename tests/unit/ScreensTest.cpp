@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "../common/CommandOutput.h"
 #include "CursesFixture.h"
 #include "Frame.h"
 #include "HostInformation.h"
@@ -128,7 +128,6 @@ TEST(TimeoutInput, HostToolSecondsToWholeMinutes) {
   }
 }
 
-
 // The product line (key 2) is made once per process, so this runs in a
 // child process of its own: a host that cannot be read gives an empty line,
 // and the line is asked for again until the host can be read.
@@ -183,18 +182,6 @@ class HostInformationOnSimHost : public ::testing::Test {
     Platform::Current().Modify(change);
   }
   std::string Path(const std::string& hostPath) const { return _root.Path() + hostPath; }
-  // What a shell command prints, the tools' output the getters parse.
-  static std::string Capture(const std::string& command) {
-    std::string output;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-      char buffer[512];
-      for (size_t n; (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) {
-        output.append(buffer, n);
-      }
-      pclose(pipe);
-    }
-    return output;
-  }
   std::string Syslog() const { return _root.File("/var/log/syslog.log"); }
 
   SimHostTest::SimRoot _root;
@@ -211,14 +198,14 @@ TEST_F(HostInformationOnSimHost, IpWithoutAManagementInterfaceIsZeros) {
 // a missing file gives an empty value (and, for a key, a log line).
 TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
   const std::string cert = Path("/etc/ostrel/ssl/host.crt");
-  const std::string sha1 = Capture("openssl x509 -in '" + cert + "' -noout -fingerprint -sha1");
+  const std::string sha1 = MerelTestCommon::CommandOutput("openssl x509 -in '" + cert + "' -noout -fingerprint -sha1");
   ASSERT_NE(sha1.find('='), std::string::npos) << sha1;
   const std::string thumbprint = sha1.substr(sha1.find('=') + 1, 59);
   EXPECT_EQ(Info::GetSSLThumbprintValue(), thumbprint);
   for (const std::string label : {"SHA1", "sha1"}) {  // OpenSSL 1 and 3
     EXPECT_EQ(Info::ParseSslFingerprint(label + sha1.substr(4)), thumbprint);
   }
-  std::istringstream rsa(Capture("ssh-keygen -l -f '" + Path("/etc/ssh/ssh_host_rsa_key") + "'"));
+  std::istringstream rsa(MerelTestCommon::CommandOutput("ssh-keygen -l -f '" + Path("/etc/ssh/ssh_host_rsa_key") + "'"));
   std::string bits, fingerprint;
   rsa >> bits >> fingerprint;
   ASSERT_EQ(fingerprint.rfind("SHA256:", 0), 0u);

@@ -26,6 +26,8 @@
 
 #include <gtest/gtest.h>
 
+#include "../../common/CommandOutput.h"
+
 namespace MerelTest {
 
 namespace fs = std::filesystem;
@@ -78,18 +80,6 @@ std::string ReadAll(const std::string& path) {
   std::ostringstream content;
   content << in.rdbuf();
   return content.str();
-}
-
-// The command's output; "" and `ok` false when it failed.
-std::string Run(const std::string& command, bool& ok) {
-  std::string output;
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  char buffer[4096];
-  for (size_t n; pipe != nullptr && (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-    output.append(buffer, n);
-  }
-  ok = pipe != nullptr && pclose(pipe) == 0;
-  return output;
 }
 
 // "pid (comm) state ppid pgrp session ...": the command may hold blanks and
@@ -693,7 +683,7 @@ SimHost::SimHost(const std::string& fixture) {
                (fixture.ends_with(".json") ? "'" : ".json'");
   }
   bool ok = false;
-  const std::string output = Run(command, ok);
+  const std::string output = MerelTestCommon::CommandOutput(command + " 2>&1", &ok);
   if (!ok) {
     std::error_code ignored;
     fs::remove_all(_root, ignored);
