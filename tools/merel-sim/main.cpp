@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -132,6 +134,32 @@ bool BootHost(const std::string& root, bool now, std::string& error) {
   return true;
 }
 
+// pam_wrapper gives each process a folder /tmp/pam.X holding its pid, and
+// clears the folders of processes that have ended. A process killed between
+// making its folder and writing its pid leaves the pid file empty; pam_wrapper
+// never clears that one, and a later start that picks its name fails. The
+// pid follows the folder at once, so a folder that has held only an empty pid
+// file for two seconds is nobody's and goes before the console starts.
+void RemoveAbandonedPamWrapperFolders() {
+  namespace fs = std::filesystem;
+  std::error_code listing;
+  for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
+    std::error_code error;
+    if (!folder.path().filename().string().starts_with("pam.") || !folder.is_directory(error))
+      continue;
+    int entries = 0;
+    for (fs::directory_iterator it(folder.path(), error), end; !error && it != end;
+         it.increment(error))
+      ++entries;
+    const fs::path pid = folder.path() / "pid";
+    const auto changed = fs::last_write_time(pid, error);
+    if (error || entries != 1 || fs::file_size(pid, error) != 0 || error)
+      continue;
+    if (fs::file_time_type::clock::now() - changed > std::chrono::seconds(2))
+      fs::remove_all(folder.path(), error);
+  }
+}
+
 int Run(std::vector<std::string> args) {
   bool now = false;
   if (!args.empty() && args[0] == "--now") {
@@ -151,6 +179,7 @@ int Run(std::vector<std::string> args) {
   const char* bin = std::getenv("MEREL_BIN");
   std::string merel = bin && *bin ? bin : Platform::SiblingProgram("merel");
 
+  RemoveAbandonedPamWrapperFolders();
   std::string preload = "libpam_wrapper.so";
   if (const char* asan = Platform::AsanRuntime())
     preload = std::string(asan) + " " + preload;
