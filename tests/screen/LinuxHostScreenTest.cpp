@@ -366,11 +366,10 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
     type(availability);
     Type(console, {Key::kDown});
     type(idle);
-    console.SendKey(Key::kEnter);
-    return WaitGone(console, "Idle timeout");
+    PressGone(console, Key::kEnter, "Idle timeout");
   };
   Choose(console, timeouts, "Idle timeout");
-  ASSERT_TRUE(set("5", "15")) << console.Text();
+  set("5", "15");
   ExpectHas(Slurp(profile), {"\nTMOUT=900\nexport TMOUT\n"});
   ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 300\n"});
   for (const char* record :
@@ -399,7 +398,7 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   EXPECT_TRUE(Contains(RowWith(console, "Availability timeout"), "5")) << console.Text();
   EXPECT_TRUE(Contains(RowWith(console, "Idle timeout"), "15")) << console.Text();
   std::ofstream(_scratch + "/calls", std::ios::trunc).close();
-  ASSERT_TRUE(set("\x7f" "0", "\x7f\x7f" "0")) << console.Text();
+  set("\1770", "\177\1770");  // deletes (DEL) the digits, then 0
   EXPECT_FALSE(fs::exists(profile));
   ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 0\n"});
   ExpectHas(Calls(), {"systemctl stop merel-shell-availability.timer\n",

@@ -124,11 +124,7 @@ class NamespaceTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    if (_console && _console->Running()) {
-      _console->Signal(SIGKILL);
-      _console->WaitForExit();
-    }
-    _console.reset();
+    _console.reset();  // kills the console's process group and reaps it
     if (_scratch.empty())
       return;
     std::set<std::string> spaces;
