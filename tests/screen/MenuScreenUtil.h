@@ -272,11 +272,11 @@ inline void Step(const std::string& name, const std::function<void()>& step) {
   }
 }
 
-// The program ended by itself with status 0.
-inline void ExpectCleanExit(Terminal& console) {
+// The program ended by itself with status 0, or (with `signal`) was killed by that signal.
+inline void ExpectExit(Terminal& console, int signal = 0) {
   const std::optional<ExitStatus> status = console.WaitForExit();
   ASSERT_TRUE(status.has_value()) << "still running:\n" << console.Text();
-  EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  EXPECT_TRUE(signal == 0 ? status->CleanExit() : status->signal == signal) << status->Describe();
 }
 
 // Names a parametrised case by its `name` field.
@@ -308,16 +308,6 @@ inline void ModifyHost(const SimHost& host, const std::function<void(nlohmann::j
   ASSERT_TRUE(state.is_object()) << "host.json unreadable";
   change(state);
   host.WriteFile("/host.json", state.dump(2) + "\n");
-}
-
-inline void SetIdleTimeout(const SimHost& host, int seconds) {
-  ModifyHost(host, [&](nlohmann::json& state) {
-    for (auto& option : state["advancedOptions"]) {
-      if (option["name"] == "/UserVars/MerelTimeOut") {
-        option["value"] = seconds;
-      }
-    }
-  });
 }
 
 // A clock twenty times as fast for the console: the minute of idling before

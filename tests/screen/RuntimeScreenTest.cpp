@@ -28,7 +28,7 @@ void ExpectModesRestored(const Terminal& console) {
 // line modes restored, out of the alternate screen, cursor visible (the
 // ncurses xterm sequences).
 void ExpectBareExit(Terminal& console) {
-  ExpectCleanExit(console);
+  ExpectExit(console);
   ExpectModesRestored(console);
   const std::string& raw = console.Raw();
   const size_t left = raw.rfind("\x1b[?1049l");
@@ -206,7 +206,7 @@ TEST_P(PagerHangUpTest, PagerAndConsoleEnd) {
   } else {
     console->HangUp();
   }
-  ExpectCleanExit(*console);
+  ExpectExit(*console);
   EXPECT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }))
       << "left running: " << console->SessionProcesses().size();
   if (GetParam()) {
