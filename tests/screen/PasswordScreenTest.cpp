@@ -1,8 +1,7 @@
 // The password change from the menu and from an expired login, through the real
 // PAM stack: pam_matrix keeps the passwords in the host root's password file, and
 // the host's account module adds the outcomes it cannot give (etc/account-states).
-#include <filesystem>
-
+#include "../common/CommandOutput.h"
 #include "MenuScreenUtil.h"
 
 namespace {
@@ -51,16 +50,8 @@ void LogInAgain(Terminal& console, const std::string& refused, const std::string
 
 // The files of the host root but the password file itself that hold `secret`.
 std::string FindSecretIn(const SimHost& host, const std::string& secret) {
-  namespace fs = std::filesystem;
-  std::string found;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(host.Path(""))) {
-    const std::string path = entry.path().string().substr(host.Path("").size());
-    if (entry.is_regular_file() && !entry.is_symlink() && path != "/etc/pam_matrix.passwd" &&
-        host.ReadFile(path).find(secret) != std::string::npos) {
-      found += path + " ";
-    }
-  }
-  return found;
+  return MerelTestCommon::CommandOutput("grep -rlF -D skip --exclude=pam_matrix.passwd -e '" +
+                                        secret + "' '" + host.Path("") + "'");
 }
 
 // The old password again as the new one needs a confirmation; Esc there
