@@ -92,11 +92,11 @@ TEST(LogViewerScreenTest, DigitOpensThatLogInTheSecurePagerAndQuitReturns) {
     Expect(*console, shows);
     // One log is enough for the commands.
     for (const std::string& command : std::string(digit) == "7" ? kRefused : kNone) {
-      console->SendText(command);
-      EXPECT_TRUE(WaitQuiet(*console, "Command not available")) << command << "\n"
-                                                                 << console->Text();
-      console->SendKey(Key::kEnter);  // any key clears the message
-      EXPECT_TRUE(WaitGone(*console, "Command not available")) << command;
+      Step(command, [&] {
+        console->SendText(command);
+        Expect(*console, "Command not available");
+        PressGone(*console, Key::kEnter, "Command not available");  // any key clears the message
+      });
     }
     EXPECT_TRUE(console->WaitForText(shows));
     console->SendText("q");

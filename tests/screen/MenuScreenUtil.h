@@ -32,19 +32,6 @@ inline std::string CellText(const Terminal& console, int y, int x0, int width) {
   return text.erase(text.find_last_not_of(' ') + 1);
 }
 
-// The dialog's line that starts with `step`, up to the dialog's border and
-// without trailing blanks; "" if none.
-inline std::string RowWith(const Terminal& console, const std::string& step) {
-  for (int y = 0; y < 25; ++y) {
-    const int x = console.Find(y, step);
-    if (x >= 0) {
-      std::string row = CellText(console, y, x, 80 - x);
-      row = row.substr(0, row.find("\u2502"));
-      return row.erase(row.find_last_not_of(' ') + 1);
-    }
-  }
-  return "";
-}
 
 // The rows of the list, separators as "", up to the last entry.
 inline std::vector<std::string> MenuRows(const Terminal& console) {
@@ -86,6 +73,16 @@ inline int RowOf(const Terminal& console, const std::string& text) {
     }
   }
   return -1;
+}
+
+// The dialog's line that starts with `step`, up to the dialog's border and
+// without trailing blanks; "" if none.
+inline std::string RowWith(const Terminal& console, const std::string& step) {
+  const int y = RowOf(console, step);
+  const int x = y < 0 ? 0 : console.Find(y, step);
+  std::string row = y < 0 ? "" : CellText(console, y, x, console.Options().cols - x);
+  row = row.substr(0, row.find("\u2502"));
+  return row.erase(row.find_last_not_of(' ') + 1);
 }
 
 // The menu is in front (its title is shown and it has the keyboard).
