@@ -54,6 +54,7 @@ class FrameTest : public testing::Test {
     std::swap(_pipe, SignalPipeAccess::Pipe());
   }
   void TearDown() override {
+    Frame::EndAction();  // the action of the last key a test's key wait gave
     std::swap(_pipe, SignalPipeAccess::Pipe());
     close(_pipe[0]);
     close(_pipe[1]);
