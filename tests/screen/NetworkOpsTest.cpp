@@ -120,12 +120,8 @@ INSTANTIATE_TEST_SUITE_P(
     NetworkOpsTest,
     NetworkTestRun,
     ::testing::Values(
-        TestCase{"NameResolves", nullptr, false,
-                 {{"Pinging address #1 (10.20.30.1).", "OK."},
-                  {"Pinging address #2 (10.20.30.2).", "OK."},
-                  {"Pinging address #3 (10.20.30.3).", "Failed."},
-                  {"Resolving hostname (static-host.lab.test).", "OK."}},
-                 "network-test-done"},
+        // Every verdict in the golden screen.
+        TestCase{"NameResolves", nullptr, false, {}, "network-test-done"},
         // A blank typed into the name never reaches it.
         TestCase{"NameUnknown", "nowhere .lab.test", false,
                  {{"Pinging address #1 (10.20.30.1).", "OK."},
@@ -158,8 +154,7 @@ TEST(NetworkOpsTest, EscInterruptsASlowPingAndLongFieldsRunWhole) {
   Choose(*console, "Test Management Network", "Ping Address #0:");
   Type(*console, {Key::kDown, Key::kEnd});
   TypeText(*console, "::1.2");  // 10.20.30.2::1.2: hex digits and colons, no address
-  Press(*console, Key::kEnter, "Invalid IP or IPv6 address.");
-  PressGone(*console, Key::kEnter, "Invalid IP");
+  ExpectRefusal(*console, "Invalid IP or IPv6 address.");
   ExpectLacks(console->Text(), {"Pinging address"});
   TypeText(*console, "\x7f\x7f\x7f\x7f\x7f");
   Type(*console, {Key::kUp});
@@ -194,7 +189,11 @@ std::unique_ptr<Terminal> StartSlowResolve(SimHost& host, const std::string& ori
 }
 
 // Ended while the resolve child has the host's entry out of the hosts file:
-// the console ends the child and puts the file back before it exits.
+// the console ends the child and puts the file back before it exits. Killed
+// outright, it cannot: its end hangs the terminal up and the resolve child
+// dies of that too. The original is then in the backup alone, and the next
+// console start puts it back and removes the backup, so the test works
+// again (a backup left over fails it: NetworkTestRun's LeftoverBackup).
 class EndedDuringTheResolve : public ::testing::TestWithParam<int> {};
 
 TEST_P(EndedDuringTheResolve, TheHostsFileIsPutBack) {
@@ -208,42 +207,22 @@ TEST_P(EndedDuringTheResolve, TheHostsFileIsPutBack) {
     console->Signal(GetParam());
   }
   ASSERT_TRUE(console->WaitForExit());
+  // No ping or lookup child outlives the console.
+  if (GetParam() != SIGKILL) {
+    EXPECT_TRUE(console->SessionProcesses().empty());
+  } else {
+    ASSERT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }));
+    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), original);
+    ExpectLacks(host.ReadFile("/etc/hosts"), {"static-host.lab.test"});
+    console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  }
   EXPECT_EQ(host.ReadFile("/etc/hosts"), original);
   EXPECT_FALSE(std::filesystem::exists(host.Path("/etc/hosts.backup")));
-  // No ping or lookup child outlives the console.
-  EXPECT_TRUE(console->SessionProcesses().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(NetworkOpsTest,
                          EndedDuringTheResolve,
-                         ::testing::Values(SIGTERM, SIGHUP, SIGINT),
+                         ::testing::Values(SIGTERM, SIGHUP, SIGINT, SIGKILL),
                          [](const auto& info) { return std::string(sigabbrev_np(info.param)); });
-
-// Killed outright, the console cannot put the file back: its end hangs the
-// terminal up and the resolve child dies of that too. The original is then
-// in the backup alone, and the next console start puts it back, so the
-// test works again.
-TEST(NetworkOpsTest, KilledDuringTheResolveTheNextStartPutsTheHostsFileBack) {
-  SimHost host("static-ipv4");
-  const std::string original = host.ReadFile("/etc/hosts");
-  auto console = StartSlowResolve(host, original);
-  console->Signal(SIGKILL);
-  ASSERT_TRUE(console->WaitForExit());
-  ASSERT_TRUE(console->WaitFor([&] { return console->SessionProcesses().empty(); }));
-  EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), original);
-  ExpectLacks(host.ReadFile("/etc/hosts"), {"static-host.lab.test"});
-
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["network"]["resolveDelayMs"] = nlohmann::json::object();
-  });
-  console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  EXPECT_EQ(host.ReadFile("/etc/hosts"), original);
-  EXPECT_FALSE(std::filesystem::exists(host.Path("/etc/hosts.backup")));
-  console->SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitForResult(*console)) << console->Text();
-  EXPECT_TRUE(RowWith(*console, "Resolving hostname (static-host.lab.test).").ends_with("OK."))
-      << console->Text();
-  EXPECT_EQ(host.ReadFile("/etc/hosts"), original);
-}
 
 }  // namespace

@@ -62,9 +62,7 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   // One past the longest address gets in, so a longer paste stays too long
   // to pass instead of being cut to one that happens to be valid.
   TypeText(*console, "192.168.100.10010");
-  Press(*console, Key::kEnter, "Please reenter a valid IPv4 address");
-  ExpectHas(console->Text(), {"Invalid IP address"});
-  PressGone(*console, Key::kEnter, "Please reenter");
+  ExpectRefusal(*console, "Please reenter a valid IPv4 address", "Invalid IP address");
   TypeText(*console, std::string(16, '\x7f'));
   // Letters, a blank, a colon, a control character and a UTF-8 letter never
   // reach the field, and the blank does not change the choice.
@@ -78,20 +76,15 @@ TEST(NetworkScreenTest, StaticAndBackToDhcp) {
   ExpectLogged(host, {"Setting ipv4 configuration to 172.16.5.77 255.255.255.0 on nex0",
                       "Setting default gateway to 172.16.5.1", "Network settings changed."});
 
-  // Space on the first choice: no IPv4 address at all.
-  Accept(*console);
-  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
-  Type(*console, {Key::kSpace});
-  Accept(*console);
-  ApplyChanges(*console);
-  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "none");
-
-  Accept(*console);
-  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
-  Type(*console, {Key::kDown, Key::kSpace});
-  Accept(*console);
-  ApplyChanges(*console);
-  EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], "dhcp");
+  // Space on the first choice: no IPv4 address at all; on the second: DHCP.
+  for (const auto& [keys, mode] : {std::pair{std::vector{Key::kSpace}, "none"},
+                                   std::pair{std::vector{Key::kDown, Key::kSpace}, "dhcp"}}) {
+    SCOPED_TRACE(mode);
+    Accept(*console);
+    Edit(*console, "IPv4 Configuration", "Set static IPv4 address", keys);
+    ApplyChanges(*console);
+    EXPECT_EQ(Nex0(host.HostJson())["ipv4Mode"], mode);
+  }
   ExpectLogged(host, {"Switching to DHCP on nex0"});
 
   Press(*console, Key::kEscape, "<F2> Customize System");
@@ -120,18 +113,14 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   }
   Choose(*console, "Custom DNS Suffixes", "Suffixes:");
   TypeText(*console, pasted);
-  Press(*console, Key::kEnter, "The suffixes can have at most 1024 characters");
-  ExpectHas(console->Text(), {"Invalid DNS suffix"});
-  PressGone(*console, Key::kEnter, "at most 1024");
+  ExpectRefusal(*console, "The suffixes can have at most 1024 characters", "Invalid DNS suffix");
   Accept(*console, Key::kEscape);
   Choose(*console, "IPv6 Configuration", "Set static IPv6");
   Accept(*console);
   PressToMenu(*console, Key::kEscape);
 
   Accept(*console);
-  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  TypeText(*console, "other.test");
-  Accept(*console);
+  Edit(*console, "Custom DNS Suffixes", "Suffixes:", {}, "other.test");
   Press(*console, Key::kEscape, "Apply changes and restart management network?");
   Accept(*console, Key::kEscape);
   ExpectHas(RightText(*console), {"other.test"});
@@ -152,8 +141,7 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   Type(*console, {Key::kUp, Key::kUp, Key::kEnd});
   TypeText(*console, "00");
   Type(*console, {Key::kDown, Key::kDown});
-  Press(*console, Key::kEnter, "Invalid DNS server address");
-  PressGone(*console, Key::kEnter, "Invalid DNS server address");
+  ExpectRefusal(*console, "Invalid DNS server address");
   TypeText(*console, "\x7f\x7f");
   Accept(*console);
 
@@ -203,9 +191,7 @@ TEST(NetworkScreenTest, DynamicIpv6Choices) {
                {{Key::kDown, Key::kDown, Key::kSpace}, true, false}};
   for (const auto& step : steps) {
     SCOPED_TRACE(std::to_string(&step - steps));
-    Choose(*console, "IPv6 Configuration", "Use DHCPv6");
-    Type(*console, step.keys);
-    Accept(*console);
+    Edit(*console, "IPv6 Configuration", "Use DHCPv6", step.keys);
     ApplyChanges(*console);
     EXPECT_EQ(Fields(Nex0(host.HostJson()), {"ipv6Dhcp", "ipv6RouterAdvertised"}),
               List({step.dhcp, step.advertised}));
@@ -224,7 +210,6 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   Type(*console, {Key::kDown, Key::kDown, Key::kSpace});
   ExpectGoldenScreen(*console, "network-adapters");
   Accept(*console);
-  ExpectHas(RightText(*console), {"pnic2"});
 
   Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
   TypeText(*console, "20");
@@ -236,24 +221,15 @@ TEST(NetworkScreenTest, AdaptersVlanAndStaticIpv6) {
   Choose(*console, "IPv6 Configuration", "Set static IPv6");
   Type(*console, {Key::kDown, Key::kDown, Key::kDown, Key::kDown});
   TypeText(*console, "ff02::1/64");
-  Press(*console, Key::kEnter, "ff02::1 is a multicast address.");
-  PressGone(*console, Key::kEnter, "ff02::1 is a multicast");
+  ExpectRefusal(*console, "ff02::1 is a multicast address.");
   TypeText(*console, std::string(10, '\x7f'));
   TypeText(*console, "2001:db8::5/64\x01\xc3\xa9");
   ExpectGoldenScreen(*console, "network-ipv6");
   Accept(*console);
-  ExpectHas(RightText(*console), {"2001:db8::5/64"});
-
+  // (What the window then shows and the host gets of adapters and VLAN IDs
+  // is NetworkAdaptersTest's, of static IPv6 addresses ApplyFailureTest's.)
   ApplyChanges(*console);
-  const nlohmann::json state = host.HostJson();
-  const nlohmann::json& group = state["network"]["vswitches"][0]["portGroups"][0];
-  EXPECT_EQ(group["vlanId"], 20);
-  ExpectHas(group["activeUplinks"].dump() + group.value("standbyUplinks", nlohmann::json()).dump(),
-            {"\"pnic2\""});
-  ExpectHas(Nex0(state).dump(), {"2001:db8::5"});
-  ExpectLogged(host,
-               {"Setting adapters to pnic0 pnic1 pnic2",
-                "Changed vlan, restarting management interface", "Setting ipv6 configuration"});
+  EXPECT_EQ(Nex0(host.HostJson())["ipv6Addresses"], List({"2001:db8:10::20/64", "2001:db8::5/64"}));
 
   // The menu greys the entry on a host without a management interface; when
   // the interface goes away under a running menu, the window itself says so
@@ -296,16 +272,10 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
   Accept(*console);
   ExpectHas(RightText(*console), {"IPv6 Addresses:\n" + kV6Addresses[0] + "\n" + kV6Addresses[1] +
                                   "\n" + kV6Addresses[2] + "\nDefault Gateway:\n2001:db8:30::1\n"});
-  Choose(*console, "IPv4 Configuration", "Set static IPv4 address");
-  Type(*console, {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown});
-  TypeText(*console, "10.20.30.41");
-  Accept(*console);
-  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  TypeText(*console, "x.test");
-  Accept(*console);
-  Choose(*console, "VLAN (optional)", "VLAN ID (1-4094");
-  TypeText(*console, "20");
-  Accept(*console);
+  Edit(*console, "IPv4 Configuration", "Set static IPv4 address",
+       {Key::kUp, Key::kUp, Key::kUp, Key::kDown, Key::kDown, Key::kDown}, "10.20.30.41");
+  Edit(*console, "Custom DNS Suffixes", "Suffixes:", {}, "x.test");
+  Edit(*console, "VLAN (optional)", "VLAN ID (1-4094", {}, "20");
 
   FailCall(host, c.call, "disk on fire", true);
   Press(*console, Key::kEscape, "Apply changes");
@@ -319,9 +289,8 @@ TEST_P(ApplyFailureTest, LaterStepsStillRun) {
                       "Setting ipv6 configuration", "Setting default ipv6 gateway to " + kV6Gateway,
                       "Network settings changed."});
   const nlohmann::json state = host.HostJson();
-  EXPECT_EQ(Nex0(state)["ipv6Addresses"],
-            c.ipv6Addresses ? nlohmann::json(kV6Addresses) : nlohmann::json::array());
-  EXPECT_EQ(state["network"]["routing"]["ipv6Gateway"], c.ipv6Gateway);
+  EXPECT_EQ(List({Nex0(state)["ipv6Addresses"], state["network"]["routing"]["ipv6Gateway"]}),
+            List({c.ipv6Addresses ? kV6Addresses : std::vector<std::string>{}, c.ipv6Gateway}));
   ExpectHas(host.ReadFile("/var/log/tools.log"), {"internalsvc/refresh"});
   if (std::string(c.line) != "Setting DNS failed: ") {
     EXPECT_EQ(state["network"]["dns"]["searchDomains"],

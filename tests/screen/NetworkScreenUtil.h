@@ -40,6 +40,29 @@ inline void Accept(Terminal& console, Key key = Key::kEnter) {
   }
 }
 
+// Opens the window's `entry` (up to `shown`), presses `keys`, types `text`
+// and accepts the dialog.
+inline void Edit(Terminal& console,
+                 const std::string& entry,
+                 const std::string& shown,
+                 const std::vector<Key>& keys,
+                 const std::string& text = "") {
+  Choose(console, entry, shown);
+  Type(console, keys);
+  TypeText(console, text);
+  Accept(console);
+}
+
+// Enter on a dialog that refuses what it holds: `message` shows (with
+// `title`), and Enter takes it away again, back to the dialog.
+inline void ExpectRefusal(Terminal& console,
+                          const std::string& message,
+                          const std::string& title = "") {
+  Press(console, Key::kEnter, message);
+  ExpectHas(console.Text(), {title});
+  PressGone(console, Key::kEnter, message);
+}
+
 // Esc and Y: applied, and back in the menu.
 inline void ApplyChanges(Terminal& console,
                          const char* question = "Apply changes and restart management network?") {
