@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "Harness.h"
+#include "MenuScreenUtil.h"
 #include "NamespaceUtil.h"
 
 namespace {
@@ -87,9 +87,7 @@ TEST(InstalledConsoleTest, StartsOnTheDemoHostAndEndsCleanly) {
     EXPECT_TRUE(console.WaitForText("To manage this host go to:")) << console.Text();
     EXPECT_TRUE(console.WaitForText("http://192.168.10.20/")) << console.Text();
     console.Signal(SIGTERM);
-    auto status = console.WaitForExit();
-    ASSERT_TRUE(status.has_value());
-    EXPECT_TRUE(status->CleanExit()) << status->Describe();
+    MerelMenuTest::ExpectExit(console);
   }
   std::filesystem::remove_all(std::filesystem::path(host).parent_path());
 }

@@ -32,19 +32,6 @@ inline std::string CellText(const Terminal& console, int y, int x0, int width) {
   return text.erase(text.find_last_not_of(' ') + 1);
 }
 
-// The dialog's line that starts with `step`, up to the dialog's border and
-// without trailing blanks; "" if none.
-inline std::string RowWith(const Terminal& console, const std::string& step) {
-  for (int y = 0; y < 25; ++y) {
-    const int x = console.Find(y, step);
-    if (x >= 0) {
-      std::string row = CellText(console, y, x, 80 - x);
-      row = row.substr(0, row.find("\u2502"));
-      return row.erase(row.find_last_not_of(' ') + 1);
-    }
-  }
-  return "";
-}
 
 // The rows of the list, separators as "", up to the last entry.
 inline std::vector<std::string> MenuRows(const Terminal& console) {
@@ -86,6 +73,16 @@ inline int RowOf(const Terminal& console, const std::string& text) {
     }
   }
   return -1;
+}
+
+// The dialog's line that starts with `step`, up to the dialog's border and
+// without trailing blanks; "" if none.
+inline std::string RowWith(const Terminal& console, const std::string& step) {
+  const int y = RowOf(console, step);
+  const int x = y < 0 ? 0 : console.Find(y, step);
+  std::string row = y < 0 ? "" : CellText(console, y, x, console.Options().cols - x);
+  row = row.substr(0, row.find("\u2502"));
+  return row.erase(row.find_last_not_of(' ') + 1);
 }
 
 // The menu is in front (its title is shown and it has the keyboard).
@@ -272,11 +269,11 @@ inline void Step(const std::string& name, const std::function<void()>& step) {
   }
 }
 
-// The program ended by itself with status 0.
-inline void ExpectCleanExit(Terminal& console) {
+// The program ended by itself with status 0, or (with `signal`) was killed by that signal.
+inline void ExpectExit(Terminal& console, int signal = 0) {
   const std::optional<ExitStatus> status = console.WaitForExit();
   ASSERT_TRUE(status.has_value()) << "still running:\n" << console.Text();
-  EXPECT_TRUE(status->CleanExit()) << status->Describe();
+  EXPECT_TRUE(signal == 0 ? status->CleanExit() : status->signal == signal) << status->Describe();
 }
 
 // Names a parametrised case by its `name` field.
@@ -308,16 +305,6 @@ inline void ModifyHost(const SimHost& host, const std::function<void(nlohmann::j
   ASSERT_TRUE(state.is_object()) << "host.json unreadable";
   change(state);
   host.WriteFile("/host.json", state.dump(2) + "\n");
-}
-
-inline void SetIdleTimeout(const SimHost& host, int seconds) {
-  ModifyHost(host, [&](nlohmann::json& state) {
-    for (auto& option : state["advancedOptions"]) {
-      if (option["name"] == "/UserVars/MerelTimeOut") {
-        option["value"] = seconds;
-      }
-    }
-  });
 }
 
 // A clock twenty times as fast for the console: the minute of idling before

@@ -33,10 +33,8 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   OpenShutdown(*console);
   ExpectGoldenScreen(*console, "shutdown");
   console->SendKey(Key::kF2);
-  auto status = console->WaitForExit();
-  ASSERT_TRUE(status) << console->Text();
   // The host takes the console down; it is not asked to leave.
-  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+  ExpectExit(*console, SIGKILL);
   ExpectHas(console->Raw(), {"Shutdown in progress..."});
   ExpectHas(console->Text(), {"the host is powered off"});
 
@@ -71,9 +69,7 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   OpenShutdown(*console);
   Press(*console, Key::kSpace, "[X] Forcefully");
   console->SendKey(Key::kF11);
-  auto status = console->WaitForExit();
-  ASSERT_TRUE(status) << console->Text();
-  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+  ExpectExit(*console, SIGKILL);
 
   const auto state = host.HostJson();
   EXPECT_EQ(List({state["powerState"], VmStop(state, "db-01")}), List({"rebooting", "terminated"}));
@@ -91,8 +87,10 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
 // F11 resets to the factory state; there is no way back, Enter restarts.
 TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
   SimHost host;
-  SetIdleTimeout(host, 300);
-  ModifyHost(host, [](nlohmann::json& state) { state["network"]["dns"]["hostname"] = "renamed"; });
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["dns"]["hostname"] = "renamed";
+    state["advancedOptions"][0]["value"] = 300;  // the console's idle time-out
+  });
   auto console = OpenEntry(host, "Reset System Configuration", "Reset System Configuration now?");
   ExpectGoldenScreen(*console, "reset-confirm");
   Type(*console, {Key::kEnter});
@@ -110,9 +108,7 @@ TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
   Type(*console, {Key::kEscape});
   EXPECT_TRUE(console->Running());
   console->SendKey(Key::kEnter);
-  auto status = console->WaitForExit();
-  ASSERT_TRUE(status) << console->Text();
-  EXPECT_EQ(status->signal, SIGKILL) << status->Describe();
+  ExpectExit(*console, SIGKILL);
 
   const auto state = host.HostJson();
   EXPECT_EQ(List({state["configResets"], state["powerState"], state["network"]["dns"]["hostname"],

@@ -28,19 +28,14 @@ class StateFileOpens {
   int Take() {
     int count = 0;
     alignas(inotify_event) char buffer[4096];
-    for (;;) {
-      const ssize_t n = read(_fd, buffer, sizeof buffer);
-      if (n <= 0) {
-        return count;
-      }
+    for (ssize_t n; (n = read(_fd, buffer, sizeof buffer)) > 0;) {
       for (ssize_t at = 0; at < n;) {
         const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-        if (event->len > 0 && std::string(event->name) == "host.json") {
-          ++count;
-        }
+        count += event->len > 0 && std::string(event->name) == "host.json" ? 1 : 0;
         at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
       }
     }
+    return count;
   }
 
  private:

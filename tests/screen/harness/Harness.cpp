@@ -76,9 +76,8 @@ struct winsize WindowSize(int cols, int rows) {
 }
 
 std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream content;
-  content << in.rdbuf();
+  content << std::ifstream(path, std::ios::binary).rdbuf();
   return content.str();
 }
 
@@ -136,24 +135,23 @@ Terminal::~Terminal() {
 }
 
 bool Terminal::Start(const std::vector<std::string>& args) {
-  std::map<std::string, std::string> env = {
-      {"LANG", "C.UTF-8"},  // libvterm mis-shifts repeated characters otherwise
-      {"ESCDELAY", std::to_string(kEscDelayMs)},
-      {"PATH", "/usr/local/bin:/usr/bin:/bin"},
-      {"HOME", getenv("HOME") != nullptr ? getenv("HOME") : "/tmp"},
-      // Exits from the key wait leave screens allocated, on purpose.
-      {"ASAN_OPTIONS", "detect_leaks=0"}};
+  // insert keeps what is there: the options' variables win over the
+  // runner's, and those over the defaults.
+  std::map<std::string, std::string> env = _options.env;
   if (!_options.term.empty()) {
-    env["TERM"] = _options.term;
+    env.insert({"TERM", _options.term});
   }
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "TMPDIR"}) {
     if (const char* value = getenv(name)) {
-      env[name] = value;
+      env.insert({name, value});
     }
   }
-  for (const auto& [name, value] : _options.env) {
-    env[name] = value;
-  }
+  env.insert({{"LANG", "C.UTF-8"},  // libvterm mis-shifts repeated characters otherwise
+              {"ESCDELAY", std::to_string(kEscDelayMs)},
+              {"PATH", "/usr/local/bin:/usr/bin:/bin"},
+              {"HOME", getenv("HOME") != nullptr ? getenv("HOME") : "/tmp"},
+              // Exits from the key wait leave screens allocated, on purpose.
+              {"ASAN_OPTIONS", "detect_leaks=0"}});
   // Built before fork: only async-signal-safe calls between fork and exec.
   std::vector<std::string> strings(args);
   for (const auto& [name, value] : env) {
@@ -490,11 +488,9 @@ void Terminal::MarkScreen() {
   t.cols = _options.cols;
   t.damaged.assign(static_cast<size_t>(t.rows * t.cols), 0);
   t.before.resize(t.damaged.size());
-  for (int y = 0; y < t.rows; ++y) {
-    for (int x = 0; x < t.cols; ++x) {
-      vterm_screen_get_cell(_screen, VTermPos{y, x},
-                            &t.before[static_cast<size_t>(y * t.cols + x)]);
-    }
+  for (size_t i = 0; i < t.before.size(); ++i) {
+    const int at = static_cast<int>(i);
+    vterm_screen_get_cell(_screen, VTermPos{at / t.cols, at % t.cols}, &t.before[i]);
   }
 }
 
@@ -671,8 +667,7 @@ std::map<int, Rgb> Terminal::Palette() const {
 }
 
 SimHost::SimHost(const std::string& fixture) {
-  const char* tmp = getenv("TMPDIR");
-  std::string pattern = std::string(tmp != nullptr && *tmp ? tmp : "/tmp") + "/merel-host-XXXXXX";
+  std::string pattern = fs::temp_directory_path() / "merel-host-XXXXXX";  // TMPDIR or /tmp
   if (mkdtemp(pattern.data()) == nullptr) {
     throw std::runtime_error(std::string("cannot make a temporary folder: ") + strerror(errno));
   }

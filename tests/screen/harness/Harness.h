@@ -193,7 +193,6 @@ class SimHost {
 
   std::string Syslog() const { return ReadFile("/var/log/syslog.log"); }
   std::string ObsvLog() const { return ReadFile("/var/log/obsvd.log"); }
-  std::string AuditLog() const { return ReadFile("/var/log/audit.log"); }
   nlohmann::json HostJson() const;  // ROOT/host.json as stored
 
   // Logs are written by another process, possibly a moment after the screen changed.
