@@ -72,11 +72,7 @@ std::map<std::string, std::string> Snapshot(const std::string& root) {
 
 bool OnlyAnEmptyPidFile(const std::string& folder) {
   std::error_code ignored;
-  int entries = 0;
-  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-    (void)entry;
-    ++entries;
-  }
+  const auto entries = std::distance(fs::directory_iterator(folder, ignored), {});
   return entries == 1 && fs::file_size(folder + "/pid", ignored) == 0;
 }
 
