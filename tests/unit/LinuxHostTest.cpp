@@ -272,20 +272,20 @@ TEST(LinuxTools, ConfigurationNamesUnitsAgentsAndTheShutdownWait) {
 TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   const std::string id = "0123456789abcdef0123456789abcdef";
   const std::string syslog = "/var/log/syslog.log";
+  const std::string journal = "/var/log/journal/@/system.journal";
+  const std::string runJournal = "/run/log/journal/@/system.journal";
   const struct {
     std::vector<std::string> files;  // "@" is the machine's id
     const char* machineId;
     std::string asked, found;
   } cases[] = {
       {{"/var/log/messages"}, "@", syslog, "/var/log/messages"},
-      {{"/var/log/syslog", "/var/log/messages", "/var/log/journal/@/system.journal"}, "@", syslog,
-       "/var/log/syslog"},
-      {{"/run/log/journal/@/system.journal", "/var/log/journal/@/system.journal"}, "@", syslog,
-       "/var/log/journal/@/system.journal"},
-      {{"/run/log/journal/@/system.journal"}, "@", syslog, "/run/log/journal/@/system.journal"},
+      {{"/var/log/syslog", "/var/log/messages", journal}, "@", syslog, "/var/log/syslog"},
+      {{runJournal, journal}, "@", syslog, journal},
+      {{runJournal}, "@", syslog, runJournal},
       {{"/var/log/journal/@/user-1000.journal"}, "@", syslog, ""},
-      {{"/var/log/journal/@/system.journal"}, "", syslog, ""},
-      {{"/var/log/journal/@/system.journal"}, "../../etc", syslog, ""},
+      {{journal}, "", syslog, ""},
+      {{journal}, "../../etc", syslog, ""},
       {{"/var/log/kern.log"}, "@", "/var/log/nexel.log", "/var/log/kern.log"},
       {{}, "@", "/var/log/hostboot.log", ""},  // not on this machine
       {{}, "@", "/var/log/obsvd.log", ""},     // events are in the journal
