@@ -148,8 +148,6 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesUplinksAndRestore) {
   // nic1 joins nic0 on the bridge (and later leaves it).
   auto switchNic1 = [&] {
     Choose(console, "Network Adapters", "nic2");
-    if (RowOf(console, "nic1") < 0)
-      Fail("no nic1:\n" + console.Text());
     Type(console, {Key::kDown, Key::kSpace});
     Accept(console);
   };
