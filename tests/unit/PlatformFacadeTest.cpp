@@ -35,12 +35,6 @@ using SimHostTest::SimRoot;
 namespace Net = NexCtl::Network;
 const char kStack[] = "defaultNetStack";
 
-std::unique_ptr<HostCtl::Network::NexNic> Management() {
-  Net::NetworkInfoImpl network;
-  network.UpdateManagementInterface();
-  return network.GetManagementInterface();
-}
-
 std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
   std::vector<std::string> texts;
   for (const auto& n : networks)
@@ -54,7 +48,9 @@ std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
 // those automatic addresses into static ones. Invalid settings are refused.
 TEST(PlatformFacadeTest, ManagementSettingsKeepStaticAddressesAndRefuseBadValues) {
   SimRoot root;
-  auto nic = Management();
+  Net::NetworkInfoImpl network;
+  network.UpdateManagementInterface();
+  auto nic = network.GetManagementInterface();
   IpConfig settings, live;
   nic->GetIpConfigs(settings, live);
   EXPECT_EQ(Texts(settings.GetIpv6Network()),
