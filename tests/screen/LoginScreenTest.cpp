@@ -125,22 +125,20 @@ TEST_P(LoginRefusedTest, ReportsAndReturnsToTheLogin) {
   EXPECT_EQ(host.ReadFile("/var/log/sessions.log"), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Accounts,
-    LoginRefusedTest,
-    ::testing::Values(
-        RefusedCase{"WrongPassword", "root", "nope", "", "", &kInvalid, ""},
-        // No such account, but a name one could have: logged as typed.
-        RefusedCase{"UnknownUser", "toor", "merel", "", "", &kInvalid, ""},
-        // PAM_NEW_AUTHTOK_REQD (12).
-        RefusedCase{"Expired", "root", "merel", "", "expired", &kExpired, ""},
-        // The account stack runs only after a good password.
-        RefusedCase{"ExpiredWrongPassword", "root", "nope", "", "expired", &kInvalid, ""},
-        // PAM_PERM_DENIED (6), from the account module or from pam_matrix
-        // for an account of another service. The password is kept.
-        RefusedCase{"Denied", "root", "merel", "", "denied", &kDenied, "*****"},
-        RefusedCase{"OtherService", "sshonly", "pw", "sshonly:pw:sshd\n", "", &kDenied, "**"}),
-    ByName);
+const RefusedCase kRefusals[] = {
+    {"WrongPassword", "root", "nope", "", "", &kInvalid, ""},
+    // No such account, but a name one could have: logged as typed.
+    {"UnknownUser", "toor", "merel", "", "", &kInvalid, ""},
+    // PAM_NEW_AUTHTOK_REQD (12).
+    {"Expired", "root", "merel", "", "expired", &kExpired, ""},
+    // The account stack runs only after a good password.
+    {"ExpiredWrongPassword", "root", "nope", "", "expired", &kInvalid, ""},
+    // PAM_PERM_DENIED (6), from the account module or from pam_matrix
+    // for an account of another service. The password is kept.
+    {"Denied", "root", "merel", "", "denied", &kDenied, "*****"},
+    {"OtherService", "sshonly", "pw", "sshonly:pw:sshd\n", "", &kDenied, "**"},
+};
+INSTANTIATE_TEST_SUITE_P(Accounts, LoginRefusedTest, testing::ValuesIn(kRefusals), ByName);
 
 // The screen goes out once per key and the cursor is placed at the end of
 // that update, so it must sit where the focused field types next, whatever

@@ -40,24 +40,20 @@ TEST_P(GreyEntriesTest, GreyAndSkipped) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Hosts,
-    GreyEntriesTest,
-    testing::Values(
-        GreyCase{"NoManagementInterface", "no-mgmt", nullptr,
-                 {"Configure Management Network", "Restart Management Network",
-                  "Test Management Network"}},
-        GreyCase{"NetworkBooted", "network-booted", nullptr, {"Reset System Configuration"}},
-        GreyCase{"LockdownNotPossible", "",
-                 [](nlohmann::json& state) {
-                   state["lockdown"] = {{"enabled", false}, {"possible", false}};
-                 },
-                 {"Configure Lockdown Mode"}},
-        // The DriverVM entry follows the host's device assignment state.
-        GreyCase{"DeviceAssignmentUnusable", "device-assignment-1", nullptr,
-                 {"Configure DriverVM Devices"}},
-        GreyCase{"NoDeviceAssignment", "static-ipv4", nullptr, {}, {"Configure DriverVM Devices"}}),
-    ByName);
+const GreyCase kGreyCases[] = {
+    {"NoManagementInterface", "no-mgmt", nullptr,
+     {"Configure Management Network", "Restart Management Network", "Test Management Network"}},
+    {"NetworkBooted", "network-booted", nullptr, {"Reset System Configuration"}},
+    {"LockdownNotPossible", "",
+     [](nlohmann::json& state) {
+       state["lockdown"] = {{"enabled", false}, {"possible", false}};
+     },
+     {"Configure Lockdown Mode"}},
+    // The DriverVM entry follows the host's device assignment state.
+    {"DeviceAssignmentUnusable", "device-assignment-1", nullptr, {"Configure DriverVM Devices"}},
+    {"NoDeviceAssignment", "static-ipv4", nullptr, {}, {"Configure DriverVM Devices"}},
+};
+INSTANTIATE_TEST_SUITE_P(Hosts, GreyEntriesTest, testing::ValuesIn(kGreyCases), ByName);
 
 // --- View System Logs: a digit hands the terminal to the pager ---
 
