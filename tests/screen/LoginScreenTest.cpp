@@ -46,8 +46,7 @@ TEST(LoginScreenTest, SuccessLogsAuditsAndOpensTheMenu) {
   ExpectLogged(host, {"user.info User root logged out\n"});
   ExpectLogged(host, {"login.disconnect user=root success=1 reason=\"Session closed\""},
                "/var/log/audit.log");
-  EXPECT_TRUE(console->WaitForText("<F2> Customize System/View Logs")) << console->Text();
-  Press(*console, Key::kF2, "Authentication Required");
+  Press(*console, Key::kF2, "Authentication Required");  // only the welcome screen opens it
   console->SendText("merel\r");
   ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
   console->Signal(SIGTERM);
@@ -186,8 +185,7 @@ TEST(LoginScreenTest, DisabledConsoleAccessOnlyInforms) {
   ASSERT_EQ(0, std::remove(host.Path("/var/run/ostrel/show-merel-login").c_str()));
   auto console = host.StartConsole();
   Press(*console, Key::kF2, "Direct console access has been disabled by the");
-  console->SendKey(Key::kEscape);
-  console->WaitUntilQuiet(milliseconds(200));
+  Type(*console, {Key::kEscape});
   ExpectHas(console->Text(), {"Authentication Denied"});
   PressGone(*console, Key::kEnter, "Authentication Denied");
   ExpectLacks(console->Text(), {"Login Name:"});
