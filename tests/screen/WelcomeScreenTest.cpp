@@ -25,8 +25,8 @@ std::unique_ptr<Terminal> Start(SimHost& host, int rows = 25) {
 // One host description and what its welcome screen must say.
 struct HostCase {
   const char* name = "";
-  const char* fixture = "";                   // "": the demo host
-  void (*change)(nlohmann::json&) = nullptr;  // applied to the fixture first
+  const char* fixture = "";                                  // "": the demo host
+  void (*change)(nlohmann::json&) = [](nlohmann::json&) {};  // applied to the fixture first
   int rows = 25;  // with an odd count the lower half takes the extra line
   // Consecutive rows ("" for any), centred in the upper half and at column
   // 16 of the lower half.
@@ -40,9 +40,7 @@ class WelcomeHostTest : public testing::TestWithParam<HostCase> {};
 TEST_P(WelcomeHostTest, ShowsTheHost) {
   const HostCase& c = GetParam();
   SimHost host(c.fixture);
-  if (c.change != nullptr) {
-    ModifyHost(host, c.change);
-  }
+  ModifyHost(host, c.change);
   auto console = Start(host, c.rows);
   // The upper half is dark grey, rows / 2 lines either way; the lower yellow.
   EXPECT_EQ(std::pair(console->CellAt(0, c.rows / 2 - 1).bg, console->CellAt(0, c.rows / 2).bg),
