@@ -82,15 +82,15 @@ struct timeval TimeLeft(const struct timeval& now, const struct timeval& deadlin
 // after the reading it would forget is gone.
 Platform::ReadScope* currentAction = nullptr;
 
+}  // namespace
+
 // The key wait ends the action: whatever happens next (the next key, a dim,
 // a smart-card event) reads the host afresh.
-void EndAction() {
+void Frame::EndAction() {
   delete currentAction;
   currentAction = nullptr;
   Platform::ReadScope::Forget();
 }
-
-}  // namespace
 
 void Frame::BeginAction() {
   EndAction();

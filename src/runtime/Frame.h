@@ -49,6 +49,10 @@ class Frame : public Window {
   // one for each key it hands out, and for its own redraws; main for the
   // start-up.
   static void BeginAction();
+  // Ends the action under way, as the key wait does before it waits; for a
+  // key wait run outside the console's own loop, which would leave the
+  // action it hands a key to open.
+  static void EndAction();
   // One poll of standard input and the signal pipe: a key, a pseudo-key,
   // -2 on time-out, -1 on error. `interval` null = no time-out.
   static int ReadKey(const struct timeval* interval);

@@ -167,18 +167,15 @@ TEST_F(LinuxHostTest, WelcomeThenRealPamAgainstThePrivateShadowFile) {
   const struct {
     const char* user;
     const char* password;
-    const char* shows;
-    const char* record;
+    bool admitted;
   } attempts[] = {
-      // A local account outside the administrators' group.
-      {"plainuser", "plainpw", kInvalid,
-       "login.connect user=plainuser success=0 reason=\"Invalid Login\""},
-      {"root", "nope", kInvalid, "login.connect user=root success=0 reason=\"Invalid Login\""},
-      {"root", "rootpw", "System Customization", "login.connect user=root success=1"},
+      {"plainuser", "plainpw", false},  // a local account outside the administrators' group
+      {"root", "nope", false},
+      {"root", "rootpw", true},
   };
   Terminal& console = Start();
   // The welcome screen shows the namespace's host name and address.
-  ASSERT_TRUE(WaitForWelcome(console)) << console.Text();
+  ExpectWelcome(console);
   ExpectHas(console.Text(), {"http://10.99.0.2/", "GiB Memory"});
   ExpectLacks(console.Text(), {"Tarvik"});
   Press(console, Key::kF2, "Authentication Required");
@@ -188,11 +185,13 @@ TEST_F(LinuxHostTest, WelcomeThenRealPamAgainstThePrivateShadowFile) {
     TypeText(console, std::string(20, '\x7f') + attempt.user);
     Type(console, {Key::kDown});
     console.SendText(attempt.password);
-    Press(console, Key::kEnter, attempt.shows);
-    EXPECT_TRUE(_syslog->WaitFor(attempt.record, kAuthNotice)) << _syslog->Records();
-    const bool admitted = attempt.shows != kInvalid;
-    EXPECT_EQ(_syslog->Has("session opened for user root"), admitted) << _syslog->Records();
-    if (!admitted)
+    Press(console, Key::kEnter, attempt.admitted ? "System Customization" : kInvalid);
+    const std::string record =
+        std::string("login.connect user=") + attempt.user +
+        (attempt.admitted ? " success=1" : " success=0 reason=\"Invalid Login\"");
+    EXPECT_TRUE(_syslog->WaitFor(record, kAuthNotice)) << _syslog->Records();
+    EXPECT_EQ(_syslog->Has("session opened for user root"), attempt.admitted) << _syslog->Records();
+    if (!attempt.admitted)
       PressGone(console, Key::kEnter, kInvalid);
   }
   console.SendKey(Key::kEscape);
@@ -248,20 +247,16 @@ TEST_F(LinuxHostTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   Choose(console, "Configure DriverVM Devices", "DriverVM Configuration");
   ExpectHas(console.Text(), {"No IOMMU is enabled on this host", "No device can be handed"});
   ExpectLacks(console.Text(), {"0000:01:00.0"});
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitGone(console, "DriverVM Configuration")) << console.Text();
+  PressGone(console, Key::kEnter, "DriverVM Configuration");
   EXPECT_FALSE(fs::exists(_scratch + "/etc/merel/driver-vm-devices"));
 
   fs::create_directories(_scratch + "/iommu_groups/2");
   Choose(console, "Configure DriverVM Devices", "0000:01:00.1");
   // Neither the adapter with its driver nor the bridge is offered.
   ExpectLacks(console.Text(), {"0000:00:19.0", "0000:00:00.0"});
-  console.SendText(" ");
-  ASSERT_TRUE(WaitQuiet(console, "These devices change owner together")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Host -> DriverVM")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "The device assignment has been saved")) << console.Text();
+  Press(console, Key::kSpace, "These devices change owner together");
+  Press(console, Key::kEnter, "Host -> DriverVM");
+  Press(console, Key::kEnter, "The device assignment has been saved");
   ExpectHas(Slurp(_scratch + "/etc/merel/driver-vm-devices"), {"\n0000:01:00.0\n0000:01:00.1\n"});
   ExpectHas(Calls(), {"systemctl enable --quiet merel-driver-vm.service\n"});
 }
@@ -314,8 +309,8 @@ TEST_F(LinuxHostTest, SyslogEntryThenLockdownAndResetSayWhy) {
     SCOPED_TRACE(shows);
     if (*syslog)
       WriteLog("syslog", syslog);
-    ASSERT_TRUE(SelectEntry(console, "View System Logs")) << console.Text();
-    ASSERT_TRUE(WaitQuiet(console, "1 Syslog")) << console.Text();
+    ASSERT_TRUE(SelectEntry(console, "View System Logs") && WaitQuiet(console, "1 Syslog"))
+        << console.Text();
     // Only the syslog is there; the others are not offered.
     ExpectLacks(RightText(console), {"2 "});
     console.SendText("1");
@@ -352,9 +347,7 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   // Switches SSH and returns the systemd calls that made it.
   auto toggleSsh = [&](const std::string& label) {
     std::ofstream(_scratch + "/calls", std::ios::trunc).close();
-    EXPECT_TRUE(SelectEntry(console, "SSH Support")) << console.Text();
-    console.SendKey(Key::kEnter);
-    EXPECT_TRUE(WaitQuiet(console, label)) << console.Text();
+    Choose(console, "SSH Support", label);
     return Calls();
   };
   // The pane's title is the entry's label cut to the pane.
@@ -373,11 +366,10 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
     type(availability);
     Type(console, {Key::kDown});
     type(idle);
-    console.SendKey(Key::kEnter);
-    return WaitGone(console, "Idle timeout");
+    PressGone(console, Key::kEnter, "Idle timeout");
   };
   Choose(console, timeouts, "Idle timeout");
-  ASSERT_TRUE(set("5", "15")) << console.Text();
+  set("5", "15");
   ExpectHas(Slurp(profile), {"\nTMOUT=900\nexport TMOUT\n"});
   ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 300\n"});
   for (const char* record :
@@ -388,8 +380,7 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   std::ofstream(_scratch + "/fail-systemd-run").close();
   toggleSsh("Availability Timeout: Error");
   EXPECT_TRUE(Contains(console.Text(), "systemd-run failed")) << console.Text();
-  console.SendKey(Key::kEnter);
-  ASSERT_TRUE(WaitQuiet(console, "Disable SSH")) << console.Text();
+  Press(console, Key::kEnter, "Disable SSH");
   fs::remove(_scratch + "/fail-systemd-run");
   toggleSsh("Enable SSH");
   // Each switch on replaces the timer of the last; the timer disables only SSH.
@@ -407,7 +398,7 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   EXPECT_TRUE(Contains(RowWith(console, "Availability timeout"), "5")) << console.Text();
   EXPECT_TRUE(Contains(RowWith(console, "Idle timeout"), "15")) << console.Text();
   std::ofstream(_scratch + "/calls", std::ios::trunc).close();
-  ASSERT_TRUE(set("\x7f" "0", "\x7f\x7f" "0")) << console.Text();
+  set("\1770", "\177\1770");  // deletes (DEL) the digits, then 0
   EXPECT_FALSE(fs::exists(profile));
   ExpectHas(Slurp(options), {"\n/UserVars/TarvikShellTimeOut = 0\n"});
   ExpectHas(Calls(), {"systemctl stop merel-shell-availability.timer\n",

@@ -124,11 +124,7 @@ class NamespaceTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    if (_console && _console->Running()) {
-      _console->Signal(SIGKILL);
-      _console->WaitForExit();
-    }
-    _console.reset();
+    _console.reset();  // kills the console's process group and reaps it
     if (_scratch.empty())
       return;
     std::set<std::string> spaces;
@@ -177,31 +173,28 @@ class NamespaceTest : public ::testing::Test {
   // A file of the namespace's own /etc.
   std::string File(const std::string& path) const { return Slurp(_scratch + "/etc" + path); }
 
-  bool WaitForWelcome(Terminal& console) const {
-    return WaitQuiet(console, "http://" + std::string(_steps.hostName) + "/");
+  // The welcome screen, or the test ends.
+  void ExpectWelcome(Terminal& console) const {
+    Expect(console, "http://" + std::string(_steps.hostName) + "/");
   }
 
-  // `key` on the welcome screen and root's login; true once `expected` shows.
-  bool LogIn(Terminal& console,
+  // `key` on the welcome screen and root's login, until `expected` shows;
+  // otherwise the test ends.
+  void LogIn(Terminal& console,
              Key key = Key::kF2,
              const std::string& expected = "System Customization") {
-    if (!WaitForWelcome(console))
-      return false;
-    console.SendKey(key);
-    if (!WaitQuiet(console, "Authentication Required"))
-      return false;
+    ExpectWelcome(console);
+    Press(console, key, "Authentication Required");
     console.SendText("rootpw");
-    console.SendKey(Key::kEnter);
-    return WaitQuiet(console, expected);
+    Press(console, Key::kEnter, expected);
   }
 
-  // Start and LogIn; otherwise the test ends.
+  // Start and LogIn.
   Terminal& StartLoggedIn(const std::string& extra = "",
                           Key key = Key::kF2,
                           const std::string& expected = "System Customization") {
     Terminal& console = Start(extra);
-    if (!LogIn(console, key, expected))
-      Fail("no \"" + expected + "\" after the login:\n" + console.Text());
+    LogIn(console, key, expected);
     return console;
   }
 

@@ -147,9 +147,7 @@ TEST(NetworkOpsTest, EscInterruptsASlowPingAndLongFieldsRunWhole) {
   PressToMenu(*console, Key::kEscape);
   ExpectLacks(console->Text(), {"Pinging address #2"});
 
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["network"]["pingDelayMs"] = nlohmann::json::object();
-  });
+  // (The slow address is not pinged again: the run below replaces it.)
   std::this_thread::sleep_for(milliseconds(2000));
   Choose(*console, "Test Management Network", "Ping Address #0:");
   Type(*console, {Key::kDown, Key::kEnd});

@@ -103,8 +103,7 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   SimHost host("static-ipv4");
   const nlohmann::json before = host.HostJson();
   auto console = OpenWindow(host);
-  Choose(*console, "Custom DNS Suffixes", "Suffixes:");
-  Accept(*console);
+  Edit(*console, "Custom DNS Suffixes", "Suffixes:", {});
   // A paste longer than the field is refused whole, never stored cut; Esc
   // drops it.
   std::string pasted;
@@ -115,8 +114,7 @@ TEST(NetworkScreenTest, DnsAndSuffixes) {
   TypeText(*console, pasted);
   ExpectRefusal(*console, "The suffixes can have at most 1024 characters", "Invalid DNS suffix");
   Accept(*console, Key::kEscape);
-  Choose(*console, "IPv6 Configuration", "Set static IPv6");
-  Accept(*console);
+  Edit(*console, "IPv6 Configuration", "Set static IPv6", {});
   PressToMenu(*console, Key::kEscape);
 
   Accept(*console);

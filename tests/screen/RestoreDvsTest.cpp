@@ -46,18 +46,17 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   ASSERT_TRUE(nex0 && vSwitch0 && dvs) << network.dump(2);
   const nlohmann::json* port = Named((*dvs)["ports"], "hlp-DSwitch-Prod#0", "key");
   ASSERT_TRUE(port) << dvs->dump(2);
+  // The switch has taken the adapters; the new port is open, the old one
+  // stays as the manager left it.
   EXPECT_EQ(List({nex0->value("dvPort", ""), (*vSwitch0)["uplinks"], (*port)["activeUplinks"],
-                  port->value("vlanId", 0)}),
-            List({"hlp-DSwitch-Prod#0", nlohmann::json::array(), {"pnic2", "pnic3"}, 20}));
+                  port->value("vlanId", 0), (*dvs)["uplinks"], port->value("blocked", true),
+                  Named((*dvs)["ports"], "12", "key")->value("blocked", false)}),
+            List({"hlp-DSwitch-Prod#0", nlohmann::json::array(), {"pnic2", "pnic3"}, 20,
+                  {"pnic0", "pnic1", "pnic2", "pnic3"}, false, true}));
   EXPECT_TRUE(
       host.WaitForSyslog("Restoring DVS port: moving management interface nex0 to host-local port "
                          "hlp-DSwitch-Prod#0"));
   ExpectHas(host.ObsvLog(), {"obsv.user.merel.dvs.port.restored"});
-  // The switch has taken the adapters; the new port is open, the old one
-  // stays as the manager left it.
-  EXPECT_EQ(List({(*dvs)["uplinks"], port->value("blocked", true),
-                  Named((*dvs)["ports"], "12", "key")->value("blocked", false)}),
-            List({{"pnic0", "pnic1", "pnic2", "pnic3"}, false, true}));
 
   // The host refuses the next port: its text is logged and shown, and the
   // interface stays where it was.

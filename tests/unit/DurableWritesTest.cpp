@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "../common/CommandOutput.h"
 #include "DurableFile.h"
 #include "HostState.h"
 #include "SimHostTestSupport.h"
@@ -33,8 +34,8 @@ namespace fs = std::filesystem;
 // run is no longer killed, this only bounds it.
 constexpr int kMaxKillPoints = 60;
 
-const std::vector<std::string> kFiles = {"/etc/pam_matrix.passwd", "/etc/resolv.conf",
-                                         "/etc/hosts", "/etc/account-states/root"};
+const std::vector<std::string> kFiles = {"/etc/pam_matrix.passwd", "/etc/resolv.conf", "/etc/hosts",
+                                         "/etc/account-states/root"};
 
 std::string Quote(const std::string& text) {
   return "'" + text + "'";
@@ -55,18 +56,10 @@ int Shell(const std::string& command) {
   return std::system(command.c_str());
 }
 
-bool StraceWorks(std::string& why) {
-  TempDir dir;
-  int status = Shell("strace -f -qq -o /dev/null -e trace=write -e inject=write:signal=KILL:when=1 "
-                     "sh -c 'echo x > /dev/null' >/dev/null 2>" + dir.Path() + "/errors");
-  if (WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL)) {
-    return true;
-  }
-  why = ReadFile(dir.Path() + "/errors");
-  if (why.empty()) {
-    why = "strace could not kill a traced process (status " + std::to_string(status) + ")";
-  }
-  return false;
+// Whether the shell's status says its command was killed (by the shell's own
+// report, when the shell outlived it).
+bool Killed(int status) {
+  return WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL);
 }
 
 std::map<std::string, std::string> Snapshot(const std::string& root) {
@@ -79,11 +72,7 @@ std::map<std::string, std::string> Snapshot(const std::string& root) {
 
 bool OnlyAnEmptyPidFile(const std::string& folder) {
   std::error_code ignored;
-  int entries = 0;
-  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-    (void)entry;
-    ++entries;
-  }
+  const auto entries = std::distance(fs::directory_iterator(folder, ignored), {});
   return entries == 1 && fs::file_size(folder + "/pid", ignored) == 0;
 }
 
@@ -136,16 +125,6 @@ void RemoveUnclaimedPamWrapperFolders(const std::set<std::string>& unclaimed) {
   }
 }
 
-std::vector<std::string> Temporaries(const std::string& root) {
-  std::vector<std::string> found;
-  for (const auto& entry : fs::recursive_directory_iterator(root)) {
-    if (entry.path().string().ends_with(".tmp")) {
-      found.push_back(entry.path().string());
-    }
-  }
-  return found;
-}
-
 struct Change {
   const char* name;
   // The command, given the host root; run with MEREL_SIM_ROOT and pam_wrapper set.
@@ -167,24 +146,26 @@ const Change kChanges[] = {
 class DurableWritesTest : public ::testing::TestWithParam<Change> {};
 
 TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
-  std::string why;
-  if (!StraceWorks(why)) {
-    GTEST_SKIP() << "strace cannot trace here: " << why;
+  // strace must be able to kill a traced program at a write here.
+  const std::string probe = MerelTestCommon::CommandOutput(
+      "strace -f -qq -o /dev/null -e trace=write -e inject=write:signal=KILL:when=1 "
+      "sh -c 'echo x > /dev/null' 2>&1 >/dev/null; echo status $?");
+  if (!probe.ends_with("status " + std::to_string(128 + SIGKILL) + "\n")) {
+    GTEST_SKIP() << "strace cannot kill a traced process here: " << probe;
   }
   const Change& change = GetParam();
   TempDir dir;
   const std::string root = dir.Path() + "/root";
   const std::string pristine = dir.Path() + "/pristine";
+  const std::string environment = HostEnvironment(root);
   ASSERT_EQ(SimHostTest::RunSim("init " + Quote(root)), 0);
   if (std::string(change.name) == "Reset") {
     // Something for the reset to undo: another password, another name.
-    ASSERT_EQ(Shell(HostEnvironment(root) + Quote(MEREL_WRITE_DRIVER) +
-                    " passwd root merel changed >/dev/null 2>&1 && " + HostEnvironment(root) +
-                    Quote(MEREL_WRITE_DRIVER) + " apply"),
+    const std::string driver = environment + Quote(MEREL_WRITE_DRIVER);
+    ASSERT_EQ(Shell(driver + " passwd root merel changed >/dev/null 2>&1 && " + driver + " apply"),
               0);
   }
   ASSERT_EQ(Shell("cp -a " + Quote(root) + " " + Quote(pristine)), 0);
-  const std::string environment = HostEnvironment(root);
   const std::string command = environment + change.command(root) + " >/dev/null 2>&1";
   const auto before = Snapshot(root);
   ASSERT_EQ(Shell(command), 0) << command;
@@ -197,12 +178,11 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
     // Back to the old files; temporaries a kill left stay where they are.
     ASSERT_EQ(Shell("cp -a " + Quote(pristine) + "/. " + Quote(root)), 0);
     const std::string trace = dir.Path() + "/trace";
-    const int status = Shell(environment + "strace -f -qq -o " + Quote(trace) + " -e trace=write,mkdir "
-                             "-e inject=write:signal=KILL:when=" + std::to_string(n) + " " +
-                             change.command(root) + " >/dev/null 2>&1");
-    const bool wasKilled =
-        WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGKILL);
-    if (wasKilled) {
+    const int status = Shell(environment + "strace -f -qq -o " + Quote(trace) +
+                             " -e trace=write,mkdir "
+                             "-e inject=write:signal=KILL:when=" +
+                             std::to_string(n) + " " + change.command(root) + " >/dev/null 2>&1");
+    if (Killed(status)) {
       RemovePamWrapperFolders(trace, root, unclaimed);
     }
     const auto now = Snapshot(root);
@@ -215,7 +195,7 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
     std::string error;
     EXPECT_TRUE(Platform::HostStore(root).Read(state, error))
         << "killed at write " << n << ": " << error;
-    if (!wasKilled) {
+    if (!Killed(status)) {
       break;
     }
     ++killed;
@@ -226,7 +206,7 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
   ASSERT_EQ(Shell("cp -a " + Quote(pristine) + "/. " + Quote(root)), 0);
   ASSERT_EQ(Shell(command), 0) << command;
   EXPECT_EQ(Snapshot(root), after);
-  EXPECT_EQ(Temporaries(root), std::vector<std::string>{});
+  EXPECT_EQ(MerelTestCommon::CommandOutput("find " + Quote(root) + " -name '*.tmp'"), "");
   std::printf("%s: killed at each of its first %d writes\n", change.name, killed);
 }
 
@@ -243,13 +223,10 @@ TEST(DurableFileTest, ReplacesWholeAndTakesOverALeftoverTemporary) {
   std::string error;
   { std::ofstream(path + ".tmp") << "half of an earlier wri"; }
   ASSERT_TRUE(Platform::WriteFileDurably(path, "new\n", 0600, error)) << error;
-  EXPECT_EQ(ReadFile(path), "new\n");
-  EXPECT_FALSE(fs::exists(path + ".tmp"));
-  EXPECT_EQ(fs::status(path).permissions() & fs::perms::all,
-            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(std::tuple(ReadFile(path), fs::exists(path + ".tmp"), fs::status(path).permissions()),
+            std::tuple("new\n", false, fs::perms::owner_read | fs::perms::owner_write));
   EXPECT_FALSE(Platform::WriteFileDurably(dir.Path() + "/missing/file", "x", 0644, error));
-  EXPECT_NE(error.find("/missing/file: cannot write: No such file or directory"),
-            std::string::npos)
+  EXPECT_NE(error.find("/missing/file: cannot write: No such file or directory"), std::string::npos)
       << error;
 }
 

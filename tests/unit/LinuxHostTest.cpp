@@ -3,7 +3,6 @@
 // machine itself, except libvirt's test driver, which lives in the process).
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <tuple>
@@ -11,43 +10,30 @@
 #include <string>
 #include <vector>
 
+#include "../common/PciTree.h"
 #include "HostCtl/HostCtlException.h"
+#include "SimHostTestSupport.h"
 #include "backends/LinuxBackend.h"
 #include "backends/LinuxFacts.h"
 #include "backends/LinuxTools.h"
 #include "backends/LinuxVms.h"
-#include "../common/PciTree.h"
 
 namespace fs = std::filesystem;
 using namespace Platform;
 
 namespace {
 
-class Tree {
+// A scratch folder that stands for "/".
+class Tree : public SimHostTest::TempDir {
  public:
-  Tree() {
-    char pattern[] = "/tmp/merel-linux-XXXXXX";
-    _root = mkdtemp(pattern);
-  }
-  ~Tree() { fs::remove_all(_root); }
-  Tree(const Tree&) = delete;
-  Tree& operator=(const Tree&) = delete;
-  const std::string& Root() const { return _root; }
   void Write(const std::string& path, const std::string& text) const {
-    fs::create_directories(fs::path(_root + path).parent_path());
-    std::ofstream(_root + path) << text;
+    fs::create_directories(fs::path(Path() + path).parent_path());
+    std::ofstream(Path() + path) << text;
   }
   void Link(const std::string& path, const std::string& target) const {
-    fs::create_directories(fs::path(_root + path).parent_path());
-    fs::create_symlink(target, _root + path);
+    fs::create_directories(fs::path(Path() + path).parent_path());
+    fs::create_symlink(target, Path() + path);
   }
-  std::string Read(const std::string& path) const {
-    std::ifstream in(_root + path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
-
- private:
-  std::string _root;
 };
 
 std::string Join(const std::vector<std::string>& words) {
@@ -83,7 +69,7 @@ TEST(LinuxFacts, CpuCountsPackagesCoresAndThreads) {
     Tree tree;
     if (c.cpuinfo)
       tree.Write("/proc/cpuinfo", *c.cpuinfo);
-    const CpuState cpu = Linux::ReadCpu(tree.Root());
+    const CpuState cpu = Linux::ReadCpu(tree.Path());
     EXPECT_EQ(std::tuple(cpu.packages, cpu.coresPerPackage, cpu.threadsPerCore, cpu.description),
               std::tuple(c.packages, c.cores, c.threads, std::string(c.model)))
         << c.cpuinfo.value_or("(none)");
@@ -101,12 +87,12 @@ TEST(LinuxFacts, OsReleaseValuesAsTheFormatDefinesThem) {
   for (const auto& [line, value] : cases) {
     Tree tree;
     tree.Write("/etc/os-release", std::string("# comment\n") + line + "\n");
-    auto values = Linux::ReadOsRelease(tree.Root());
+    auto values = Linux::ReadOsRelease(tree.Path());
     EXPECT_EQ(values["NAME"], value) << line;
   }
   Tree tree;
   tree.Write("/usr/lib/os-release", "NAME=Fallback\nVERSION_ID=\"7\"\n");
-  auto values = Linux::ReadOsRelease(tree.Root());
+  auto values = Linux::ReadOsRelease(tree.Path());
   EXPECT_EQ(std::tuple(values["NAME"], values["VERSION_ID"]), std::tuple("Fallback", "7"));
 }
 
@@ -127,20 +113,18 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
   tree.Write(dir + "0000:02:00.0/vendor", "0x1234\n");
   tree.Write(dir + "0000:02:00.0/device", "0x0001\n");
 
-  const auto names = Linux::ReadPciNames(Linux::FindPciNames(tree.Root()));
-  const auto devices = Linux::ReadPciDevices(tree.Root(), names);
-  ASSERT_EQ(devices.size(), 3u);
-  auto fields = [](const PciDeviceState& d) {
-    return std::tuple(d.address, d.vendorName, d.deviceName, d.driver, d.group, d.passthrough);
-  };
-  EXPECT_EQ(fields(devices[0]), std::tuple("0000:00:19.0", "Intel Corporation",
-                                           "82574L Gigabit Network Connection", "e1000e", "7",
-                                           false));
-  // Known vendor, unknown device; ids in upper case still match.
-  EXPECT_EQ(fields(devices[1]),
-            std::tuple("0000:01:00.0", "NVIDIA Corporation", "Device 1eb8", "", "", true));
-  EXPECT_EQ(fields(devices[2]),
-            std::tuple("0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false));
+  const auto names = Linux::ReadPciNames(Linux::FindPciNames(tree.Path()));
+  const auto devices = Linux::ReadPciDevices(tree.Path(), names);
+  std::vector<std::tuple<std::string, std::string, std::string, std::string, std::string, bool>>
+      rows;
+  for (const auto& d : devices)
+    rows.emplace_back(d.address, d.vendorName, d.deviceName, d.driver, d.group, d.passthrough);
+  EXPECT_EQ(rows,
+            (decltype(rows){{"0000:00:19.0", "Intel Corporation",
+                             "82574L Gigabit Network Connection", "e1000e", "7", false},
+                            // Known vendor, unknown device; ids in upper case still match.
+                            {"0000:01:00.0", "NVIDIA Corporation", "Device 1eb8", "", "", true},
+                            {"0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false}}));
   // The class section must not be read as vendors.
   EXPECT_EQ(std::pair(names.vendors.count("C 02"), names.vendors.size()), std::pair(0ul, 2ul));
 }
@@ -166,7 +150,7 @@ TEST(LinuxFacts, WithoutNetlinkTheNetworkIsReadFromFiles) {
                                                           {"eno2", "192.168.2.10", 24, false},
                                                           {"eno2", "2001:db8::10", 64, true}};
   NetworkState network;
-  Linux::ReadNetwork(tree.Root(), addresses, network);
+  Linux::ReadNetwork(tree.Path(), addresses, network);
   ASSERT_EQ(std::pair(network.pnics.size(), network.nics.size()), std::pair(2ul, 1ul));
   EXPECT_EQ(network.pnics[1].speedMbps, 1000);
   const NexNicState& nic = network.nics[0];
@@ -180,15 +164,15 @@ TEST(LinuxFacts, WithoutNetlinkTheNetworkIsReadFromFiles) {
   ASSERT_EQ(network.vswitches.size(), 1u);
   EXPECT_EQ(network.vswitches[0].portGroups[0].name, nic.portGroup);
 
-  fs::remove(tree.Root() + "/proc/net/route");
+  fs::remove(tree.Path() + "/proc/net/route");
   NetworkState unrouted;
-  Linux::ReadNetwork(tree.Root(), {{"eno2", "10.1.1.1", 16, false}}, unrouted);
+  Linux::ReadNetwork(tree.Path(), {{"eno2", "10.1.1.1", 16, false}}, unrouted);
   ASSERT_EQ(unrouted.nics.size(), 1u);
   EXPECT_EQ(std::tuple(unrouted.nics[0].name, unrouted.nics[0].ipv4Netmask,
                        unrouted.routing.ipv4Gateway),
             std::tuple("eno2", "255.255.0.0", "0.0.0.0"));
   NetworkState none;
-  Linux::ReadNetwork(tree.Root() + "/nothing", {}, none);
+  Linux::ReadNetwork(tree.Path() + "/nothing", {}, none);
   EXPECT_TRUE(none.nics.empty());
 }
 
@@ -261,7 +245,7 @@ TEST(LinuxTools, ConfigurationNamesUnitsAgentsAndTheShutdownWait) {
   tree.Write("/merel.conf",
              "# units\nssh-unit = sshd.service\nagents = a.service  b.service # two\n"
              "shell-unit =\nnonsense\n");
-  const Linux::Config config = Linux::ReadConfig(tree.Root() + "/merel.conf");
+  const Linux::Config config = Linux::ReadConfig(tree.Path() + "/merel.conf");
   // An empty value keeps the default.
   EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit,
                        config.hostCertificate),
@@ -271,13 +255,13 @@ TEST(LinuxTools, ConfigurationNamesUnitsAgentsAndTheShutdownWait) {
   for (const auto& [file, used] : {std::pair("relative.pem", "/etc/pki/libvirt/servercert.pem"),
                                    std::pair(ssl.c_str(), ssl.c_str())}) {
     tree.Write("/merel.conf", std::string("host-certificate = ") + file + "\n");
-    EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").hostCertificate, used);
+    EXPECT_EQ(Linux::ReadConfig(tree.Path() + "/merel.conf").hostCertificate, used);
   }
   // The guests' shutdown wait, in seconds up to an hour; else the default.
   for (const auto& [value, wait] : {std::pair("0", 0), {"3600", 3600}, {"3601", 120}, {"-5", 120},
                                     {"2m", 120}, {"99999999999", 120}, {"", 120}}) {
     tree.Write("/merel.conf", std::string("vm-shutdown-wait = ") + value + "\n");
-    EXPECT_EQ(Linux::ReadConfig(tree.Root() + "/merel.conf").vmShutdownWait, wait) << value;
+    EXPECT_EQ(Linux::ReadConfig(tree.Path() + "/merel.conf").vmShutdownWait, wait) << value;
   }
 }
 
@@ -316,15 +300,15 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
     tree.Write("/etc/machine-id", named(c.machineId) + "\n");
     for (const auto& file : c.files)
       tree.Write(named(file), "x");
-    EXPECT_EQ(Linux::LogFile(tree.Root(), c.asked), named(c.found))
+    EXPECT_EQ(Linux::LogFile(tree.Path(), c.asked), named(c.found))
         << c.asked << " " << Join(c.files);
   }
   Tree tree;
-  LinuxBackend backend(tree.Root(), "1");
+  LinuxBackend backend(tree.Path(), "1");
   for (const auto& [asked, found] :
        {std::pair("/etc/ostrel/ssl/host.crt", "/etc/pki/libvirt/servercert.pem"),
         {"/etc/ssh/x", "/etc/ssh/x"}})
-    EXPECT_EQ(backend.HostPath(asked), tree.Root() + found);
+    EXPECT_EQ(backend.HostPath(asked), tree.Path() + found);
   EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
 }
 
@@ -335,7 +319,7 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
 TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   Tree tree;
   tree.Write("/etc/hostname", "from-file\n");
-  EXPECT_EQ(Linux::ReadHostname(tree.Root()), "from-file");
+  EXPECT_EQ(Linux::ReadHostname(tree.Path()), "from-file");
   tree.Write("/proc/sys/kernel/hostname", "kvm-host-3\n");
   tree.Write("/proc/sys/kernel/osrelease", "6.1.0-18-amd64\n");
   tree.Write("/etc/os-release", "NAME=\"Debian GNU/Linux\"\nVERSION_ID=\"12\"\n");
@@ -348,7 +332,7 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
   tree.Write("/sys/class/scsi_host/host0/proc_name", "ahci\n");
   tree.Write("/sys/class/nvme/nvme0/model", "Fast SSD  \n");
   tree.Write("/sys/class/nvme/nvme0/firmware_rev", "1.0\n");
-  LinuxBackend backend(tree.Root(), "1.2.3");
+  LinuxBackend backend(tree.Path(), "1.2.3");
   const HostState state = backend.Load();
   EXPECT_EQ(std::tuple(state.network.dns.hostname, state.product.name, state.product.version,
                        state.product.build, state.product.kernelVersion),
@@ -370,14 +354,14 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
 // the default.
 TEST(LinuxBackend, OtherChangesAreRefusedAndBadOptionsKeepTheDefault) {
   Tree tree;
-  fs::create_directories(tree.Root() + "/etc");
-  LinuxBackend backend(tree.Root(), "1");
+  fs::create_directories(tree.Path() + "/etc");
+  LinuxBackend backend(tree.Path(), "1");
   EXPECT_THROW(backend.Modify([](HostState& s) {
     FindOption(s, "/UserVars/MerelTimeOut")->value = 120;
     s.network.dns.hostname = "renamed";
   }),
                HostCtl::Lib::HostCtlException);
-  EXPECT_FALSE(fs::exists(tree.Root() + "/etc/merel/options"));
+  EXPECT_FALSE(fs::exists(tree.Path() + "/etc/merel/options"));
   tree.Write("/etc/merel/options",
              "/UserVars/MerelTimeOut = 99999999\n/UserVars/TarvikShellTimeOut = 3x\n");
   const HostState state = backend.Load();
@@ -401,20 +385,16 @@ TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
     EXPECT_EQ(Linux::ParseDeviceList(c.text), c.addresses) << c.text;
 }
 
-// The PCI tree, and systemctl as a recorder of its calls.
-void WritePciTree(const Tree& tree) {
-  MerelTestTrees::WritePciTree(tree.Root() + "/sys/bus/pci", tree.Root() + "/sys/kernel/iommu_groups",
-                               true);
-  tree.Write("/bin/systemctl", "#!/bin/sh\necho \"$*\" >> \"$(dirname \"$0\")/../calls\"\n");
-  fs::permissions(tree.Root() + "/bin/systemctl", fs::perms::owner_all);
-}
-
 // Saving the list and enabling the boot step are read off the real console
 // by the Linux DriverVM screen test; here what is read back afterwards.
 TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
   Tree tree;
-  WritePciTree(tree);
-  LinuxBackend backend(tree.Root(), "1");
+  MerelTestTrees::WritePciTree(tree.Path() + "/sys/bus/pci",
+                               tree.Path() + "/sys/kernel/iommu_groups", true);
+  // systemctl, which enables the boot step, as a recorder of its calls.
+  tree.Write("/bin/systemctl", "#!/bin/sh\necho \"$*\" >> \"$(dirname \"$0\")/../calls\"\n");
+  fs::permissions(tree.Path() + "/bin/systemctl", fs::perms::owner_all);
+  LinuxBackend backend(tree.Path(), "1");
   ASSERT_EQ(backend.Load().hardware.pciDevices.size(), 4u);
   backend.Modify([](HostState& s) {
     s.hardware.pciDevices[2].passthroughAfterReboot = 1;
@@ -425,14 +405,12 @@ TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
                       state.hardware.pciDevices[1].passthroughAfterReboot),
             std::tuple(1, -1));
 
-  // Handed back: the list empties, and a device bound to vfio-pci now
-  // stays with the DriverVM only while it is listed.
+  // Handed back: the list empties, so a device bound to vfio-pci now goes
+  // back to the host at the next boot.
   backend.Modify([](HostState& s) {
     s.hardware.pciDevices[2].passthroughAfterReboot = 0;
     s.hardware.pciDevices[3].passthroughAfterReboot = 0;
   });
-  EXPECT_EQ(Linux::ParseDeviceList(tree.Read("/etc/merel/driver-vm-devices")),
-            std::vector<std::string>{});
   tree.Link("/sys/bus/pci/devices/0000:01:00.0/driver", "../../drivers/vfio-pci");
   state = backend.Load();
   EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthrough,
@@ -442,7 +420,7 @@ TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
 
 TEST(LinuxBackend, RefusedProgramsDoNotStart) {
   Tree tree;
-  LinuxBackend backend(tree.Root(), "1");
+  LinuxBackend backend(tree.Path(), "1");
   char* const argv[] = {const_cast<char*>("poweroff"), nullptr};
   EXPECT_EQ(backend.Spawn("/sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
   EXPECT_EQ(backend.System("/sbin/configReset.sh"), -1);

@@ -14,14 +14,6 @@
 namespace Merel {
 namespace {
 
-std::vector<std::string> Listed(const std::vector<std::string>& names) {
-  std::vector<std::string> listed;
-  for (size_t at : AdaptersDialog::ListingOrder(names)) {
-    listed.push_back(names[at]);
-  }
-  return listed;
-}
-
 // The list is sorted once; the result is the order ComesBefore defines.
 TEST(AdapterListTest, ListingOrderSortsOnce) {
   const struct {
@@ -39,7 +31,11 @@ TEST(AdapterListTest, ListingOrderSortsOnce) {
       {{}, {}},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(Listed(c.names), c.listed);
+    std::vector<std::string> listed;
+    for (size_t at : AdaptersDialog::ListingOrder(c.names)) {
+      listed.push_back(c.names[at]);
+    }
+    EXPECT_EQ(listed, c.listed);
   }
 }
 

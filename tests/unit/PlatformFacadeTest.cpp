@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -34,12 +35,6 @@ using SimHostTest::SimRoot;
 namespace Net = NexCtl::Network;
 const char kStack[] = "defaultNetStack";
 
-std::unique_ptr<HostCtl::Network::NexNic> Management() {
-  Net::NetworkInfoImpl network;
-  network.UpdateManagementInterface();
-  return network.GetManagementInterface();
-}
-
 std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
   std::vector<std::string> texts;
   for (const auto& n : networks)
@@ -53,7 +48,9 @@ std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
 // those automatic addresses into static ones. Invalid settings are refused.
 TEST(PlatformFacadeTest, ManagementSettingsKeepStaticAddressesAndRefuseBadValues) {
   SimRoot root;
-  auto nic = Management();
+  Net::NetworkInfoImpl network;
+  network.UpdateManagementInterface();
+  auto nic = network.GetManagementInterface();
   IpConfig settings, live;
   nic->GetIpConfigs(settings, live);
   EXPECT_EQ(Texts(settings.GetIpv6Network()),
@@ -87,8 +84,9 @@ TEST(PlatformFacadeTest, DnsNamesAndServersAreReadAndWrittenThrough) {
   dns.RemoveNameServers();
   dns.AddNameServer(Ipv4Address("10.0.0.1"));
   dns.AddNameServer(Ipv6Address("fe80::1"));  // goes to the IPv6 list
-  EXPECT_EQ(dns.GetNameServers().size(), 1u);
-  EXPECT_EQ(dns.GetIpv6NameServers().at(0).GetStringAddress(), "fe80::1");
+  EXPECT_EQ(
+      std::pair(dns.GetNameServers().size(), dns.GetIpv6NameServers().at(0).GetStringAddress()),
+      std::pair(size_t{1}, std::string("fe80::1")));
   dns.SaveConfig();
   EXPECT_EQ(root.File("/etc/resolv.conf"),
             "domain corp.test\nsearch corp.test a.com\nnameserver 10.0.0.1\nnameserver fe80::1\n");
@@ -199,9 +197,7 @@ TEST(ReadScopeTest, AnUnreadableHostFailsEveryCall) {
   Hostname();
   // Replaced by something that is not a host state at all.
   { std::ofstream(root.Path() + "/host.json.new") << "not json"; }
-  ASSERT_EQ(
-      std::rename((root.Path() + "/host.json.new").c_str(), (root.Path() + "/host.json").c_str()),
-      0);
+  std::filesystem::rename(root.Path() + "/host.json.new", root.Path() + "/host.json");
   EXPECT_THROW(Hostname(), HostCtl::Lib::HostCtlException);
   EXPECT_THROW(Hostname(), HostCtl::Lib::HostCtlException);
 }

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -63,17 +62,34 @@ TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
   saved ? setenv("LESSSECURE", saved->c_str(), 1) : unsetenv("LESSSECURE");
 }
 
-TEST(WelcomeTest, MemoryRoundedToOneDecimalInTheStreamsDefaultForm) {
+// The welcome screen rounds the memory to one decimal in the stream's default
+// form; the host-information getter truncates, and shows a remainder's first
+// digit even when it is 0.
+TEST(MemoryTextTest, WelcomeRoundsTheGetterTruncates) {
   constexpr uint64_t kMiB = uint64_t{1} << 20, kGiB = uint64_t{1} << 30;
-  const std::pair<uint64_t, const char*> cases[] = {
-      {kGiB - 1, "1024 MiB Memory"},  // just below 1 GiB: rounds up, the unit stays
-      {kGiB + 100 * kMiB, "1.1 GiB Memory"},  // 1.098 rounds up, unlike the getter
-      {8 * kGiB, "8 GiB Memory"}, {kGiB, "1 GiB Memory"}, {1536 * kMiB, "1.5 GiB Memory"},
-      {8368128ull * 4096, "31.9 GiB Memory"}, {512 * kMiB, "512 MiB Memory"},
-      {uint64_t{3} << 40, "3 TiB Memory"}, {uint64_t{1} << 60, "1024 PiB Memory"},
+  const struct {
+    uint64_t bytes;
+    const char *welcome, *getter;
+  } cases[] = {
+      // Just below 1 GiB the welcome rounds up and its unit stays; the getter
+      // never rounds up to 1 GB.
+      {kGiB - 1, "1024 MiB Memory", "1023.9 MB"},
+      {kGiB, "1 GiB Memory", "1 GB"},
+      {kGiB + kMiB, "1 GiB Memory", "1.0 GB"},
+      {kGiB + 100 * kMiB, "1.1 GiB Memory", "1.0 GB"},  // 1.098
+      {8 * kGiB, "8 GiB Memory", "8 GB"},
+      {1536 * kMiB, "1.5 GiB Memory", "1.5 GB"},
+      {8368128ull * 4096, "31.9 GiB Memory", "31.9 GB"},  // 31.92 GiB: the demo host
+      {512 * kMiB, "512 MiB Memory", "512 MB"},
+      {512 * 1024, "0.5 MiB Memory", "0.5 MB"},  // below a MiB the unit stays
+      {uint64_t{3} << 40, "3 TiB Memory", "3 TB"},
+      {uint64_t{1} << 60, "1024 PiB Memory", "1024 PB"},  // P is the last unit
   };
-  for (const auto& [bytes, text] : cases) {
-    EXPECT_EQ(WelcomeWindow::FormatMemory(bytes), text) << bytes;
+  for (const auto& c : cases) {
+    EXPECT_EQ(
+        std::pair(WelcomeWindow::FormatMemory(c.bytes), HostInformation::FormatMemory(c.bytes)),
+        std::pair(std::string(c.welcome), std::string(c.getter)))
+        << c.bytes;
   }
 }
 
@@ -104,7 +120,7 @@ TEST(SupportInformationTest, PlainTextCutToTheWidth) {
       {"alpha beta gamma", 10, {"alpha beta", "gamma"}},
       {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}},
       {"a\tb", 20, {"a       b"}},
-      {"a\r\nb\x01" "c\r\n", 20, {"a", "bc"}},  // carriage returns and controls dropped
+      {"a\r\nb\001c\r\n", 20, {"a", "bc"}},  // carriage returns and controls dropped
       {"{color:red}x{/color}", 40, {"{color:red}x{/color}"}},
       {"ab\xc3\xa9", 3, {"ab", "\xc3\xa9"}},  // a character is not split
       {"", 10, {}},
@@ -154,22 +170,6 @@ TEST(StringFactoryTest, ProductLineIsAskedForAgainWhileTheHostCannotBeRead) {
 // back to.
 namespace Info = HostInformation;
 
-TEST(HostInformationMemory, TruncatesToOneDecimal) {
-  constexpr uint64_t kMiB = uint64_t{1} << 20, kGiB = uint64_t{1} << 30;
-  const std::pair<uint64_t, const char*> cases[] = {
-      {kGiB, "1 GB"},
-      {8368128ull * 4096, "31.9 GB"},  // 31.92 GiB: the demo host
-      {kGiB - 1, "1023.9 MB"},         // truncated, never rounded up to 1 GB
-      {kGiB + kMiB, "1.0 GB"},         // a remainder shows its first digit, even 0
-      {512 * 1024, "0.5 MB"},          // below a MiB the unit stays M
-      {uint64_t{1} << 40, "1 TB"},
-      {uint64_t{1} << 60, "1024 PB"},  // P is the last unit
-  };
-  for (const auto& [bytes, text] : cases) {
-    EXPECT_EQ(Info::FormatMemory(bytes), text) << bytes;
-  }
-}
-
 class HostInformationOnSimHost : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -178,9 +178,6 @@ class HostInformationOnSimHost : public ::testing::Test {
   }
   void TearDown() override { Info::ForgetCachedValues(); }
 
-  void Change(const std::function<void(Platform::HostState&)>& change) {
-    Platform::Current().Modify(change);
-  }
   std::string Path(const std::string& hostPath) const { return _root.Path() + hostPath; }
   std::string Syslog() const { return _root.File("/var/log/syslog.log"); }
 
@@ -190,7 +187,7 @@ class HostInformationOnSimHost : public ::testing::Test {
 // The name with its domain, and the address, are seen on the welcome screens;
 // without a management interface the address is all zeros.
 TEST_F(HostInformationOnSimHost, IpWithoutAManagementInterfaceIsZeros) {
-  Change([](Platform::HostState& s) { s.network.nics.clear(); });
+  Platform::Current().Modify([](Platform::HostState& s) { s.network.nics.clear(); });
   EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
 }
 
@@ -198,14 +195,16 @@ TEST_F(HostInformationOnSimHost, IpWithoutAManagementInterfaceIsZeros) {
 // a missing file gives an empty value (and, for a key, a log line).
 TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
   const std::string cert = Path("/etc/ostrel/ssl/host.crt");
-  const std::string sha1 = MerelTestCommon::CommandOutput("openssl x509 -in '" + cert + "' -noout -fingerprint -sha1");
+  const std::string sha1 =
+      MerelTestCommon::CommandOutput("openssl x509 -in '" + cert + "' -noout -fingerprint -sha1");
   ASSERT_NE(sha1.find('='), std::string::npos) << sha1;
   const std::string thumbprint = sha1.substr(sha1.find('=') + 1, 59);
   EXPECT_EQ(Info::GetSSLThumbprintValue(), thumbprint);
   for (const std::string label : {"SHA1", "sha1"}) {  // OpenSSL 1 and 3
     EXPECT_EQ(Info::ParseSslFingerprint(label + sha1.substr(4)), thumbprint);
   }
-  std::istringstream rsa(MerelTestCommon::CommandOutput("ssh-keygen -l -f '" + Path("/etc/ssh/ssh_host_rsa_key") + "'"));
+  std::istringstream rsa(MerelTestCommon::CommandOutput("ssh-keygen -l -f '" +
+                                                        Path("/etc/ssh/ssh_host_rsa_key") + "'"));
   std::string bits, fingerprint;
   rsa >> bits >> fingerprint;
   ASSERT_EQ(fingerprint.rfind("SHA256:", 0), 0u);
@@ -224,32 +223,23 @@ TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
 
 // What the host does not know is "N/A", never an empty field.
 TEST_F(HostInformationOnSimHost, FirmwareAndTagsOrNotAvailable) {
-  const struct {
-    std::string (*get)();
-    const char* demo;
-  } cases[] = {
-      {Info::GetBIOSVersion, "Kestrel Systems (2.19) 2.19.1"},
-      {Info::GetBMCVersion, "4.40.40.00"},
-      {Info::GetPLSAVersion, "25.5.9.0001"},  // hba0, not hba1
-      {Info::GetAssetTag, "LAB-0042"},
-      {Info::GetServiceTag, "7RBY4M2"},
+  const auto values = [] {
+    return std::vector{Info::GetBIOSVersion(),   Info::GetBMCVersion(), Info::GetPLSAVersion(),
+                       Info::GetAssetTag(),      Info::GetServiceTag(), Info::GetCPLDVersion(),
+                       Info::GetVersionString(5)};
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.get(), c.demo);
-  }
-  EXPECT_EQ(Info::GetCPLDVersion(), "N/A");
+  EXPECT_EQ(values(), (std::vector<std::string>{"Kestrel Systems (2.19) 2.19.1", "4.40.40.00",
+                                                "25.5.9.0001",  // hba0, not hba1
+                                                "LAB-0042", "7RBY4M2", "N/A", "N/A"}));
   EXPECT_EQ(Info::GetSystemMemory(), "31.9 GB");
-  Change([](Platform::HostState& s) {
+  Platform::Current().Modify([](Platform::HostState& s) {
     s.hardware.bios = {};
     s.hardware.bmcVersion = "";
     s.hardware.assetTag = "";
     s.hardware.serviceTag = "";
     s.hardware.storageAdapters.erase(s.hardware.storageAdapters.begin());  // no hba0
   });
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.get(), "N/A") << c.demo;
-  }
-  EXPECT_EQ(Info::GetVersionString(5), "N/A");
+  EXPECT_EQ(values(), std::vector<std::string>(7, "N/A"));
   EXPECT_NE(Syslog().find("user.err Invalid version id: 5 requested"), std::string::npos);
 }
 

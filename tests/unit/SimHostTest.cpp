@@ -112,9 +112,11 @@ TEST(PlatformSimBackendTest, PoweroffKillsOnlyTheConsole) {
   }
   std::ofstream(root.Path() + "/var/run/merel.pid") << pid;
   usleep(50000);  // let it exec, so its name is its program's
-  EXPECT_EQ(ExitCode(Platform::System("poweroff")), 0);
-  EXPECT_EQ(Platform::Current().Load().powerState, "off");
-  EXPECT_EQ(waitpid(pid, nullptr, WNOHANG), 0);  // still running
+  const int status = ExitCode(Platform::System("poweroff"));
+  // The last: the process is still running.
+  EXPECT_EQ(
+      std::tuple(status, Platform::Current().Load().powerState, waitpid(pid, nullptr, WNOHANG)),
+      std::tuple(0, "off", 0));
   kill(pid, SIGKILL);
   waitpid(pid, nullptr, 0);
 }
@@ -195,12 +197,13 @@ std::vector<std::string> Words(const std::string& line) {
   return words;
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
+// A log's records, one a line, each as its words.
+std::vector<std::vector<std::string>> Records(const std::string& text) {
+  std::vector<std::vector<std::string>> records;
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);)
-    lines.push_back(line);
-  return lines;
+    records.push_back(Words(line));
+  return records;
 }
 
 // A login name is typed by whoever sits at the console. Whatever it holds,
@@ -224,40 +227,38 @@ TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
     std::ofstream(root.Path() + "/var/log/syslog.log", std::ios::trunc);
 
     AuditLog_Session("login.connect", value.c_str(), 0, "reason", value.c_str());
-    auto audit = Lines(root.File("/var/log/audit.log"));
-    ASSERT_EQ(audit.size(), 1u) << root.File("/var/log/audit.log");
-    auto words = Words(audit[0]);
-    ASSERT_FALSE(words.empty());
-    EXPECT_EQ(std::vector(words.begin() + 1, words.end()),
-              (std::vector<std::string>{"login.connect", "user=" + value, "success=0",
-                                        "reason=" + value}))
-        << audit[0];
+    // The first word is the time.
+    auto audit = Records(root.File("/var/log/audit.log"));
+    ASSERT_TRUE(audit.size() == 1 && !audit[0].empty()) << root.File("/var/log/audit.log");
+    audit[0][0] = "time";
+    EXPECT_EQ(audit[0], (std::vector<std::string>{"time", "login.connect", "user=" + value,
+                                                  "success=0", "reason=" + value}));
 
     ASSERT_EQ(ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Authentication of user "
                                   "%s failed",
                                   value.c_str()),
               0);
-    auto events = Lines(root.File("/var/log/obsvd.log"));
-    ASSERT_EQ(events.size(), 1u) << root.File("/var/log/obsvd.log");
-    std::string prefix = " [obsv.user.merel.login.failed] ";
-    size_t at = events[0].find(prefix);
-    ASSERT_NE(at, std::string::npos) << events[0];
-    EXPECT_EQ(Unescape(events[0].substr(at + prefix.size())),
-              "Authentication of user " + value + " failed");
+    const std::string events = root.File("/var/log/obsvd.log");
+    ASSERT_EQ(std::count(events.begin(), events.end(), '\n'), 1) << events;
+    const std::string prefix = " [obsv.user.merel.login.failed] ";
+    const size_t at = events.find(prefix);
+    ASSERT_NE(at, std::string::npos) << events;
+    EXPECT_EQ(Unescape(events.substr(at + prefix.size())),
+              "Authentication of user " + value + " failed\n");
 
     Platform::OpenLog("MEREL", LOG_PID, LOG_AUTH);
     Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", value.c_str());
     std::string syslog = root.File("/var/log/syslog.log");
-    ASSERT_EQ(Lines(syslog).size(), 1u) << syslog;
-    EXPECT_TRUE(std::none_of(syslog.begin(), syslog.end() - 1, [](unsigned char c) {
-      return c < 0x20 || c == 0x7f;
-    })) << syslog;
+    EXPECT_TRUE(syslog.ends_with('\n') &&
+                std::none_of(syslog.begin(), syslog.end() - 1,
+                             [](unsigned char c) { return c < 0x20 || c == 0x7f; }))
+        << syslog;
 
-    std::vector<std::string> invocation = {"rovi-cmd", "-U", value, "internalsvc/refresh"};
     RunTool({"/bin/rovi-cmd", "-U", value, "internalsvc/refresh"});
-    auto tools = Lines(root.File("/var/log/tools.log"));
-    ASSERT_EQ(tools.size(), 1u) << root.File("/var/log/tools.log");
-    EXPECT_EQ(Words(tools[0]), invocation) << tools[0];
+    EXPECT_EQ(
+        Records(root.File("/var/log/tools.log")),
+        (std::vector<std::vector<std::string>>{{"rovi-cmd", "-U", value, "internalsvc/refresh"}}))
+        << root.File("/var/log/tools.log");
   };
   for (const std::string& value : hostile) {
     SCOPED_TRACE(::testing::Message() << "value " << ::testing::PrintToString(value));

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "../common/CommandOutput.h"
 #include "Platform.h"
 #include "backends/SimBackend.h"
 
@@ -40,16 +41,15 @@ inline int ExitCode(int status) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Runs merel-sim with `args`; returns its exit status and its standard
+// Runs merel-sim with `args`: 0 when it succeeded, else 1, with its standard
 // error in `errors`.
 inline int RunSim(const std::string& args, std::string* errors = nullptr) {
-  TempDir dir;
-  std::string command =
-      std::string("'") + MEREL_SIM_BIN + "' " + args + " >/dev/null 2>" + dir.Path() + "/errors";
-  int status = std::system(command.c_str());
+  bool ok = false;
+  const std::string output = MerelTestCommon::CommandOutput(
+      std::string("'") + MEREL_SIM_BIN + "' " + args + " 2>&1 >/dev/null", &ok);
   if (errors)
-    *errors = ReadFile(dir.Path() + "/errors");
-  return ExitCode(status);
+    *errors = output;
+  return ok ? 0 : 1;
 }
 
 // A host root made from a fixture under tests/fixtures/hosts (or the demo

@@ -1,11 +1,8 @@
 // The key table and the escape delay on real curses, and the terminal given back on an abort.
 
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <termios.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <optional>
@@ -59,45 +56,21 @@ TEST(KeyInputTest, EverySequenceArrivesAsItsKeyOnEveryTerminal) {
 // An exception nobody catches still ends the process abnormally, but with
 // the terminal given back: line modes as curses found them.
 TEST(TerminateTest, UncaughtExceptionRestoresTheTerminalBeforeAborting) {
-  int master = -1, slave = -1;
-  struct winsize size = {25, 80, 0, 0};
-  ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, &size), 0);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    close(master);
-    dup2(slave, STDIN_FILENO);
-    dup2(slave, STDOUT_FILENO);
-    FILE* out = fdopen(dup(slave), "w");
-    FILE* in = fdopen(dup(slave), "r");
-    if (newterm("xterm", out, in) == nullptr) {
-      _exit(2);
-    }
-    cbreak();
-    noecho();
-    refresh();
-    RestoreTerminalOnTerminate();
-    // The test framework would catch it here; a thread's exception has
-    // nobody to catch it.
-    std::thread([] { throw std::runtime_error("nobody catches this"); }).join();
-    _exit(1);
-  }
-  close(slave);
-  // The child's output must not fill the pty while it starts.
-  std::thread drain([master] {
-    char buffer[4096];
-    while (read(master, buffer, sizeof buffer) > 0 || errno == EINTR) {
-    }
-  });
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
+  // A forked child, so that it shares this test's terminal and its curses.
+  GTEST_FLAG_SET(death_test_style, "fast");
+  CursesScreen screen("xterm");
+  ASSERT_TRUE(screen.Ok());
+  // The test framework would catch it here; a thread's exception has nobody
+  // to catch it.
+  EXPECT_EXIT(
+      {
+        RestoreTerminalOnTerminate();
+        std::thread([] { throw std::runtime_error("nobody catches this"); }).join();
+      },
+      testing::KilledBySignal(SIGABRT), "nobody catches this");
   struct termios modes = {};
-  EXPECT_EQ(tcgetattr(master, &modes), 0);
-  drain.join();  // ends once nobody holds the terminal side
-  close(master);
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
-  EXPECT_TRUE(modes.c_lflag & ECHO) << "echo left off";
-  EXPECT_TRUE(modes.c_lflag & ICANON) << "canonical input left off";
+  ASSERT_EQ(tcgetattr(screen.Slave(), &modes), 0);
+  EXPECT_EQ(modes.c_lflag & (ECHO | ICANON), tcflag_t{ECHO | ICANON}) << "line modes left off";
 }
 
 }  // namespace

@@ -71,6 +71,15 @@ TEST(TextAreaLayoutTest, Table) {
   EXPECT_NO_THROW(TextArea::Layout("{align:padding:99999999999}ab{/align} cd ef", 4, kVariables));
 }
 
+// What the area shows, row by row.
+std::vector<std::string> Rows(const TextArea& area) {
+  std::vector<std::string> rows;
+  for (int y = 0; y < area.GetHeight(); ++y) {
+    rows.push_back(CursesScreen::RowText(area.GetWindow(), y));
+  }
+  return rows;
+}
+
 // The rows an area shows, and which colours cells of its first row carry
 // (read back from the window, and the pair must really show those colours).
 TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
@@ -120,9 +129,7 @@ TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
       area->AppendText(c.append);
       area->Draw(c.active);
       WINDOW* w = area->GetWindow();
-      for (int y = 0; y < c.height; ++y) {
-        EXPECT_EQ(CursesScreen::RowText(w, y), c.rows[y]) << term << " " << c.text;
-      }
+      EXPECT_EQ(Rows(*area), c.rows) << term << " " << c.text;
       EXPECT_EQ(CursesScreen::RowText(parent.GetWindow(), c.height).substr(0, 10), Blanks(10));
       for (const Span& span : c.spans) {
         for (int x = span.from; x < span.to; ++x) {
@@ -165,8 +172,8 @@ TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
     const attr_t expected[] = {c.grey, c.plain, c.selected, c.plain};
     for (int x = 0; x < 4; ++x) {
       const MerelTest::Cell cell = CursesScreen::CellAt(area->GetWindow(), x, 0);
-      EXPECT_EQ(cell.attributes & kShown, expected[x]) << c.term << " " << c.background << " " << x;
-      EXPECT_EQ(cell.pair, 0);
+      EXPECT_EQ(std::pair(cell.attributes & kShown, cell.pair), std::pair(expected[x], 0))
+          << c.term << " " << c.background << " " << x;
     }
   }
 }
@@ -187,14 +194,6 @@ std::vector<std::string> NumberedRows(int top, int rows, int lines) {
     shown.push_back(i < lines ? "line " + std::to_string(i) + Blanks(4 - (i >= 10)) : Blanks(10));
   }
   return shown;
-}
-
-std::vector<std::string> Rows(const TextArea& area) {
-  std::vector<std::string> rows;
-  for (int y = 0; y < area.GetHeight(); ++y) {
-    rows.push_back(CursesScreen::RowText(area.GetWindow(), y));
-  }
-  return rows;
 }
 
 class TextAreaScrollTest : public testing::Test {
@@ -224,8 +223,7 @@ TEST_F(TextAreaScrollTest, ScrollsWithCursesAndDrawsOnlyTheLinesThatComeIntoView
     ASSERT_TRUE(area.ScrollBy(c.step));
     std::vector<std::string> expected = NumberedRows(c.start + c.step, 4, 12);
     for (int y = 0; y < 4; ++y) {
-      const bool stayed = y + c.step >= 0 && y + c.step < 4;
-      if (stayed) {
+      if (y + c.step >= 0 && y + c.step < 4) {  // the line stayed in view
         expected[y][9] = '*';
       }
     }
@@ -245,9 +243,9 @@ TEST_F(TextAreaScrollTest, NewLinesKeepColoursOpenedAboveThem) {
   area.ScrollBy(1);
   EXPECT_EQ(Rows(area), (std::vector<std::string>{"cd" + Blanks(8), "e" + Blanks(9)}));
   const auto pairAt = [&](int x, int y) { return CursesScreen::CellAt(area.GetWindow(), x, y).pair; };
-  EXPECT_EQ(pairAt(0, 0), CursesScreen::PairOf(ColorAttr(kYellow, kRed)));
-  EXPECT_EQ(pairAt(1, 0), CursesScreen::PairOf(ColorAttr(kYellow, kWhite)));
-  EXPECT_EQ(pairAt(0, 1), CursesScreen::PairOf(ColorAttr(kYellow, kWhite)));
+  const int red = CursesScreen::PairOf(ColorAttr(kYellow, kRed));
+  const int white = CursesScreen::PairOf(ColorAttr(kYellow, kWhite));
+  EXPECT_EQ(std::tuple(pairAt(0, 0), pairAt(1, 0), pairAt(0, 1)), std::tuple(red, white, white));
 }
 
 TEST_F(TextAreaScrollTest, SettingOrAppendingTextGoesBackToTheTop) {
@@ -255,12 +253,10 @@ TEST_F(TextAreaScrollTest, SettingOrAppendingTextGoesBackToTheTop) {
   area.SetText(NumberedLines(8));
   area.ScrollBy(4);
   area.AppendText("\nline 8");
-  EXPECT_EQ(area.GetScroll(), 0);
-  EXPECT_EQ(Rows(area), NumberedRows(0, 3, 9));
+  EXPECT_EQ(std::pair(area.GetScroll(), Rows(area)), std::pair(0, NumberedRows(0, 3, 9)));
   area.ScrollBy(2);
   area.SetText(NumberedLines(8));
-  EXPECT_EQ(area.GetScroll(), 0);
-  EXPECT_EQ(Rows(area), NumberedRows(0, 3, 8));
+  EXPECT_EQ(std::pair(area.GetScroll(), Rows(area)), std::pair(0, NumberedRows(0, 3, 8)));
   area.SetText(NumberedLines(2));  // text that fits never moves
   EXPECT_FALSE(area.ScrollBy(1));
   EXPECT_EQ(area.GetScroll(), 0);
