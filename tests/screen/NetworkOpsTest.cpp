@@ -84,11 +84,12 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   SimHost host("static-ipv4");
   ModifyHost(host, [](nlohmann::json& state) { state["network"]["reachable"] = {"10.20.30.2"}; });
   const std::string hosts = host.ReadFile("/etc/hosts");
+  const std::string leftover = c.leftoverBackup ? "# kept from an earlier run\n" : "";
   auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
   if (c.leftoverBackup) {
     // Made while the console runs (a console that starts puts a backup
     // back over the hosts file).
-    host.WriteFile("/etc/hosts.backup", "# kept from an earlier run\n");
+    host.WriteFile("/etc/hosts.backup", leftover);
   }
   if (c.hostname != nullptr) {
     ReplaceHostname(*console, c.hostname);
@@ -108,11 +109,11 @@ TEST_P(NetworkTestRun, ShowsAVerdictForEachStep) {
   EXPECT_EQ(host.ReadFile("/etc/hosts"), hosts);
   // A step's end interrupts the key wait; that is no error.
   ExpectLacks(host.Syslog(), {"Interrupted system call"});
+  // The step's own backup is gone; one left over stays, and the step says
+  // why it failed.
+  EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), leftover);
   if (c.leftoverBackup) {
-    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "# kept from an earlier run\n");
     ExpectLogged(host, {"failed to backup /etc/hosts: "});
-  } else {
-    EXPECT_EQ(host.ReadFile("/etc/hosts.backup"), "");
   }
 }
 
@@ -169,23 +170,6 @@ TEST(NetworkOpsTest, EscInterruptsASlowPingAndLongFieldsRunWhole) {
   EXPECT_TRUE(console->SessionProcesses(true).empty());
 }
 
-// Starts a test whose resolve step takes its time, and waits until the
-// resolve child has taken the host's entry out of the hosts file.
-std::unique_ptr<Terminal> StartSlowResolve(SimHost& host, const std::string& original) {
-  ModifyHost(host, [](nlohmann::json& state) {
-    state["network"]["resolveDelayMs"] = {{"static-host.lab.test", 4000}};
-  });
-  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
-  Press(*console, Key::kEnter, "Resolving hostname (static-host.lab.test).");
-  if (!console->WaitFor([&] {
-        return !Contains(host.ReadFile("/etc/hosts"), "static-host.lab.test") &&
-               host.ReadFile("/etc/hosts.backup") == original;
-      })) {
-    Fail("the entry stayed in the hosts file:\n" + host.ReadFile("/etc/hosts"));
-  }
-  return console;
-}
-
 // Ended while the resolve child has the host's entry out of the hosts file:
 // the console ends the child and puts the file back before it exits. Killed
 // outright, it cannot: its end hangs the terminal up and the resolve child
@@ -198,7 +182,17 @@ TEST_P(EndedDuringTheResolve, TheHostsFileIsPutBack) {
   SimHost host("static-ipv4");
   const std::string original = host.ReadFile("/etc/hosts");
   ExpectHas(original, {"static-host.lab.test"});
-  auto console = StartSlowResolve(host, original);
+  // A test whose resolve step takes its time, until the resolve child has
+  // taken the host's entry out of the hosts file.
+  ModifyHost(host, [](nlohmann::json& state) {
+    state["network"]["resolveDelayMs"] = {{"static-host.lab.test", 4000}};
+  });
+  auto console = OpenEntry(host, "Test Management Network", "Ping Address #0:");
+  Press(*console, Key::kEnter, "Resolving hostname (static-host.lab.test).");
+  ASSERT_TRUE(console->WaitFor([&] {
+    return !Contains(host.ReadFile("/etc/hosts"), "static-host.lab.test") &&
+           host.ReadFile("/etc/hosts.backup") == original;
+  })) << host.ReadFile("/etc/hosts");
   if (GetParam() == SIGHUP) {
     kill(-console->Pid(), SIGHUP);  // the terminal's whole session, as a hang-up does
   } else {

@@ -8,21 +8,14 @@ namespace {
 
 using namespace MerelMenuTest;
 
-// From the menu into "Network Restore Options", then its third entry.
-std::unique_ptr<Terminal> OpenRestoreDvs(SimHost& host, const std::string& expected) {
-  auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
-  Type(*console, {Key::kDown, Key::kDown});
-  Press(*console, Key::kEnter, expected);
-  return console;
-}
-
 // The port's dead uplinks come unchecked; choosing nothing is refused;
 // choosing only them is asked about; the free adapter and vSwitch0's adapter are chosen, the latter
 // after its confirmation. The host then has the new port with the VLAN of
 // the old one, nex0 on it, and pnic3 moved.
 TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   SimHost host("dvs-broken");
-  auto console = OpenRestoreDvs(host, "Choose the uplinks of the new port?");
+  auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
+  Choose(*console, "Restore DVS", "Choose the uplinks of the new port?");
   ExpectGoldenScreen(*console, "dvs-repair");
 
   Press(*console, Key::kEnter, "DVS Uplinks");
@@ -95,7 +88,8 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
         {{"name", "DSwitch-Lab"}, {"uplinks", {"pnic0", "pnic1", "pnic2", "pnic3"}}});
   });
   const nlohmann::json before = host.HostJson();
-  auto console = OpenRestoreDvs(host, "No DVS Uplinks: Error");
+  auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
+  Choose(*console, "Restore DVS", "No DVS Uplinks: Error");
   ExpectHas(console->Text(), {"Nothing was changed."});
   Press(*console, Key::kEnter, "Network Restore Options");
   EXPECT_EQ(host.HostJson(), before);

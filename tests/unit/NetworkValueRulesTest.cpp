@@ -134,20 +134,17 @@ TEST(NetworkValueRulesTest, EachDialogSaysWhyAValueMeansNothing) {
       // Host names.
       {kHostname, "", ""}, {kHostname, "host-01.lab.test", ""}, {kHostname, name253, ""},
       {kHostname, "a..b", kEmptyPart}, {kHostname, "host.", kEmptyPart},
-      {kHostname, label63 + "a.test", kLongPart},
+      {kHostname, label63 + "a.test", kLongPart}, {kHostname, "0.0.0.0", kDigits},
       {kHostname, "-host", kHyphen}, {kHostname, "host.lab-.test", kHyphen},
       {kHostname, name253 + "b", "A name can have at most 253 characters."},
-      {kHostname, "0.0.0.0", kDigits},
       // Suffixes: every one is a name.
-      {kSuffixes, "", ""},
-      {kSuffixes, "a.test, b.test,,c.test", ""},
+      {kSuffixes, "", ""}, {kSuffixes, "a.test, b.test,,c.test", ""},
       {kSuffixes, "a.test a..b", "\"a..b\": " + kEmptyPart},
       {kSuffixes, std::string(64, 'x') + ".test",
        "\"" + std::string(37, 'x') + "...\": " + kLongPart},
       // IPv6 addresses: global and unique-local unicast only.
-      {kIpv6Address, "2001:db8::5/64", ""},
+      {kIpv6Address, "2001:db8::5/64", ""}, {kIpv6Scope, "febf::1/64", kMalformed},
       {kIpv6Address, "fd00:1::5/64", ""}, {kIpv6Address, "fd00::1/64", ""},
-      {kIpv6Scope, "febf::1/64", kMalformed},
       {kIpv6Address, "::1/128", "::1 is the loopback address."},
       {kIpv6Address, "::/64", ":: is not a host address."},
       {kIpv6Address, "::ffff:10.0.0.1/96", "::ffff:10.0.0.1 is an IPv4-mapped address."},
