@@ -32,7 +32,6 @@ inline std::string CellText(const Terminal& console, int y, int x0, int width) {
   return text.erase(text.find_last_not_of(' ') + 1);
 }
 
-
 // The rows of the list, separators as "", up to the last entry.
 inline std::vector<std::string> MenuRows(const Terminal& console) {
   std::vector<std::string> rows;

@@ -24,16 +24,6 @@ std::unique_ptr<Terminal> OpenPassword(SimHost& host) {
   return OpenEntry(host, "Configure Password", "Old Password:", {}, kOld);
 }
 
-// Old, new and confirmed password, and the menu is back.
-void ChangePassword(Terminal& console, const std::string& old, const std::string& changed) {
-  Type(console, old);
-  Type(console, changed);
-  Type(console, changed);
-  if (!WaitForMenu(console)) {
-    Fail("no menu after the change:\n" + console.Text());
-  }
-}
-
 // Logs out; `refused` is turned down at the login, `password` opens the menu.
 void LogInAgain(Terminal& console, const std::string& refused, const std::string& password) {
   Press(console, Key::kEscape, "<F2>");
@@ -87,7 +77,10 @@ TEST(PasswordScreenTest, EachChangedPasswordIsTheOneThatLogsIn) {
         "%3A%25 50%", "\u043f\u0430\u0440\u043e\u043b\u044c:\u00e9"}) {
     SCOPED_TRACE(password);
     Choose(*console, "Configure Password", "Old Password:");
-    ChangePassword(*console, current, password);
+    Type(*console, current);  // the old, the new and the confirmed password
+    Type(*console, password);
+    Type(*console, password);
+    ASSERT_TRUE(WaitForMenu(*console)) << console->Text();
     LogInAgain(*console, password.substr(0, password.size() - 1), password);
     current = password;
   }

@@ -47,8 +47,7 @@ TEST(PowerScreenTest, ShutDownFromTheWelcomeScreenAndPowerOnAgain) {
   ExpectHas(host.Syslog(), {"Shutting down host"});
   ExpectHas(host.ObsvLog(), {"[obsv.user.merel.shutdown.host] Shutting down host"});
 
-  auto again = host.StartConsole();
-  EXPECT_TRUE(WaitQuiet(*again, "<F12>")) << again->Text();
+  Expect(*host.StartConsole(), "<F12>");  // powered on again
   EXPECT_EQ(Fields(host.HostJson(), {"powerState", "bootCount"}), List({"on", 2}));
   ExpectHas(host.ReadFile("/var/log/hostboot.log"), {"boot 2"});
 }

@@ -62,22 +62,22 @@ TEST_P(EndingTest, ExitsWithStatusZeroAndRestoresTheTerminal) {
   ExpectLogged(host, {c.syslog});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ways,
-    EndingTest,
-    ::testing::Values(EndingCase{"SIGTERM", SIGTERM, ""}, EndingCase{"SIGINT", SIGINT, ""},
-                      EndingCase{"SIGQUIT", SIGQUIT, ""},
-                      // A hang-up is how a serial line or a remote session ends.
-                      EndingCase{"SIGHUP", SIGHUP, ""},
-                      EndingCase{"SIGWINCH", SIGWINCH, "", "Resized window to 100x30"},
-                      // A restart request with nobody logged in.
-                      EndingCase{"SIGUSR2", SIGUSR2, ""},
-                      // How a resized serial terminal asks for a restart.
-                      EndingCase{"EscR", 0, "\x1bR"},
-                      // The interrupt character in the middle of pasted text:
-                      // the terminal throws the rest of the paste away.
-                      EndingCase{"CtrlCInPaste", 0, "\x1b[12~merel\x03\x1bOQroot\r"}),
-    ByName);
+const EndingCase kEndings[] = {
+    {"SIGTERM", SIGTERM, ""},
+    {"SIGINT", SIGINT, ""},
+    {"SIGQUIT", SIGQUIT, ""},
+    // A hang-up is how a serial line or a remote session ends.
+    {"SIGHUP", SIGHUP, ""},
+    {"SIGWINCH", SIGWINCH, "", "Resized window to 100x30"},
+    // A restart request with nobody logged in.
+    {"SIGUSR2", SIGUSR2, ""},
+    // How a resized serial terminal asks for a restart.
+    {"EscR", 0, "\x1bR"},
+    // The interrupt character in the middle of pasted text:
+    // the terminal throws the rest of the paste away.
+    {"CtrlCInPaste", 0, "\x1b[12~merel\x03\x1bOQroot\r"},
+};
+INSTANTIATE_TEST_SUITE_P(Ways, EndingTest, testing::ValuesIn(kEndings), ByName);
 
 // A pid file naming a live process is left alone (this test process stands in
 // for the running instance); anything else is replaced by the console's pid,
@@ -247,24 +247,22 @@ TEST_P(TerminalTypeTest, DrivesTheTerminalAndOffersTheKeyboardEntry) {
       << console->Text();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rules,
-    TerminalTypeTest,
-    ::testing::Values(
-        // The host's own keyboard is always driven as the linux console.
-        TermCase{"ConsoleKeyboard", "xterm", false, true, "linux", true},
-        TermCase{"ConsoleKeyboardWithoutTerm", "", false, true, "linux", true},
-        // A remote terminal calling itself linux is driven as a VT102.
-        TermCase{"LinuxRemote", "linux", false, false, "vt102", false},
-        TermCase{"LinuxOverSsh", "linux", true, false, "vt102", false},
-        TermCase{"XtermLocal", "xterm", false, false, "xterm", true},
-        TermCase{"XtermOverSsh", "xterm", true, false, "xterm", false},
-        // Only plain "xterm" counts as a local keyboard.
-        TermCase{"Xterm256", "xterm-256color", false, false, "xterm", false},
-        TermCase{"Unset", "", false, false, "vt102", false},
-        // A type without a terminal description is driven as a VT102.
-        TermCase{"Unknown", "no-such-terminal", false, false, "vt102", false}),
-    ByName);
+const TermCase kTerminals[] = {
+    // The host's own keyboard is always driven as the linux console.
+    {"ConsoleKeyboard", "xterm", false, true, "linux", true},
+    {"ConsoleKeyboardWithoutTerm", "", false, true, "linux", true},
+    // A remote terminal calling itself linux is driven as a VT102.
+    {"LinuxRemote", "linux", false, false, "vt102", false},
+    {"LinuxOverSsh", "linux", true, false, "vt102", false},
+    {"XtermLocal", "xterm", false, false, "xterm", true},
+    {"XtermOverSsh", "xterm", true, false, "xterm", false},
+    // Only plain "xterm" counts as a local keyboard.
+    {"Xterm256", "xterm-256color", false, false, "xterm", false},
+    {"Unset", "", false, false, "vt102", false},
+    // A type without a terminal description is driven as a VT102.
+    {"Unknown", "no-such-terminal", false, false, "vt102", false},
+};
+INSTANTIATE_TEST_SUITE_P(Rules, TerminalTypeTest, testing::ValuesIn(kTerminals), ByName);
 
 // Input that has ended without a hang-up (a file, /dev/null) is always
 // readable: the console must take it as the end of its terminal, not spin on

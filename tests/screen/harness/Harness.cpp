@@ -241,10 +241,7 @@ void Terminal::SendKey(Key key) {
   if (key == Key::kEscape) {
     // Curses must have given up waiting for the rest of a sequence before
     // the next key comes.
-    auto until = Clock::now() + milliseconds(std::max(4 * kEscDelayMs, 100));
-    while (Clock::now() < until) {
-      Pump(std::chrono::duration_cast<milliseconds>(until - Clock::now()));
-    }
+    WaitFor([] { return false; }, milliseconds(std::max(4 * kEscDelayMs, 100)));
   }
 }
 

@@ -44,14 +44,12 @@ enum class ConsoleColor { kBlack, kRed, kLightGrey, kYellow, kDarkGrey, kWhite, 
 struct Cell {
   std::string text;  // UTF-8; " " for an empty cell
   ConsoleColor fg = ConsoleColor::kOther, bg = ConsoleColor::kOther;
-  bool reverse = false;
-  bool bold = false;
+  bool reverse = false, bold = false;
 };
 
 struct ExitStatus {
   bool exited = false;  // ended through exit(); otherwise killed by `signal`
-  int code = -1;
-  int signal = 0;
+  int code = -1, signal = 0;
   bool CleanExit() const { return exited && code == 0; }
   std::string Describe() const;
 };
