@@ -15,14 +15,13 @@ using namespace Platform;
 using namespace Platform::Linux;
 
 KernelLink Link(int index, const std::string& name, const std::string& kind, int master = 0) {
-  KernelLink link;
-  link.index = index;
-  link.name = name;
-  link.kind = kind;
-  link.mac = "52:54:00:00:00:0" + std::to_string(index);
-  link.adminUp = link.carrier = true;
-  link.master = master;
-  return link;
+  return {.index = index,
+          .name = name,
+          .kind = kind,
+          .mac = "52:54:00:00:00:0" + std::to_string(index),
+          .adminUp = true,
+          .carrier = true,
+          .master = master};
 }
 
 // lo, eth0 and eth1 (devices), veth0 in br0, a VLAN and a tunnel.
@@ -91,9 +90,8 @@ TEST(LinuxNetworkMap, ModeComesFromTheConsolesFileElseFromTheAddress) {
   EXPECT_EQ(std::tuple(nic.ipv4Mode, nic.leaseAddress, network.dhcp.netmask),
             std::tuple("dhcp", "192.0.2.5", "255.255.255.0"));
 
-  std::map<std::string, InterfaceFile> files;
-  files["br0"] = ParseInterfaceFile("[Match]\nName=br0\n[Network]\nDHCP=no\n");
-  MapNetwork(kernel, files, "/nonexistent", network);
+  MapNetwork(kernel, {{"br0", ParseInterfaceFile("[Match]\nName=br0\n[Network]\nDHCP=no\n")}},
+             "/nonexistent", network);
   EXPECT_EQ(network.nics[0].ipv4Mode, "none");
 }
 
