@@ -25,16 +25,14 @@ int OpenDescriptors() {
 
 class CommandTest : public testing::Test {
  protected:
-  void Tool(const std::string& hostPath, const std::string& body) {
-    std::ofstream(_root.Path() + hostPath) << "#!/bin/sh\n" << body << "\n";
-    chmod((_root.Path() + hostPath).c_str(), 0755);
-  }
   // Logs its arguments, refuses every user but the console's own with 255 (as
   // the real tool does for an unknown user), else prints `answer`.
   void RoviCmd(const std::string& answer, int status = 0) {
-    Tool("/bin/rovi-cmd", "echo \"$*\" >> " + _root.Path() + "/calls.log\n[ \"$2\" = merel ] || " +
-                              "exit 255\nprintf '%s' '" + answer + "'\nexit " +
-                              std::to_string(status));
+    const std::string tool = _root.Path() + "/bin/rovi-cmd";
+    std::ofstream(tool) << "#!/bin/sh\necho \"$*\" >> " << _root.Path() << "/calls.log\n"
+                        << "[ \"$2\" = merel ] || exit 255\nprintf '%s' '" << answer << "'\nexit "
+                        << status << "\n";
+    chmod(tool.c_str(), 0755);
   }
   std::string Calls() const { return _root.File("/calls.log"); }
   // The syslog since the last call, one "level message" a line.

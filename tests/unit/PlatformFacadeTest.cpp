@@ -33,7 +33,6 @@ using HostCtl::Network::Ipv6Address;
 using HostCtl::Network::Ipv6Network;
 using SimHostTest::SimRoot;
 namespace Net = NexCtl::Network;
-const char kStack[] = "defaultNetStack";
 
 std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
   std::vector<std::string> texts;
@@ -70,7 +69,7 @@ TEST(PlatformFacadeTest, ManagementSettingsKeepStaticAddressesAndRefuseBadValues
 
 TEST(PlatformFacadeTest, DnsNamesAndServersAreReadAndWrittenThrough) {
   SimRoot root;
-  Net::DnsConfigImpl dns(kStack);
+  Net::DnsConfigImpl dns("defaultNetStack");
   EXPECT_EQ(std::pair(dns.GetHostname(), dns.GetDomain()),
             std::pair(std::string("merel-demo"), std::string("example.test")));
   EXPECT_THROW(Net::DnsConfigImpl("otherStack").GetHostname(), HostCtlException);

@@ -97,10 +97,9 @@ TEST(InputItemTest, EditingKeys) {
     for (int key : keys) {
       item.HandleKey(key);
     }
-    const std::string name = c.initial + ("|" + c.typed) + "|" + std::to_string(c.lefts);
     EXPECT_EQ(std::tuple(item.GetValue(), item.GetCursor(), item.GetScroll(), item.IsPristine()),
               std::tuple(c.value, c.cursor, c.scroll, false))
-        << name;
+        << c.initial << "|" << c.typed << "|" << c.lefts;
   }
 }
 
