@@ -52,8 +52,15 @@ std::string HostEnvironment(const std::string& root) {
          " PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " ";
 }
 
+// Under the lock consoles start with, as the host's programs here load
+// pam_wrapper too.
 int Shell(const std::string& command) {
-  return std::system(command.c_str());
+  const int lock = Platform::LockPamWrapperStart();
+  const int status = std::system(command.c_str());
+  if (lock >= 0) {
+    close(lock);
+  }
+  return status;
 }
 
 // Whether the shell's status says its command was killed (by the shell's own

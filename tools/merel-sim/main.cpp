@@ -2,7 +2,9 @@
 // such a root (the tool entries in ROOT/bin and ROOT/sbin call it back).
 #include <fcntl.h>
 #include <limits.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -160,6 +162,43 @@ void RemoveAbandonedPamWrapperFolders() {
   }
 }
 
+// Whether a pam_wrapper folder holds `pid` as its owner's.
+bool HasPamWrapperFolder(pid_t pid) {
+  namespace fs = std::filesystem;
+  std::error_code listing;
+  for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
+    std::string owner;
+    if (folder.path().filename().string().starts_with("pam.") &&
+        std::getline(std::ifstream(folder.path() / "pid"), owner) &&
+        owner == std::to_string(pid))
+      return true;
+  }
+  return false;
+}
+
+// The console about to be started here makes its pam_wrapper folder as it
+// loads, after the exec: the lock (LockPamWrapperStart) goes to a detached
+// process of its own, which lets go once that folder holds the console's pid,
+// when the console has ended, or after ten seconds.
+void HoldUntilPamWrapperFolder(int lock) {
+  const pid_t console = getpid();
+  const pid_t child = fork();
+  if (child == 0) {
+    if (fork() == 0) {
+      setsid();
+      const int null = open("/dev/null", O_RDWR);
+      for (int fd = 0; fd < 3; ++fd)
+        dup2(null, fd);
+      for (int i = 0; i < 1000 && kill(console, 0) == 0 && !HasPamWrapperFolder(console); ++i)
+        usleep(10000);
+    }
+    _exit(0);
+  }
+  if (child > 0)
+    waitpid(child, nullptr, 0);
+  close(lock);
+}
+
 int Run(std::vector<std::string> args) {
   bool now = false;
   if (!args.empty() && args[0] == "--now") {
@@ -179,6 +218,7 @@ int Run(std::vector<std::string> args) {
   const char* bin = std::getenv("MEREL_BIN");
   std::string merel = bin && *bin ? bin : Platform::SiblingProgram("merel");
 
+  const int lock = Platform::LockPamWrapperStart();
   RemoveAbandonedPamWrapperFolders();
   std::string preload = "libpam_wrapper.so";
   if (const char* asan = Platform::AsanRuntime())
@@ -193,6 +233,8 @@ int Run(std::vector<std::string> args) {
   for (size_t i = 1; i < args.size(); ++i)
     argv.push_back(const_cast<char*>(args[i].c_str()));
   argv.push_back(nullptr);
+  if (lock >= 0)
+    HoldUntilPamWrapperFolder(lock);
   execve(merel.c_str(), argv.data(), environ);
   std::cerr << "merel-sim: " << merel << ": cannot start: " << std::strerror(errno) << "\n";
   return 127;

@@ -1,6 +1,7 @@
 #include "backends/SimHostInit.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -482,6 +483,17 @@ bool WriteAccounts(const std::string& root,
     }
   }
   return true;
+}
+
+int LockPamWrapperStart() {
+  const int lock = open("/tmp/merel-sim-pam.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  while (lock >= 0 && flock(lock, LOCK_EX) != 0) {
+    if (errno != EINTR) {
+      close(lock);
+      return -1;
+    }
+  }
+  return lock;
 }
 
 const char* AsanRuntime() {

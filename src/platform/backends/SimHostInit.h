@@ -49,6 +49,15 @@ bool WriteAccounts(const std::string& root,
                    const std::vector<AccountState>& accounts,
                    std::string& error);
 
+// pam_wrapper makes its folder (/tmp/pam.X) while a program it is preloaded
+// into loads: it looks for a free letter, then creates that folder, and goes
+// on when another process made the same one in between. Two such programs
+// starting at once share one folder, each with the other's PAM service (and
+// so the other host root's password file), and the first to end removes it
+// under the other. Whatever starts them on this machine takes this lock
+// first; the descriptor to close when done, -1 when there is no lock.
+int LockPamWrapperStart();
+
 // The AddressSanitizer runtime that must be preloaded before pam_wrapper in
 // a sanitizer build; null otherwise.
 const char* AsanRuntime();
