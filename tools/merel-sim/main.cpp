@@ -136,12 +136,14 @@ bool BootHost(const std::string& root, bool now, std::string& error) {
   return true;
 }
 
-// pam_wrapper gives each process a folder /tmp/pam.X holding its pid, and
-// clears the folders of processes that have ended. A process killed between
-// making its folder and writing its pid leaves the pid file empty; pam_wrapper
-// never clears that one, and a later start that picks its name fails. The
-// pid follows the folder at once, so a folder that has held only an empty pid
-// file for two seconds is nobody's and goes before the console starts.
+// pam_wrapper gives each process a folder /tmp/pam.X holding its pid. It
+// clears the folders of processes that have ended only on its way to a free
+// name, and never one whose pid file is empty (its process was killed between
+// making the folder and writing its pid), though a later start that picks
+// that name fails. Consoles killed at the end of a test leave theirs too. So
+// before a console starts, the folders of ended processes go, and those that
+// have held only an empty pid file for two seconds (the pid follows the folder
+// at once).
 void RemoveAbandonedPamWrapperFolders() {
   namespace fs = std::filesystem;
   std::error_code listing;
@@ -149,11 +151,20 @@ void RemoveAbandonedPamWrapperFolders() {
     std::error_code error;
     if (!folder.path().filename().string().starts_with("pam.") || !folder.is_directory(error))
       continue;
+    const fs::path pid = folder.path() / "pid";
+    std::string owner;
+    std::getline(std::ifstream(pid), owner);
+    char* end = nullptr;
+    const long number = std::strtol(owner.c_str(), &end, 10);
+    if (!owner.empty()) {
+      if (*end == '\0' && number > 0 && kill(static_cast<pid_t>(number), 0) != 0 && errno == ESRCH)
+        fs::remove_all(folder.path(), error);
+      continue;
+    }
     int entries = 0;
-    for (fs::directory_iterator it(folder.path(), error), end; !error && it != end;
+    for (fs::directory_iterator it(folder.path(), error), last; !error && it != last;
          it.increment(error))
       ++entries;
-    const fs::path pid = folder.path() / "pid";
     const auto changed = fs::last_write_time(pid, error);
     if (error || entries != 1 || fs::file_size(pid, error) != 0 || error)
       continue;
@@ -169,8 +180,7 @@ bool HasPamWrapperFolder(pid_t pid) {
   for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
     std::string owner;
     if (folder.path().filename().string().starts_with("pam.") &&
-        std::getline(std::ifstream(folder.path() / "pid"), owner) &&
-        owner == std::to_string(pid))
+        std::getline(std::ifstream(folder.path() / "pid"), owner) && owner == std::to_string(pid))
       return true;
   }
   return false;
