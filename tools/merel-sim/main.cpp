@@ -2,15 +2,11 @@
 // such a root (the tool entries in ROOT/bin and ROOT/sbin call it back).
 #include <fcntl.h>
 #include <limits.h>
-#include <signal.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -136,79 +132,6 @@ bool BootHost(const std::string& root, bool now, std::string& error) {
   return true;
 }
 
-// pam_wrapper gives each process a folder /tmp/pam.X holding its pid. It
-// clears the folders of processes that have ended only on its way to a free
-// name, and never one whose pid file is empty (its process was killed between
-// making the folder and writing its pid), though a later start that picks
-// that name fails. Consoles killed at the end of a test leave theirs too. So
-// before a console starts, the folders of ended processes go, and those that
-// have held only an empty pid file for two seconds (the pid follows the folder
-// at once).
-void RemoveAbandonedPamWrapperFolders() {
-  namespace fs = std::filesystem;
-  std::error_code listing;
-  for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
-    std::error_code error;
-    if (!folder.path().filename().string().starts_with("pam.") || !folder.is_directory(error))
-      continue;
-    const fs::path pid = folder.path() / "pid";
-    std::string owner;
-    std::getline(std::ifstream(pid), owner);
-    char* end = nullptr;
-    const long number = std::strtol(owner.c_str(), &end, 10);
-    if (!owner.empty()) {
-      if (*end == '\0' && number > 0 && kill(static_cast<pid_t>(number), 0) != 0 && errno == ESRCH)
-        fs::remove_all(folder.path(), error);
-      continue;
-    }
-    int entries = 0;
-    for (fs::directory_iterator it(folder.path(), error), last; !error && it != last;
-         it.increment(error))
-      ++entries;
-    const auto changed = fs::last_write_time(pid, error);
-    if (error || entries != 1 || fs::file_size(pid, error) != 0 || error)
-      continue;
-    if (fs::file_time_type::clock::now() - changed > std::chrono::seconds(2))
-      fs::remove_all(folder.path(), error);
-  }
-}
-
-// Whether a pam_wrapper folder holds `pid` as its owner's.
-bool HasPamWrapperFolder(pid_t pid) {
-  namespace fs = std::filesystem;
-  std::error_code listing;
-  for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
-    std::string owner;
-    if (folder.path().filename().string().starts_with("pam.") &&
-        std::getline(std::ifstream(folder.path() / "pid"), owner) && owner == std::to_string(pid))
-      return true;
-  }
-  return false;
-}
-
-// The console about to be started here makes its pam_wrapper folder as it
-// loads, after the exec: the lock (LockPamWrapperStart) goes to a detached
-// process of its own, which lets go once that folder holds the console's pid,
-// when the console has ended, or after ten seconds.
-void HoldUntilPamWrapperFolder(int lock) {
-  const pid_t console = getpid();
-  const pid_t child = fork();
-  if (child == 0) {
-    if (fork() == 0) {
-      setsid();
-      const int null = open("/dev/null", O_RDWR);
-      for (int fd = 0; fd < 3; ++fd)
-        dup2(null, fd);
-      for (int i = 0; i < 1000 && kill(console, 0) == 0 && !HasPamWrapperFolder(console); ++i)
-        usleep(10000);
-    }
-    _exit(0);
-  }
-  if (child > 0)
-    waitpid(child, nullptr, 0);
-  close(lock);
-}
-
 int Run(std::vector<std::string> args) {
   bool now = false;
   if (!args.empty() && args[0] == "--now") {
@@ -229,7 +152,6 @@ int Run(std::vector<std::string> args) {
   std::string merel = bin && *bin ? bin : Platform::SiblingProgram("merel");
 
   const int lock = Platform::LockPamWrapperStart();
-  RemoveAbandonedPamWrapperFolders();
   std::string preload = "libpam_wrapper.so";
   if (const char* asan = Platform::AsanRuntime())
     preload = std::string(asan) + " " + preload;
@@ -244,7 +166,7 @@ int Run(std::vector<std::string> args) {
     argv.push_back(const_cast<char*>(args[i].c_str()));
   argv.push_back(nullptr);
   if (lock >= 0)
-    HoldUntilPamWrapperFolder(lock);
+    Platform::HoldPamWrapperLockUntilStarted(lock);
   execve(merel.c_str(), argv.data(), environ);
   std::cerr << "merel-sim: " << merel << ": cannot start: " << std::strerror(errno) << "\n";
   return 127;

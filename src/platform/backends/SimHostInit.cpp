@@ -1,15 +1,18 @@
 #include "backends/SimHostInit.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -485,6 +488,54 @@ bool WriteAccounts(const std::string& root,
   return true;
 }
 
+namespace {
+
+// pam_wrapper's folders (/tmp/pam.X), each with the first line of its pid
+// file ("" when empty or missing).
+std::vector<std::pair<std::filesystem::path, std::string>> PamWrapperFolders() {
+  namespace fs = std::filesystem;
+  std::vector<std::pair<fs::path, std::string>> folders;
+  std::error_code listing;
+  for (const fs::directory_entry& folder : fs::directory_iterator("/tmp", listing)) {
+    std::error_code error;
+    if (!folder.path().filename().string().starts_with("pam.") || !folder.is_directory(error))
+      continue;
+    std::string owner;
+    std::getline(std::ifstream(folder.path() / "pid"), owner);
+    folders.emplace_back(folder.path(), owner);
+  }
+  return folders;
+}
+
+// pam_wrapper clears the folders of processes that have ended only on its
+// way to a free name, and never one whose pid file is empty (its process was
+// killed between making the folder and writing its pid), though a later start
+// that picks that name fails. Programs killed (at the end of a test, at a
+// write) leave theirs. So the folders of ended processes go, and those that
+// have held only an empty pid file for two seconds (the pid follows the
+// folder at once).
+void RemoveAbandonedPamWrapperFolders() {
+  namespace fs = std::filesystem;
+  for (const auto& [folder, owner] : PamWrapperFolders()) {
+    std::error_code error;
+    char* end = nullptr;
+    const long number = std::strtol(owner.c_str(), &end, 10);
+    if (!owner.empty()) {
+      if (*end == '\0' && number > 0 && kill(static_cast<pid_t>(number), 0) != 0 && errno == ESRCH)
+        fs::remove_all(folder, error);
+      continue;
+    }
+    const auto entries = std::distance(fs::directory_iterator(folder, error), {});
+    const auto changed = fs::last_write_time(folder / "pid", error);
+    if (error || entries != 1 || fs::file_size(folder / "pid", error) != 0 || error)
+      continue;
+    if (fs::file_time_type::clock::now() - changed > std::chrono::seconds(2))
+      fs::remove_all(folder, error);
+  }
+}
+
+}  // namespace
+
 int LockPamWrapperStart() {
   const int lock = open("/tmp/merel-sim-pam.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   while (lock >= 0 && flock(lock, LOCK_EX) != 0) {
@@ -493,7 +544,34 @@ int LockPamWrapperStart() {
       return -1;
     }
   }
+  if (lock >= 0)
+    RemoveAbandonedPamWrapperFolders();
   return lock;
+}
+
+void HoldPamWrapperLockUntilStarted(int lock) {
+  const pid_t program = getpid();
+  const auto started = [program] {
+    for (const auto& [folder, owner] : PamWrapperFolders())
+      if (owner == std::to_string(program))
+        return true;
+    return false;
+  };
+  const pid_t child = fork();
+  if (child == 0) {
+    if (fork() == 0) {
+      setsid();
+      const int null = open("/dev/null", O_RDWR);
+      for (int fd = 0; fd < 3; ++fd)
+        dup2(null, fd);
+      for (int i = 0; i < 1000 && kill(program, 0) == 0 && !started(); ++i)
+        usleep(10000);
+    }
+    _exit(0);
+  }
+  if (child > 0)
+    waitpid(child, nullptr, 0);
+  close(lock);
 }
 
 const char* AsanRuntime() {

@@ -55,8 +55,14 @@ bool WriteAccounts(const std::string& root,
 // starting at once share one folder, each with the other's PAM service (and
 // so the other host root's password file), and the first to end removes it
 // under the other. Whatever starts them on this machine takes this lock
-// first; the descriptor to close when done, -1 when there is no lock.
+// first; the descriptor to close when done, -1 when there is no lock. The
+// folders of ended processes are cleared as it is taken.
 int LockPamWrapperStart();
+
+// For a process about to exec such a program: the lock goes to a detached
+// process of its own, which lets go once pam_wrapper's folder holds this
+// process's pid, when the process has ended, or after ten seconds.
+void HoldPamWrapperLockUntilStarted(int lock);
 
 // The AddressSanitizer runtime that must be preloaded before pam_wrapper in
 // a sanitizer build; null otherwise.
