@@ -347,20 +347,11 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
   };
   // The pane's title is the entry's label cut to the pane.
   const char* const timeouts = "Modify Tarvik Shell and SSH";
-  // One key at a time: keys that arrive while the console draws are dropped.
-  auto type = [&](const std::string& keys) {
-    for (char key : keys) {
-      const std::string before = console.Text();
-      console.Send(std::string(1, key));
-      console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
-      console.WaitUntilQuiet();
-    }
-  };
   // The two fields typed, and the dialog closed.
   auto set = [&](const std::string& availability, const std::string& idle) {
-    type(availability);
+    TypeKeys(console, availability);
     Type(console, {Key::kDown});
-    type(idle);
+    TypeKeys(console, idle);
     PressGone(console, Key::kEnter, "Idle timeout");
   };
   Choose(console, timeouts, "Idle timeout");

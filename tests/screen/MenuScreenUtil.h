@@ -78,8 +78,11 @@ inline int RowOf(const Terminal& console, const std::string& text) {
 // without trailing blanks; "" if none.
 inline std::string RowWith(const Terminal& console, const std::string& step) {
   const int y = RowOf(console, step);
-  const int x = y < 0 ? 0 : console.Find(y, step);
-  std::string row = y < 0 ? "" : CellText(console, y, x, console.Options().cols - x);
+  if (y < 0) {
+    return "";
+  }
+  const int x = console.Find(y, step);
+  std::string row = CellText(console, y, x, console.Options().cols - x);
   row = row.substr(0, row.find("\u2502"));
   return row.erase(row.find_last_not_of(' ') + 1);
 }
@@ -193,6 +196,18 @@ inline void Type(Terminal& console, const std::vector<Key>& keys) {
 inline void TypeText(Terminal& console, const std::string& text) {
   console.SendText(text);
   console.WaitUntilQuiet();
+}
+
+// Types `keys` one at a time, each after the screen showed the last one: the
+// console drops keys that arrive while it draws. A key the field ignores
+// changes nothing and costs a short wait.
+inline void TypeKeys(Terminal& console, const std::string& keys) {
+  for (char key : keys) {
+    const std::string before = console.Text();
+    console.Send(std::string(1, key));
+    console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
+    console.WaitUntilQuiet();
+  }
 }
 
 // In the login dialog: up to the name, `user` typed over the preset "root",

@@ -11,18 +11,6 @@ std::unique_ptr<Terminal> OpenTroubleshooting(SimHost& host, TerminalOptions opt
   return OpenEntry(host, "Troubleshooting Options", "Troubleshooting Mode Options", options);
 }
 
-// Types `keys` one at a time, each after the screen showed the last one: the
-// console drops keys that arrive while it draws. A key the field ignores
-// changes nothing and costs a short wait.
-void TypeKeys(Terminal& console, const std::string& keys) {
-  for (char key : keys) {
-    const std::string before = console.Text();
-    console.Send(std::string(1, key));
-    console.WaitFor([&] { return console.Text() != before; }, milliseconds(300));
-    console.WaitUntilQuiet();
-  }
-}
-
 // The entry of the host's `list` whose `field` is `name`, or null.
 nlohmann::json Entry(const SimHost& host, const char* list, const char* name, const char* field) {
   const nlohmann::json state = host.HostJson();
