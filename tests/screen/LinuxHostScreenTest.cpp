@@ -141,12 +141,6 @@ class LinuxHostTest : public NamespaceTest {
     ASSERT_TRUE(_syslog->Ok() && _journal->Ok()) << "cannot make the test's log sockets";
   }
 
-  // A file of the namespace's own /var/log.
-  void WriteLog(const std::string& path, const std::string& text) const {
-    fs::create_directories(fs::path(_scratch + "/varlog/" + path).parent_path());
-    std::ofstream(_scratch + "/varlog/" + path) << text;
-  }
-
   void ShutDown(bool force, Key key, const char* stopped, const char* power, const char* event);
 
   std::unique_ptr<LogSocket> _syslog;
@@ -237,7 +231,7 @@ fi
 
 // Without an IOMMU no device can go, and the dialog says why; once there is
 // one, the devices without a driver of the host's go to the DriverVM at the
-// next boot, a group together.
+// next boot, a group together, as the dialog shows when opened again.
 TEST_F(LinuxHostTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   WritePciTree(_scratch + "/pci", _scratch + "/iommu_groups", false);
   Terminal& console = StartLoggedIn(kPciMounts);
@@ -256,6 +250,10 @@ TEST_F(LinuxHostTest, DevicesWithoutADriverGoToTheDriverVmAtTheNextBoot) {
   Press(console, Key::kEnter, "The device assignment has been saved");
   ExpectHas(Slurp(_scratch + "/etc/merel/driver-vm-devices"), {"\n0000:01:00.0\n0000:01:00.1\n"});
   ExpectHas(Calls(), {"systemctl enable --quiet merel-driver-vm.service\n"});
+  // Read back from the saved list: the devices change owner at the next boot.
+  PressToMenu(console, Key::kEnter);
+  Choose(console, "Configure DriverVM Devices", "0000:01:00.1");
+  EXPECT_TRUE(Contains(RowWith(console, "0000:01:00.0"), "Host -> DriverVM")) << console.Text();
 }
 
 // The boot-time step of the package, on the same tree: each listed device
@@ -297,14 +295,15 @@ TEST_F(LinuxHostTest, SyslogEntryThenLockdownAndResetSayWhy) {
   std::getline(std::ifstream("/etc/machine-id"), id);
   if (id.size() != 32)
     GTEST_SKIP() << "this machine has no machine id to name its journal by";
-  WriteLog("journal/" + id + "/system.journal", "");
+  fs::create_directories(_scratch + "/varlog/journal/" + id);
+  std::ofstream(_scratch + "/varlog/journal/" + id + "/system.journal").close();
   Terminal& console = StartLoggedIn();
   for (const auto& [syslog, shows] :
        {std::pair("", "No entries"), std::pair("Nov 25 10:00:00 host merel-ns marker\n",
                                                "merel-ns marker")}) {
     SCOPED_TRACE(shows);
     if (*syslog)
-      WriteLog("syslog", syslog);
+      std::ofstream(_scratch + "/varlog/syslog") << syslog;
     ASSERT_TRUE(SelectEntry(console, "View System Logs") && WaitQuiet(console, "1 Syslog"))
         << console.Text();
     // Only the syslog is there; the others are not offered.
@@ -377,7 +376,8 @@ TEST_F(LinuxHostTest, ShellTimeoutsAreTheLoginShellsTmoutAndATimerPerService) {
                     "availability timeout --on-active=300s --timer-property=AccuracySec=1s "
                     "--collect /bin/systemctl disable --now ssh.service\n"});
   ExpectLacks(armed, {"getty"});
-  ExpectHas(toggleSsh("Enable SSH"), {"systemctl stop merel-ssh-availability.timer\n"});
+  ExpectHas(toggleSsh("Enable SSH"), {"systemctl disable --now ssh.service\n",
+                                      "systemctl stop merel-ssh-availability.timer\n"});
 
   // Read back from the files; 0 takes the profile away and stops any timer.
   Choose(console, timeouts, "Idle timeout");
