@@ -43,26 +43,19 @@ std::string Join(const std::vector<std::string>& words) {
   return text;
 }
 
-// Two packages of two cores with two threads each: eight processors.
-std::string TwoSockets() {
-  std::string text;
-  for (int n = 0; n < 8; ++n)
-    text += "processor\t: " + std::to_string(n) + "\nmodel name\t: Xeon Gold\nphysical id\t: " +
-            std::to_string(n / 4) + "\nsiblings\t: 4\ncpu cores\t: 2\n\n";
-  return text;
-}
-
 TEST(LinuxFacts, CpuCountsPackagesCoresAndThreads) {
   const struct {
     std::optional<std::string> cpuinfo;
     uint32_t packages, cores, threads;
     const char* model;
   } cases[] = {
-      {TwoSockets(), 2, 2, 2, "Xeon Gold"},
+      // Two packages of two cores with two threads each (one processor of
+      // each package shown).
+      {"processor\t: 0\nmodel name\t: Xeon Gold\nphysical id\t: 0\nsiblings\t: 4\ncpu cores\t: 2\n"
+       "\nprocessor\t: 4\nphysical id\t: 1\nsiblings\t: 4\ncpu cores\t: 2\n",
+       2, 2, 2, "Xeon Gold"},
       // No topology lines: every processor is a core of one package.
       {"processor\t: 0\nBogoMIPS\t: 50\n\nprocessor\t: 1\n\nprocessor\t: 2\n", 1, 3, 1, ""},
-      {"processor : 0\nmodel name : Tiny\nphysical id : 0\nsiblings : 1\ncpu cores : 1\n", 1, 1,
-       1, "Tiny"},
       {std::nullopt, 1, 1, 1, ""},
   };
   for (const auto& c : cases) {
@@ -80,7 +73,6 @@ TEST(LinuxFacts, CpuCountsPackagesCoresAndThreads) {
 // file in /usr/lib where /etc has none.
 TEST(LinuxFacts, OsReleaseValuesAsTheFormatDefinesThem) {
   const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"/etc/os-release", "NAME=Debian", "Debian"},
       {"/etc/os-release", "NAME='A \"B\"'", "A \"B\""},
       {"/etc/os-release", "NAME=\"say \\\"hi\\\"\"", "say \"hi\""},
       {"/usr/lib/os-release", "NAME=Fallback", "Fallback"},
@@ -96,8 +88,7 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
   Tree tree;
   tree.Write("/usr/share/misc/pci.ids",
              "# the database\n8086  Intel Corporation\n\t10d3  82574L Gigabit Network "
-             "Connection\n\t\t8086 a01f  subsystem line\n10de  NVIDIA Corporation\n"
-             "C 02  Network controller\n\t00  Ethernet controller\n");
+             "Connection\n\t\t8086 a01f  subsystem line\n10de  NVIDIA Corporation\n");
   const std::string dir = "/sys/bus/pci/devices/";
   tree.Write(dir + "0000:00:19.0/vendor", "0x8086\n");
   tree.Write(dir + "0000:00:19.0/device", "0x10d3\n");
@@ -121,8 +112,6 @@ TEST(LinuxFacts, PciDevicesWithNamesDriversAndGroups) {
                             // Known vendor, unknown device; ids in upper case still match.
                             {"0000:01:00.0", "NVIDIA Corporation", "Device 1eb8", "", "", true},
                             {"0000:02:00.0", "Vendor 1234", "Device 0001", "", "", false}}));
-  // The class section must not be read as vendors.
-  EXPECT_EQ(std::pair(names.vendors.count("C 02"), names.vendors.size()), std::pair(0ul, 2ul));
 }
 
 // Where the kernel cannot be asked (no netlink), the network is read from
@@ -157,8 +146,6 @@ TEST(LinuxFacts, WithoutNetlinkTheNetworkIsReadFromFiles) {
   EXPECT_EQ(std::tuple(Join(network.dns.searchDomains), Join(network.dns.nameServers),
                        Join(network.dns.ipv6NameServers)),
             std::tuple("example.test lab.test", "192.168.2.53", "2001:db8::53"));
-  ASSERT_EQ(network.vswitches.size(), 1u);
-  EXPECT_EQ(network.vswitches[0].portGroups[0].name, nic.portGroup);
 
   fs::remove(tree.Path() + "/proc/net/route");
   NetworkState unrouted;
@@ -175,11 +162,16 @@ TEST(LinuxFacts, WithoutNetlinkTheNetworkIsReadFromFiles) {
 using K = Linux::Action::Kind;
 
 // What each of the console's tools and command lines becomes on the
-// machine: a command run, an answer given without running anything, or a
-// refusal. (SSH's start and
-// status, the power commands, the stop of the guests, the pager on the
-// syslog and the journal, the network test's pings and the writing of the
-// shell time-out are read off the real console by the Linux screen tests.)
+// machine: a command run, an answer of the console's own (the shell
+// time-outs), or a refusal. One row stands for each rule: a service starts and stops alike
+// whatever its unit, and the agents alike for either verb. (SSH's start, stop
+// and status, the power commands, the stop of the guests, the pager on the
+// syslog and the journal (the machine's reading tools run alike), the
+// network test's pings and the writing and reading back of the shell
+// time-outs are read off the real console by the Linux screen tests;
+// the refused programs are refused to Spawn and System below too. The
+// reset's restart and the lockdown query are not asked for on this host: its
+// entries only say why.)
 TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
   Linux::Config config;
   config.agents = {"libvirtd.service", "virtlogd.service"};
@@ -187,28 +179,16 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
     std::vector<std::string> argv;  // argv[0] is the path; or one command line
     Linux::Action::Kind kind;
     std::string run;  // the command run, words joined
-    std::string output = "";
     bool commandLine = false;
   } cases[] = {
-      {{"/bin/rovi-cmd", "-U", "root", "hostsvc/stop_ssh"}, K::kRun,
-       "/bin/systemctl disable --now ssh.service"},
-      {{"/bin/rovi-cmd", "-U", "root", "hostsvc/start_tarvik_shell"}, K::kRun,
-       "/bin/systemctl enable --now getty@tty2.service"},
-      {{"/bin/rovi-cmd", "-U", "merel", "rovisvc/auth/lockdown_is_enabled"}, K::kSucceed, "",
-       "false\n"},
       {{"/bin/rovi-cmd", "-U", "root", "vimsvc/x"}, K::kRefuse, ""},
       {{"/bin/rovi-cmd", "hostsvc/start_ssh"}, K::kRefuse, ""},  // no user
       {{"/bin/sh", "/etc/init.d/TarvikShell", "stop"}, K::kRun,
        "/bin/systemctl stop getty@tty2.service"},
-      {{"/bin/sh", "/etc/init.d/other", "start"}, K::kRefuse, ""},
       {{"/bin/sh", "/etc/init.d/SSH", "reload;x"}, K::kRefuse, ""},
       {{"/bin/sh", "-c", "poweroff"}, K::kRefuse, ""},
-      {{"/usr/bin/ssh-keygen", "-l", "-f", "k"}, K::kRun, "/usr/bin/ssh-keygen -l -f k"},
       {{"/sbin/nexping"}, K::kRefuse, ""},
-      {{"/sbin/poweroff"}, K::kRefuse, ""},
       // The two shell time-outs, and only in seconds; no other option.
-      {{"/sbin/tarvikcfg-advcfg", "-q", "-g", "/UserVars/TarvikShellTimeOut"},
-       K::kReadShellAvailability, ""},
       {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
         "/UserVars/TarvikShellInteractiveTimeOut", "-i", "9;x"},
        K::kRefuse, ""},
@@ -216,14 +196,9 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
         "/UserVars/MerelTimeOut", "-i", "60"},
        K::kRefuse, ""},
       {{"/sbin/tarvikcfg-advcfg", "-q", "-g", "/UserVars/MerelTimeOut"}, K::kRefuse, ""},
-      {{"reboot -f"}, K::kRun, "/bin/systemctl reboot --force", "", true},
       {{"/bin/sh /sbin/services.sh stop"}, K::kRun,
-       "/bin/systemctl stop libvirtd.service virtlogd.service", "", true},
-      {{"/bin/sh /sbin/services.sh start"}, K::kRun,
-       "/bin/systemctl start libvirtd.service virtlogd.service", "", true},
-      {{"poweroff; rm -rf /"}, K::kRefuse, "", "", true},
-      {{"/sbin/configReset.sh --reset-only > /dev/null 2>&1"}, K::kRefuse, "", "", true},
-      {{""}, K::kRefuse, "", "", true},
+       "/bin/systemctl stop libvirtd.service virtlogd.service", true},
+      {{"poweroff; rm -rf /"}, K::kRefuse, "", true},
   };
   for (const auto& c : cases) {
     std::vector<std::string> argv = c.argv;
@@ -231,7 +206,7 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
     const Linux::Action action = c.commandLine ? Linux::MapCommand(c.argv[0], config)
                                                : Linux::MapProgram(c.argv[0], argv, config);
     EXPECT_EQ(std::tuple(action.kind, Join(action.argv), action.output),
-              std::tuple(c.kind, c.run, c.output))
+              std::tuple(c.kind, c.run, ""))
         << Join(c.argv);
   }
 }
@@ -243,10 +218,8 @@ TEST(LinuxTools, ConfigurationNamesUnitsAgentsAndTheShutdownWait) {
              "shell-unit =\nnonsense\n");
   const Linux::Config config = Linux::ReadConfig(tree.Path() + "/merel.conf");
   // An empty value keeps the default.
-  EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit,
-                       config.hostCertificate),
-            std::tuple("sshd.service", "a.service b.service", "getty@tty2.service",
-                       "/etc/pki/libvirt/servercert.pem"));
+  EXPECT_EQ(std::tuple(config.sshUnit, Join(config.agents), config.shellUnit),
+            std::tuple("sshd.service", "a.service b.service", "getty@tty2.service"));
   const std::string ssl = "/etc/ssl/certs/host.pem";
   for (const auto& [file, used] : {std::pair("relative.pem", "/etc/pki/libvirt/servercert.pem"),
                                    std::pair(ssl.c_str(), ssl.c_str())}) {
@@ -263,8 +236,9 @@ TEST(LinuxTools, ConfigurationNamesUnitsAgentsAndTheShutdownWait) {
 
 // Where the log viewer's files are on the machine, by what it keeps: for
 // the syslog a syslog file (or messages) before the journal, the disk's
-// journal before the one in /run, and a journal only by the machine's id;
-// the kernel's log is kern.log; logs this host does not keep are none.
+// journal before the one in /run, and a journal only by the machine's id.
+// (The other logs are looked up as the syslog's files are; that those this
+// host does not keep are not offered, the Linux syslog screen test shows.)
 TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   const std::string id = "0123456789abcdef0123456789abcdef";
   const std::string syslog = "/var/log/syslog.log";
@@ -280,11 +254,7 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
       {{runJournal, journal}, "@", syslog, journal},
       {{runJournal}, "@", syslog, runJournal},
       {{"/var/log/journal/@/user-1000.journal"}, "@", syslog, ""},
-      {{journal}, "", syslog, ""},
       {{journal}, "../../etc", syslog, ""},
-      {{"/var/log/kern.log"}, "@", "/var/log/nexel.log", "/var/log/kern.log"},
-      {{}, "@", "/var/log/hostboot.log", ""},  // not on this machine
-      {{}, "@", "/var/log/obsvd.log", ""},     // events are in the journal
       {{}, "@", "/etc/ssh/ssh_host_rsa_key.pub", "/etc/ssh/ssh_host_rsa_key.pub"},
   };
   auto named = [&id](std::string path) {
@@ -301,10 +271,8 @@ TEST(LinuxTools, LogViewerFilesAreTheSystemsOwn) {
   }
   Tree tree;
   LinuxBackend backend(tree.Path(), "1");
-  for (const auto& [asked, found] :
-       {std::pair("/etc/ostrel/ssl/host.crt", "/etc/pki/libvirt/servercert.pem"),
-        {"/etc/ssh/x", "/etc/ssh/x"}})
-    EXPECT_EQ(backend.HostPath(asked), tree.Path() + found);
+  EXPECT_EQ(backend.HostPath("/etc/ostrel/ssl/host.crt"),
+            tree.Path() + "/etc/pki/libvirt/servercert.pem");
   EXPECT_FALSE(fs::exists(backend.HostPath("/var/log/obsvd.log")));
 }
 
@@ -350,7 +318,6 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
 // the default.
 TEST(LinuxBackend, OtherChangesAreRefusedAndBadOptionsKeepTheDefault) {
   Tree tree;
-  fs::create_directories(tree.Path() + "/etc");
   LinuxBackend backend(tree.Path(), "1");
   EXPECT_THROW(backend.Modify([](HostState& s) {
     FindOption(s, "/UserVars/MerelTimeOut")->value = 120;
@@ -375,42 +342,28 @@ TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
       {"# header\n\n  0000:0A:1f.7  # the GPU's audio\n", {"0000:0a:1f.7"}},
       {"0000:01:00.0\n0000:01:00.0\n", {"0000:01:00.0"}},  // once is enough
       {"0000:01:00.8\n01:00.0\n0000:01:00.0;reboot\n../../x\n0000:g1:00.0\n", {}},
-      {"", {}},
   };
   for (const auto& c : cases)
     EXPECT_EQ(Linux::ParseDeviceList(c.text), c.addresses) << c.text;
 }
 
-// Saving the list and enabling the boot step are read off the real console
-// by the Linux DriverVM screen test; here what is read back afterwards.
-TEST(LinuxBackend, DriverVmAssignmentIsSavedForTheNextBoot) {
+// Saving the list, enabling the boot step and the saved devices' next owner
+// are read off the real console by the Linux DriverVM screen test. Here a
+// device bound to vfio-pci but not in the saved list goes back to the host at
+// the next boot.
+TEST(LinuxBackend, DeviceOutsideTheSavedListGoesBackToTheHost) {
   Tree tree;
   MerelTestTrees::WritePciTree(tree.Path() + "/sys/bus/pci",
                                tree.Path() + "/sys/kernel/iommu_groups", true);
-  // systemctl, which enables the boot step, as a recorder of its calls.
-  tree.Write("/bin/systemctl", "#!/bin/sh\necho \"$*\" >> \"$(dirname \"$0\")/../calls\"\n");
-  fs::permissions(tree.Path() + "/bin/systemctl", fs::perms::owner_all);
   LinuxBackend backend(tree.Path(), "1");
-  ASSERT_EQ(backend.Load().hardware.pciDevices.size(), 4u);
-  backend.Modify([](HostState& s) {
-    s.hardware.pciDevices[2].passthroughAfterReboot = 1;
-    s.hardware.pciDevices[3].passthroughAfterReboot = 1;
-  });
-  HostState state = backend.Load();
-  EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthroughAfterReboot,
-                      state.hardware.pciDevices[1].passthroughAfterReboot),
-            std::tuple(1, -1));
-
-  // Handed back: the list empties, so a device bound to vfio-pci now goes
-  // back to the host at the next boot.
   backend.Modify([](HostState& s) {
     s.hardware.pciDevices[2].passthroughAfterReboot = 0;
     s.hardware.pciDevices[3].passthroughAfterReboot = 0;
   });
   tree.Link("/sys/bus/pci/devices/0000:01:00.0/driver", "../../drivers/vfio-pci");
-  state = backend.Load();
+  const HostState state = backend.Load();
   EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthrough,
-                      state.hardware.pciDevices[2].passthroughAfterReboot),
+                       state.hardware.pciDevices[2].passthroughAfterReboot),
             std::tuple(true, 0));
 }
 
