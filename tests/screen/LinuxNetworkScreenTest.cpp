@@ -89,9 +89,7 @@ void Fill(Terminal& console, std::initializer_list<const char*> texts) {
 // Types `text` over what the selected field holds.
 void Retype(Terminal& console, const std::string& text) {
   Type(console, {Key::kEnd});
-  for (int i = 0; i < 40; ++i)
-    console.Send("\x7f");
-  TypeText(console, text);
+  TypeText(console, std::string(40, '\x7f') + text);
 }
 
 // The DNS dialog's fields (servers, host name), then the suffixes if any.
@@ -99,11 +97,8 @@ void SetDns(Terminal& console, std::initializer_list<const char*> fields, const 
   Choose(console, "DNS Configuration", "Use the following DNS server addresses");
   Fill(console, fields);
   Accept(console);
-  if (*suffixes) {
-    Choose(console, "Custom DNS Suffixes", "Suffixes:");
-    TypeText(console, suffixes);
-    Accept(console);
-  }
+  if (*suffixes)
+    Edit(console, "Custom DNS Suffixes", "Suffixes:", {}, suffixes);
 }
 
 // IPv4 static, with the fields (address, netmask, gateway) typed in; with
@@ -145,12 +140,6 @@ class LinuxNetworkTest : public NamespaceTest {
 TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesUplinksAndRestore) {
   Terminal& console = Start();
   OpenNetwork(console);
-  // nic1 joins nic0 on the bridge (and later leaves it).
-  auto switchNic1 = [&] {
-    Choose(console, "Network Adapters", "nic2");
-    Type(console, {Key::kDown, Key::kSpace});
-    Accept(console);
-  };
   Choose(console, "Network Adapters", "nic2");
   // nic0 is the bridge's port; nic2's peer is down: no carrier.
   for (const auto& [nic, state] :
@@ -159,8 +148,9 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesUplinksAndRestore) {
     EXPECT_TRUE(Contains(RowWith(console, nic), state)) << nic << "\n" << console.Text();
   // The bridge is the switch, not an adapter; the peers are not the host's.
   ExpectLacks(console.Text(), {"] br0", "peer"});
-  Accept(console, Key::kEscape);
-  switchNic1();
+  // nic1 joins nic0 on the bridge (and later leaves it).
+  Type(console, {Key::kDown, Key::kSpace});
+  Accept(console);
   SetIpv4(console, {"10.99.0.7", "255.255.255.0", "10.99.0.1"});
   SetDns(console, {"10.99.0.53", "", "new-host.lab.test"}, "a.test b.test");
   ApplyChanges(console);
@@ -187,7 +177,7 @@ TEST_F(LinuxNetworkTest, StaticAddressGatewayNamesUplinksAndRestore) {
 
   // Taking nic1 off again leaves the bridge and its file.
   Accept(console);
-  switchNic1();
+  Edit(console, "Network Adapters", "nic2", {Key::kDown, Key::kSpace});
   ApplyChanges(console);
   EXPECT_EQ(InHost("ls /sys/class/net/br0/brif"), "nic0\n");
   EXPECT_EQ(Unit("nic1.network"), "");
@@ -225,7 +215,6 @@ TEST_F(LinuxNetworkTest, AGatewayTheKernelRefusesIsShownAndTheNamesStillChange) 
   OpenNetwork(console);
   SetDns(console, {"", "", "after-failure"}, "");
   SetIpv4(console, {"", "", "10.99.0.254"});
-  ASSERT_TRUE(Contains(RightText(console), "10.99.0.254")) << console.Text();
   Press(console, Key::kEscape, "Apply changes and restart management network?");
   console.SendText("y");
   ASSERT_TRUE(WaitQuiet(console, "Setting default gateway failed: "))
@@ -297,8 +286,6 @@ TEST_F(LinuxNetworkTest, SlaacThenStaticIpv6ThenVlanThenIpv6Off) {
   ASSERT_TRUE(WaitQuiet(console, "http://[" + slaac + "]/")) << console.Text();
 
   OpenNetwork(console);
-  ASSERT_TRUE(SelectEntry(console, "IPv6 Configuration")) << console.Text();
-  ExpectHas(RightText(console), {slaac});
   // Static: the advertised address stays in the first field but is not the
   // console's to keep; the second field and the gateway are typed.
   Choose(console, "IPv6 Configuration", "Set static IPv6");
@@ -326,9 +313,7 @@ TEST_F(LinuxNetworkTest, SlaacThenStaticIpv6ThenVlanThenIpv6Off) {
     Accept(console);
     PressToMenu(console, Key::kEscape);  // nothing to apply: no question
   } else {
-    Choose(console, "VLAN (optional)", "VLAN ID (1-4094");
-    TypeText(console, "20");
-    Accept(console);
+    Edit(console, "VLAN (optional)", "VLAN ID (1-4094", {}, "20");
     ApplyChanges(console);
     EXPECT_EQ(InHost("cat /sys/class/net/br0/bridge/vlan_filtering"), "1\n");
     ExpectHas(InHost("bridge vlan show dev br0"), {"20 PVID Egress Untagged"});
@@ -341,9 +326,7 @@ TEST_F(LinuxNetworkTest, SlaacThenStaticIpv6ThenVlanThenIpv6Off) {
   // host restarts as the console asks.
   SCOPED_TRACE("IPv6 off");
   Accept(console);
-  Choose(console, "IPv6 Configuration", "Disable IPv6");
-  Type(console, {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
-  Accept(console);
+  Edit(console, "IPv6 Configuration", "Disable IPv6", {Key::kUp, Key::kUp, Key::kUp, Key::kSpace});
   Press(console, Key::kEscape, "Apply changes and reboot host?");
   console.SendText("Y");
   ASSERT_TRUE(console.WaitFor([&] { return Contains(Calls(), "reboot"); })) << console.Text();
@@ -408,7 +391,6 @@ TEST_F(LinuxNetworkTest, DnsGoesToResolvedWhereItRuns) {
   ExpectHas(Unit("br0.network"),
             {"\nDNS=10.99.0.53\n", "\nDNS=10.99.0.54\n", "\nDomains=a.test b.test\n"});
   EXPECT_EQ(InHost("readlink /etc/resolv.conf; cat /etc/resolv.conf"), resolver);
-  ExpectHas(resolver, {"127.0.0.53"});
 
   // Read back from the file: the window shows what was set.
   Choose(console, kWindowTitle, "<Esc> Exit");
@@ -421,9 +403,8 @@ TEST_F(LinuxNetworkTest, DnsGoesToResolvedWhereItRuns) {
   // The router's server from a lease goes there too, never through the
   // link (the DHCP client's own hook writes the file it finds).
   SetIpv4(console, {});
-  Choose(console, "DNS Configuration", "Use the following DNS server addresses");
-  Type(console, {Key::kUp, Key::kUp, Key::kSpace});
-  Accept(console);
+  Edit(console, "DNS Configuration", "Use the following DNS server addresses",
+       {Key::kUp, Key::kUp, Key::kSpace});
   ApplyChanges(console);
   EXPECT_EQ(std::tuple(last("dns"), last("domain")),
             std::tuple("resolvectl dns br0 10.99.0.1", "resolvectl domain br0 a.test b.test"));
