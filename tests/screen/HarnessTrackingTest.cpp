@@ -21,8 +21,6 @@ TEST(HarnessTracking, CountsChangedCellsAndDropsLinuxPaletteSequencesEvenWhenSpl
       {"the same text written again", "abc", "\\rabc", false, 0, "abc"},
       {"the same text in bold", "abc", "\\r\\033[1mabc", false, 3, "abc"},
       {"a cleared line", "abcd", "\\r\\033[K", false, 4, ""},
-      {"new text on blank cells", "", "xy", false, 2, "xy"},
-      {"whole palette sequence", "\\033]P0102030ab", "c", true, 1, "abc"},
       {"split inside the digits", "\\033]P01", "02030Q", true, 1, "Q"},
       {"split after ESC", "x\\033", "]P7ffffffy", true, 1, "xy"},
       {"palette reset", "\\033]Rok", "", true, 0, "ok"},

@@ -2,8 +2,6 @@
 // move the selection, and adjust the host beforehand.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -236,6 +234,22 @@ inline std::unique_ptr<Terminal> LogIn(SimHost& host,
   return console;
 }
 
+// From the menu: logs out, and logs in again as root; `refused` (unless
+// empty) is turned down first, `password` opens the menu.
+inline void LogInAgain(Terminal& console, const std::string& refused, const std::string& password) {
+  Press(console, Key::kEscape, "<F2>");
+  Press(console, Key::kF2, "Authentication Required");
+  if (!refused.empty()) {
+    TypeText(console, refused);
+    Press(console, Key::kEnter, "Invalid login or password.");
+    console.SendKey(Key::kEnter);
+    console.WaitUntilQuiet(milliseconds(150));
+  }
+  TypeText(console, password);
+  console.SendKey(Key::kEnter);
+  EXPECT_TRUE(WaitForMenu(console)) << console.Text();
+}
+
 // Moves the selection down, then up, until `entry` is selected.
 inline bool SelectEntry(Terminal& console, const std::string& entry) {
   for (Key key : {Key::kDown, Key::kUp}) {
@@ -319,21 +333,6 @@ inline void ModifyHost(const SimHost& host, const std::function<void(nlohmann::j
   ASSERT_TRUE(state.is_object()) << "host.json unreadable";
   change(state);
   host.WriteFile("/host.json", state.dump(2) + "\n");
-}
-
-// A clock twenty times as fast for the console: the minute of idling before
-// a time-out passes in about three seconds. `merel-sim run` sets LD_PRELOAD
-// for pam_wrapper itself, so libfaketime is added by a small wrapper that it
-// starts in place of the console (MEREL_BIN) and that starts the console.
-inline TerminalOptions FastClock(const SimHost& host, TerminalOptions options = {}) {
-  const std::string wrapper = "/merel-fast-clock";
-  host.WriteFile(wrapper,
-                 "#!/bin/sh\n"
-                 "LD_PRELOAD=\"$LD_PRELOAD /usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1\" "
-                 "FAKETIME='+0 x20' FAKETIME_DONT_RESET=1 exec " MEREL_BIN " \"$@\"\n");
-  chmod(host.Path(wrapper).c_str(), 0755);
-  options.env["MEREL_BIN"] = host.Path(wrapper);
-  return options;
 }
 
 }  // namespace MerelMenuTest

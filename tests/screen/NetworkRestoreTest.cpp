@@ -74,8 +74,6 @@ TEST_P(FactoryRestore, RunsAndIsLoggedWhateverTheOutcome) {
     if (c.networkReset) {
       ExpectGoldenScreen(*console, "network-restore-done");
     }
-    Type(*console, {Key::kEscape});
-    ExpectHas(console->Text(), {"<Enter> OK"});
     console->SendKey(Key::kEnter);
   }
   ASSERT_TRUE(WaitForWindow(*console)) << console->Text();

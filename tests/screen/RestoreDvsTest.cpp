@@ -25,7 +25,6 @@ TEST(RestoreDvsTest, RepairMovesTheInterfaceToAHostLocalPort) {
   // and Esc goes back to the list.
   Type(*console, {Key::kEnter, Key::kSpace, Key::kDown, Key::kSpace});
   Press(*console, Key::kEnter, "None of the chosen adapters has link.");
-  ExpectHas(console->Text(), {"DVS Uplinks: Warning", "pnic1: Disconnected"});
   PressGone(*console, Key::kEscape, "None of the chosen");
   Type(*console, {Key::kSpace, Key::kUp, Key::kSpace, Key::kDown, Key::kDown, Key::kSpace,
                   Key::kDown, Key::kSpace});
@@ -90,7 +89,6 @@ TEST(RestoreDvsTest, NoUplinkToOfferIsRefused) {
   const nlohmann::json before = host.HostJson();
   auto console = OpenEntry(host, "Network Restore Options", "Restore DVS");
   Choose(*console, "Restore DVS", "No DVS Uplinks: Error");
-  ExpectHas(console->Text(), {"Nothing was changed."});
   Press(*console, Key::kEnter, "Network Restore Options");
   EXPECT_EQ(host.HostJson(), before);
 }

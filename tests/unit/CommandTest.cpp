@@ -88,7 +88,6 @@ TEST_F(CommandTest, ResultOutputAndInput) {
       {"exit 6", std::string(1 << 20, 'x'), 4096, 30, 6, "", ""},
       // Nothing of the console's environment but PYTHONHOME (the shell adds PWD).
       {"env | grep -v ^PWD=", "", 4096, 30, 0, "PYTHONHOME=/\n", ""},
-      {"printf started; exec sleep 20", "", 4096, 1, -1, "started", ""},
       {"(sleep 3; printf ' late') & printf early; exec sleep 20", "", 4096, 1, -1, "early late",
        ""},
   };
@@ -128,24 +127,6 @@ TEST_F(CommandTest, RefusedUserFallsBackToTheConsoleUserWith256Bytes) {
   RoviCmd("", 2);  // any other status is the result as it is
   EXPECT_EQ(RunRoviCommand(record, out, &outSize, nullptr, nullptr, nullptr, 0), 2);
   EXPECT_EQ(Calls(), asRoot + asMerel + asMerel);
-}
-
-TEST_F(CommandTest, RoviQueryBoolIsTrueWhenTheAnswerStartsWithTrue) {
-  const struct {
-    const char* answer;
-    int status;
-    bool expected;
-  } cases[] = {{"true\n", 0, true},   {"trueish", 0, true}, {"True\n", 0, false},
-               {"false\n", 0, false}, {"", 0, false},       {"true", 1, true},
-               {"tru", 0, false}};
-  for (const auto& c : cases) {
-    RoviCmd(c.answer, c.status);
-    EXPECT_EQ(RoviQueryBool("rovisvc/auth/lockdown_is_enabled"), c.expected) << c.answer;
-    const std::string log = TakeLog();
-    EXPECT_TRUE(Has(log, "info rovi-cmd invocation: get rovisvc/auth/lockdown_is_enabled"));
-    EXPECT_EQ(log.find(".err rovi-cmd invocation failure: ") != std::string::npos, c.status != 0);
-  }
-  EXPECT_EQ(Calls().find("-U root"), std::string::npos) << "always asked as the console's user";
 }
 
 }  // namespace

@@ -1,17 +1,14 @@
 // The simulated host as the console relies on it: the operating-system side
 // (paths, programs, the shell, logs, power), the host tools the console
-// starts, and the records its logs keep. Roots are made by the real
+// starts, and the audit records it keeps. Roots are made by the real
 // `merel-sim init`.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
 
-#include <algorithm>
-
+#include "Command.h"
 #include "HostCtl/HostCtlException.h"
 #include "HostLibraries.h"
 #include "HostState.h"
@@ -22,37 +19,6 @@ namespace {
 using Platform::HostState;
 using SimHostTest::ExitCode;
 using SimHostTest::SimRoot;
-
-// The host tools, run the way the console runs them: by their host path,
-// with argv[0] the bare name and an empty environment.
-struct Result {
-  int status;
-  std::string out;
-};
-
-Result RunTool(std::vector<std::string> words) {
-  std::string program = words[0];
-  words[0] = words[0].substr(words[0].rfind('/') + 1);
-  std::vector<char*> argv;
-  for (auto& word : words)
-    argv.push_back(word.data());
-  argv.push_back(nullptr);
-  char env0[] = "PYTHONHOME=/";
-  char* envp[] = {env0, nullptr};
-  int out[2];
-  EXPECT_EQ(pipe(out), 0);
-  int null = open("/dev/null", O_RDWR);
-  pid_t pid = Platform::Spawn(program.c_str(), argv.data(), envp, null, out[1], null);
-  close(out[1]);
-  close(null);
-  std::string text;
-  char buffer[256];
-  for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;)
-    text.append(buffer, n);
-  close(out[0]);
-  int status = 0;
-  return {pid < 0 || waitpid(pid, &status, 0) < 0 ? -1 : ExitCode(status), text};
-}
 
 TEST(PlatformSelectTest, BadRootGivesOneLineAndNoRootGivesThePersistentDemoHost) {
   SimHostTest::TempDir dir;
@@ -88,15 +54,20 @@ TEST(PlatformSimBackendTest, ChildrenGetOnlyTheRootAndNoBlockedSignals) {
   sigemptyset(&block);
   sigaddset(&block, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &block, &old);
-  Result spawned = RunTool({"/bin/sh", "-c", "echo \"$0|$PYTHONHOME|$HOME\"; " + blocked});
+  // Spawned the way the console runs its host tools.
+  std::string script = "echo \"$0|$PYTHONHOME|$HOME\"; " + blocked;
+  char sh[] = "sh", dashC[] = "-c";
+  char* const argv[] = {sh, dashC, script.data(), nullptr};
+  char spawned[256];
+  size_t spawnedSize = sizeof(spawned);
+  Merel::RunCommand("/bin/sh", argv, spawned, &spawnedSize, nullptr, nullptr, nullptr, 0, 0);
   // Absolute paths land in the root and PATH holds only the root's tools.
   std::string marker = "/tmp/merel-unit-marker-" + std::to_string(getpid());
   int status = Platform::System((blocked + " > " + marker + "; ls / 2>/dev/null").c_str());
   pthread_sigmask(SIG_SETMASK, &old, nullptr);
-  EXPECT_EQ(std::tuple(spawned.out, root.File(marker), ExitCode(status)),
+  EXPECT_EQ(std::tuple(std::string(spawned, spawnedSize), root.File(marker), ExitCode(status)),
             std::tuple("sh|/|\n0000000000000000\n", "0000000000000000\n", 127));
   EXPECT_NE(access(marker.c_str(), F_OK), 0);
-  EXPECT_EQ(RunTool({"/bin/not-a-tool"}).status, -1);
 }
 
 // A simulated power-off kills the console as a real shutdown would (the
@@ -207,8 +178,9 @@ std::vector<std::vector<std::string>> Records(const std::string& text) {
 }
 
 // A login name is typed by whoever sits at the console. Whatever it holds,
-// each log gets exactly one record for it, with no field or line of its
-// own making, and the name can be read back intact.
+// the audit record gets exactly one line for it, with no field of its own
+// making, and the name can be read back intact. (The Linux host writes its
+// audit records the same way when it has no audit subsystem.)
 TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
   const std::string hostile[] = {
       "root success=1",
@@ -223,9 +195,6 @@ TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
   // A lambda per value, so that a failed ASSERT ends only that value's case.
   auto check = [](const std::string& value) {
     SimRoot root;
-    std::ofstream(root.Path() + "/var/log/obsvd.log", std::ios::trunc);
-    std::ofstream(root.Path() + "/var/log/syslog.log", std::ios::trunc);
-
     AuditLog_Session("login.connect", value.c_str(), 0, "reason", value.c_str());
     // The first word is the time.
     auto audit = Records(root.File("/var/log/audit.log"));
@@ -233,32 +202,6 @@ TEST(SimHostRecordTest, HostileValuesStayOneRecordWithTheValueIntact) {
     audit[0][0] = "time";
     EXPECT_EQ(audit[0], (std::vector<std::string>{"time", "login.connect", "user=" + value,
                                                   "success=0", "reason=" + value}));
-
-    ASSERT_EQ(ObsvUserLib_AddObsv("@&!*@*@(obsv.user.merel.login.failed)Authentication of user "
-                                  "%s failed",
-                                  value.c_str()),
-              0);
-    const std::string events = root.File("/var/log/obsvd.log");
-    ASSERT_EQ(std::count(events.begin(), events.end(), '\n'), 1) << events;
-    const std::string prefix = " [obsv.user.merel.login.failed] ";
-    const size_t at = events.find(prefix);
-    ASSERT_NE(at, std::string::npos) << events;
-    EXPECT_EQ(Unescape(events.substr(at + prefix.size())),
-              "Authentication of user " + value + " failed\n");
-
-    Platform::OpenLog("MEREL", LOG_PID, LOG_AUTH);
-    Platform::Syslog(LOG_AUTH | LOG_ERR, "Authentication of user %s failed", value.c_str());
-    std::string syslog = root.File("/var/log/syslog.log");
-    EXPECT_TRUE(syslog.ends_with('\n') &&
-                std::none_of(syslog.begin(), syslog.end() - 1,
-                             [](unsigned char c) { return c < 0x20 || c == 0x7f; }))
-        << syslog;
-
-    RunTool({"/bin/rovi-cmd", "-U", value, "internalsvc/refresh"});
-    EXPECT_EQ(
-        Records(root.File("/var/log/tools.log")),
-        (std::vector<std::vector<std::string>>{{"rovi-cmd", "-U", value, "internalsvc/refresh"}}))
-        << root.File("/var/log/tools.log");
   };
   for (const std::string& value : hostile) {
     SCOPED_TRACE(::testing::Message() << "value " << ::testing::PrintToString(value));

@@ -17,8 +17,7 @@ using MerelTest::Blanks;
 using MerelTest::CursesScreen;
 
 const TextArea::VariableTable kVariables = {
-    {"hostname", [] { return std::string("host name.example"); }},
-    {"ip", [] { return std::string("10.0.0.1"); }}};
+    {"hostname", [] { return std::string("host name.example"); }}};
 
 TEST(TextAreaLayoutTest, Table) {
   const struct {
@@ -27,9 +26,10 @@ TEST(TextAreaLayoutTest, Table) {
     int width;
     const char* expected;
   } cases[] = {
-      // Footers flush right, on one line with a left part, and the padded
-      // columns of the adapter list are read off the golden screens.
-      {"CenteredRunOddRemainderRoundsDown", "{align:center}abc{/align}", 10, "   abc"},
+      // Footers flush right, on one line with a left part, centred lines,
+      // tags that take no room and the padded columns of the adapter list
+      // are read off the golden screens; variables filled in, off the custom
+      // welcome message's screen test.
       {"PaddingCutsLongValue", "{align:padding:5}Hardware{/align}|", 20, "Hardw|"},
       {"PaddingZeroSwallows", "a{align:padding:0}hidden{/align}b", 10, "ab"},
       {"NegativePaddingDoesNotPad", "{align:padding:-3}ab{/align}|", 10, "ab|"},
@@ -39,7 +39,6 @@ TEST(TextAreaLayoutTest, Table) {
       {"LeftAlignIsNoAlignment", "{align:left}x{/align}y", 10, "xy"},
       {"NestedAlignIgnored", "{align:right}ab{align:center}cd{/align}ef{/align}", 10,
        "      abcd\nef"},
-      {"WordWrapSeveralLines", "aa bb cc dd", 5, "aa bb\ncc dd"},
       {"LongWordBrokenHard", "abcdefghij", 4, "abcd\nefgh\nij"},
       {"LongWordAfterShortOneBrokenHard", "ab cdefghij", 4, "ab\ncdef\nghij"},
       {"WhitespaceAtEdgeBecomesTheBreak", "abcd efgh", 4, "abcd\nefgh"},
@@ -50,10 +49,8 @@ TEST(TextAreaLayoutTest, Table) {
       {"UnclosedBraceSwallowsTheRest", "abc{color:black def", 10, "abc"},
       {"EmptyBracesGoToDrawPass", "a{}b", 10, "a{}b"},
       {"UnknownTagGoesToDrawPass", "{foo:bar}x{/foo}", 10, "{foo:bar}x{/foo}"},
-      {"TagsTakeNoRoom", "{color:red}abcd{/color}", 4, "{color:red}abcd{/color}"},
       {"UnknownColourNameKept", "{align:left}{color:black>}<F3>{/color}{/align}", 10,
        "{color:black>}<F3>{/color}"},
-      {"VariableReplaced", "IP: {ip}", 20, "IP: 10.0.0.1"},
       {"VariableHardWrappedBlanksNoBreak", "ab {hostname}", 6, "ab hos\nt name\n.examp\nle"},
       {"VariableCutByPadding", "{align:padding:4}{hostname}{/align}|", 20, "host|"},
       {"VariableNamesAreCaseSensitive", "{Hostname}{HOSTNAME}", 20, "{Hostname}{HOSTNAME}"},
@@ -159,7 +156,6 @@ TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
       {"xterm", kYellow, A_DIM, 0, A_REVERSE},
       {"vt102", kYellow, 0, A_BOLD, A_REVERSE},
       {"xterm", kDarkGrey, A_STANDOUT, A_STANDOUT, A_STANDOUT | A_REVERSE},
-      {"vt102", kBlack, A_STANDOUT, A_STANDOUT, A_STANDOUT | A_REVERSE},
   };
   for (const auto& c : cases) {
     CursesScreen screen(c.term);

@@ -19,7 +19,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -649,18 +648,6 @@ Cell Terminal::CellAt(int x, int y) const {
     result.bg = ToConsoleColor(cell.bg, false);
   }
   return result;
-}
-
-std::map<int, Rgb> Terminal::Palette() const {
-  // libvterm ignores palette changes; they are read from the output instead.
-  static const std::regex kInitColor(
-      "\x1b\\]4;([0-9]+);rgb:([0-9a-fA-F]{2})/([0-9a-fA-F]{2})/([0-9a-fA-F]{2})");
-  std::map<int, Rgb> palette;
-  for (std::sregex_iterator it(_raw.begin(), _raw.end(), kInitColor), end; it != end; ++it) {
-    auto hex = [&](int i) { return static_cast<uint8_t>(std::stoi((*it)[i].str(), nullptr, 16)); };
-    palette[std::stoi((*it)[1].str())] = {hex(2), hex(3), hex(4)};
-  }
-  return palette;
 }
 
 SimHost::SimHost(const std::string& fixture) {

@@ -32,11 +32,6 @@ inline milliseconds DefaultTimeout() {
   return Scaled(milliseconds(15000));
 }
 
-struct Rgb {
-  uint8_t r = 0, g = 0, b = 0;
-  bool operator==(const Rgb&) const = default;
-};
-
 // The console's colours by the palette slots it uses; kDefault is the
 // terminal's own default colour (what a black-and-white console draws in).
 enum class ConsoleColor { kBlack, kRed, kLightGrey, kYellow, kDarkGrey, kWhite, kDefault, kOther };
@@ -120,8 +115,6 @@ class Terminal {
   Cell CellAt(int x, int y) const;
   int Find(int y, std::string_view text) const;
   const std::string& Raw() const { return _raw; }  // everything the program wrote
-  // Palette slots redefined through the output (OSC 4).
-  std::map<int, Rgb> Palette() const;
 
   // Measurement for the benchmark and the monkey test; nothing of it runs
   // until TrackScreen is called, so the screen tests see the plain emulator.
