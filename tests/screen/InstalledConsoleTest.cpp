@@ -4,18 +4,19 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <string>
 
-#include "../common/CommandOutput.h"
 #include "MenuScreenUtil.h"
+#include "NamespaceUtil.h"
 
 namespace {
 
+using MerelNamespaceTest::Slurp;
 using MerelTest::Terminal;
-using MerelTestCommon::CommandOutput;
 
 struct Outcome {
   int status = -1;
@@ -23,13 +24,17 @@ struct Outcome {
   std::string err;
 };
 
-// Standard output and standard error of two runs; the status follows the
-// error output on a line of its own.
+// Each program runs once; its two outputs go to files of their own.
 Outcome RunProgram(const std::string& program, const std::string& args) {
-  const std::string command = "'" + program + "' " + args;
-  const std::string err = CommandOutput(command + " 2>&1 >/dev/null; echo \"status $?\"");
-  const size_t at = err.rfind("status ");
-  return {std::stoi(err.substr(at + 7)), CommandOutput(command + " 2>/dev/null"), err.substr(0, at)};
+  char dir[] = "/tmp/merel-options-XXXXXX";
+  const std::string scratch = mkdtemp(dir);
+  const std::string command =
+      "'" + program + "' " + args + " >" + scratch + "/out 2>" + scratch + "/err";
+  const int status = std::system(command.c_str());
+  Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(scratch + "/out"),
+              Slurp(scratch + "/err")};
+  std::filesystem::remove_all(scratch);
+  return run;
 }
 
 TEST(CommandLineTest, HelpVersionAndUnknownOptions) {
