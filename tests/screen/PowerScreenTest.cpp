@@ -80,6 +80,9 @@ TEST(PowerScreenTest, RestartTerminatingTheVirtualMachines) {
   EXPECT_EQ(host.HostJson()["powerState"], "on");
 }
 
+// The console's idle time-out, found by name: the host's options are a list.
+constexpr char kIdleTimeout[] = "/UserVars/MerelTimeOut";
+
 // Enter does not confirm and Esc goes back to the menu; F11 resets to the
 // factory state, once (the count and the tools' log say so); there is no
 // way back, Enter restarts.
@@ -87,7 +90,11 @@ TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
   SimHost host;
   ModifyHost(host, [](nlohmann::json& state) {
     state["network"]["dns"]["hostname"] = "renamed";
-    state["advancedOptions"][0]["value"] = 300;  // the console's idle time-out
+    for (nlohmann::json& option : state["advancedOptions"]) {
+      if (option["name"] == kIdleTimeout) {
+        option["value"] = 300;
+      }
+    }
   });
   auto console = OpenEntry(host, "Reset System Configuration", "Reset System Configuration now?");
   ExpectGoldenScreen(*console, "reset-confirm");
@@ -106,7 +113,7 @@ TEST(ResetScreenTest, OnlyF11ResetsToTheFactoryStateAndRestarts) {
 
   const auto state = host.HostJson();
   EXPECT_EQ(List({state["configResets"], state["powerState"], state["network"]["dns"]["hostname"],
-                  state["advancedOptions"][0]["value"]}),
+                  Named(state["advancedOptions"], kIdleTimeout)->at("value")}),
             List({1, "rebooting", "merel-demo", 600}));
   EXPECT_EQ(ToolsFrom(host, "configReset.sh"), "configReset.sh --reset-only\nreboot -f\n");
   ExpectHas(host.Syslog(), {"Restoring factory defaults"});
