@@ -3,7 +3,10 @@
 // terminal. What curses writes is drained in the background so that drawing
 // never blocks on a full pty. With `standardInput` the terminal is also
 // descriptor 0, because the console's key wait polls descriptor 0 directly.
-// One screen at a time.
+// Without `drained` nothing reads the output, which must then stay within the
+// pty's buffer: for a test that forks, because a child forked while the drain
+// thread holds a lock of the sanitizer's allocator (as it does while it
+// starts) hangs at its first allocation. One screen at a time.
 #pragma once
 
 #include <curses.h>
@@ -33,7 +36,8 @@ struct Cell {
 
 class CursesScreen {
  public:
-  explicit CursesScreen(const char* term = "xterm-256color", bool standardInput = false) {
+  explicit CursesScreen(const char* term = "xterm-256color", bool standardInput = false,
+                        bool drained = true) {
     struct winsize size = {25, 80, 0, 0};
     if (openpty(&_master, &_slave, nullptr, nullptr, &size) != 0) {
       return;
@@ -41,11 +45,13 @@ class CursesScreen {
     // The size must come from the pty, not from the test runner's environment.
     unsetenv("LINES");
     unsetenv("COLUMNS");
-    _drain = std::thread([this] {
-      char buffer[4096];
-      while (read(_master, buffer, sizeof buffer) > 0 || errno == EINTR) {
-      }
-    });
+    if (drained) {
+      _drain = std::thread([this] {
+        char buffer[4096];
+        while (read(_master, buffer, sizeof buffer) > 0 || errno == EINTR) {
+        }
+      });
+    }
     if (standardInput) {
       _savedStdin = dup(STDIN_FILENO);
       dup2(_slave, STDIN_FILENO);
@@ -84,7 +90,9 @@ class CursesScreen {
       close(_savedStdin);
     }
     close(_slave);  // the drain thread now sees the terminal hang up
-    _drain.join();
+    if (_drain.joinable()) {
+      _drain.join();
+    }
     close(_master);
   }
 

@@ -56,9 +56,10 @@ TEST(KeyInputTest, EverySequenceArrivesAsItsKeyOnEveryTerminal) {
 // An exception nobody catches still ends the process abnormally, but with
 // the terminal given back: line modes as curses found them.
 TEST(TerminateTest, UncaughtExceptionRestoresTheTerminalBeforeAborting) {
-  // A forked child, so that it shares this test's terminal and its curses.
+  // A forked child, so that it shares this test's terminal and its curses;
+  // forked from this one thread only.
   GTEST_FLAG_SET(death_test_style, "fast");
-  CursesScreen screen("xterm");
+  CursesScreen screen("xterm", false, /*drained=*/false);
   ASSERT_TRUE(screen.Ok());
   // The test framework would catch it here; a thread's exception has nobody
   // to catch it.
