@@ -85,12 +85,25 @@ inline std::string RowWith(const Terminal& console, const std::string& step) {
   return row.erase(row.find_last_not_of(' ') + 1);
 }
 
+inline bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// The two-pane window `title` is in front: its status line offers `hint`, and
+// none of `absent` (what a dialog left open would offer) shows.
+inline bool WaitForPane(Terminal& console, const std::string& title, const std::string& hint,
+                        const std::vector<std::string>& absent = {}) {
+  return console.WaitFor([&] {
+    const std::string text = console.Text();
+    return CellText(console, 1, 3, static_cast<int>(title.size()) + 2) == title &&
+           Contains(text, hint) &&
+           std::none_of(absent.begin(), absent.end(), [&](auto& a) { return Contains(text, a); });
+  }) && console.WaitUntilQuiet();
+}
+
 // The menu is in front (its title is shown and it has the keyboard).
 inline bool WaitForMenu(Terminal& console) {
-  return console.WaitFor([&] {
-    return CellText(console, 1, 3, 20) == "System Customization" &&
-           console.Text().find("<Esc> Log Out") != std::string::npos;
-  }) && console.WaitUntilQuiet();
+  return WaitForPane(console, "System Customization", "<Esc> Log Out");
 }
 
 // `key`, then the menu is in front again; otherwise the test ends.
@@ -103,10 +116,6 @@ inline void PressToMenu(Terminal& console, Key key) {
 
 inline bool WaitQuiet(Terminal& console, const std::string& text) {
   return console.WaitForText(text) && console.WaitUntilQuiet();
-}
-
-inline bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
 }
 
 // Each of `parts` is in `text`; ExpectLacks: none of them is.

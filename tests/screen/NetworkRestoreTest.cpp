@@ -10,11 +10,7 @@ using namespace MerelMenuTest;
 
 // The window is in front: no dialog (which would offer OK or Cancel) is left.
 bool WaitForWindow(Terminal& console) {
-  return console.WaitFor([&] {
-    const std::string text = console.Text();
-    return CellText(console, 1, 3, 30) == "Network Restore Options" &&
-           Contains(text, "<Esc> Log Out") && !Contains(text, "Cancel") && !Contains(text, " OK");
-  }) && console.WaitUntilQuiet();
+  return WaitForPane(console, "Network Restore Options", "<Esc> Log Out", {"Cancel", " OK"});
 }
 
 // Logs in and opens the window, then the dialog of `entry` if one is given.

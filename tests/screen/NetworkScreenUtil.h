@@ -17,10 +17,7 @@ using namespace MerelMenuTest;
 inline const char* const kWindowTitle = "Configure Management Network";
 
 inline bool WaitForWindow(Terminal& console) {
-  return console.WaitFor([&] {
-    return CellText(console, 1, 3, 28) == kWindowTitle &&
-           console.Text().find("<Esc> Exit") != std::string::npos;
-  }) && console.WaitUntilQuiet();
+  return WaitForPane(console, kWindowTitle, "<Esc> Exit");
 }
 
 // Logs in and opens the window from the menu (or ends the test).
