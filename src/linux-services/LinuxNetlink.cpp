@@ -81,8 +81,8 @@ std::string Mac(nl_addr* addr) {
 // A default route of the main table (what "ip route" shows as "default").
 bool IsDefaultRoute(rtnl_route* route) {
   nl_addr* dst = rtnl_route_get_dst(route);
-  return rtnl_route_get_table(route) == RT_TABLE_MAIN && (!dst || nl_addr_get_prefixlen(dst) == 0) &&
-         rtnl_route_get_type(route) == RTN_UNICAST;
+  return rtnl_route_get_table(route) == RT_TABLE_MAIN &&
+         (!dst || nl_addr_get_prefixlen(dst) == 0) && rtnl_route_get_type(route) == RTN_UNICAST;
 }
 
 int IndexOf(nl_sock* sock, const std::string& name, std::string& error) {
@@ -253,7 +253,8 @@ bool SetAddresses(const std::string& name,
     bool keep = false;
     for (size_t i = 0; i < parsed.size(); ++i) {
       if (nl_addr_cmp(rtnl_addr_get_local(addr), parsed[i].get()) == 0 &&
-          static_cast<unsigned>(rtnl_addr_get_prefixlen(addr)) == nl_addr_get_prefixlen(parsed[i].get())) {
+          static_cast<unsigned>(rtnl_addr_get_prefixlen(addr)) ==
+              nl_addr_get_prefixlen(parsed[i].get())) {
         keep = present[i] = true;
       }
     }

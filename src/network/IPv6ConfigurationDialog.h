@@ -25,7 +25,9 @@ class IPv6ConfigurationDialog : public FormDialog {
 
   // `dhcpChoices` gives the DHCPv6 and router-advertisement choices,
   // `addresses` the static networks and the gateway.
-  IPv6ConfigurationDialog(Frame* parent, bool enabled, const HostCtl::Network::IpConfig& dhcpChoices,
+  IPv6ConfigurationDialog(Frame* parent,
+                          bool enabled,
+                          const HostCtl::Network::IpConfig& dhcpChoices,
                           const HostCtl::Network::IpConfig& addresses);
   bool GetEnabled() const { return _enabled; }
   // The DHCPv6 and router-advertisement choices, the networks and the

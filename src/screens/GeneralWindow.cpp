@@ -161,8 +161,8 @@ std::vector<MenuEntry> GeneralWindow::Entries() {
                RunDialog<RestoreDialog>(this);
              } else {
                MessageDialog refusal(this, kResetTitle,
-                                     _strings->GetString(kResetUnavailable) +
-                                         std::string("\n\n") + _strings->GetString(kNothingChanged));
+                                     _strings->GetString(kResetUnavailable) + std::string("\n\n") +
+                                         _strings->GetString(kNothingChanged));
                Frame::Run(&refusal);
              }
            }},

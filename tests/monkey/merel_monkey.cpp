@@ -302,8 +302,9 @@ bool Monkey::Probe() {
     // A screen with something to move answers at once; the first look is
     // short, so that one with nothing to move (the password field of the
     // login) costs a second, not the whole limit.
-    if (_terminal->WaitFor([&] { return _terminal->Raw().size() > before || !_terminal->Running(); },
-                           attempt == 0 ? kQuickLook : kHangLimit)) {
+    if (_terminal->WaitFor(
+            [&] { return _terminal->Raw().size() > before || !_terminal->Running(); },
+            attempt == 0 ? kQuickLook : kHangLimit)) {
       return _terminal->Running() ? true : CheckExit();
     }
     if (AsleepWithInputRead()) {

@@ -39,7 +39,8 @@ if [ -e "$S/with-resolved" ]; then
   printf 'nameserver 127.0.0.53\noptions edns0 trust-ad\n' > /run/systemd/resolve/stub-resolv.conf
   ln -sfn ../run/systemd/resolve/stub-resolv.conf /etc/resolv.conf
   cp "$S/recorder" "$S/usr-bin/resolvectl"
-  mount -t overlay overlay -o "lowerdir=/usr/bin,upperdir=$S/usr-bin,workdir=$S/usr-bin-work" /usr/bin
+  mount -t overlay overlay \
+    -o "lowerdir=/usr/bin,upperdir=$S/usr-bin,workdir=$S/usr-bin-work" /usr/bin
 fi
 )SH", R"SH(
 unshare --net sh -c 'readlink /proc/$$/ns/net > "$0/peer.ns"; echo $$ > "$0/peer.pid"

@@ -74,10 +74,12 @@ cp @PAM@ "$S/etc/pam.d/merel"
 mount --bind "$S/etc" /etc
 mount -t tmpfs tmpfs /run
 @MOUNTS@
-for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
+for tool in /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl \
+    /usr/sbin/poweroff /usr/sbin/reboot /usr/sbin/shutdown /usr/sbin/halt; do
   if [ -e "$tool" ]; then mount --bind "$S/recorder" "$tool"; fi
 done
-for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl /sbin/poweroff /sbin/reboot; do
+for tool in /bin/systemctl /usr/bin/systemctl /usr/bin/systemd-run /usr/bin/resolvectl \
+    /sbin/poweroff /sbin/reboot; do
   if [ -e "$tool" ] && ! grep -q merel-test-recorder "$tool"; then
     echo "NAMESPACE NOT SAFE: $tool is not the recorder"; sleep 600; exit 97
   fi

@@ -18,9 +18,16 @@ class AdvancedOption {
 
 class AdvancedIntegerOption : public AdvancedOption {
  public:
-  AdvancedIntegerOption(std::string name, int64_t value, int64_t min, int64_t max,
+  AdvancedIntegerOption(std::string name,
+                        int64_t value,
+                        int64_t min,
+                        int64_t max,
                         int64_t defaultValue)
-      : AdvancedOption(std::move(name)), _value(value), _min(min), _max(max), _default(defaultValue) {}
+      : AdvancedOption(std::move(name)),
+        _value(value),
+        _min(min),
+        _max(max),
+        _default(defaultValue) {}
   int64_t GetValue() const { return _value; }
   int64_t GetMin() const { return _min; }
   int64_t GetMax() const { return _max; }

@@ -618,7 +618,8 @@ bool LinuxBackend::SetShellIdle(long seconds) {
     WriteFileDurably(path, Linux::ShellTimeoutProfile(seconds), 0644, error);
   }
   if (!error.empty()) {
-    WriteSyslog("MEREL", true, LOG_USER, LOG_ERR, "Setting the shell idle timeout failed: " + error);
+    WriteSyslog("MEREL", true, LOG_USER, LOG_ERR,
+                "Setting the shell idle timeout failed: " + error);
     return false;
   }
   return true;

@@ -62,8 +62,9 @@ std::string LinkName(const std::string& path) {
 // "0x8086" -> "8086"
 std::string HexId(const std::string& text) {
   std::string id = text.rfind("0x", 0) == 0 ? text.substr(2) : text;
-  std::transform(id.begin(), id.end(), id.begin(),
-                 [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+  std::transform(id.begin(), id.end(), id.begin(), [](char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  });
   return id;
 }
 

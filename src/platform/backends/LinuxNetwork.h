@@ -92,7 +92,9 @@ std::string HostsDomain(const std::string& hosts);
 bool BridgeFiltersVlans(const std::string& root, const std::string& name);
 
 // The 127.0.1.1 line of a hosts file for the host's name, the rest kept.
-std::string RenderHosts(const std::string& hosts, const std::string& host, const std::string& domain);
+std::string RenderHosts(const std::string& hosts,
+                        const std::string& host,
+                        const std::string& domain);
 
 // The console's sysctl file for IPv6 on or off at boot, and what one says
 // (false when it says nothing about it).

@@ -198,8 +198,9 @@ Config ReadConfig(const std::string& path) {
       config.agents = Words(value);
     else if (key == "host-certificate" && value[0] == '/')
       config.hostCertificate = value;
-    else if (key == "vm-shutdown-wait" && value.find_first_not_of("0123456789") == std::string::npos &&
-             value.size() <= 4 && std::stoi(value) <= 3600)
+    else if (key == "vm-shutdown-wait" &&
+             value.find_first_not_of("0123456789") == std::string::npos && value.size() <= 4 &&
+             std::stoi(value) <= 3600)
       config.vmShutdownWait = std::stoi(value);
   }
   return config;
