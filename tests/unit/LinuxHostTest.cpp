@@ -186,15 +186,12 @@ TEST(LinuxTools, MapsTheConsolesToolsOntoTheMachine) {
       {{"/bin/sh", "/etc/init.d/TarvikShell", "stop"}, K::kRun,
        "/bin/systemctl stop getty@tty2.service"},
       {{"/bin/sh", "/etc/init.d/SSH", "reload;x"}, K::kRefuse, ""},
-      {{"/bin/sh", "-c", "poweroff"}, K::kRefuse, ""},
-      {{"/sbin/nexping"}, K::kRefuse, ""},
+      {{"/bin/sh", "-c", "poweroff"}, K::kRefuse, ""}, {{"/sbin/nexping"}, K::kRefuse, ""},
       // The two shell time-outs, and only in seconds; no other option.
       {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
-        "/UserVars/TarvikShellInteractiveTimeOut", "-i", "9;x"},
-       K::kRefuse, ""},
-      {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o",
-        "/UserVars/MerelTimeOut", "-i", "60"},
-       K::kRefuse, ""},
+        "/UserVars/TarvikShellInteractiveTimeOut", "-i", "9;x"}, K::kRefuse, ""},
+      {{"/sbin/tarvikcli", "system", "settings", "advanced", "set", "-o", "/UserVars/MerelTimeOut",
+        "-i", "60"}, K::kRefuse, ""},
       {{"/sbin/tarvikcfg-advcfg", "-q", "-g", "/UserVars/MerelTimeOut"}, K::kRefuse, ""},
       {{"/bin/sh /sbin/services.sh stop"}, K::kRun,
        "/bin/systemctl stop libvirtd.service virtlogd.service", true},
@@ -316,9 +313,12 @@ TEST(LinuxBackend, LoadsTheMachinesIdentity) {
 // Of all changes only the options are the backend's (the Linux host screen
 // tests write and read them back); a value out of range in their file keeps
 // the default.
-TEST(LinuxBackend, OtherChangesAreRefusedAndBadOptionsKeepTheDefault) {
+TEST(LinuxBackend, OtherChangesAndRefusedProgramsAreRefusedAndBadOptionsKeepTheDefault) {
   Tree tree;
   LinuxBackend backend(tree.Path(), "1");
+  char* const argv[] = {const_cast<char*>("poweroff"), nullptr};
+  EXPECT_EQ(backend.Spawn("/sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
+  EXPECT_EQ(backend.System("/sbin/configReset.sh"), -1);
   EXPECT_THROW(backend.Modify([](HostState& s) {
     FindOption(s, "/UserVars/MerelTimeOut")->value = 120;
     s.network.dns.hostname = "renamed";
@@ -362,17 +362,8 @@ TEST(LinuxBackend, DeviceOutsideTheSavedListGoesBackToTheHost) {
   });
   tree.Link("/sys/bus/pci/devices/0000:01:00.0/driver", "../../drivers/vfio-pci");
   const HostState state = backend.Load();
-  EXPECT_EQ(std::tuple(state.hardware.pciDevices[2].passthrough,
-                       state.hardware.pciDevices[2].passthroughAfterReboot),
-            std::tuple(true, 0));
-}
-
-TEST(LinuxBackend, RefusedProgramsDoNotStart) {
-  Tree tree;
-  LinuxBackend backend(tree.Path(), "1");
-  char* const argv[] = {const_cast<char*>("poweroff"), nullptr};
-  EXPECT_EQ(backend.Spawn("/sbin/poweroff", argv, nullptr, 0, 1, 2), -1);
-  EXPECT_EQ(backend.System("/sbin/configReset.sh"), -1);
+  const PciDeviceState& device = state.hardware.pciDevices[2];
+  EXPECT_EQ(std::pair(device.passthrough, device.passthroughAfterReboot), std::pair(true, 0));
 }
 
 TEST(LinuxVms, NoHypervisorIsAnErrorNotACrash) {

@@ -197,8 +197,7 @@ TEST(NetworkValueRulesTest, SeveralBadFieldsNameTheFirstInScreenOrder) {
     ASSERT_EQ(c.error.has_value(), c.field != nullptr) << i;
     if (c.field != nullptr) {
       EXPECT_EQ(std::tuple(c.error->field, c.error->Title(), c.error->Text()),
-                std::tuple(c.focus, c.field->title, c.field->request))
-          << i;
+                std::tuple(c.focus, c.field->title, c.field->request)) << i;
     }
   }
   EXPECT_EQ(DNSConfigurationDialog::ServerOf(""), nullptr);
@@ -212,7 +211,8 @@ TEST(NetworkValueRulesTest, SeveralBadFieldsNameTheFirstInScreenOrder) {
 TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
   SimHostTest::SimRoot root;  // the demo host: static 192.168.10.20/24, IPv6 on
   namespace Net = NexCtl::Network;
-  const char kStack[] = "defaultNetStack";
+  const auto dns = [] { return Net::DnsConfigImpl("defaultNetStack"); };
+  const auto routing = [] { return Net::RoutingInfoImpl("defaultNetStack"); };
   // Changes the management interface's live configuration and stores it.
   auto withInterface = [](std::function<void(IpConfig&)> change) {
     return [=] {
@@ -238,18 +238,14 @@ TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
       {"IPv6 multicast",
        withInterface([](IpConfig& c) { c.AddIpv6Network(Ipv6Network("ff02::1/64")); })},
       {"own address as gateway",
-       [&] { Net::RoutingInfoImpl(kStack).SetNexelDefaultGateway(Ipv4Address("192.168.10.20")); }},
-      {"loopback IPv6 gateway",
-       [&] { Net::RoutingInfoImpl(kStack).SetIpv6NexelDefaultGateway(Ipv6Address("::1")); }},
-      {"multicast name server",
-       [&] { Net::DnsConfigImpl(kStack).AddNameServer(Ipv4Address("224.0.0.251")); }},
+       [&] { routing().SetNexelDefaultGateway(Ipv4Address("192.168.10.20")); }},
+      {"loopback IPv6 gateway", [&] { routing().SetIpv6NexelDefaultGateway(Ipv6Address("::1")); }},
+      {"multicast name server", [&] { dns().AddNameServer(Ipv4Address("224.0.0.251")); }},
       {"VLAN beyond 4095", [] { Net::PortGroupImpl().SetVlanId("Management Network", 4096); }},
-      {"numeric host name", [&] { Net::DnsConfigImpl(kStack).SetHostname("1234"); }},
-      {"empty label", [&] { Net::DnsConfigImpl(kStack).SetFqdn("a..b"); }},
-      {"long label",
-       [&] { Net::DnsConfigImpl(kStack).AddSearchDomain(std::string(64, 'a') + ".test"); }},
-      {"pasted suffixes",
-       [&] { Net::DnsConfigImpl(kStack).SetSearchDomainsString(std::string(10240, 'a')); }},
+      {"numeric host name", [&] { dns().SetHostname("1234"); }},
+      {"empty label", [&] { dns().SetFqdn("a..b"); }},
+      {"long label", [&] { dns().AddSearchDomain(std::string(64, 'a') + ".test"); }},
+      {"pasted suffixes", [&] { dns().SetSearchDomainsString(std::string(10240, 'a')); }},
   };
   const std::string before = Platform::ToJson(Platform::Current().Load());
   for (const auto& c : cases) {
@@ -258,8 +254,8 @@ TEST(NetworkValueRulesTest, HostSettersRefuseTheSameValues) {
     EXPECT_EQ(Platform::ToJson(Platform::Current().Load()), before);
   }
   // The ways to take a value away stay open.
-  Net::RoutingInfoImpl(kStack).SetNexelDefaultGateway(Ipv4Address("0.0.0.0"));
-  Net::RoutingInfoImpl(kStack).SetIpv6NexelDefaultGateway(Ipv6Address("::"));
+  routing().SetNexelDefaultGateway(Ipv4Address("0.0.0.0"));
+  routing().SetIpv6NexelDefaultGateway(Ipv6Address("::"));
   EXPECT_EQ(Platform::Current().Load().network.routing.ipv4Gateway, "0.0.0.0");
 }
 
@@ -331,10 +327,7 @@ TEST(HostCtlValueTypesTest, ZoneIsKeptButNotCompared) {
   deprecated.SetIpv6AddressType(HostCtl::Network::kIpv6AddressDeprecated);
   EXPECT_EQ(Ipv6Network("2001:db8::5/64"), deprecated);
   EXPECT_NE(Ipv6Network("2001:db8::5/64"), Ipv6Network("2001:db8::5/48"));
-}
-
-// The same network typed twice is one address.
-TEST(HostCtlValueTypesTest, IpConfigNetworksAreUnique) {
+  // So the same network typed twice is one address.
   IpConfig config;
   config.AddIpv6Network(Ipv6Network("2001:db8::5/64"));
   config.AddIpv6Network(Ipv6Network("2001:db8:0::5/64"));

@@ -74,17 +74,15 @@ TEST(MemoryTextTest, WelcomeRoundsTheGetterTruncates) {
       // Just below 1 GiB the welcome rounds up and its unit stays; the getter
       // never rounds up to 1 GB.
       {kGiB - 1, "1024 MiB Memory", "1023.9 MB"},
-      {kGiB, "1 GiB Memory", "1 GB"},
-      {kGiB + kMiB, "1 GiB Memory", "1.0 GB"},
+      {kGiB, "1 GiB Memory", "1 GB"}, {kGiB + kMiB, "1 GiB Memory", "1.0 GB"},
       {512 * 1024, "0.5 MiB Memory", "0.5 MB"},  // below a MiB the unit stays
       {uint64_t{1} << 60, "1024 PiB Memory", "1024 PB"},  // P is the last unit
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(
         std::pair(WelcomeWindow::FormatMemory(c.bytes), HostInformation::FormatMemory(c.bytes)),
         std::pair(std::string(c.welcome), std::string(c.getter)))
         << c.bytes;
-  }
 }
 
 // What the fixture hosts of the screen tests do not show.
@@ -108,30 +106,23 @@ TEST(SupportInformationTest, PlainTextCutToTheWidth) {
     Lines lines;
   } cases[] = {
       {"Serial: 42\n\nVendor: X\n", 20, {"Serial: 42", "", "Vendor: X"}},
-      {"alpha beta gamma", 10, {"alpha beta", "gamma"}},
-      {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}},
-      {"a\tb", 20, {"a       b"}},
+      {"alpha beta gamma", 10, {"alpha beta", "gamma"}}, {"a\tb", 20, {"a       b"}},
+      {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}}, {"", 10, {}},
       {"a\r\nb\001c\r\n", 20, {"a", "bc"}},  // carriage returns and controls dropped
       {"ab\xc3\xa9", 3, {"ab", "\xc3\xa9"}},  // a character is not split
-      {"", 10, {}},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(SupportInformationDialog::WrapText(c.text, c.width), c.lines) << c.text;
-  }
 }
 
 // Time-out values as the host tool prints them (what is typed is checked
 // through the dialog by the screen tests).
 TEST(TimeoutInput, HostToolSecondsToWholeMinutes) {
-  const struct {
-    std::string output;
-    int minutes;
-  } cases[] = {
-      {"900\n", 15}, {"59\n", 0}, {"86400\n", 1440}, {"\n", 0}, {"", 0}, {"abc\n", 0}, {"-60\n", 0},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(AdvcfgMinutes(c.output), c.minutes) << c.output;
-  }
+  const std::pair<const char*, int> cases[] = {
+      {"900\n", 15}, {"59\n", 0}, {"86400\n", 1440}, {"\n", 0}, {"", 0}, {"abc\n", 0},
+      {"-60\n", 0}};
+  for (const auto& [output, minutes] : cases)
+    EXPECT_EQ(AdvcfgMinutes(output), minutes) << output;
 }
 
 // The product line (key 2) is made once per process, so this runs in a
@@ -174,13 +165,6 @@ class HostInformationOnSimHost : public ::testing::Test {
   SimHostTest::SimRoot _root;
 };
 
-// The name with its domain, and the address, are seen on the welcome screens;
-// without a management interface the address is all zeros.
-TEST_F(HostInformationOnSimHost, IpWithoutAManagementInterfaceIsZeros) {
-  Platform::Current().Modify([](Platform::HostState& s) { s.network.nics.clear(); });
-  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
-}
-
 // The tools' own answers for the host's certificate and key, kept once read;
 // a missing file gives an empty value (and, for a key, a log line).
 TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
@@ -211,7 +195,9 @@ TEST_F(HostInformationOnSimHost, ThumbprintAndFingerprints) {
       << Syslog();
 }
 
-// What the host does not know is "N/A", never an empty field.
+// What the host does not know is "N/A", never an empty field. (The name with
+// its domain, and the address, are seen on the welcome screens; without a
+// management interface the address is all zeros.)
 TEST_F(HostInformationOnSimHost, FirmwareAndTagsOrNotAvailable) {
   const auto values = [] {
     return std::vector{Info::GetBIOSVersion(),   Info::GetBMCVersion(), Info::GetPLSAVersion(),
@@ -228,8 +214,10 @@ TEST_F(HostInformationOnSimHost, FirmwareAndTagsOrNotAvailable) {
     s.hardware.assetTag = "";
     s.hardware.serviceTag = "";
     s.hardware.storageAdapters.erase(s.hardware.storageAdapters.begin());  // no hba0
+    s.network.nics.clear();
   });
   EXPECT_EQ(values(), std::vector<std::string>(7, "N/A"));
+  EXPECT_EQ(Info::GetIpValue(), "0.0.0.0");
   EXPECT_NE(Syslog().find("user.err Invalid version id: 5 requested"), std::string::npos);
 }
 

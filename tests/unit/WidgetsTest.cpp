@@ -47,9 +47,8 @@ TEST(InputItemTest, RenderLabelPaddedFieldBracketedFlushRight) {
     InputItem item(c.label, c.value, c.fieldWidth);
     item.SetPassword(c.password);
     item.SetFocused(c.focused);
-    if (c.edited) {
+    if (c.edited)
       item.HandleKey(KEY_END);
-    }
     EXPECT_EQ(item.Render(c.width), c.expected);
   }
 }
@@ -85,17 +84,14 @@ TEST(InputItemTest, EditingKeys) {
   };
   for (const auto& c : cases) {
     InputItem item("Label", c.initial, c.fieldWidth);
-    for (char ch : c.typed) {
+    for (char ch : c.typed)
       item.HandleKey(ch);
-    }
-    if (c.renderWidth > 0) {
+    if (c.renderWidth > 0)
       item.Render(c.renderWidth);
-    }
-    std::vector<int> keys(static_cast<size_t>(c.lefts), KEY_LEFT);
-    keys.insert(keys.end(), c.keys.begin(), c.keys.end());
-    for (int key : keys) {
+    for (int i = 0; i < c.lefts; ++i)
+      item.HandleKey(KEY_LEFT);
+    for (int key : c.keys)
       item.HandleKey(key);
-    }
     EXPECT_EQ(std::tuple(item.GetValue(), item.GetCursor(), item.GetScroll(), item.IsPristine()),
               std::tuple(c.value, c.cursor, c.scroll, false))
         << c.initial << "|" << c.typed << "|" << c.lefts;
@@ -148,9 +144,8 @@ TEST_F(ItemListTest, MovementSkipsUnselectableAndHiddenItemsAndScrollsTheView) {
   for (const auto& step : steps) {
     step.down ? list->Next() : list->Prev();
     EXPECT_EQ(At(list), std::pair(step.position, std::string(step.rows)));
-    for (size_t i = 0; i < list->Count(); ++i) {
+    for (size_t i = 0; i < list->Count(); ++i)
       EXPECT_EQ(list->At(i)->IsFocused(), static_cast<int>(i) == step.position[0]) << i;
-    }
   }
 }
 
