@@ -45,25 +45,6 @@ class CommandTest : public testing::Test {
     return log.find("." + levelAndMessage + "\n") != std::string::npos;
   }
 
-  struct Run {
-    int result;
-    std::string out, err;
-  };
-  static Run Shell(const std::string& script,
-                   int timeout = 0,
-                   const std::string& input = "",
-                   size_t capacity = 4096) {
-    std::string copy = script;
-    char sh[] = "sh", c[] = "-c";
-    char* const argv[] = {sh, c, copy.data(), nullptr};
-    std::vector<char> out(capacity + 1, '#'), err(4096);
-    size_t outSize = capacity, errSize = err.size();
-    const int result = RunCommand("/bin/sh", argv, out.data(), &outSize, err.data(), &errSize,
-                                  input.empty() ? nullptr : input.data(), input.size(), timeout);
-    EXPECT_EQ(out[capacity], '#') << "wrote past the capacity";
-    return {result, std::string(out.data(), outSize), std::string(err.data(), errSize)};
-  }
-
   SimHostTest::SimRoot _root;
 };
 
@@ -94,9 +75,17 @@ TEST_F(CommandTest, ResultOutputAndInput) {
   setenv("MEREL_COMMAND_TEST_LEAK", "1", 1);
   const int descriptors = OpenDescriptors();
   for (const auto& c : cases) {
-    const Run run = Shell(c.script, c.timeout, c.input, c.capacity);
-    EXPECT_EQ(std::tuple(run.result, run.out, run.err), std::tuple(c.result, c.out, c.err))
-        << c.script;
+    std::string script = c.script;
+    char sh[] = "sh", dashC[] = "-c";
+    char* const argv[] = {sh, dashC, script.data(), nullptr};
+    std::vector<char> out(c.capacity + 1, '#'), err(4096);
+    size_t outSize = c.capacity, errSize = err.size();
+    const int result = RunCommand("/bin/sh", argv, out.data(), &outSize, err.data(), &errSize,
+                                  c.input.empty() ? nullptr : c.input.data(), c.input.size(),
+                                  c.timeout);
+    EXPECT_EQ(out[c.capacity], '#') << "wrote past the capacity";
+    const std::string output(out.data(), outSize), errors(err.data(), errSize);
+    EXPECT_EQ(std::tuple(result, output, errors), std::tuple(c.result, c.out, c.err)) << c.script;
     const std::string log = TakeLog();
     EXPECT_EQ(Has(log, "err Run Command did not terminate normally"), c.result < 0) << log;
     EXPECT_EQ(Has(log, "warning Killing process because 1 seconds timeout expired"),

@@ -15,13 +15,8 @@ using namespace Platform;
 using namespace Platform::Linux;
 
 KernelLink Link(int index, const std::string& name, const std::string& kind, int master = 0) {
-  return {.index = index,
-          .name = name,
-          .kind = kind,
-          .mac = "52:54:00:00:00:0" + std::to_string(index),
-          .adminUp = true,
-          .carrier = true,
-          .master = master};
+  // Up, with carrier.
+  return {index, name, kind, "52:54:00:00:00:0" + std::to_string(index), true, true, master};
 }
 
 // lo, eth0 and eth1 (devices), veth0 in br0, a VLAN and a tunnel.

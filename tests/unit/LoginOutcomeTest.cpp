@@ -22,33 +22,26 @@
 
 namespace {
 
+using Text = const std::string&;
+
 class RecordingBackend : public Platform::Backend {
  public:
-  std::string HostPath(const std::string& hostPath) override { return "/nonexistent" + hostPath; }
+  std::string HostPath(Text hostPath) override { return "/nonexistent" + hostPath; }
   pid_t Spawn(const char*, char* const[], char* const[], int, int, int) override { return -1; }
   int System(const char*) override { return -1; }
-  void WriteSyslog(const std::string&,
-                   bool,
-                   int facility,
-                   int level,
-                   const std::string& message) override {
+  void WriteSyslog(Text, bool, int facility, int level, Text message) override {
     syslog.push_back((facility == LOG_AUTH ? "auth." : "user.") + std::to_string(level) + " " +
                      message);
-    if (echo) {
+    if (echo)
       fprintf(stderr, "%s\n", syslog.back().c_str());
-    }
   }
-  bool ResolveHostname(const std::string&, std::vector<std::string>&) override { return false; }
+  bool ResolveHostname(Text, std::vector<std::string>&) override { return false; }
   std::vector<std::string> AccountNames() override { return accounts; }
   Platform::HostState Load() override { return state; }
   void Modify(const std::function<void(Platform::HostState&)>& change) override { change(state); }
   bool EventServiceAvailable() override { return false; }
-  void PostEvent(const std::string& text) override { events.push_back(text); }
-  void WriteAudit(const std::string& record,
-                  const std::string& user,
-                  bool success,
-                  const std::string& name,
-                  const std::string& value) override {
+  void PostEvent(Text text) override { events.push_back(text); }
+  void WriteAudit(Text record, Text user, bool success, Text name, Text value) override {
     audits.push_back(record + " " + user + " " + (success ? "1" : "0") + " " + name + "=" + value);
   }
 

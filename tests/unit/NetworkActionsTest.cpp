@@ -43,15 +43,13 @@ TEST(NetworkApplyTest, ReportsEveryFailureInOrderAndTheRestart) {
   };
   for (const auto& c : cases) {
     SimRoot root;
-    for (const std::string& fault : c.faults) {
+    for (const std::string& fault : c.faults)
       ASSERT_EQ(RunSim("fail '" + root.Path() + "' " + fault), 0) << fault;
-    }
     Merel::NetworkSettings settings;
     std::unique_ptr<NexNic> nic;
     ASSERT_EQ(Merel::LoadNetworkSettings(settings, nic), Merel::LoadResult::kLoaded) << c.name;
-    if (c.toggleIpv6) {
+    if (c.toggleIpv6)
       settings.ipv6EnabledPending = !settings.ipv6EnabledCurrent;
-    }
     settings.addresses.SetIpv4Address(Ipv4Address("192.168.10.21"));
     std::vector<std::string> shown;
     int addressChanges = 0;
@@ -95,9 +93,8 @@ TEST(NetworkSettingsTest, SuffixText) {
       {"", {}}, {" ,, ", {}}, {"a.com, b.com,,c.com", {"a.com", "b.com", "c.com"}},
       {"a.com\tb.com  c.com,", {"a.com", "b.com", "c.com"}},
   };
-  for (const auto& [text, pieces] : splits) {
+  for (const auto& [text, pieces] : splits)
     EXPECT_EQ(Merel::SplitSuffixes(text), pieces) << '"' << text << '"';
-  }
 }
 
 // An entry "n" is the preferred global address 2001:db8::n; "Ln" is the
@@ -132,7 +129,7 @@ TEST(NetworkOpsUnitTest, DefaultTargetsSkipUnsetAddresses) {
             std::vector<std::string>{"10.0.0.2"});
 }
 
-PnicInfo Pnic(const std::string& name, bool linkUp) {
+PnicInfo Pnic(const std::string& name, bool linkUp = false) {
   PnicInfo pnic;
   pnic.name = name;
   pnic.linkUp = linkUp;
@@ -147,7 +144,7 @@ struct HealthCase {
 };
 
 TEST(RestoreDvsTest, PortHealth) {
-  const std::vector<PnicInfo> pnics = {Pnic("pnic0", false), Pnic("pnic1", true)};
+  const std::vector<PnicInfo> pnics = {Pnic("pnic0"), Pnic("pnic1", true)};
   const HealthCase cases[] = {
       {"healthy", true, false, {"pnic0", "pnic1"}, false, false, false},
       {"missing", false, false, {}, true, false, false},
@@ -170,8 +167,7 @@ TEST(RestoreDvsTest, PortHealth) {
 // are not offered. Each is shown as name:usedBy plus "*" when offered
 // checked and "!" when it must leave a standard switch.
 TEST(RestoreDvsTest, UplinkCandidates) {
-  const std::vector<PnicInfo> pnics = {Pnic("pnic10", true), Pnic("pnic0", false),
-                                       Pnic("pnic2", true), Pnic("pnic3", true)};
+  const std::vector<PnicInfo> pnics = {Pnic("pnic10"), Pnic("pnic0"), Pnic("pnic2"), Pnic("pnic3")};
   const std::vector<VirtualSwitch> vswitches = {{"vSwitch0", 0, 1500, {"pnic3"}, {}}};
   const std::vector<DVSwitch> dvswitches = {{"DS", "", {"pnic1"}},
                                             {"DS-Other", "", {"pnic0", "pnic2", "pnic10"}}};

@@ -94,16 +94,13 @@ namespace {
 
 using SimHostTest::SimRoot;
 
-class CountingStore : public HostStore {
- public:
-  CountingStore(const std::string& root, int* reads) : HostStore(root), _reads(reads) {}
+struct CountingStore : HostStore {
+  CountingStore(const std::string& root, int* reads) : HostStore(root), reads(reads) {}
   bool Read(HostState& state, std::string& error, std::string* stamp) const override {
-    ++*_reads;
+    ++*reads;
     return HostStore::Read(state, error, stamp);
   }
-
- private:
-  int* _reads;
+  int* reads;
 };
 
 std::string Hostname() {
