@@ -39,9 +39,8 @@ class CursesScreen {
   explicit CursesScreen(const char* term = "xterm-256color", bool standardInput = false,
                         bool drained = true) {
     struct winsize size = {25, 80, 0, 0};
-    if (openpty(&_master, &_slave, nullptr, nullptr, &size) != 0) {
+    if (openpty(&_master, &_slave, nullptr, nullptr, &size) != 0)
       return;
-    }
     // The size must come from the pty, not from the test runner's environment.
     unsetenv("LINES");
     unsetenv("COLUMNS");
@@ -59,9 +58,8 @@ class CursesScreen {
     _out = fdopen(dup(_slave), "w");
     _in = fdopen(dup(_slave), "r");
     _screen = newterm(term, _out, _in);
-    if (_screen == nullptr) {
+    if (_screen == nullptr)
       return;
-    }
     set_term(_screen);
     cbreak();
     noecho();
@@ -80,9 +78,8 @@ class CursesScreen {
       delscreen(_screen);
       Merel::SetBwColor(_savedBwColor);
     }
-    if (_master < 0) {
+    if (_master < 0)
       return;
-    }
     fclose(_out);
     fclose(_in);
     if (_savedStdin >= 0) {
@@ -90,9 +87,8 @@ class CursesScreen {
       close(_savedStdin);
     }
     close(_slave);  // the drain thread now sees the terminal hang up
-    if (_drain.joinable()) {
+    if (_drain.joinable())
       _drain.join();
-    }
     close(_master);
   }
 

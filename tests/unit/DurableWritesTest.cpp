@@ -41,9 +41,8 @@ std::string Quote(const std::string& text) {
 // up: pam_wrapper preloaded (after the ASan runtime in a sanitizer build).
 std::string HostEnvironment(const std::string& root) {
   std::string preload = "libpam_wrapper.so";
-  if (const char* asan = Platform::AsanRuntime()) {
+  if (const char* asan = Platform::AsanRuntime())
     preload = std::string(asan) + " " + preload;
-  }
   return "MEREL_SIM_ROOT=" + Quote(root) + " LD_PRELOAD=" + Quote(preload) +
          " PAM_WRAPPER=1 PAM_WRAPPER_SERVICE_DIR=" + Quote(root + "/etc/pam.d") + " ";
 }
@@ -54,9 +53,8 @@ std::string HostEnvironment(const std::string& root) {
 int Shell(const std::string& command) {
   const int lock = Platform::LockPamWrapperStart();
   const int status = std::system(command.c_str());
-  if (lock >= 0) {
+  if (lock >= 0)
     close(lock);
-  }
   return status;
 }
 
@@ -68,9 +66,8 @@ bool Killed(int status) {
 
 std::map<std::string, std::string> Snapshot(const std::string& root) {
   std::map<std::string, std::string> files;
-  for (const auto& file : kFiles) {
+  for (const auto& file : kFiles)
     files[file] = fs::exists(root + file) ? ReadFile(root + file) : "<none>";
-  }
   return files;
 }
 
@@ -129,18 +126,16 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
                              "-e inject=write:signal=KILL:when=" +
                              std::to_string(n) + " " + change.command(root) + " >/dev/null 2>&1");
     const auto now = Snapshot(root);
-    for (const auto& file : kFiles) {
+    for (const auto& file : kFiles)
       EXPECT_TRUE(now.at(file) == before.at(file) || now.at(file) == after.at(file))
           << "killed at write " << n << ": " << file << " is neither old nor new:\n"
           << now.at(file);
-    }
     Platform::HostState state;
     std::string error;
     EXPECT_TRUE(Platform::HostStore(root).Read(state, error))
         << "killed at write " << n << ": " << error;
-    if (!Killed(status)) {
+    if (!Killed(status))
       break;
-    }
     ++killed;
   }
   EXPECT_GT(killed, 0);

@@ -30,9 +30,8 @@ TEST(AdapterListTest, ListingOrderSortsOnce) {
   };
   for (const auto& c : cases) {
     std::vector<std::string> listed;
-    for (size_t at : AdaptersDialog::ListingOrder(c.names)) {
+    for (size_t at : AdaptersDialog::ListingOrder(c.names))
       listed.push_back(c.names[at]);
-    }
     EXPECT_EQ(listed, c.listed);
   }
 }
@@ -52,9 +51,8 @@ TEST(AdapterListTest, RowsKeepTheirFieldWidths) {
        pad13 + "pnic1" + pad30 +
            "(color... (b4:96:91:3a:10:20){/align}Connected a-switch-with-..."},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(AdaptersDialog::Row(c.adapter), c.row);
-  }
   Adapter unread{"pnic7", {}, {}, {}};
   EXPECT_EQ(AdapterInfoDialog::Body(unread),
             "Hardware Label: \nMAC Address: \nConnection Status: \nUsed By: None");
@@ -74,10 +72,9 @@ TEST(AdapterListTest, MaximumActiveUplinks) {
       // never more than there are.
       {2, 2, 3, 3}, {1, 2, 3, 1}, {2, 3, 1, 1}, {0, 0, 2, 2},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(AdaptersDialog::MaxActiveFor(c.oldMax, c.oldCount, c.newCount), c.max)
         << c.oldMax << " " << c.oldCount << " " << c.newCount;
-  }
 }
 
 }  // namespace

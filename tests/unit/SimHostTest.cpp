@@ -112,9 +112,8 @@ TEST(PlatformSimBackendTest, ProgramsOutsideTheHostRootAreRefusedAndLogged) {
       "cd " + outside + "/sbin && ./poweroff",
       "true; poweroff",  // the root has no poweroff of its own now
   };
-  for (const auto& command : commands) {
+  for (const auto& command : commands)
     EXPECT_EQ(ExitCode(Platform::System(command.c_str())), 127) << command;
-  }
   char name[] = "poweroff";
   char* const argv[] = {name, nullptr};
   EXPECT_EQ(Platform::Spawn("/../sbin/poweroff", argv, nullptr, 0, 1, 2), -1);

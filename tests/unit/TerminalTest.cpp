@@ -39,9 +39,8 @@ TEST(InitKeysTest, EscapeDelayIsShortUnlessTheEnvironmentSetsIt) {
 // table stays itself (a lone Esc after the delay).
 TEST(KeyInputTest, EverySequenceArrivesAsItsKeyOnEveryTerminal) {
   std::vector<std::pair<std::string, int>> expected = {{"\033", 27}, {"\n", 10}, {"a", 'a'}};
-  for (const KeyDefinition& definition : kKeyTable) {
+  for (const KeyDefinition& definition : kKeyTable)
     expected.emplace_back(definition.sequence, definition.key);
-  }
   for (const char* term : {"linux", "vt102", "xterm", "xterm-256color"}) {
     CursesScreen screen(term);
     ASSERT_TRUE(screen.Ok());

@@ -59,9 +59,8 @@ TEST(TextAreaLayoutTest, Table) {
       // blanks); whatever that gives, laying out stays within the string.
       {"DriftedPadding", "{align:padding:6}ab{/align}cd efg", 4, "ab  \ncd efg"},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : cases)
     EXPECT_EQ(TextArea::Layout(c.text, c.width, kVariables), c.expected) << c.name;
-  }
   EXPECT_NO_THROW(TextArea::Layout("{align:right}ab cd ef gh ij{/align}", 4, kVariables));
   EXPECT_NO_THROW(TextArea::Layout(
       "{align:center}a b c d e f g h{/align}{align:right}x y z{/align}", 3, kVariables));
@@ -71,9 +70,8 @@ TEST(TextAreaLayoutTest, Table) {
 // What the area shows, row by row.
 std::vector<std::string> Rows(const TextArea& area) {
   std::vector<std::string> rows;
-  for (int y = 0; y < area.GetHeight(); ++y) {
+  for (int y = 0; y < area.GetHeight(); ++y)
     rows.push_back(CursesScreen::RowText(area.GetWindow(), y));
-  }
   return rows;
 }
 
@@ -177,18 +175,16 @@ TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
 // "line 0" to "line <n-1>", one per line.
 std::string NumberedLines(int n) {
   std::string text;
-  for (int i = 0; i < n; ++i) {
+  for (int i = 0; i < n; ++i)
     text += (i == 0 ? "" : "\n") + std::string("line ") + std::to_string(i);
-  }
   return text;
 }
 
 // What an area of `rows` rows and 10 columns shows at scroll position `top`.
 std::vector<std::string> NumberedRows(int top, int rows, int lines) {
   std::vector<std::string> shown;
-  for (int i = top; i < top + rows; ++i) {
+  for (int i = top; i < top + rows; ++i)
     shown.push_back(i < lines ? "line " + std::to_string(i) + Blanks(4 - (i >= 10)) : Blanks(10));
-  }
   return shown;
 }
 
@@ -213,9 +209,8 @@ TEST_F(TextAreaScrollTest, ScrollsWithCursesAndDrawsOnlyTheLinesThatComeIntoView
     area.SetText(NumberedLines(12));
     area.ScrollBy(c.start);
     ASSERT_EQ(area.GetScroll(), c.start);
-    for (int y = 0; y < 4; ++y) {
+    for (int y = 0; y < 4; ++y)
       mvwaddch(area.GetWindow(), y, 9, '*');
-    }
     ASSERT_TRUE(area.ScrollBy(c.step));
     std::vector<std::string> expected = NumberedRows(c.start + c.step, 4, 12);
     for (int y = 0; y < 4; ++y) {

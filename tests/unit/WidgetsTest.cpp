@@ -116,9 +116,8 @@ class ItemListTest : public testing::Test {
   static std::pair<std::array<int, 4>, std::string> At(ItemList* list) {
     list->Draw(true);
     std::string rows;
-    for (int y = 0; y < 3; ++y) {
+    for (int y = 0; y < 3; ++y)
       rows += MerelTest::CursesScreen::RowText(list->GetWindow(), y)[0];
-    }
     return {{list->CurrentIndex(), list->GetTop(), list->GetRow(), list->GetShownIndex()}, rows};
   }
 
@@ -175,9 +174,8 @@ TEST_F(ItemListTest, ChangedItemsKeepTheSelectionWhileItCanStillBeChosen) {
   };
   for (const auto& c : cases) {
     ItemList* list = MakeList("ABCDE");
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
       list->Next();
-    }
     for (size_t i = 0; i < list->Count(); ++i) {
       const char letter = c.after[i];
       list->At(i)->SetSelectable(letter == '.' || isupper(letter));
@@ -194,9 +192,8 @@ TEST_F(ItemListTest, ChangedItemsKeepTheSelectionWhileItCanStillBeChosen) {
 TEST(InputItemTest, PasswordBytesAreWipedInPlace) {
   InputItem item("Password:", "", 20);
   item.SetPassword(true);
-  for (int i = 0; i < 4096; ++i) {
+  for (int i = 0; i < 4096; ++i)
     item.HandleKey('s');
-  }
   const char* bytes = item.GetValue().data();
   const size_t capacity = item.GetValue().capacity();
   item.HandleKey(KEY_BACKSPACE);
