@@ -12,13 +12,11 @@ inline std::string CommandOutput(const std::string& command, bool* ok = nullptr)
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
   char buffer[4096];
-  for (size_t n; pipe != nullptr && (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+  for (size_t n; pipe != nullptr && (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
     output.append(buffer, n);
-  }
   const int status = pipe != nullptr ? pclose(pipe) : -1;
-  if (ok != nullptr) {
+  if (ok != nullptr)
     *ok = status == 0;
-  }
   return output;
 }
 

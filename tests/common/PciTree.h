@@ -14,10 +14,7 @@ namespace MerelTestTrees {
 inline void WritePciTree(const std::string& pci, const std::string& groups, bool iommu) {
   namespace fs = std::filesystem;
   const struct {
-    const char* address;
-    const char* pciClass;
-    const char* driver;
-    const char* group;
+    const char *address, *pciClass, *driver, *group;
   } devices[] = {
       {"0000:00:00.0", "0x060000", "", "0"},
       {"0000:00:19.0", "0x020000", "e1000e", "1"},

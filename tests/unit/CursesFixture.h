@@ -99,8 +99,7 @@ class CursesScreen {
   int Slave() const { return _slave; }
 
   void Type(const std::string& bytes) const {
-    ssize_t ignored = write(_master, bytes.data(), bytes.size());
-    (void)ignored;
+    [[maybe_unused]] ssize_t ignored = write(_master, bytes.data(), bytes.size());
   }
   // Typed bytes reach the terminal side a moment after Type().
   bool WaitForInput() const {
@@ -141,11 +140,8 @@ class CursesScreen {
   }
 
  private:
-  int _master = -1;
-  int _slave = -1;
-  int _savedStdin = -1;
-  FILE* _out = nullptr;
-  FILE* _in = nullptr;
+  int _master = -1, _slave = -1, _savedStdin = -1;
+  FILE *_out = nullptr, *_in = nullptr;
   SCREEN* _screen = nullptr;
   bool _savedBwColor = false;
   std::thread _drain;

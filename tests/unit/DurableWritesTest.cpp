@@ -147,9 +147,7 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
   std::printf("%s: killed at each of its first %d writes\n", change.name, killed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Changes,
-                         DurableWritesTest,
-                         ::testing::ValuesIn(kChanges),
+INSTANTIATE_TEST_SUITE_P(Changes, DurableWritesTest, ::testing::ValuesIn(kChanges),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // Writers of one file take turns, and a temporary left by a killed writer is

@@ -95,8 +95,10 @@ TEST_F(FrameTest, RunPutsTheFrameInFrontOfItsGreyedParentAndBack) {
 
 // What each signal's byte does is seen from outside, by the screen tests
 // that send the signals; here, that a key wins over a signal that came at
-// the same time, and the wait's end when nothing came.
-TEST_F(FrameTest, ReadKeyGivesKeysBeforeSignals) {
+// the same time, the wait's end when nothing came, and what the screen tests
+// cannot send. (A restart requested during a session is kept for the
+// logout: the welcome screen tests see that.)
+TEST_F(FrameTest, KeysBeforeSignalsCardEventsUpdateTheFrontUnknownBytesAreIgnored) {
   struct timeval second = {1, 0};
   Signal(4);  // a termination request
   _screen.Type("x");
@@ -105,11 +107,7 @@ TEST_F(FrameTest, ReadKeyGivesKeysBeforeSignals) {
   EXPECT_EQ(Frame::ReadKey(&second), -6);
   struct timeval brief = {0, 20 * 1000};
   EXPECT_EQ(Frame::ReadKey(&brief), -2) << "nothing came";
-}
 
-// (A restart requested during a session is kept for the logout: the welcome
-// screen tests see that.)
-TEST_F(FrameTest, CardEventsUpdateTheFrontAndUnknownBytesAreIgnored) {
   TestFrame front(_session);
   _session.fgFrame = &front;
   _session.smartCardCheck = [&] { _screen.Type("q"); };  // a key for the wait to return

@@ -75,11 +75,9 @@ const Field kIpv6Address{FirstIpv6, 4, "Invalid IP address",
 // Link-local addresses have a message of their own.
 const Field kIpv6Scope{FirstIpv6, 4, "Invalid scope",
                        "Cannot add a link-local address as static address."};
-const Field kIpv6Gateway{[](V v) {
-                           const std::string addresses[3] = {"", "", ""};
-                           return IPv6ConfigurationDialog::Check(addresses, v);
-                         },
-                         7, "Invalid gateway address",
+const std::string kNoAddresses[3] = {"", "", ""};
+const Field kIpv6Gateway{[](V v) { return IPv6ConfigurationDialog::Check(kNoAddresses, v); }, 7,
+                         "Invalid gateway address",
                          "Please reenter a valid IPv6 gateway address (x:x:x)."};
 const Field kVlan{[](V v) { return VlanDialog::Check(v); }, 0, "Invalid VLAN ID",
                   "Please reenter a valid VLAN ID (1-4095)."};

@@ -30,13 +30,6 @@ using HostCtl::Network::Ipv6Network;
 using SimHostTest::SimRoot;
 namespace Net = NexCtl::Network;
 
-std::vector<std::string> Texts(const std::vector<Ipv6Network>& networks) {
-  std::vector<std::string> texts;
-  for (const auto& n : networks)
-    texts.push_back(n.GetStringAddress() + " scope " + std::to_string(n.GetIpv6Scope()));
-  return texts;
-}
-
 // The live list holds the configured addresses and those the interface made
 // itself (the link-local address is the MAC's modified EUI-64, universal/local
 // bit flipped); writing the live list back must not turn those automatic
@@ -48,8 +41,10 @@ TEST(PlatformFacadeTest, WritingTheLiveAddressesBackKeepsOnlyTheStaticOnes) {
   auto nic = network.GetManagementInterface();
   IpConfig settings, live;
   nic->GetIpConfigs(settings, live);
-  EXPECT_EQ(Texts(live.GetIpv6Network()),
-            (std::vector<std::string>{"fe80::b696:91ff:fe3a:1020/64 scope 1",
+  std::vector<std::string> texts;
+  for (const auto& n : live.GetIpv6Network())
+    texts.push_back(n.GetStringAddress() + " scope " + std::to_string(n.GetIpv6Scope()));
+  EXPECT_EQ(texts, (std::vector<std::string>{"fe80::b696:91ff:fe3a:1020/64 scope 1",
                                       "2001:db8:10::20/64 scope 3"}));
   live.AddIpv6Network(Ipv6Network("2001:db8:10::21/64"));
   nic->SetIpConfig(live);

@@ -34,8 +34,7 @@ namespace {
 // prompt and the log's path, are seen by the log viewer's screen tests.)
 TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
   const char* runner = getenv("LESSSECURE");
-  const std::optional<std::string> saved =
-      runner ? std::optional<std::string>(runner) : std::nullopt;
+  const auto saved = runner ? std::optional<std::string>(runner) : std::nullopt;
   SimHostTest::SimRoot root;
   // The root's pager is a link to the real one: remove the link (never write
   // through it) and put a recorder in its place.
