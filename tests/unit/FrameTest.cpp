@@ -159,19 +159,17 @@ TEST_F(FrameTest, RunOnTerminalLendsTheTerminalAndTakesItBack) {
 
 TEST(FrameDeadlinesTest, DimAfterAMinuteIdleNoSoonerThanAMinuteZeroDisables) {
   const struct timeval start = {1000, 250000};
-  const struct {
-    bool useIdleLimit;
-    unsigned int idleTimeout;
-    long idleAt;  // 0: no idle deadline
-  } cases[] = {
+  // Whether the idle limit is used, the idle time-out, and when the idle
+  // deadline falls (0: none).
+  const std::tuple<bool, unsigned int, long> cases[] = {
       {true, 600, 1600}, {true, 30, 1060}, {true, 61, 1061}, {true, 0, 0}, {false, 600, 0}};
-  for (const auto& c : cases) {
-    const Frame::Deadlines d = Frame::ComputeDeadlines(start, c.useIdleLimit, c.idleTimeout);
+  for (const auto& [useIdleLimit, idleTimeout, expectedIdleAt] : cases) {
+    const Frame::Deadlines d = Frame::ComputeDeadlines(start, useIdleLimit, idleTimeout);
     // The idle deadline only counts while it is active.
     const long idleAt = d.idleActive ? d.idle.tv_sec : 0;
     EXPECT_EQ(std::tuple(d.dim.tv_sec, d.dim.tv_usec, idleAt, d.idle.tv_usec),
-              std::tuple(1060L, 250000L, c.idleAt, 250000L))
-        << c.idleTimeout;
+              std::tuple(1060L, 250000L, expectedIdleAt, 250000L))
+        << idleTimeout;
   }
 }
 

@@ -64,10 +64,9 @@ TEST(NetworkApplyTest, ReportsEveryFailureInOrderAndTheRestart) {
 }
 
 TEST(NetworkSettingsTest, NameServerChoice) {
-  const struct {
-    std::vector<const char*> ipv4, ipv6;
-    const char *primary, *alternate;  // "" = none
-  } cases[] = {
+  using Servers = std::vector<const char*>;
+  // IPv4 and IPv6 servers, then the primary and alternate ("": none).
+  const std::tuple<Servers, Servers, const char*, const char*> cases[] = {
       // Two IPv4 servers alone: the demo host's, read at the real console.
       {{}, {}, "", ""}, {{"10.0.0.1"}, {}, "10.0.0.1", ""},
       // One of each kind wins over a second IPv4 server.
@@ -75,12 +74,12 @@ TEST(NetworkSettingsTest, NameServerChoice) {
       {{}, {"2001:db8::a", "2001:db8::b", "2001:db8::c"}, "2001:db8::a", "2001:db8::b"},
       {{}, {"2001:db8::a"}, "2001:db8::a", ""},
   };
-  for (const auto& c : cases) {
+  for (const auto& [ipv4, ipv6, primary, alternate] : cases) {
     const Merel::NameServerChoice choice =
-        Merel::ChooseNameServers({c.ipv4.begin(), c.ipv4.end()}, {c.ipv6.begin(), c.ipv6.end()});
+        Merel::ChooseNameServers({ipv4.begin(), ipv4.end()}, {ipv6.begin(), ipv6.end()});
     EXPECT_EQ(std::pair(choice.primary ? choice.primary->GetStringAddress() : "",
                         choice.alternate ? choice.alternate->GetStringAddress() : ""),
-              std::pair(std::string(c.primary), std::string(c.alternate)));
+              std::pair(std::string(primary), std::string(alternate)));
   }
 }
 

@@ -66,10 +66,7 @@ TEST(LogViewerTest, PagerRunsSecureAndLessSecureIsPutBack) {
 // digit even when it is 0.
 TEST(MemoryTextTest, WelcomeRoundsTheGetterTruncates) {
   constexpr uint64_t kMiB = uint64_t{1} << 20, kGiB = uint64_t{1} << 30;
-  const struct {
-    uint64_t bytes;
-    const char *welcome, *getter;
-  } cases[] = {
+  const std::tuple<uint64_t, const char*, const char*> cases[] = {
       // Just below 1 GiB the welcome rounds up and its unit stays; the getter
       // never rounds up to 1 GB.
       {kGiB - 1, "1024 MiB Memory", "1023.9 MB"},
@@ -77,11 +74,10 @@ TEST(MemoryTextTest, WelcomeRoundsTheGetterTruncates) {
       {512 * 1024, "0.5 MiB Memory", "0.5 MB"},  // below a MiB the unit stays
       {uint64_t{1} << 60, "1024 PiB Memory", "1024 PB"},  // P is the last unit
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(
-        std::pair(WelcomeWindow::FormatMemory(c.bytes), HostInformation::FormatMemory(c.bytes)),
-        std::pair(std::string(c.welcome), std::string(c.getter)))
-        << c.bytes;
+  for (const auto& [bytes, welcome, getter] : cases)
+    EXPECT_EQ(std::pair(WelcomeWindow::FormatMemory(bytes), HostInformation::FormatMemory(bytes)),
+              std::pair(std::string(welcome), std::string(getter)))
+        << bytes;
 }
 
 // What the fixture hosts of the screen tests do not show.
@@ -99,19 +95,15 @@ TEST(WelcomeTest, AddressTextCutsLongNamesAndShortensTheNoAdapterTextWhenTight) 
 
 TEST(SupportInformationTest, PlainTextCutToTheWidth) {
   using Lines = std::vector<std::string>;
-  const struct {
-    std::string text;
-    int width;
-    Lines lines;
-  } cases[] = {
+  const std::tuple<std::string, int, Lines> cases[] = {
       {"Serial: 42\n\nVendor: X\n", 20, {"Serial: 42", "", "Vendor: X"}},
       {"alpha beta gamma", 10, {"alpha beta", "gamma"}}, {"a\tb", 20, {"a       b"}},
       {"abcdefghijkl", 5, {"abcde", "fghij", "kl"}}, {"", 10, {}},
       {"a\r\nb\001c\r\n", 20, {"a", "bc"}},  // carriage returns and controls dropped
       {"ab\xc3\xa9", 3, {"ab", "\xc3\xa9"}},  // a character is not split
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(SupportInformationDialog::WrapText(c.text, c.width), c.lines) << c.text;
+  for (const auto& [text, width, lines] : cases)
+    EXPECT_EQ(SupportInformationDialog::WrapText(text, width), lines) << text;
 }
 
 // Time-out values as the host tool prints them (what is typed is checked

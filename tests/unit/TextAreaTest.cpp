@@ -201,24 +201,22 @@ class TextAreaScrollTest : public testing::Test {
 // put on screen behind the area's back moves with its line, while the lines
 // that come into view are drawn fresh.
 TEST_F(TextAreaScrollTest, ScrollsWithCursesAndDrawsOnlyTheLinesThatComeIntoView) {
-  const struct {
-    int start, step;
-  } cases[] = {{0, 1}, {0, 3}, {5, -1}, {6, -3}, {2, 2}};
-  for (const auto& c : cases) {
+  const std::pair<int, int> cases[] = {{0, 1}, {0, 3}, {5, -1}, {6, -3}, {2, 2}};
+  for (const auto& [start, step] : cases) {
     TextArea& area = Area(4);
     area.SetText(NumberedLines(12));
-    area.ScrollBy(c.start);
-    ASSERT_EQ(area.GetScroll(), c.start);
+    area.ScrollBy(start);
+    ASSERT_EQ(area.GetScroll(), start);
     for (int y = 0; y < 4; ++y)
       mvwaddch(area.GetWindow(), y, 9, '*');
-    ASSERT_TRUE(area.ScrollBy(c.step));
-    std::vector<std::string> expected = NumberedRows(c.start + c.step, 4, 12);
+    ASSERT_TRUE(area.ScrollBy(step));
+    std::vector<std::string> expected = NumberedRows(start + step, 4, 12);
     for (int y = 0; y < 4; ++y) {
-      if (y + c.step >= 0 && y + c.step < 4) {  // the line stayed in view
+      if (y + step >= 0 && y + step < 4) {  // the line stayed in view
         expected[y][9] = '*';
       }
     }
-    EXPECT_EQ(Rows(area), expected) << c.start << " by " << c.step;
+    EXPECT_EQ(Rows(area), expected) << start << " by " << step;
     EXPECT_FALSE(is_scrollok(area.GetWindow())) << "a write in the corner would scroll";
     _parent.RemoveChild(&area);
   }
