@@ -334,17 +334,14 @@ TEST(LinuxBackend, OtherChangesAndRefusedProgramsAreRefusedAndBadOptionsKeepTheD
 }
 
 TEST(LinuxFacts, DeviceListKeepsOnlyPciAddresses) {
-  const struct {
-    const char* text;
-    std::vector<std::string> addresses;
-  } cases[] = {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
       {"0000:01:00.0\n0000:01:00.1\n", {"0000:01:00.0", "0000:01:00.1"}},
       {"# header\n\n  0000:0A:1f.7  # the GPU's audio\n", {"0000:0a:1f.7"}},
       {"0000:01:00.0\n0000:01:00.0\n", {"0000:01:00.0"}},  // once is enough
       {"0000:01:00.8\n01:00.0\n0000:01:00.0;reboot\n../../x\n0000:g1:00.0\n", {}},
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(Linux::ParseDeviceList(c.text), c.addresses) << c.text;
+  for (const auto& [text, addresses] : cases)
+    EXPECT_EQ(Linux::ParseDeviceList(text), addresses) << text;
 }
 
 // Saving the list, enabling the boot step and the saved devices' next owner

@@ -77,24 +77,22 @@ class LoginOutcomeTest : public ::testing::Test {
 // logged and audited, and its absence is reported.
 TEST_F(LoginOutcomeTest, FailedLoginsLogOnlyNamesAnAccountCouldHave) {
   backend->accounts = {"root", "ops-admin"};
-  const struct {
-    std::string typed, logged;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"root", "root"},
       {"nobody", "unknown user"},      // "b" and "y" are in no account name
       {"ops-admins", "unknown user"},  // longer than every account name
       {"", "unknown user"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.typed);
+  for (const auto& [typed, logged] : cases) {
+    SCOPED_TRACE(typed);
     backend->syslog.clear();
     backend->audits.clear();
-    const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, c.typed);
+    const Merel::LoginOutcome outcome = Merel::RecordLoginResult(PAM_USER_UNKNOWN, typed);
     EXPECT_EQ(std::tuple(outcome.success, outcome.clearPassword, backend->events, backend->audits),
               std::tuple(false, true, std::vector<std::string>{},
-                         std::vector{"login.connect " + c.logged + " 0 reason=Invalid Login"}));
+                         std::vector{"login.connect " + logged + " 0 reason=Invalid Login"}));
     EXPECT_EQ(backend->syslog,
-              (std::vector<std::string>{"auth.3 Authentication of user " + c.logged + " failed",
+              (std::vector<std::string>{"auth.3 Authentication of user " + logged + " failed",
                                         "user.6 Initializing obsvuser library",
                                         // ECONNREFUSED: no event service
                                         "user.3 Unable to initialize obsvuser library from "
@@ -194,11 +192,7 @@ TEST(LoginConversation, AnswersPromptsWithOwnCopiesAndRefusesWhatItCannotAnswer)
 // and its repetition.
 TEST(ChangeConversation, AnswersOldThenNewAcrossCalls) {
   Merel::PasswordChangeSecrets secrets{"old-pw", "new-pw", 0};
-  const struct {
-    int style;
-    const char* prompt;
-    const char* answer;
-  } steps[] = {
+  const std::tuple<int, const char*, const char*> steps[] = {
       {PAM_PROMPT_ECHO_OFF, "Password: ", "old-pw"},
       {PAM_TEXT_INFO, "Changing password", ""},
       {PAM_PROMPT_ECHO_OFF, "Old password: ", "old-pw"},
@@ -207,12 +201,12 @@ TEST(ChangeConversation, AnswersOldThenNewAcrossCalls) {
       {PAM_PROMPT_ECHO_OFF, "Retype new password: ", "new-pw"},
       {PAM_PROMPT_ECHO_OFF, "One more: ", ""},
   };
-  for (const auto& step : steps) {
-    struct pam_message message = {step.style, step.prompt};
+  for (const auto& [style, prompt, answer] : steps) {
+    struct pam_message message = {style, prompt};
     const struct pam_message* pointer = &message;
     struct pam_response* replies = nullptr;
     ASSERT_EQ(PAM_SUCCESS, Merel::ChangeConversation(1, &pointer, &replies, &secrets));
-    EXPECT_STREQ(step.answer, replies[0].resp) << step.prompt;
+    EXPECT_STREQ(answer, replies[0].resp) << prompt;
     free(replies[0].resp);
     free(replies);
   }

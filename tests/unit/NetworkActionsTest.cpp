@@ -101,17 +101,14 @@ TEST(NetworkSettingsTest, SuffixText) {
 TEST(NetworkOpsUnitTest, RestartShowsTwoIpv6AddressesOrExactlyThree) {
   const auto line = [](int n) { return "   L 2001:db8::" + std::to_string(n) + "/64\n"; };
   const std::string more = "   ...\n";
-  const struct {
-    std::vector<std::string> entries;
-    std::string expected;
-  } cases[] = {
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"1", "2", "3"}, line(1) + line(2) + line(3)},
       {{"L1", "D1", "2", "3"}, line(2) + line(3)},
       {{"L1", "2", "3", "L2", "4"}, line(2) + line(3) + more},
   };
-  for (const auto& c : cases) {
+  for (const auto& [entries, expected] : cases) {
     std::vector<Ipv6Network> networks;
-    for (const std::string& entry : c.entries) {
+    for (const std::string& entry : entries) {
       const bool linkLocal = entry[0] == 'L', deprecated = entry[0] == 'D';
       const std::string n = entry.substr(linkLocal || deprecated);
       Ipv6Network network(Ipv6Address((linkLocal ? "fe80::" : "2001:db8::") + n), 64);
@@ -119,7 +116,7 @@ TEST(NetworkOpsUnitTest, RestartShowsTwoIpv6AddressesOrExactlyThree) {
       network.SetIpv6Scope(linkLocal ? kIpv6ScopeLinkLocal : kIpv6ScopeGlobal);
       networks.push_back(network);
     }
-    EXPECT_EQ(Merel::DoRestartNetworkDialog::Ipv6Lines(networks, "L"), c.expected) << c.expected;
+    EXPECT_EQ(Merel::DoRestartNetworkDialog::Ipv6Lines(networks, "L"), expected) << expected;
   }
 }
 

@@ -146,28 +146,26 @@ TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
 // Nothing of a pane's own rendition may leak into the text written on it.
 TEST(TextAreaDrawTest, BlackAndWhiteAttributesPerCell) {
   const attr_t kShown = A_STANDOUT | A_REVERSE | A_BOLD | A_DIM;
-  const struct {
-    const char* term;
-    int background;
-    attr_t grey, plain, selected;
-  } cases[] = {
+  // The terminal, the pane's background, and the attributes of grey, plain
+  // and selected text.
+  const std::tuple<const char*, int, attr_t, attr_t, attr_t> cases[] = {
       {"xterm", kYellow, A_DIM, 0, A_REVERSE},
       {"vt102", kYellow, 0, A_BOLD, A_REVERSE},
       {"xterm", kDarkGrey, A_STANDOUT, A_STANDOUT, A_STANDOUT | A_REVERSE},
   };
-  for (const auto& c : cases) {
-    CursesScreen screen(c.term);
+  for (const auto& [term, background, grey, plain, selected] : cases) {
+    CursesScreen screen(term);
     ASSERT_TRUE(screen.Ok());
-    ASSERT_TRUE(Merel::BwColor()) << c.term;
-    Window parent(0, 0, 20, 2, c.background, kWhite);
+    ASSERT_TRUE(Merel::BwColor()) << term;
+    Window parent(0, 0, 20, 2, background, kWhite);
     TextArea* area = &parent.AddChild<TextArea>(0, 0, 10, 1, kWhite);
     parent.Draw(true);
     area->SetText("{color:dark-grey}g{/color}w{bgcolor:white}{color:black}s{/color}{/bgcolor}w");
-    const attr_t expected[] = {c.grey, c.plain, c.selected, c.plain};
+    const attr_t expected[] = {grey, plain, selected, plain};
     for (int x = 0; x < 4; ++x) {
       const MerelTest::Cell cell = CursesScreen::CellAt(area->GetWindow(), x, 0);
       EXPECT_EQ(std::pair(cell.attributes & kShown, cell.pair), std::pair(expected[x], 0))
-          << c.term << " " << c.background << " " << x;
+          << term << " " << background << " " << x;
     }
   }
 }

@@ -128,11 +128,8 @@ class ItemListTest : public testing::Test {
 TEST_F(ItemListTest, MovementSkipsUnselectableAndHiddenItemsAndScrollsTheView) {
   ItemList* list = MakeList("Ab.CDeF");  // 0 A, 1 b, 2 hidden, 3 C, 4 D, 5 e, 6 F
   EXPECT_EQ(At(list), std::pair(std::array{0, 0, 0, 0}, std::string("AbC")));
-  const struct {
-    bool down;
-    std::array<int, 4> position;
-    const char* rows;
-  } steps[] = {
+  // Down or up, then the position and the rows shown.
+  const std::tuple<bool, std::array<int, 4>, const char*> steps[] = {
       {true, {3, 1, 2, 2}, "bCD"},  // past b and the hidden item (no row); the view scrolls
       {true, {4, 2, 2, 3}, "CDe"},  {true, {6, 4, 2, 5}, "DeF"},
       {true, {6, 4, 2, 5}, "DeF"},   // end of the list: nothing changes
@@ -140,11 +137,11 @@ TEST_F(ItemListTest, MovementSkipsUnselectableAndHiddenItemsAndScrollsTheView) {
       {false, {3, 3, 0, 2}, "CDe"},  // above the view: it scrolls up to C
       {false, {0, 0, 0, 0}, "AbC"}, {false, {0, 0, 0, 0}, "AbC"},
   };
-  for (const auto& step : steps) {
-    step.down ? list->Next() : list->Prev();
-    EXPECT_EQ(At(list), std::pair(step.position, std::string(step.rows)));
+  for (const auto& [down, position, rows] : steps) {
+    down ? list->Next() : list->Prev();
+    EXPECT_EQ(At(list), std::pair(position, std::string(rows)));
     for (size_t i = 0; i < list->Count(); ++i)
-      EXPECT_EQ(list->At(i)->IsFocused(), static_cast<int>(i) == step.position[0]) << i;
+      EXPECT_EQ(list->At(i)->IsFocused(), static_cast<int>(i) == position[0]) << i;
   }
 }
 
@@ -164,25 +161,23 @@ TEST_F(ItemListTest, StartsOnTheFirstShownSelectableItemAndWithoutOneNothingMove
 // its selection, and its view, while the selected entry can still be
 // chosen; otherwise the selection starts again at the top.
 TEST_F(ItemListTest, ChangedItemsKeepTheSelectionWhileItCanStillBeChosen) {
-  const struct {
-    const char* after;  // the same letter code as MakeList
-    std::array<int, 4> position;
-  } cases[] = {
+  // The items after the change, in MakeList's letter code; the position then.
+  const std::pair<const char*, std::array<int, 4>> cases[] = {
       {".BCDE", {3, 1, 2, 2}},  // one shown item fewer above it
       {"ABCdE", {0, 0, 0, 0}},  // it cannot be chosen any more
       {"ABC.E", {0, 0, 0, 0}},  // it is hidden
   };
-  for (const auto& c : cases) {
+  for (const auto& [after, position] : cases) {
     ItemList* list = MakeList("ABCDE");
     for (int i = 0; i < 3; ++i)
       list->Next();
     for (size_t i = 0; i < list->Count(); ++i) {
-      const char letter = c.after[i];
+      const char letter = after[i];
       list->At(i)->SetSelectable(letter == '.' || isupper(letter));
       list->At(i)->SetShown(letter != '.');
     }
     list->ItemsChanged();
-    EXPECT_EQ(At(list).first, c.position) << c.after;
+    EXPECT_EQ(At(list).first, position) << after;
   }
 }
 
