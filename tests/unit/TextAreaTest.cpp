@@ -100,12 +100,13 @@ TEST(TextAreaDrawTest, RowsAndColoursOnColourTerminals) {
        {{0, 5, kYellow, kWhite}, {5, 30, kYellow, kDarkGrey}}},
       // A background tag combines with the remembered foreground.
       {"{color:red}a{/color}b{bgcolor:white}c{/bgcolor}d", 10, 1, {"abcd" + Blanks(6)},
-       {{0, 1, kYellow, kRed}, {1, 2, kYellow, kWhite}, {2, 3, kWhite, kRed}, {3, 4, kYellow, kWhite}}},
+       {{0, 1, kYellow, kRed}, {1, 2, kYellow, kWhite}, {2, 3, kWhite, kRed},
+        {3, 4, kYellow, kWhite}}},
       {"a{/color}{/bgcolor}{bogus}b{}c{Hostname}d{ef gh", 10, 1, {"abcd" + Blanks(6)},
        {{0, 10, kYellow, kWhite}}},
       // Inactive, tags change no colours: everything has the greyed look.
-      {"{color:black}<Enter>{/color}", 20, 1, {"<Enter>" + Blanks(13)}, {{0, 20, kBlack, kDarkGrey}},
-       false},
+      {"{color:black}<Enter>{/color}", 20, 1, {"<Enter>" + Blanks(13)},
+       {{0, 20, kBlack, kDarkGrey}}, false},
       // The drifted layout "ab  \ncd efg": only the final segment is clipped ...
       {"{align:padding:6}ab{/align}cd efg", 4, 3, {"ab  ", "cd e", "    "}, {}},
       // ... ended by a tag, the line is printed whole and curses wraps it.
@@ -229,7 +230,9 @@ TEST_F(TextAreaScrollTest, NewLinesKeepColoursOpenedAboveThem) {
   area.ScrollBy(1);
   area.ScrollBy(1);
   EXPECT_EQ(Rows(area), (std::vector<std::string>{"cd" + Blanks(8), "e" + Blanks(9)}));
-  const auto pairAt = [&](int x, int y) { return CursesScreen::CellAt(area.GetWindow(), x, y).pair; };
+  const auto pairAt = [&](int x, int y) {
+    return CursesScreen::CellAt(area.GetWindow(), x, y).pair;
+  };
   const int red = CursesScreen::PairOf(ColorAttr(kYellow, kRed));
   const int white = CursesScreen::PairOf(ColorAttr(kYellow, kWhite));
   EXPECT_EQ(std::tuple(pairAt(0, 0), pairAt(1, 0), pairAt(0, 1)), std::tuple(red, white, white));
