@@ -120,15 +120,19 @@ TEST(TimeoutInput, HostToolSecondsToWholeMinutes) {
 // child process of its own: a host that cannot be read gives an empty line,
 // and the line is asked for again until the host can be read.
 void CheckProductLine() {
-  SimHostTest::SimRoot root;  // the demo host
-  auto productLine = [] {
-    return std::string(GetStringFactory("en_US")->GetString(Strings::kWelcomeProductLine));
-  };
-  const std::string json = root.Path() + "/host.json";
-  std::filesystem::rename(json, json + ".away");
-  bool ok = productLine().empty();
-  std::filesystem::rename(json + ".away", json);
-  ok = ok && productLine() == "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
+  bool ok = false;
+  {
+    // The demo host; _exit runs no destructors, so its folder goes first.
+    SimHostTest::SimRoot root;
+    auto productLine = [] {
+      return std::string(GetStringFactory("en_US")->GetString(Strings::kWelcomeProductLine));
+    };
+    const std::string json = root.Path() + "/host.json";
+    std::filesystem::rename(json, json + ".away");
+    ok = productLine().empty();
+    std::filesystem::rename(json + ".away", json);
+    ok = ok && productLine() == "Tarvik 8.0.2 (Nexel 8.0.2 Build 3074155)";
+  }
   _exit(ok ? 0 : 1);
 }
 
