@@ -90,7 +90,20 @@ const Change kChanges[] = {
      }},
 };
 
-class DurableWritesTest : public ::testing::TestWithParam<Change> {};
+class DurableWritesTest : public ::testing::TestWithParam<Change> {
+ protected:
+  // A program killed before it wrote its pid leaves a pam_wrapper folder that
+  // counts as abandoned only after a while: the last ones are cleared here,
+  // so that the test leaves nothing behind, also when it fails.
+  void TearDown() override {
+    if (IsSkipped())
+      return;
+    using std::chrono::milliseconds;
+    std::this_thread::sleep_for(Platform::kPamFolderAbandonedAfter + milliseconds(100));
+    if (const int lock = Platform::LockPamWrapperStart(); lock >= 0)
+      close(lock);
+  }
+};
 
 TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
   // strace must be able to kill a traced program at a write here.
@@ -101,15 +114,6 @@ TEST_P(DurableWritesTest, AKillAtAnyWriteLeavesEveryFileWhole) {
     GTEST_SKIP() << "strace cannot kill a traced process here: " << probe;
   }
   const Change& change = GetParam();
-  // The pam_wrapper folder of a program killed before it wrote its pid is
-  // cleared once it is two seconds old; the last such folder goes here, so
-  // that the test leaves nothing behind, also when it fails.
-  struct ClearLastPamFolders {
-    ~ClearLastPamFolders() {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2100));
-      Shell("true");
-    }
-  } clearLastPamFolders;
   TempDir dir;
   const std::string root = dir.Path() + "/root";
   const std::string pristine = dir.Path() + "/pristine";

@@ -529,7 +529,7 @@ void RemoveAbandonedPamWrapperFolders() {
     const auto changed = fs::last_write_time(folder / "pid", error);
     if (error || entries != 1 || fs::file_size(folder / "pid", error) != 0 || error)
       continue;
-    if (fs::file_time_type::clock::now() - changed > std::chrono::seconds(2))
+    if (fs::file_time_type::clock::now() - changed > kPamFolderAbandonedAfter)
       fs::remove_all(folder, error);
   }
 }

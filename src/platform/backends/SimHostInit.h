@@ -2,6 +2,7 @@
 // and the console's own first start on the bundled demo host).
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -56,8 +57,10 @@ bool WriteAccounts(const std::string& root,
 // so the other host root's password file), and the first to end removes it
 // under the other. Whatever starts them on this machine takes this lock
 // first; the descriptor to close when done, -1 when there is no lock. The
-// folders of ended processes are cleared as it is taken.
+// folders of ended processes are cleared as it is taken, and those whose pid
+// file has stayed empty for kPamFolderAbandonedAfter.
 int LockPamWrapperStart();
+inline constexpr std::chrono::seconds kPamFolderAbandonedAfter{2};
 
 // For a process about to exec such a program: the lock goes to a detached
 // process of its own, which lets go once pam_wrapper's folder holds this
